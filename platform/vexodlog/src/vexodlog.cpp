@@ -1,0 +1,111 @@
+#include "vexodlog.h"
+
+#include <sys/syslog.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <atomic>
+#include <cerrno>
+#include <mutex>
+#include <string>
+#include <string_view>
+
+namespace {
+
+constexpr char kDefaultIdent[] = "cimgate";
+
+struct Log
+{
+    std::atomic<int> threshold{VEXO_ERROR};
+    std::atomic<int> target{VEXO_TARGET_STDERR};
+    std::mutex syslogMutex; // syslog() reads ident while it writes a line
+    std::array<char, 64>
+        ident{}; // openlog() keeps the address, so it must live as long as the process
+};
+
+Log& theLog()
+{
+    static constinit Log log;
+    return log;
+}
+
+// A line must stay one line: texts carry names and values that clients chose.
+std::string lineText(const char* text)
+{
+    std::string line(text != nullptr ? text : "");
+    std::replace_if(
+        line.begin(), line.end(), [](char c) { return c == '\n' || c == '\r'; }, ' ');
+    return line;
+}
+
+bool writeToStderr(int severity, int module, const char* text)
+{
+    const std::string line =
+        std::to_string(module) + ' ' + std::to_string(severity) + ' ' + lineText(text) + '\n';
+    ssize_t written = 0;
+    do {
+        written = ::write(STDERR_FILENO, line.data(), line.size());
+    } while (written < 0 && errno == EINTR);
+    return written >= 0 && static_cast<size_t>(written) == line.size();
+}
+
+void writeToSyslog(int severity, int module, const char* text)
+{
+    static constexpr std::array<int, VEXO_DEBUG> kPriorities{LOG_CRIT, LOG_ERR, LOG_WARNING,
+                                                             LOG_INFO, LOG_DEBUG};
+    const std::string line = std::to_string(module) + ' ' + lineText(text);
+    const int priority = kPriorities[static_cast<size_t>(severity - VEXO_CRITICAL)] | LOG_DAEMON;
+    const std::lock_guard lock(theLog().syslogMutex);
+    ::syslog(priority, "%s", line.c_str());
+}
+
+bool writeLine(int severity, int module, const char* text) noexcept
+{
+    try {
+        if (theLog().target.load(std::memory_order_relaxed) == VEXO_TARGET_SYSLOG) {
+            writeToSyslog(severity, module, text);
+            return true;
+        }
+        return writeToStderr(severity, module, text);
+    } catch (...) {
+        return false;
+    }
+}
+
+} // namespace
+
+int vexoprintf(int severity, int module, const char* text)
+{
+    const int clamped = std::clamp<int>(severity, VEXO_CRITICAL, VEXO_DEBUG);
+    if (clamped > vexoThreshold()) {
+        return 0;
+    }
+    const int callerErrno = errno;
+    const bool isWritten = writeLine(clamped, module, text);
+    errno = callerErrno;
+    return isWritten ? 1 : -1;
+}
+
+int vexoThreshold(void)
+{
+    return theLog().threshold.load(std::memory_order_relaxed);
+}
+
+void vexoSetThreshold(int severity)
+{
+    theLog().threshold.store(std::clamp<int>(severity, 0, VEXO_DEBUG), std::memory_order_relaxed);
+}
+
+void vexoSetTarget(VexoTarget target, const char* ident)
+{
+    Log& log = theLog();
+    const std::lock_guard lock(log.syslogMutex);
+    if (target == VEXO_TARGET_SYSLOG) {
+        const std::string_view name(ident != nullptr ? ident : kDefaultIdent);
+        log.ident.fill('\0');
+        name.copy(log.ident.data(), log.ident.size() - 1);
+        ::openlog(log.ident.data(), 0, LOG_DAEMON);
+    }
+    log.target.store(target, std::memory_order_relaxed);
+}
