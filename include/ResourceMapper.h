@@ -1,0 +1,329 @@
+// One Redfish request, answered from a mapping file, the data cache and CIM.
+//
+// The host makes a ResourceMapper for each request, resolves the URI with ParseUri(), calls one
+// operation and sends the result:
+//
+//   odata::Scope scope = odata::Scope::ForRequest("/redfish/v1/...");
+//   odata::URI uri = scope.NewURI();
+//   ResourceMapper mapper(session, scope, uri, false);
+//   Json::Value body;
+//   _ResourceMapperError rc = mapper.ParseUri(RM_METHOD_GET);
+//   if (rc == RM_OK) rc = mapper.mIsCollection ? mapper.GetCollection(body, true)
+//                                              : mapper.GetInstance(body, true);
+//   if (rc == RM_OK) mapper.SendResponse(body); else mapper.SendExtendedErrorResponse(rc);
+//
+// Threads: a mapper belongs to one request and one thread. Requests may run on several threads,
+// each with its own mapper; the mapping file is loaded once, by whichever comes first.
+//
+// Broken invariants log "Assertion '...' failed" at level 1 and abort the process; each operation
+// names its own. No operation throws.
+#ifndef RESOURCE_MAPPER_H_
+#define RESOURCE_MAPPER_H_
+
+#include "CimgateExport.h"
+#include "ExtendedErrorInfoHandlingCIM.h"
+#include "SQLInterface.h"
+
+#include <CimClientLib/cmcidt.h>
+#include <ExtendedErrorInfoHandling.h>
+#include <json/json.h>
+#include <odata/odata.h>
+
+#include <mutex>
+#include <string>
+#include <vector>
+
+class SfccSession;
+
+// Method codes of ParseUri(); bits, so that a URI can allow several.
+constexpr int RM_METHOD_POST = 1;
+constexpr int RM_METHOD_GET = 2;
+
+class CIMGATE_EXPORT ResourceMapper
+{
+public:
+    // ---- The mapping file, one for the process ----
+
+    // NOLINTBEGIN(cppcoreguidelines-avoid-non-const-global-variables): one mapping for the process
+    // The file's path, by default "/usr/share/cimgate/resourcemapping.json". A development host or
+    // a test may set it before the first request.
+    static std::string RmfPath;
+    // The parsed file; written once, under RmfLock, and only read afterwards.
+    static Json::Value RmfObj;
+    static std::mutex RmfLock;
+    static bool RmfFileLoaded;
+    // NOLINTEND(cppcoreguidelines-avoid-non-const-global-variables)
+
+    // ---- Construction ----
+
+    // session  CIM session, not owned; null where only the data cache is read.
+    // scope, uri  the request; both must outlive the mapper.
+    // isZMQCall  the request came over the message queue: selectors are taken whole, and the
+    //            answer carries no "Id", "Name", "Description" and no headers.
+    ResourceMapper(SfccSession* session, odata::Scope& scope, const odata::URI& uri,
+                   bool isZMQCall);
+    ~ResourceMapper();
+    ResourceMapper(const ResourceMapper&) = delete;
+    ResourceMapper& operator=(const ResourceMapper&) = delete;
+
+    // ---- Resolution ----
+
+    // Finds the resource that the URI names and checks that it allows the method (RM_METHOD_GET or
+    // RM_METHOD_POST). A trailing "/" and the query do not matter. On success the members below
+    // describe the resource; GET accepts three shapes of URI: a registered "@odata.id", an instance
+    // one segment below one, and (POST) an action's "target".
+    // Results: RM_OK; RM_INVALID_URI; RM_METHOD_NOT_ALLOWED; RM_RESOURCE_NOT_IN_RMF;
+    // RM_RMF_NOT_PRESENT and RM_MALFORMED_JSON from loading the mapping file. After a failure
+    // mErrorArgs holds the message arguments.
+    // Aborts on a URI without segments and where a host had set mOemResourceName before.
+    _ResourceMapperError ParseUri(int method);
+
+    // For a host that knows the resource: loads the mapping entry named by mOemResourceName.
+    // Results as those of checkResource().
+    _ResourceMapperError Load();
+
+    // Makes sure that the mapping file is loaded and looks name up in it. On success
+    // mOemResourceName and mResourceObj are set and, unless skipLoadEntry, the collection flags and
+    // mCimClass. Results: RM_OK; RM_RESOURCE_NOT_IN_RMF (mErrorArgs["p1"] is name);
+    // RM_RMF_NOT_PRESENT; RM_MALFORMED_JSON (also where the file's top level is no object).
+    // A failed load is tried again by the next request.
+    _ResourceMapperError checkResource(const std::string& name, bool skipLoadEntry);
+
+    // Decides which resource the URI names: *pEntityName becomes the segment with the resource's
+    // name (it belongs to the URI), *pIsResourceURI true where the URI itself is registered.
+    // baseURI is the URI's path without its last segment.
+    _ResourceMapperError isValidURI(int method, const char** pEntityName, bool* pIsResourceURI,
+                                    std::string baseURI);
+
+    // Fills the table of registered URIs from RmfObj; called by the load, under RmfLock.
+    void generateURIs();
+
+    // Sets mCimClass, the first class of the entry's "mappings", and returns it. For a collection
+    // mResourceObj becomes the entry of its member resource first.
+    std::string GetCimClass();
+
+    // Looks up member key of the action that the URI's last segment names and stores it in target
+    // (unchanged when absent or empty); sets mCimMethodName. segCount is the URI's segment count.
+    // Returns 1.
+    int GetTarget(const std::string& key, std::string& target, unsigned int segCount);
+
+    // Reads a string of the mapping entry: of mResourceObj, or for a collection and fromResourceObj
+    // false of the collection's own entry. Returns false, with value unchanged, when key is absent.
+    bool GetOdataMedata(const std::string& key, std::string& value, bool fromResourceObj) const;
+
+    // out becomes the array of the class's mapped property names, sorted.
+    void GetCimClassProperties(Json::Value& out);
+
+    // Splits "name=value,name=value" into mSelectorSet; on the message queue the whole text is the
+    // value of the class's one key property. Aborts on an empty text, an item without "=", and, on
+    // the message queue, a class without exactly one key property. Returns 0.
+    int parseSelectors(std::string selectors);
+
+    // A copy of s with every blank written as "%20".
+    std::string ReplaceSpaces(std::string& s);
+
+    // A singleton (no collection, no "UniqueSelector"): fills out from the mapping file alone,
+    // stores the result in err and returns true. Otherwise returns false and leaves both. err:
+    // RM_OK, RM_QUERY_NOT_SUPPORTED, RM_INTERNAL_ERROR, RM_PROPERTY_UNKNOWN.
+    bool IsServiceURI(Json::Value& out, _ResourceMapperError& err);
+
+    const char* GetOemResourceName() const;
+    const char* GetCimMethodName() const;
+
+    // Logs the class's mapped properties and whether each has a value map, at level 3.
+    void PrintRMFData();
+
+    // ---- Reads ----
+
+    // Whether the class may be served from the data cache: "is_cached" in the mapping and a row in
+    // the readiness table. Where only the row is missing, the response header "Retry-After: 5" is
+    // set (not on the message queue).
+    bool IsCached();
+
+    // The instance named by mInstanceId, from the data cache. The bool only chooses this source.
+    // out: the mapped properties under their aliases, with OData annotations, "Links" and
+    // "Actions", narrowed by $select. Results: RM_OK; RM_INVALID_URI (no key, or no row for it);
+    // RM_INTERNAL_ERROR (no mapped properties, statement cannot be prepared, $select empty or above
+    // 255 bytes); RM_QUERY_NOT_SUPPORTED ($expand or $filter without $select); RM_PROPERTY_UNKNOWN.
+    // After a failure out may hold partial data. Aborts where the resource is a collection.
+    _ResourceMapperError GetInstance(Json::Value& out, bool fromCache);
+
+    // A collection from the data cache: "Members", "Members@odata.count" and, where the mapping
+    // allows it, "Members@odata.nextLink" after every 50 members. The bool only chooses the source.
+    // Results: RM_OK; RM_INTERNAL_ERROR (table missing, no mapped properties, statement cannot be
+    // prepared); RM_QUERY_PARAM_OUT_OF_RANGE ($top, $skip); RM_QUERY_NOT_SUPPORTED;
+    // RM_PROPERTY_UNKNOWN. Aborts where the resource is no collection.
+    _ResourceMapperError GetCollection(Json::Value& out, bool fromCache);
+
+    // The first instance that matches clause (" where ...", with its leading blank), from the data
+    // cache; message queue only (aborts otherwise). Failures are logged and leave out without data.
+    void QueryInstances(Json::Value& out, const std::string& clause, bool fromCache);
+
+    // ---- Query options and select ----
+
+    // A numeric option (OL_OPTION_TOP, OL_OPTION_SKIP): stores its value, or 0 when absent, and
+    // returns whether it is present.
+    bool isQueryOptionPresent(int option, unsigned long& value) const;
+
+    // A list option (OL_OPTION_SELECT): appends its items to list. When it is absent, $expand and
+    // $filter are refused. Results: RM_OK, RM_QUERY_NOT_SUPPORTED, RM_INTERNAL_ERROR (empty or
+    // above 255 bytes).
+    _ResourceMapperError isQueryOptionPresent(int option, Json::Value& list);
+
+    // text without its leading and trailing "+".
+    std::string TrimWhiteSpace(std::string text);
+
+    // Appends to matched each of candidates that selectList names (under its alias); "*" sets
+    // selectAll. Results: RM_OK; RM_PROPERTY_UNKNOWN with mErrorArgs["p1"] = the item.
+    _ResourceMapperError MatchQueryParamAndPropList(Json::Value candidates, Json::Value selectList,
+                                                    Json::Value& matched, bool& selectAll);
+
+    // The SELECT for a class's table; empty when the class has no mapped properties. A limit or an
+    // offset (0: none) excludes key, and key (bound by the caller) excludes extraClause, which is
+    // appended as it is.
+    std::string GetSelectQuery(std::string cimClass, unsigned long limit, unsigned long offset,
+                               std::string key, std::string extraClause) const;
+
+    // Turns data, as read from the cache, into the answer: narrows it by selectList, applies
+    // aliases and adds the annotations. forActions: only the "Actions" of a singleton. After a
+    // failure data is unchanged. Results: RM_OK, RM_PROPERTY_UNKNOWN.
+    _ResourceMapperError ApplyFilterToGetInstance(Json::Value& data, Json::Value selectList,
+                                                  bool forActions);
+
+    // ---- Annotations ----
+
+    // Adds the OData annotations to a cached object. isTarget: obj is what the request names, an
+    // instance or the collection itself, not a member of a collection. isRequested is not read.
+    // Results: RM_OK; RM_PROPERTY_UNKNOWN from a $select on actions.
+    _ResourceMapperError AddOdataMetaData(Json::Value& obj, bool isRequested,
+                                          Json::Value selectList, bool isTarget);
+
+    // Adds "Links" for the instance with this key, narrowed to mSelectedLinks, when the mapping
+    // entry has "Links". The value may be null when no link was resolved.
+    void SetLinks(Json::Value& obj, std::string key);
+
+    // Adds the class's "Actions" as they stand in the mapping.
+    void AddActions(Json::Value& obj) const;
+
+    // Escapes "#" in a URI as "%23".
+    void EncodeSpecialChars(std::string& uri) const;
+
+    // Narrows resource["Actions"] to the items of selectList that name "Actions/<action>" or
+    // "Actions/<action>/<member>". Returns RM_OK or RM_PROPERTY_UNKNOWN.
+    unsigned int applyFilterOnAction(Json::Value& resource, Json::Value& selectList);
+
+    // ---- Responses ----
+
+    // Sends body as the successful response (the status stays at the scope's default, 200).
+    void SendResponse(Json::Value& body);
+
+    // Sets the headers "Link" (empty when the mapping has no "Link_Header") and "Allow" (only when
+    // the mapping has "allowed_operations").
+    void SetLinkHeader();
+    void SetAllowedHeader();
+
+    // Sends the Redfish error for a result code, with the arguments "p1" to "p3" of mErrorArgs;
+    // more than three abort.
+    void SendExtendedErrorResponse(_ResourceMapperError code);
+
+    // Sends the outcome of an action: kind 0 a success (200), 1 a started job (202).
+    void SendExtendedMessageForPost(const char* messageId, Json::Value body, unsigned char kind);
+
+    // Sends an error named by its product message id, args being an array of up to three strings.
+    void SendExtendedErrorMessagesForPost(const char* messageId, Json::Value& args);
+
+    // Sends several, args[i] being the argument of messageIds[i].
+    void SendMultipleExtendedErrorMessagesForPost(Json::Value& messageIds, Json::Value& args);
+
+    // Translates a failed CIM status. Aborts on codes without a translation, CMPI_RC_OK included.
+    _ResourceMapperError ConvertCMPIErrortoRMError(CMPIrc rc);
+
+    // The product message id that reports code; null when it has none.
+    const char* ReturnQERMErrCode(unsigned int code);
+
+    // ---- State of the request ----
+
+    std::string mOemResourceName; // resource name: the entry's key in the mapping file
+    std::string mCimClass;        // CIM class behind the resource
+    std::string mCimMethodName;   // CIM method of the action
+    Json::Value mResourceObj;     // the mapping entry; of a collection: its member's
+    SfccSession* mpSfccHandle;    // not owned
+    SQLInterface mSqlInterface;   // the data cache
+    bool mIsCollection;           // the entry's "is_collection"
+    bool mIsZMQCall;              // constructor argument
+    bool mSupportsNextLink;       // the collection's "supports_nextlink"
+    bool mSupportsTopSkip;        // the collection's "supports_top_skip"
+    odata::Scope& mScope;         // the request and its response
+    const odata::URI& mURI;       // the request URI
+    Json::Value mSelectorSet;     // key property to value
+    ExtendedErrorInfoHandling mExtendedErrorInfo;
+    Json::Value mErrorArgs;     // pending message arguments "p1", "p2", "p3"
+    std::string mInstanceId;    // last segment of an instance's URI
+    Json::Value mSelectedLinks; // links picked by $select; null for all
+    bool mShowLinks;            // whether "Links" is emitted
+
+private:
+    // Mapping file
+    CIMGATE_LOCAL _ResourceMapperError loadMappingFile();
+    CIMGATE_LOCAL void loadEntry();
+    CIMGATE_LOCAL static void registerActions(const Json::Value& entry);
+
+    // URI resolution
+    CIMGATE_LOCAL _ResourceMapperError failWith(_ResourceMapperError code,
+                                                const std::string& argument);
+    CIMGATE_LOCAL _ResourceMapperError checkActionTarget(const std::string& base,
+                                                         unsigned int segCount);
+    CIMGATE_LOCAL _ResourceMapperError readFixedSelectors();
+    CIMGATE_LOCAL void nameRegistered(int method, const char** pEntityName,
+                                      bool* pIsResourceURI) const;
+    CIMGATE_LOCAL _ResourceMapperError resolveBelowRegistered(int method, int allowed,
+                                                              const char** pEntityName,
+                                                              const std::string& uri);
+    CIMGATE_LOCAL _ResourceMapperError loadInstanceEntry(const char** pEntityName);
+    CIMGATE_LOCAL _ResourceMapperError resolveInstance(const char** pEntityName,
+                                                       const std::string& uri);
+    CIMGATE_LOCAL _ResourceMapperError refusePostToInstance(const char** pEntityName,
+                                                            const std::string& uri);
+    CIMGATE_LOCAL static _ResourceMapperError refuseUri(const std::string& uri);
+
+    // Query options
+    CIMGATE_LOCAL _ResourceMapperError selectedNames(Json::Value& list);
+    CIMGATE_LOCAL _ResourceMapperError matchSelect(const Json::Value& candidates,
+                                                   const Json::Value& selectList,
+                                                   Json::Value& matched, bool& selectAll);
+    CIMGATE_LOCAL bool matchProperties(const std::string& item, const Json::Value& candidates,
+                                       Json::Value& matched) const;
+    CIMGATE_LOCAL bool matchLinks(std::string& item);
+
+    // Collections
+    struct Paging;
+    CIMGATE_LOCAL _ResourceMapperError readPaging(Paging& paging);
+    CIMGATE_LOCAL _ResourceMapperError refuseRange(unsigned long value, const char* option,
+                                                   const std::string& range);
+    CIMGATE_LOCAL _ResourceMapperError readMembers(Json::Value& out, const Paging& paging);
+    CIMGATE_LOCAL void setNextLink(Json::Value& out, const Paging& paging) const;
+    CIMGATE_LOCAL _ResourceMapperError annotateMembers(Json::Value& out);
+
+    // Instances
+    CIMGATE_LOCAL void addUniqueSelector();
+    CIMGATE_LOCAL _ResourceMapperError shapeResult(Json::Value& data, const Json::Value& selectList,
+                                                   bool forActions);
+    CIMGATE_LOCAL _ResourceMapperError narrowNames(const Json::Value& selectList, bool forActions,
+                                                   Json::Value& names);
+    CIMGATE_LOCAL void removeUnmappedKey(Json::Value& object) const;
+
+    // Annotations
+    CIMGATE_LOCAL _ResourceMapperError annotate(Json::Value& obj, const Json::Value& selectList,
+                                                bool isTarget);
+    CIMGATE_LOCAL void addCommonProperties(Json::Value& obj, const Json::Value& selectList,
+                                           const std::string& key, bool fromResourceObj);
+    CIMGATE_LOCAL _ResourceMapperError filterActions(Json::Value& resource,
+                                                     const Json::Value& selectList);
+    CIMGATE_LOCAL std::string metadata(const char* key, bool fromResourceObj) const;
+
+    // Error responses
+    CIMGATE_LOCAL std::vector<std::string> pendingErrorArguments() const;
+    CIMGATE_LOCAL void sendExtendedError(unsigned int status, const char* failureText);
+};
+
+#endif

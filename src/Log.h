@@ -1,0 +1,43 @@
+// How the library's own code logs: lines that the platform logger will drop are not even formatted.
+#ifndef LOG_H_
+#define LOG_H_
+
+#include "LogMessage.h"
+
+// Levels of logMessage().
+enum LogLevel : int { LOG_SEND_FAILURE = 0, LOG_ERROR = 1, LOG_STEP = 3, LOG_FACT = 4 };
+
+// Whether a line of this level would be kept by the platform logger; true where it cannot say.
+bool isLogged(int level);
+
+#define LOG_AT(level, ...)                                                                         \
+    static_cast<void>(isLogged(level) &&                                                           \
+                      logMessage(level, __FILE__, __LINE__, __func__, __VA_ARGS__) != 0)
+
+// Logs "Entering" now and "Leaving" when the enclosing block ends, on every way out of it.
+class LogScope
+{
+public:
+    LogScope(const char* file, int line, const char* function);
+    ~LogScope();
+    LogScope(const LogScope&) = delete;
+    LogScope& operator=(const LogScope&) = delete;
+
+private:
+    const char* mFile;
+    int mLine;
+    const char* mFunction;
+};
+
+#define LOG_SCOPE() const LogScope logScope(__FILE__, __LINE__, __func__)
+
+// Logs the condition of a broken invariant and aborts.
+[[noreturn]] void assertionFailed(const char* file, int line, const char* function,
+                                  const char* condition);
+
+// Checks an invariant in every build; text is what the log shows of it.
+#define RM_ASSERT_TEXT(condition, text)                                                            \
+    ((condition) ? static_cast<void>(0) : assertionFailed(__FILE__, __LINE__, __func__, text))
+#define RM_ASSERT(condition) RM_ASSERT_TEXT(condition, #condition)
+
+#endif
