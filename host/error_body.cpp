@@ -1,0 +1,37 @@
+#include "error_body.h"
+
+#include <ExtendedErrorInfoHandling.h>
+#include <ExtendedErrorInfoHandlingCIM.h>
+
+namespace host {
+
+namespace {
+
+httpd::Response jsonResponse(unsigned int status, const ExtendedErrorInfoHandling& info)
+{
+    httpd::Response response;
+    response.status = status;
+    response.headers.push_back({"Content-Type", "application/json"});
+    info.GetNewExtendedErrMsg(response.body);
+    return response;
+}
+
+} // namespace
+
+httpd::Response errorResponse(unsigned int status, const char* baseMessage,
+                              const std::string& argument)
+{
+    ExtendedErrorInfoHandling info;
+    info.InsertBaseMessageID(baseMessage, "", argument.c_str());
+    return jsonResponse(status, info);
+}
+
+httpd::Response errorResponseOfCode(unsigned int code, const std::string& argument)
+{
+    ExtendedErrorInfoHandling info;
+    unsigned int status = 0;
+    (void)AppendExtendedErrorMessages(code, info, &status, argument.c_str());
+    return jsonResponse(status, info);
+}
+
+} // namespace host

@@ -1,0 +1,135 @@
+#include "frame.h"
+
+#include <cstring>
+
+namespace host {
+
+namespace {
+
+constexpr std::string_view kReady = "ready";
+// An answer carries a handful; more means that the frame is damaged.
+constexpr uint32_t kMaxHeaders = 64;
+
+void putNumber(std::string& out, uint32_t value)
+{
+    char bytes[sizeof value];
+    std::memcpy(bytes, &value, sizeof value);
+    out.append(bytes, sizeof value);
+}
+
+void putText(std::string& out, std::string_view text)
+{
+    putNumber(out, static_cast<uint32_t>(text.size()));
+    out.append(text);
+}
+
+// Takes fields off the front of a payload; after the first that is not there, all fail.
+class FieldReader
+{
+public:
+    explicit FieldReader(std::string_view payload) : mRest(payload) {}
+
+    bool number(uint32_t& value)
+    {
+        if (mRest.size() < sizeof value) {
+            return fail();
+        }
+        std::memcpy(&value, mRest.data(), sizeof value);
+        mRest.remove_prefix(sizeof value);
+        return true;
+    }
+
+    bool text(std::string& value)
+    {
+        uint32_t bytes = 0;
+        if (!number(bytes) || mRest.size() < bytes) {
+            return fail();
+        }
+        value = mRest.substr(0, bytes);
+        mRest.remove_prefix(bytes);
+        return true;
+    }
+
+    bool atEnd() const { return mRest.empty(); }
+
+private:
+    bool fail()
+    {
+        mRest = {};
+        return false;
+    }
+
+    std::string_view mRest;
+};
+
+std::string framed(const std::string& payload)
+{
+    std::string frame;
+    frame.reserve(kFrameHeaderBytes + payload.size());
+    putText(frame, payload);
+    return frame;
+}
+
+} // namespace
+
+std::string encodeRequest(const WorkerRequest& request)
+{
+    std::string payload;
+    putText(payload, request.target);
+    return framed(payload);
+}
+
+std::string encodeResponse(const httpd::Response& response)
+{
+    std::string payload;
+    putNumber(payload, response.status);
+    putNumber(payload, static_cast<uint32_t>(response.headers.size()));
+    for (const httpd::Header& header : response.headers) {
+        putText(payload, header.name);
+        putText(payload, header.value);
+    }
+    putText(payload, response.body);
+    return framed(payload);
+}
+
+std::string encodeReady()
+{
+    return framed(std::string(kReady));
+}
+
+bool decodeLength(const char* header, uint32_t& bytes)
+{
+    std::memcpy(&bytes, header, sizeof bytes);
+    return bytes <= kMaxFrameBytes;
+}
+
+bool decodeRequest(std::string_view payload, WorkerRequest& request)
+{
+    FieldReader reader(payload);
+    return reader.text(request.target) && reader.atEnd();
+}
+
+bool decodeResponse(std::string_view payload, httpd::Response& response)
+{
+    FieldReader reader(payload);
+    uint32_t status = 0;
+    uint32_t count = 0;
+    if (!reader.number(status) || !reader.number(count) || count > kMaxHeaders) {
+        return false;
+    }
+    response.status = status;
+    response.headers.assign(count, {});
+    for (httpd::Header& header : response.headers) {
+        if (!reader.text(header.name) || !reader.text(header.value)) {
+            return false;
+        }
+    }
+    return reader.text(response.body) && reader.atEnd();
+}
+
+bool isReady(std::string_view payload)
+{
+    return payload == kReady;
+}
+
+} // namespace host

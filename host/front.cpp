@@ -1,0 +1,202 @@
+#include "front.h"
+
+#include "error_body.h"
+#include "log.h"
+#include "worker_pool.h"
+
+#include <ResourceMapper.h>
+#include <boost/asio/signal_set.hpp>
+#include <httpd/server.h>
+
+#include <csignal>
+#include <cstdio>
+#include <cstdlib>
+
+namespace host {
+
+namespace asio = boost::asio;
+
+namespace {
+
+// When to come back to a service that is busy, in seconds.
+constexpr const char* kRetryAfterS = "5";
+
+httpd::Response busy()
+{
+    httpd::Response response = errorResponse(503, "ServiceTemporarilyUnavailable", kRetryAfterS);
+    response.headers.push_back({"Retry-After", kRetryAfterS});
+    return response;
+}
+
+httpd::Response methodNotAllowed(const std::string& method)
+{
+    httpd::Response response = errorResponse(405, "OperationNotAllowed", method);
+    response.headers.push_back({"Allow", "GET, HEAD"});
+    return response;
+}
+
+// A request that the HTTP server could not read.
+httpd::Response unreadable(unsigned int status)
+{
+    switch (status) {
+    case 413:
+        return errorResponse(status, "PayloadTooLarge");
+    case 431:
+        return errorResponse(status, "HeaderTooLong");
+    default:
+        return errorResponse(status, "UnrecognizedRequestBody");
+    }
+}
+
+httpd::Response responseOf(Outcome outcome, httpd::Response answered)
+{
+    switch (outcome) {
+    case Outcome::Answered:
+        return answered;
+    case Outcome::TooLate:
+        return errorResponse(504, "OperationTimeout");
+    case Outcome::Overloaded:
+        return busy();
+    case Outcome::WorkerEnded:
+        break;
+    }
+    return errorResponse(500, "InternalError");
+}
+
+// What every response carries (DSP0266, "Response headers").
+void addCommonHeaders(httpd::Response& response)
+{
+    response.headers.push_back({"OData-Version", "4.0"});
+    response.headers.push_back({"Cache-Control", "no-cache"});
+}
+
+// Answers without a worker what the library is not asked for; false when a worker is needed.
+bool answeredByFront(const httpd::Request& request, httpd::Response& response)
+{
+    if (request.method != "GET" && request.method != "HEAD") {
+        response = methodNotAllowed(request.method);
+        return true;
+    }
+    odata::Scope scope = odata::Scope::ForRequest(request.target);
+    const odata::URI uri = scope.NewURI();
+    if (uri.GetFault() == OL_URI_TOO_LONG) {
+        response = errorResponse(414, "InvalidURI", "the request URI");
+    } else if (uri.GetFault() == OL_URI_BAD_ENCODING) {
+        response = errorResponse(400, "InvalidURI", request.target);
+    } else if (uri.GetFault() == OL_URI_REPEATED_OPTION) {
+        response = errorResponse(400, "QueryCombinationInvalid");
+    } else if (uri.GetUnknownOption() != nullptr) {
+        response = errorResponseOfCode(RM_QUERY_NOT_SUPPORTED, uri.GetUnknownOption());
+    } else if (uri.GetSegmentCount() == 0) {
+        response = errorResponseOfCode(RM_INVALID_URI, request.target);
+    } else {
+        return false;
+    }
+    return true;
+}
+
+class Front
+{
+public:
+    Front(const Options& options, const Spawner& spawner);
+
+    int run();
+
+private:
+    void handle(httpd::Request request, const httpd::Reply& reply);
+    void listen();
+    void cannotStart(const std::string& cause);
+    void fail(const std::string& cause);
+
+    const Options& mOptions;
+    asio::io_context mContext{1};
+    asio::signal_set mSignals;
+    WorkerPool mPool;
+    httpd::Server mServer;
+    int mExitStatus = EXIT_SUCCESS;
+};
+
+Front::Front(const Options& options, const Spawner& spawner)
+    : mOptions(options),
+      mSignals(mContext, SIGTERM, SIGINT),
+      mPool(mContext, spawner.control.get(), options.workers,
+            std::chrono::seconds(options.requestTimeoutS),
+            {[this] { listen(); }, [this](const std::string& cause) { cannotStart(cause); },
+             [this](const std::string& cause) {
+                 fail(cause);
+             }}),
+      mServer(
+          mContext,
+          [this](httpd::Request request, const httpd::Reply& reply) {
+              handle(std::move(request), reply);
+          },
+          [](unsigned int status) {
+              httpd::Response response = unreadable(status);
+              addCommonHeaders(response);
+              return response;
+          })
+{}
+
+int Front::run()
+{
+    mSignals.async_wait([this](boost::system::error_code error, int /*signal*/) {
+        if (!error) {
+            mContext.stop();
+        }
+    });
+    mPool.start();
+    mContext.run();
+    mServer.stop();
+    mPool.stop();
+    return mExitStatus;
+}
+
+void Front::handle(httpd::Request request, const httpd::Reply& reply)
+{
+    httpd::Response response;
+    if (answeredByFront(request, response)) {
+        addCommonHeaders(response);
+        reply(std::move(response));
+        return;
+    }
+    mPool.submit({std::move(request.target)}, [reply](Outcome outcome, httpd::Response answered) {
+        httpd::Response final = responseOf(outcome, std::move(answered));
+        addCommonHeaders(final);
+        reply(std::move(final));
+    });
+}
+
+void Front::listen()
+{
+    std::string problem;
+    if (!mServer.listen(mOptions.address, mOptions.port, problem)) {
+        fail("cannot listen on " + urlOf(mOptions.address, mOptions.port) + ": " + problem +
+             "; choose another address with --listen");
+        return;
+    }
+    (void)std::printf("cimgated: listening on %s\n",
+                      urlOf(mOptions.address, mServer.port()).c_str());
+    (void)std::fflush(stdout);
+}
+
+void Front::cannotStart(const std::string& cause)
+{
+    fail(cause + ": is the data cache " + mOptions.cachePath +
+         " there and readable? Name another file with --cache");
+}
+
+void Front::fail(const std::string& cause)
+{
+    (void)std::fprintf(stderr, "cimgated: %s\n", cause.c_str());
+    mExitStatus = EXIT_FAILURE;
+    mContext.stop();
+}
+
+} // namespace
+
+int runFront(const Options& options, const Spawner& spawner)
+{
+    return Front(options, spawner).run();
+}
+
+} // namespace host

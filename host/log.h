@@ -1,0 +1,16 @@
+// The host's own log lines, beside the library's in the platform log.
+#ifndef HOST_LOG_H_
+#define HOST_LOG_H_
+
+#include <string>
+
+namespace host {
+
+enum class Severity { Error, Info };
+
+// Writes one line to the platform log, under the host's module number.
+void log(Severity severity, const std::string& text);
+
+} // namespace host
+
+#endif

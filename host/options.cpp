@@ -1,0 +1,182 @@
+#include "options.h"
+
+#include <ResourceMapper.h>
+#include <arpa/inet.h>
+
+#include <algorithm>
+#include <charconv>
+#include <functional>
+#include <thread>
+
+namespace host {
+
+namespace {
+
+constexpr unsigned int kMinWorkers = 2;
+constexpr unsigned int kMaxWorkers = 64;
+constexpr unsigned int kMaxTimeoutS = 3600;
+constexpr unsigned int kMaxLogLevel = 4;
+constexpr unsigned int kMaxPort = 65535;
+
+bool readNumber(const std::string& text, unsigned int low, unsigned int high, unsigned int& value)
+{
+    const char* const end = text.data() + text.size();
+    const auto [parsed, error] = std::from_chars(text.data(), end, value);
+    return error == std::errc() && parsed == end && value >= low && value <= high;
+}
+
+bool isLoopback(const std::string& address)
+{
+    in6_addr v6{};
+    if (inet_pton(AF_INET6, address.c_str(), &v6) == 1) {
+        return IN6_IS_ADDR_LOOPBACK(&v6) != 0;
+    }
+    in_addr v4{};
+    constexpr uint32_t kLoopbackNet = 127;
+    return inet_pton(AF_INET, address.c_str(), &v4) == 1 && ntohl(v4.s_addr) >> 24 == kLoopbackNet;
+}
+
+bool readListen(const std::string& text, Options& options, std::string& problem)
+{
+    const size_t colon = text.rfind(':');
+    unsigned int port = 0;
+    if (colon == std::string::npos || !readNumber(text.substr(colon + 1), 0, kMaxPort, port)) {
+        problem =
+            "--listen " + text + ": give ADDRESS:PORT, for example 127.0.0.1:8000 or [::1]:8000";
+        return false;
+    }
+    std::string address = text.substr(0, colon);
+    if (address.starts_with('[') && address.ends_with(']')) {
+        address = address.substr(1, address.size() - 2);
+    }
+    if (!isLoopback(address)) {
+        problem = "--listen " + text +
+                  ": without authentication (--auth none) only loopback addresses are served; "
+                  "give 127.0.0.1:PORT or [::1]:PORT";
+        return false;
+    }
+    options.address = address;
+    options.port = static_cast<uint16_t>(port);
+    return true;
+}
+
+bool readAuth(const std::string& text, std::string& problem)
+{
+    if (text == "none") {
+        return true;
+    }
+    problem = "--auth " + text + ": only \"none\" is supported";
+    return false;
+}
+
+bool readRange(const std::string& name, const std::string& text, unsigned int low,
+               unsigned int high, unsigned int& value, std::string& problem)
+{
+    if (readNumber(text, low, high, value)) {
+        return true;
+    }
+    problem = name + " " + text + ": give a number from " + std::to_string(low) + " to " +
+              std::to_string(high);
+    return false;
+}
+
+bool readOption(const std::string& name, const std::string& value, Options& options,
+                std::string& problem)
+{
+    if (name == "--listen") {
+        return readListen(value, options, problem);
+    }
+    if (name == "--auth") {
+        return readAuth(value, problem);
+    }
+    if (name == "--workers") {
+        return readRange(name, value, kMinWorkers, kMaxWorkers, options.workers, problem);
+    }
+    if (name == "--request-timeout") {
+        return readRange(name, value, 1, kMaxTimeoutS, options.requestTimeoutS, problem);
+    }
+    if (name == "--log-level") {
+        unsigned int level = 0;
+        const bool isLevel = readRange(name, value, 0, kMaxLogLevel, level, problem);
+        options.logLevel = static_cast<int>(level);
+        return isLevel;
+    }
+    std::string* path = name == "--rmf"          ? &options.rmfPath
+                        : name == "--cache"      ? &options.cachePath
+                        : name == "--registries" ? &options.registryDirectory
+                                                 : nullptr;
+    if (path == nullptr) {
+        problem = "unknown option " + name + "; cimgated --help lists them";
+        return false;
+    }
+    *path = value;
+    return true;
+}
+
+} // namespace
+
+std::string helpText()
+{
+    return "usage: cimgated [OPTION]...\n"
+           "Serves Redfish for the resources of a mapping file, from a data cache.\n"
+           "\n"
+           "  --listen ADDRESS:PORT   address to serve, loopback only; port 0 picks a free one\n"
+           "                          (default 127.0.0.1:8000)\n"
+           "  --rmf FILE              mapping file\n"
+           "                          (default " +
+           ResourceMapper::RmfPath +
+           ")\n"
+           "  --cache FILE            data cache, an SQLite file; read only\n"
+           "                          (default " +
+           SQLInterface::DataCachePath +
+           ")\n"
+           "  --registries DIR        message registries (default: the installed ones)\n"
+           "  --auth none             no authentication; the only mode\n"
+           "  --workers N             worker processes, 2 to 64 (default: one for each core, at "
+           "least 2)\n"
+           "  --log-level N           0 (least) to 4; logs go to standard error (default 1)\n"
+           "  --request-timeout S     seconds a request may take, 1 to 3600 (default 30)\n"
+           "  --help                  this text\n"
+           "\n"
+           "Prints \"cimgated: listening on URL\" to standard output when it is ready and stops on "
+           "SIGTERM\n"
+           "or SIGINT. Exit status: 0 stopped, 1 could not start or go on, 2 wrong options.\n";
+}
+
+bool parseOptions(const std::vector<std::string>& arguments, Options& options, std::string& problem)
+{
+    options.rmfPath = ResourceMapper::RmfPath;
+    options.cachePath = SQLInterface::DataCachePath;
+    options.workers = std::clamp(std::thread::hardware_concurrency(), kMinWorkers, kMaxWorkers);
+    for (size_t i = 0; i < arguments.size(); ++i) {
+        std::string name = arguments[i];
+        if (name == "--help") {
+            options.help = true;
+            return true;
+        }
+        std::string value;
+        const size_t equals = name.find('=');
+        if (equals != std::string::npos) {
+            value = name.substr(equals + 1);
+            name.erase(equals);
+        } else if (i + 1 < arguments.size()) {
+            value = arguments[++i];
+        }
+        if (value.empty()) {
+            problem = name + " needs a value; cimgated --help lists the options";
+            return false;
+        }
+        if (!readOption(name, value, options, problem)) {
+            return false;
+        }
+    }
+    return true;
+}
+
+std::string urlOf(const std::string& address, uint16_t port)
+{
+    const bool isV6 = address.find(':') != std::string::npos;
+    return "http://" + (isV6 ? "[" + address + "]" : address) + ":" + std::to_string(port);
+}
+
+} // namespace host

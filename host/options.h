@@ -1,0 +1,37 @@
+// The command line of cimgated.
+#ifndef HOST_OPTIONS_H_
+#define HOST_OPTIONS_H_
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+namespace host {
+
+struct Options
+{
+    std::string address = "127.0.0.1"; // numeric
+    uint16_t port = 8000;              // 0 picks a free one
+    std::string rmfPath;               // mapping file
+    std::string cachePath;             // data cache
+    std::string registryDirectory;     // message registries; empty for the installed ones
+    unsigned int workers = 0;          // worker processes
+    int logLevel = 1;                  // 0 to 4, as LogMessage.h describes them
+    unsigned int requestTimeoutS = 30;
+    bool help = false;
+};
+
+// What --help prints.
+std::string helpText();
+
+// Reads the arguments (without the program's name) into options, which start from their defaults.
+// Returns false with what is wrong, and what to do about it, in problem.
+bool parseOptions(const std::vector<std::string>& arguments, Options& options,
+                  std::string& problem);
+
+// "http://127.0.0.1:8000"; an IPv6 address stands in brackets.
+std::string urlOf(const std::string& address, uint16_t port);
+
+} // namespace host
+
+#endif

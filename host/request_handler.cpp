@@ -1,0 +1,93 @@
+#include "request_handler.h"
+
+#include "error_body.h"
+#include "mapping_lookup.h"
+
+#include <ResourceMapper.h>
+
+namespace host {
+
+namespace {
+
+// Where a resource's data comes from.
+enum class Source {
+    MappingFile, // a singleton without keys: the mapping file says it all
+    DataCache,
+    Cim
+};
+
+Source sourceOf(const ResourceMapper& mapper)
+{
+    if (mapper.mIsCollection || hasText(mapper.mResourceObj, "UniqueSelector")) {
+        return isCachedClass(mapper.mResourceObj, mapper.mCimClass) ? Source::DataCache
+                                                                    : Source::Cim;
+    }
+    return hasText(mapper.mResourceObj, "Selectors") ? Source::Cim : Source::MappingFile;
+}
+
+httpd::Response responseOf(const odata::Scope& scope)
+{
+    httpd::Response response;
+    response.status = static_cast<unsigned int>(scope.GetStatus());
+    response.headers.push_back({"Content-Type", scope.GetContentType()});
+    response.body = scope.GetBody();
+    return response;
+}
+
+httpd::Response answer(ResourceMapper& mapper, const odata::Scope& scope, _ResourceMapperError rc,
+                       Json::Value& body)
+{
+    if (rc == RM_OK) {
+        mapper.SendResponse(body);
+    } else {
+        mapper.SendExtendedErrorResponse(rc);
+    }
+    return responseOf(scope);
+}
+
+httpd::Response readFromCache(ResourceMapper& mapper, const odata::Scope& scope)
+{
+    if (!mapper.IsCached()) { // has set "Retry-After"
+        return errorResponse(503, "ServiceTemporarilyUnavailable", "5");
+    }
+    Json::Value body;
+    const _ResourceMapperError rc =
+        mapper.mIsCollection ? mapper.GetCollection(body, true) : mapper.GetInstance(body, true);
+    return answer(mapper, scope, rc, body);
+}
+
+httpd::Response read(ResourceMapper& mapper, const odata::Scope& scope)
+{
+    Json::Value body;
+    _ResourceMapperError rc = mapper.ParseUri(RM_METHOD_GET);
+    if (rc != RM_OK) {
+        return answer(mapper, scope, rc, body);
+    }
+    switch (sourceOf(mapper)) {
+    case Source::DataCache:
+        return readFromCache(mapper, scope);
+    case Source::Cim:
+        // Reads that need a CIM object manager are not part of this service yet.
+        return errorResponse(501, "GeneralError");
+    case Source::MappingFile:
+        break;
+    }
+    (void)mapper.IsServiceURI(body, rc);
+    return answer(mapper, scope, rc, body);
+}
+
+} // namespace
+
+httpd::Response handleRead(const std::string& target)
+{
+    odata::Scope scope = odata::Scope::ForRequest(target);
+    const odata::URI uri = scope.NewURI();
+    ResourceMapper mapper(nullptr, scope, uri, false);
+    httpd::Response response = read(mapper, scope);
+    for (size_t i = 0; i < scope.GetHeaderCount(); ++i) {
+        response.headers.push_back({scope.GetHeaderName(i), scope.GetHeaderValue(i)});
+    }
+    return response;
+}
+
+} // namespace host

@@ -1,0 +1,29 @@
+// The spawner: a small process, forked before any thread, listener or key exists, that loads the
+// mapping file and forks workers from its pages when the front asks.
+#ifndef HOST_SPAWNER_H_
+#define HOST_SPAWNER_H_
+
+#include "file_descriptor.h"
+
+#include <sys/types.h>
+
+#include <string>
+
+namespace host {
+
+struct Spawner
+{
+    pid_t pid = 0;
+    FileDescriptor control; // see control.h
+};
+
+// Forks the spawner and waits until it has loaded the mapping file (ResourceMapper::RmfPath).
+// Returns false with the cause in problem. Closing control ends the spawner and its workers.
+bool startSpawner(Spawner& spawner, std::string& problem);
+
+// Waits until the spawner, and with it every worker, has ended.
+void awaitSpawner(Spawner& spawner);
+
+} // namespace host
+
+#endif

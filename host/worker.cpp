@@ -1,0 +1,103 @@
+#include "worker.h"
+
+#include "frame.h"
+#include "mapping_lookup.h"
+#include "request_handler.h"
+
+#include <ResourceMapper.h>
+#include <sys/prctl.h>
+#include <sys/resource.h>
+#include <sys/socket.h>
+
+#include <cerrno>
+#include <csignal>
+#include <cstdlib>
+#include <new>
+
+namespace host {
+
+namespace {
+
+// Address space of a worker. A page of the largest collections takes a tenth; what needs more than
+// this is a conversion that never ends.
+constexpr rlim_t kMemoryBytes = 256UL * 1024 * 1024;
+
+// Sanitizers reserve terabytes of address space.
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+constexpr bool kLimitMemory = false;
+#else
+constexpr bool kLimitMemory = true;
+#endif
+
+void limitResources()
+{
+    const rlimit noCore{0, 0};
+    (void)setrlimit(RLIMIT_CORE, &noCore);
+    if (kLimitMemory) {
+        const rlimit memory{kMemoryBytes, kMemoryBytes};
+        (void)setrlimit(RLIMIT_AS, &memory);
+    }
+}
+
+// Reads exactly size bytes; false when the front is gone.
+bool readBytes(int socket, char* buffer, size_t size)
+{
+    while (size > 0) {
+        const ssize_t got = recv(socket, buffer, size, 0);
+        if (got < 0 && errno == EINTR) {
+            continue;
+        }
+        if (got <= 0) {
+            return false;
+        }
+        buffer += got;
+        size -= static_cast<size_t>(got);
+    }
+    return true;
+}
+
+bool writeBytes(int socket, const std::string& bytes)
+{
+    size_t sent = 0;
+    while (sent < bytes.size()) {
+        const ssize_t put = send(socket, bytes.data() + sent, bytes.size() - sent, MSG_NOSIGNAL);
+        if (put < 0 && errno == EINTR) {
+            continue;
+        }
+        if (put < 0) {
+            return false;
+        }
+        sent += static_cast<size_t>(put);
+    }
+    return true;
+}
+
+bool readRequest(int socket, WorkerRequest& request)
+{
+    char header[kFrameHeaderBytes];
+    uint32_t bytes = 0;
+    if (!readBytes(socket, header, sizeof header) || !decodeLength(header, bytes)) {
+        return false;
+    }
+    std::string payload(bytes, '\0');
+    return readBytes(socket, payload.data(), payload.size()) && decodeRequest(payload, request);
+}
+
+} // namespace
+
+void runWorker(FileDescriptor socket)
+{
+    (void)prctl(PR_SET_NAME, "cimgated-worker");
+    limitResources();
+    if (hasCachedClass(ResourceMapper::RmfObj)) {
+        (void)LoadDatabase(); // ends the process where the cache cannot be opened
+    }
+    bool isConnected = writeBytes(socket.get(), encodeReady());
+    WorkerRequest request;
+    while (isConnected && readRequest(socket.get(), request)) {
+        isConnected = writeBytes(socket.get(), encodeResponse(handleRead(request.target)));
+    }
+    _exit(EXIT_SUCCESS);
+}
+
+} // namespace host

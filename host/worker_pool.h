@@ -1,0 +1,106 @@
+// The front's view of its workers: hands each request to a worker that is free, keeps a bounded
+// queue of those that wait, ends workers that take too long, and replaces those that end.
+//
+// Threads: everything runs in the one thread that runs the io_context.
+#ifndef HOST_WORKER_POOL_H_
+#define HOST_WORKER_POOL_H_
+
+#include "control.h"
+#include "frame.h"
+
+#include <boost/asio/io_context.hpp>
+#include <boost/asio/posix/stream_descriptor.hpp>
+#include <boost/asio/steady_timer.hpp>
+
+#include <chrono>
+#include <deque>
+#include <functional>
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace host {
+
+// What became of a request.
+enum class Outcome {
+    Answered,
+    WorkerEnded, // the worker that had it ended
+    TooLate,     // the worker that had it took too long and was ended
+    Overloaded   // too many requests wait already, or it waited too long
+};
+
+// Called once for each request; the response belongs to Outcome::Answered.
+using Completion = std::function<void(Outcome, httpd::Response)>;
+
+class Worker;
+
+class WorkerPool
+{
+public:
+    struct Events
+    {
+        std::function<void()> ready;                         // all first workers are ready
+        std::function<void(const std::string&)> cannotStart; // a first worker did not get ready
+        std::function<void(const std::string&)> failed;      // the service cannot go on
+    };
+
+    // control is the socket to the spawner, which must outlive the pool.
+    WorkerPool(boost::asio::io_context& context, int control, unsigned int workers,
+               std::chrono::seconds requestTimeout, Events events);
+    ~WorkerPool();
+    WorkerPool(const WorkerPool&) = delete;
+    WorkerPool& operator=(const WorkerPool&) = delete;
+
+    // Asks the spawner for the first workers.
+    void start();
+
+    // Takes a request.
+    void submit(WorkerRequest request, Completion done);
+
+    // Ends the work with the workers; requests still out are dropped.
+    void stop();
+
+private:
+    friend class Worker;
+
+    struct Waiting
+    {
+        WorkerRequest request;
+        Completion done;
+        std::chrono::steady_clock::time_point until;
+    };
+
+    void awaitControl();
+    void controlReadable();
+    void handleControl(ControlMessage& message);
+    void requestWorker();
+    void spawnFailed(const std::string& cause);
+    void scheduleRespawn();
+    void assignWaiting();
+    void dropExpired();
+    void armQueueTimer();
+
+    // From a worker
+    void workerReady(Worker& worker);
+    void workerFree(Worker& worker);
+    void workerGone(Worker& worker, bool wasReady);
+    void endWorker(pid_t pid);
+
+    boost::asio::io_context& mContext;
+    boost::asio::posix::stream_descriptor mControl;
+    boost::asio::steady_timer mRespawnTimer;
+    boost::asio::steady_timer mQueueTimer;
+    unsigned int mWanted;
+    std::chrono::seconds mRequestTimeout;
+    Events mEvents;
+    std::vector<std::shared_ptr<Worker>> mWorkers;
+    std::deque<Waiting> mQueue;
+    std::chrono::milliseconds mBackOff{0};
+    unsigned int mReady = 0; // counts up to mWanted while the service starts
+    bool mIsStarting = true;
+    bool mIsStopped = false;
+};
+
+} // namespace host
+
+#endif

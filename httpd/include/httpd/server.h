@@ -1,0 +1,81 @@
+// An HTTP/1.1 server (RFC 9112): keep-alive, HEAD, pipelining in order, limits for slow or greedy
+// clients. It knows nothing of what it serves.
+//
+// Threads: everything runs in the one thread that runs the io_context.
+#ifndef HTTPD_SERVER_H_
+#define HTTPD_SERVER_H_
+
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace boost::asio {
+class io_context;
+}
+
+namespace httpd {
+
+struct Header
+{
+    std::string name;
+    std::string value;
+};
+
+struct Request
+{
+    std::string method; // as it came: "GET"
+    std::string target; // as it came: "/path?query"
+    std::vector<Header> headers;
+    std::string body;
+};
+
+// The server adds Date, Content-Length and Connection, and sends no body in answer to HEAD.
+struct Response
+{
+    unsigned int status = 200;
+    std::vector<Header> headers;
+    std::string body;
+};
+
+// Value of a header, its name compared without case; empty when there is none.
+std::string_view findHeader(const std::vector<Header>& headers, std::string_view name);
+
+// Sends the response to a request; to be called once, now or later, from the io_context's thread.
+using Reply = std::function<void(Response)>;
+
+// Answers a request.
+using Handler = std::function<void(Request, Reply)>;
+
+// Makes the response for a request that never reached the handler: 400, 408, 413, 431.
+using ErrorPage = std::function<Response(unsigned int status)>;
+
+class Server
+{
+public:
+    Server(boost::asio::io_context& context, Handler handler, ErrorPage errorPage);
+    ~Server();
+    Server(const Server&) = delete;
+    Server& operator=(const Server&) = delete;
+
+    // Listens on a numeric address ("127.0.0.1", "::1"); port 0 picks a free one. Returns false
+    // with the cause in problem.
+    bool listen(const std::string& address, uint16_t port, std::string& problem);
+
+    // The port that is listened on.
+    uint16_t port() const;
+
+    // Stops listening and closes every connection.
+    void stop();
+
+    class Impl;
+
+private:
+    std::shared_ptr<Impl> mImpl;
+};
+
+} // namespace httpd
+
+#endif

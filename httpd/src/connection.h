@@ -1,0 +1,45 @@
+// One client's connection: reads requests, has them answered, writes the answers in order.
+#ifndef HTTPD_CONNECTION_H_
+#define HTTPD_CONNECTION_H_
+
+#include "httpd/server.h"
+
+#include <boost/asio/ip/tcp.hpp>
+
+#include <memory>
+
+namespace httpd {
+
+class Connection
+{
+public:
+    Connection() = default;
+    virtual ~Connection() = default;
+    Connection(const Connection&) = delete;
+    Connection& operator=(const Connection&) = delete;
+
+    // Closes the connection at once; an answer still due is dropped.
+    virtual void close() = 0;
+};
+
+// What a connection needs of its server; connections keep it alive.
+class ConnectionOwner
+{
+public:
+    ConnectionOwner() = default;
+    virtual ~ConnectionOwner() = default;
+    ConnectionOwner(const ConnectionOwner&) = delete;
+    ConnectionOwner& operator=(const ConnectionOwner&) = delete;
+
+    virtual void handle(Request request, Reply reply) = 0;
+    virtual Response errorPage(unsigned int status) = 0;
+    virtual void opened(Connection* connection) = 0;
+    virtual void closed(Connection* connection) = 0;
+};
+
+// Serves an accepted socket until either side closes it.
+void startConnection(boost::asio::ip::tcp::socket socket, std::shared_ptr<ConnectionOwner> owner);
+
+} // namespace httpd
+
+#endif

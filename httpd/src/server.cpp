@@ -1,0 +1,171 @@
+#include "httpd/server.h"
+
+#include "connection.h"
+#include "httpd/limits.h"
+
+#include <boost/asio/io_context.hpp>
+#include <boost/asio/ip/tcp.hpp>
+#include <boost/asio/steady_timer.hpp>
+
+#include <algorithm>
+#include <unordered_set>
+
+namespace httpd {
+
+namespace asio = boost::asio;
+using asio::ip::tcp;
+using boost::system::error_code;
+
+class Server::Impl : public ConnectionOwner, public std::enable_shared_from_this<Server::Impl>
+{
+public:
+    Impl(asio::io_context& context, Handler handler, ErrorPage errorPage)
+        : mContext(context),
+          mAcceptor(context),
+          mRetry(context),
+          mHandler(std::move(handler)),
+          mErrorPage(std::move(errorPage))
+    {}
+
+    bool listen(const std::string& address, uint16_t port, std::string& problem);
+    uint16_t port() const;
+    void stop();
+
+    void handle(Request request, Reply reply) override
+    {
+        mHandler(std::move(request), std::move(reply));
+    }
+    Response errorPage(unsigned int status) override { return mErrorPage(status); }
+    void opened(Connection* connection) override { mConnections.insert(connection); }
+    void closed(Connection* connection) override;
+
+private:
+    void accept();
+    void accepted(error_code error, tcp::socket socket);
+
+    asio::io_context& mContext;
+    tcp::acceptor mAcceptor;
+    asio::steady_timer mRetry;
+    Handler mHandler;
+    ErrorPage mErrorPage;
+    std::unordered_set<Connection*> mConnections;
+    bool mAccepting = false;
+};
+
+bool Server::Impl::listen(const std::string& address, uint16_t port, std::string& problem)
+{
+    error_code error;
+    const tcp::endpoint endpoint(asio::ip::make_address(address, error), port);
+    if (!error) {
+        mAcceptor.open(endpoint.protocol(), error);
+    }
+    if (!error) {
+        mAcceptor.set_option(asio::socket_base::reuse_address(true), error);
+    }
+    if (!error) {
+        mAcceptor.bind(endpoint, error);
+    }
+    if (!error) {
+        mAcceptor.listen(asio::socket_base::max_listen_connections, error);
+    }
+    if (error) {
+        problem = error.message();
+        return false;
+    }
+    accept();
+    return true;
+}
+
+uint16_t Server::Impl::port() const
+{
+    error_code error;
+    return mAcceptor.local_endpoint(error).port();
+}
+
+void Server::Impl::stop()
+{
+    error_code ignored;
+    mAcceptor.close(ignored);
+    mRetry.cancel();
+    const std::vector<Connection*> open(mConnections.begin(), mConnections.end());
+    for (Connection* connection : open) {
+        connection->close();
+    }
+}
+
+void Server::Impl::closed(Connection* connection)
+{
+    mConnections.erase(connection);
+    accept();
+}
+
+void Server::Impl::accept()
+{
+    if (mAccepting || !mAcceptor.is_open() || mConnections.size() >= kMaxConnections) {
+        return;
+    }
+    mAccepting = true;
+    mAcceptor.async_accept([self = shared_from_this()](error_code error, tcp::socket socket) {
+        self->mAccepting = false;
+        self->accepted(error, std::move(socket));
+    });
+}
+
+void Server::Impl::accepted(error_code error, tcp::socket socket)
+{
+    if (!mAcceptor.is_open()) {
+        return;
+    }
+    if (!error) {
+        startConnection(std::move(socket), shared_from_this());
+        accept();
+        return;
+    }
+    mRetry.expires_after(kAcceptRetry);
+    mRetry.async_wait([self = shared_from_this()](error_code waitError) {
+        if (!waitError) {
+            self->accept();
+        }
+    });
+}
+
+Server::Server(asio::io_context& context, Handler handler, ErrorPage errorPage)
+    : mImpl(std::make_shared<Impl>(context, std::move(handler), std::move(errorPage)))
+{}
+
+Server::~Server()
+{
+    mImpl->stop();
+}
+
+bool Server::listen(const std::string& address, uint16_t port, std::string& problem)
+{
+    return mImpl->listen(address, port, problem);
+}
+
+uint16_t Server::port() const
+{
+    return mImpl->port();
+}
+
+void Server::stop()
+{
+    mImpl->stop();
+}
+
+std::string_view findHeader(const std::vector<Header>& headers, std::string_view name)
+{
+    const auto sameLetter = [](char a, char b) {
+        return std::tolower(static_cast<unsigned char>(a)) ==
+               std::tolower(static_cast<unsigned char>(b));
+    };
+    for (const Header& header : headers) {
+        if (std::equal(header.name.begin(), header.name.end(), name.begin(), name.end(),
+                       sameLetter)) {
+            return header.value;
+        }
+    }
+    return {};
+}
+
+} // namespace httpd
