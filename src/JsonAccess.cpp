@@ -24,6 +24,15 @@ const Json::Value& objectOf(const Json::Value& value)
     return Json::Value::nullSingleton();
 }
 
+const Json::Value& arrayOf(const Json::Value& value)
+{
+    if (value.isArray() || value.isNull()) {
+        return value;
+    }
+    logUnexpectedType("an array", value);
+    return Json::Value::nullSingleton();
+}
+
 const Json::Value& memberOf(const Json::Value& value, std::string_view key)
 {
     const Json::Value* member = objectOf(value).find(key.data(), key.data() + key.size());

@@ -28,6 +28,9 @@ bool flagOf(const Json::Value& value, std::string_view key);
 // value when it is an object, else null: what is safe to iterate with names.
 const Json::Value& objectOf(const Json::Value& value);
 
+// value when it is an array, else null.
+const Json::Value& arrayOf(const Json::Value& value);
+
 // Name of an object's first member in sorted order; "" when there is none.
 std::string firstMemberName(const Json::Value& value);
 

@@ -29,7 +29,10 @@ private:
     const char* mFunction;
 };
 
-#define LOG_SCOPE() const LogScope logScope(__FILE__, __LINE__, __func__)
+#define LOG_SCOPE() LOG_SCOPE_AS(__func__)
+
+// The same under the name of the public operation whose work is done here.
+#define LOG_SCOPE_AS(name) const LogScope logScope(__FILE__, __LINE__, name)
 
 // Logs the condition of a broken invariant and aborts.
 [[noreturn]] void assertionFailed(const char* file, int line, const char* function,

@@ -108,7 +108,7 @@ _ResourceMapperError ResourceMapper::AddOdataMetaData(Json::Value& obj, bool /*i
 _ResourceMapperError ResourceMapper::annotate(Json::Value& obj, const Json::Value& selectList,
                                               bool isTarget)
 {
-    LOG_SCOPE();
+    LOG_SCOPE_AS("AddOdataMetaData");
     // A collection itself is described by its own entry, its members by theirs.
     const bool fromResourceObj = !(isTarget && mIsCollection);
     const Json::Value& entry = fromResourceObj ? mResourceObj : memberOf(RmfObj, mOemResourceName);
@@ -214,7 +214,7 @@ unsigned int ResourceMapper::applyFilterOnAction(Json::Value& resource, Json::Va
 _ResourceMapperError ResourceMapper::filterActions(Json::Value& resource,
                                                    const Json::Value& selectList)
 {
-    LOG_SCOPE();
+    LOG_SCOPE_AS("applyFilterOnAction");
     const Json::Value& actions = memberOf(resource, mapping::kActions);
     Json::Value filtered;
     for (const Json::Value& selected : selectList) {

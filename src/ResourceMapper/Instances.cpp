@@ -102,7 +102,7 @@ ResourceMapper::ApplyFilterToGetInstance(Json::Value& data, Json::Value selectLi
 _ResourceMapperError ResourceMapper::shapeResult(Json::Value& data, const Json::Value& selectList,
                                                  bool forActions)
 {
-    LOG_SCOPE();
+    LOG_SCOPE_AS("ApplyFilterToGetInstance");
     Json::Value names(Json::arrayValue);
     if (const auto rc = narrowNames(selectList, forActions, names); rc != RM_OK) {
         return rc;

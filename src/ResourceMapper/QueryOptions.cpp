@@ -105,7 +105,7 @@ _ResourceMapperError ResourceMapper::matchSelect(const Json::Value& candidates,
                                                  const Json::Value& selectList,
                                                  Json::Value& matched, bool& selectAll)
 {
-    LOG_SCOPE();
+    LOG_SCOPE_AS("MatchQueryParamAndPropList");
     if (selectList.empty()) {
         return RM_OK;
     }

@@ -26,18 +26,14 @@ void ResourceMapper::SetAllowedHeader()
         LOG_AT(LOG_ERROR, "%s metadata is missing in RMF", mapping::kAllowedOperations);
         return;
     }
-    const Json::Value& operations = memberOf(entry, mapping::kAllowedOperations);
+    const Json::Value& operations = arrayOf(memberOf(entry, mapping::kAllowedOperations));
     if (operations.empty()) {
         return;
     }
     std::string allowed;
-    if (operations.isArray()) {
-        for (const Json::Value& operation : operations) {
-            allowed += allowed.empty() ? "" : ",";
-            allowed += textOf(operation);
-        }
-    } else { // one method without its array
-        allowed = textOf(operations);
+    for (const Json::Value& operation : operations) {
+        allowed += allowed.empty() ? "" : ",";
+        allowed += textOf(operation);
     }
     LOG_AT(LOG_STEP, "Allowed operation: %s", allowed.c_str());
     mScope.SetHeader("Allow", allowed.c_str());

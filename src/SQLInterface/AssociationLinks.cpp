@@ -131,7 +131,7 @@ void linkByAssociation(Json::Value& links, const std::string& name, const Json::
 
 void resolveLinks(const Json::Value& resource, Json::Value& links, const std::string& id)
 {
-    LOG_SCOPE();
+    LOG_SCOPE_AS("getLinksFromAssociation");
     RM_ASSERT(0 == reg_comp_assoc);
     if (!assocParsed) {
         LOG_AT(LOG_ERROR, "Assocation string parsing is failed");

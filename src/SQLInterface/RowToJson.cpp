@@ -81,7 +81,7 @@ std::string localDateTime(const char* text)
 Json::Value numberByCimType(const Json::Value& propertyMap, const std::string& className,
                             const char* text)
 {
-    LOG_SCOPE();
+    LOG_SCOPE_AS("PopulateSQLIntegerValues");
     const std::string type = textOf(propertyMap, mapping::kCimType);
     const bool typed = !type.empty();
     if (!typed) {
@@ -114,6 +114,9 @@ Json::Value numberByCimType(const Json::Value& propertyMap, const std::string& c
 template <typename Use>
 void forEachElement(__blobData* blob, const Use& use)
 {
+    if (blob->count < 1) {
+        return;
+    }
     char* rest = nullptr;
     char* element = strtok_r(blob->data, kElementSeparator, &rest);
     for (int32_t i = 0; i < blob->count && element != nullptr; ++i) {
@@ -124,6 +127,7 @@ void forEachElement(__blobData* blob, const Use& use)
 
 void appendMapped(__blobData* blob, Json::Value& array, const Json::Value& valueMap)
 {
+    LOG_SCOPE_AS("BlobValueUpdate");
     forEachElement(blob, [&](const char* element) {
         const Json::Value* mapped = valueMap.find(element, element + std::strlen(element));
         array.append(mapped != nullptr ? *mapped : Json::Value(element));
@@ -133,7 +137,7 @@ void appendMapped(__blobData* blob, Json::Value& array, const Json::Value& value
 void appendNumbers(__blobData* blob, const Column& column, const std::string& className,
                    Json::Value& array)
 {
-    if (blob->count < 1 || blob->count > kMaxNumberElements) {
+    if (blob->count > kMaxNumberElements) {
         return;
     }
     forEachElement(blob, [&](const char* element) {
@@ -243,7 +247,7 @@ Json::Value rowToJson(sqlite3_stmt* stmt, const std::vector<Column>& columns,
 int rowsToJson(sqlite3_stmt* stmt, Json::Value& out, const Json::Value& entry,
                const std::string& className, bool isCollection)
 {
-    LOG_SCOPE();
+    LOG_SCOPE_AS("SQLToJson");
     int status = sqlite3_step(stmt);
     const std::vector<Column> columns =
         GetColumnNames(stmt, mapping::propertiesOf(entry, className), isCollection);
@@ -276,6 +280,5 @@ void SQLInterface::PopulateSQLIntegerValues(std::string prop, Json::Value& rmf,
 
 void SQLInterface::BlobValueUpdate(__blobData* blob, Json::Value& array, Json::Value valueMap)
 {
-    LOG_SCOPE();
     appendMapped(blob, array, objectOf(valueMap));
 }

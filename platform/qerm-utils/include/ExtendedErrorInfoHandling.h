@@ -5,6 +5,9 @@
 // "Base.1.18.json" for the standard messages and "Vexo.1.0.json" for the product's. They are read
 // once, at the first use or at LoadRegistries(); a changed file takes effect in a new process.
 //
+// Texts may hold any bytes: what is not UTF-8 appears as U+FFFD. No operation throws; when memory
+// is exhausted a message is left out, or the rendered body is empty.
+//
 // Threads: the registries are read once under a lock and only read afterwards; an object belongs to
 // one thread at a time.
 #ifndef EXTENDED_ERROR_INFO_HANDLING_H_
@@ -38,7 +41,9 @@ public:
     // Appends one message of the product registry, for example "SYS403". The first further string
     // is the related property (a JSON pointer such as "#/Name", empty for none); the others fill
     // the message's arguments %1, %2, ... in order. Missing arguments fill as empty texts, surplus
-    // ones are dropped. A null pointer counts as an empty text.
+    // ones are dropped. A null pointer counts as an empty text. An id that the registry does not
+    // have is reported with a general text and severity "Critical", an empty one as the base
+    // registry's "GeneralError".
     void InsertMessageID(const char* id);
     void InsertMessageID(const char* id, const char* related);
     void InsertMessageID(const char* id, const char* related, const char* a1);
@@ -53,7 +58,7 @@ public:
     void InsertBaseMessageID(const char* name, const char* related, const char* a1, const char* a2,
                              const char* a3);
 
-    // The whole error body as compact JSON text:
+    // The whole error body as compact JSON text, one line that ends in a newline:
     //   {"error": {"code": "Base.1.18.GeneralError", "message": "...",
     //              "@Message.ExtendedInfo": [{"@odata.type": "#Message.v1_1_1.Message",
     //                "MessageId": "Base.1.18.ResourceMissingAtURI", "Message": "...",
@@ -65,7 +70,7 @@ public:
 
     // Adds a success message to the "@Message.ExtendedInfo" array of body (made when missing): the
     // product message id, or the base registry's "Success" when id is null or empty. A body that is
-    // null becomes an object.
+    // null becomes an object, any other that is no object is left alone.
     void AppendSuccessExtendedJSON(Json::Value& body, const char* id);
 
     // The same with the base registry's "Created".

@@ -8,6 +8,10 @@
  * A handle argument must not be NULL unless an operation says so; the C functions do not check it
  * (the C++ wrappers do). Text returned by an operation is NUL-terminated and belongs to the handle:
  * it stays valid until the handle is released or the same value is set again.
+ *
+ * When memory is exhausted while a value is set, the value stays as it was, and from then on
+ * OL_Scope_NewURI gives NULL and OL_Scope_SendResult 0: half a request or response never passes for
+ * a whole one.
  */
 #ifndef ODATA_ODATA_C_H_
 #define ODATA_ODATA_C_H_
@@ -37,7 +41,7 @@ enum OL_QueryOption {
 /* What is wrong with a request URI; the first fault found counts. */
 enum OL_URIFault {
     OL_URI_OK = 0,
-    OL_URI_TOO_LONG = 1,       /* text longer than OL_URI_MAX_BYTES: nothing of it was parsed */
+    OL_URI_TOO_LONG = 1,       /* more than OL_URI_MAX_BYTES or _SEGMENTS: nothing was parsed */
     OL_URI_BAD_ENCODING = 2,   /* "%" without two hex digits, or "%00": kept as literal text */
     OL_URI_REPEATED_OPTION = 3 /* a known "$" option given twice: the first one counts */
 };
@@ -45,7 +49,7 @@ enum OL_URIFault {
 /* Longest request URI that is parsed, in bytes: what common servers and proxies accept. */
 #define OL_URI_MAX_BYTES 8190
 
-/* Most path segments kept; a URI with more is OL_URI_TOO_LONG. */
+/* Most path segments, empty ones not counted; a URI with more is OL_URI_TOO_LONG. */
 #define OL_URI_MAX_SEGMENTS 64
 
 /* ---- Scope: life ---- */
@@ -73,7 +77,8 @@ OL_URI* OL_Scope_NewURI(OL_Scope* scope);
 /* ---- Scope: the response, written by the library ---- */
 
 /* Sets a response header; a header of the same name (compared without case) is replaced. CR, LF
- * and NUL cannot stand in a header: text is cut before the first of them. */
+ * and NUL cannot stand in a header: text is cut before the first of them. A name of which nothing
+ * is left sets no header. */
 void OL_Scope_SetHeader(OL_Scope* scope, const char* name, const char* value);
 
 /* Sets the HTTP status. */
@@ -84,7 +89,7 @@ void OL_Scope_WriteBody(OL_Scope* scope, const char* contentType, const char* bo
 
 /* Completes the response: result 0 for success, 1 for an error; the text (printf style) is kept
  * for the host's log. Returns 1, or 0 when the response was already completed (it then stays as it
- * was). */
+ * was) or a part of it was lost (it then stays not completed). */
 int OL_Scope_SendResult(OL_Scope* scope, int result, const char* format, ...)
     __attribute__((format(printf, 3, 4)));
 
@@ -123,7 +128,8 @@ unsigned int OL_URI_OptionMask(const OL_URI* uri);
 size_t OL_URI_GetOptionLength(const OL_URI* uri, unsigned int option);
 
 /* Copies an option's value, NUL-terminated and cut to size - 1 bytes, into buffer. Returns the
- * number of bytes copied without the NUL; 0 when the option is absent or size is 0. */
+ * number of bytes copied without the NUL; 0 when the option is absent (buffer then holds "") or
+ * size is 0 (buffer is then not touched). */
 size_t OL_URI_CopyOption(const OL_URI* uri, unsigned int option, char* buffer, size_t size);
 
 /* An option's value as an unsigned decimal number. A value that is not made of digits only, or
