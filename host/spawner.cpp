@@ -69,8 +69,9 @@ private:
 void SpawnerProcess::run()
 {
     (void)prctl(PR_SET_NAME, "cimgated-spawn");
-    // Ctrl-C reaches the whole group: the front decides when the others end.
+    // Ctrl-C, or a supervisor, may signal the whole group: the front decides when the others end.
     (void)std::signal(SIGINT, SIG_IGN);
+    (void)std::signal(SIGTERM, SIG_IGN);
     (void)std::signal(SIGPIPE, SIG_IGN);
     ControlMessage loaded;
     loaded.text = loadMapping();

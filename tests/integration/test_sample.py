@@ -1,0 +1,422 @@
+#!/usr/bin/python3
+"""The sample system, read by a client that follows every link.
+
+Starts the service with the mapping and the cache of data/, begins at the collections and services, follows every
+"@odata.id" and next link, and compares what it has seen with the rows of the cache.
+
+Environment: CIMGATE_BUILD_DIR, a build with host/cimgated; CIMGATE_SOURCE_DIR, the checkout.
+"""
+
+import json
+import os
+import re
+import sqlite3
+import struct
+import subprocess
+import tempfile
+import time
+import unittest
+from pathlib import Path
+
+SOURCE_DIR = Path(os.environ["CIMGATE_SOURCE_DIR"])
+CIMGATED = Path(os.environ["CIMGATE_BUILD_DIR"]) / "host" / "cimgated"
+MAPPING_FILE = SOURCE_DIR / "data" / "resourcemapping.json"
+
+CHASSIS = "/redfish/v1/Vexo/Chassis/System.Embedded.1"
+SYSTEM = "/redfish/v1/Vexo/Systems/System.Embedded.1"
+MANAGER = "/redfish/v1/Vexo/Managers/Tavix.Embedded.1"
+
+# Where a crawl begins: nothing links to these.
+ENTRY_URIS = [
+    "/redfish/v1/Vexo/Systems/VexoSystemCollection",
+    CHASSIS + "/VexoEnclosureCollection",
+    CHASSIS + "/VexoEnclosureEMMCollection",
+    CHASSIS + "/Power/PowerSupplies/VexoPowerSupplyCollection",
+    SYSTEM + "/VexoPSNumericSensorCollection",
+    SYSTEM + "/VexoNumericSensorCollection",
+    SYSTEM + "/VexoDriveCollection",
+    SYSTEM + "/VexoVolumeCollection",
+    SYSTEM + "/VexoMemoryCollection",
+    MANAGER + "/VexoSoftwareIdentityCollection",
+    SYSTEM + "/VexoPowerManagementService",
+    CHASSIS + "/VexoIndicatorService",
+    SYSTEM + "/VexoDiagnosticService",
+    MANAGER + "/VexoSoftwareInstallationService",
+]
+# Answers other than 200 that belong to the sample: this class is not ready in the cache.
+NOT_READY = {SYSTEM + "/VexoMemoryCollection": 503}
+
+# Links that lead back, by link name, and the link name on the other side.
+TWO_WAY_LINKS = {
+    "VexoEnclosureEMMCollection": "VexoEnclosureCollection",
+    "VexoEnclosureCollection": "VexoEnclosureEMMCollection",
+    "VexoPSNumericSensorCollection": "VexoPowerSupplyCollection",
+    "VexoPowerSupplyCollection": "VexoPSNumericSensorCollection",
+}
+
+
+class Answer:
+    def __init__(self, head, body):
+        lines = head.splitlines()
+        self.status = int(lines[0].split(" ")[1])
+        self.headers = {name.lower(): value.strip() for name, _, value in
+                        (line.partition(":") for line in lines[1:] if ":" in line)}
+        self.body = json.loads(body) if body else None
+
+
+class Sample:
+    """The running service and the cache behind it."""
+
+    def __init__(self, directory):
+        self.cache = Path(directory) / "cache.db"
+        subprocess.run([SOURCE_DIR / "scripts" / "make-sample-cache", self.cache], check=True)
+        with MAPPING_FILE.open(encoding="utf-8") as file:
+            self.mapping = json.load(file)
+        self.log = (Path(directory) / "cimgated.log").open("wb")
+        self.process = subprocess.Popen(
+            [CIMGATED, "--listen", "127.0.0.1:0", "--rmf", MAPPING_FILE, "--cache", self.cache,
+             "--registries", SOURCE_DIR / "data" / "registries"],
+            stdout=subprocess.PIPE, stderr=self.log, text=True, env=dict(os.environ, TZ="UTC"))
+        line = self.process.stdout.readline()
+        if "listening on " not in line:
+            self.stop()
+            raise AssertionError("cimgated ended before it was ready")
+        self.base = line.split("listening on ")[1].strip()
+
+    def stop(self):
+        """Ends the service, which must end well and without having lost a worker."""
+        self.process.terminate()
+        status = self.process.wait(timeout=30)
+        self.process.stdout.close()
+        self.log.close()
+        log = Path(self.log.name).read_text(encoding="utf-8")
+        if status != 0 or "cimgated: worker" in log or "Assertion" in log:
+            raise AssertionError(f"cimgated ended with {status}:\n{log}")
+
+    def get(self, uri):
+        done = subprocess.run(["curl", "-s", "-S", "-i", "-g", "--path-as-is", "--max-time", "60", self.base + uri],
+                              stdout=subprocess.PIPE, stderr=subprocess.PIPE, check=False)
+        if done.returncode != 0:
+            raise AssertionError(f"{uri}: {done.stderr.decode()}")
+        head, _, body = done.stdout.decode().partition("\r\n\r\n")
+        return Answer(head, body)
+
+    def rows(self, query):
+        connection = sqlite3.connect(f"file:{self.cache}?mode=ro", uri=True)
+        connection.row_factory = sqlite3.Row
+        try:
+            return connection.execute(query).fetchall()
+        finally:
+            connection.close()
+
+    def member_entries(self):
+        """The entries of collection members: name, entry, class name, class map."""
+        for name, entry in self.mapping.items():
+            if entry.get("UniqueSelector"):
+                [(class_name, class_map)] = entry["mappings"].items()
+                yield name, entry, class_name, class_map
+
+
+def referenced_uris(value):
+    """Every "@odata.id" and next link in an answer, at any depth."""
+    if isinstance(value, dict):
+        for name, member in value.items():
+            if name in ("@odata.id", "Members@odata.nextLink"):
+                yield member
+            else:
+                yield from referenced_uris(member)
+    elif isinstance(value, list):
+        for element in value:
+            yield from referenced_uris(element)
+
+
+def crawl(sample):
+    answers = {}
+    waiting = list(ENTRY_URIS)
+    while waiting:
+        uri = waiting.pop()
+        if uri not in answers:
+            answers[uri] = sample.get(uri)
+            waiting.extend(referenced_uris(answers[uri].body))
+    return answers
+
+
+def shown_number(number, cim_type):
+    if cim_type == "boolean":
+        return number == 1
+    if cim_type == "datetime":
+        return time.strftime("%Y-%m-%dT%H:%M:%S+0000", time.gmtime(number // 1000000))
+    return number
+
+
+def shown_array(blob, mapping):
+    kind, count = struct.unpack_from("<ii", blob)
+    elements = blob[8:].decode().split("#\u2591#") if count > 0 else []
+    assert len(elements) == count, (elements, count)
+    words = mapping.get("value_mapping")
+    if words:
+        return [words.get(element, element) for element in elements]
+    if kind == 1:
+        return elements
+    return [shown_number(int(element), mapping["cim_type"]) for element in elements]
+
+
+def shown(cell, mapping):
+    """What an answer shows for a cell of the cache."""
+    if cell is None or cell == "":
+        return None
+    if isinstance(cell, bytes):
+        return shown_array(cell, mapping)
+    words = mapping.get("value_mapping")
+    if words:
+        return words.get(str(cell), str(cell))
+    return shown_number(cell, mapping["cim_type"]) if isinstance(cell, int) else cell
+
+
+def shown_name(prop, mapping):
+    return mapping.get("alias") or prop
+
+
+def instance_uri(entry, key):
+    return entry["@odata.id"] + "/" + key.replace("#", "%23")
+
+
+class SampleData(unittest.TestCase):
+    """What the sample promises to contain."""
+
+    @classmethod
+    def setUpClass(cls):
+        directory = tempfile.TemporaryDirectory(prefix="cimgate-sample-")
+        cls.addClassCleanup(directory.cleanup)
+        cls.cache = Path(directory.name) / "cache.db"
+        subprocess.run([SOURCE_DIR / "scripts" / "make-sample-cache", cls.cache], check=True)
+        cls.database = sqlite3.connect(cls.cache)
+        cls.addClassCleanup(cls.database.close)
+        with MAPPING_FILE.open(encoding="utf-8") as file:
+            cls.mapping = json.load(file)
+
+    def tables(self):
+        return [name for name, in self.database.execute("select name from sqlite_master where type = 'table'")]
+
+    def test_every_cell_type_but_real_is_used(self):
+        types = set()
+        for table in self.tables():
+            for _, column, *_ in self.database.execute(f"pragma table_info({table})").fetchall():
+                types |= {kind for kind, in self.database.execute(f"select distinct typeof({column}) from {table}")}
+        self.assertEqual(types, {"integer", "text", "blob", "null"})
+
+    def test_every_family_of_cim_types_is_used(self):
+        used = {(mapping["cim_type"], mapping.get("is_arraytype", False))
+                for entry in self.mapping.values() for class_map in entry["mappings"].values()
+                for mapping in class_map.get("properties", {}).values()}
+        for cim_type in ("string", "boolean", "datetime", "uint8", "uint16", "uint32", "uint64",
+                         "sint8", "sint16", "sint32", "sint64"):
+            self.assertIn((cim_type, False), used)
+        for cim_type in ("string", "boolean", "datetime", "uint8", "uint16", "uint32", "sint8"):
+            self.assertIn((cim_type, True), used)
+
+    def test_every_mapped_property_has_a_column(self):
+        for name, entry in self.mapping.items():
+            for class_name, class_map in entry["mappings"].items():
+                if class_map.get("is_cached"):
+                    columns = {row[1] for row in self.database.execute(f"pragma table_info(Tbl_{class_name})")}
+                    self.assertLessEqual(set(class_map["properties"]), columns, name)
+
+    def test_no_collection_ends_with_a_page(self):
+        for class_name in {name for entry in self.mapping.values() for name, class_map in entry["mappings"].items()
+                           if class_map.get("is_cached")}:
+            (count,), = self.database.execute(f"select count(*) from Tbl_{class_name}")
+            self.assertTrue(count == 0 or count % 50 != 0, class_name)
+
+    def test_keys_are_text_and_have_no_alias(self):
+        for name, entry in self.mapping.items():
+            key = entry.get("UniqueSelector")
+            if key:
+                [(class_name, class_map)] = entry["mappings"].items()
+                self.assertNotIn("alias", class_map["properties"].get(key, {}), name)
+                types = {kind for kind, in self.database.execute(f"select typeof({key}) from Tbl_{class_name}")}
+                self.assertLessEqual(types, {"text"}, name)
+
+    def test_every_entry_is_named_like_the_last_segment_of_its_uri(self):
+        for name, entry in self.mapping.items():
+            self.assertEqual(entry["@odata.id"].rsplit("/", 1)[1], name)
+            self.assertIn("Vexo", name)
+
+    def test_every_action_has_a_method(self):
+        methods = 0
+        for name, entry in self.mapping.items():
+            for class_map in entry["mappings"].values():
+                for action, description in class_map.get("Actions", {}).items():
+                    target = description["target"]
+                    self.assertEqual(target, f"{entry['@odata.id']}/Actions/{action[1:]}", name)
+                    method = class_map["methods"][action.split(".", 1)[1]]
+                    self.assertTrue(all("redfish_type" in value for value in method["inputs"].values()), action)
+                    self.assertIn("outputs", method, action)
+                    methods += 1
+        self.assertGreaterEqual(methods, 4)
+
+    def test_cache_is_replaced_as_a_whole(self):
+        with tempfile.TemporaryDirectory() as directory:
+            cache = Path(directory) / "cache.db"
+            cache.write_text("an older file", encoding="utf-8")
+            with cache.open("rb") as older:
+                subprocess.run([SOURCE_DIR / "scripts" / "make-sample-cache", cache], check=True)
+                self.assertEqual(older.read(), b"an older file")
+            self.assertEqual(cache.read_bytes(), self.cache.read_bytes())
+            self.assertEqual([path.name for path in Path(directory).iterdir()], ["cache.db"])
+
+
+class Crawl(unittest.TestCase):
+    """What a client sees that begins at the documented URIs and follows every link."""
+
+    @classmethod
+    def setUpClass(cls):
+        directory = tempfile.TemporaryDirectory(prefix="cimgate-crawl-")
+        cls.addClassCleanup(directory.cleanup)
+        cls.sample = Sample(directory.name)
+        cls.addClassCleanup(cls.sample.stop)
+        cls.answers = crawl(cls.sample)
+
+    def members_of(self, uri):
+        """The members of a collection, over all of its pages, and the sizes of these."""
+        members, sizes = [], []
+        while uri:
+            body = self.answers[uri].body
+            members += body["Members"]
+            sizes.append(len(body["Members"]))
+            uri = body.get("Members@odata.nextLink")
+        return members, sizes
+
+    def test_every_uri_answers(self):
+        statuses = {uri: answer.status for uri, answer in self.answers.items()}
+        self.assertEqual({uri: status for uri, status in statuses.items() if status != 200}, NOT_READY)
+
+    def test_every_answer_is_json_and_names_itself(self):
+        for uri, answer in self.answers.items():
+            self.assertEqual(answer.headers["content-type"].split(";")[0], "application/json", uri)
+            if answer.status == 200:
+                self.assertEqual(answer.body["@odata.id"], uri.split("?")[0])
+                self.assertEqual(answer.body["Id"], uri.split("?")[0].rsplit("/", 1)[1].replace("%23", "#"))
+
+    def test_every_entry_is_reached(self):
+        reached = {answer.body["@odata.type"] for answer in self.answers.values() if answer.status == 200}
+        expected = {entry["@odata.type"] for name, entry in self.sample.mapping.items()
+                    # Not ready, and without rows.
+                    if name not in ("VexoMemory", "VexoMemoryCollection", "VexoVolume")}
+        self.assertEqual(reached, expected)
+
+    def test_instances_are_the_rows_of_the_cache(self):
+        ready = {row[0].lower() for row in self.sample.rows("select ClassName from Tbl_CMPIReady")}
+        seen = 0
+        for name, entry, class_name, _ in self.sample.member_entries():
+            crawled = {uri for uri, answer in self.answers.items()
+                       if answer.status == 200 and answer.body["@odata.type"] == entry["@odata.type"]}
+            rows = []
+            if class_name.lower() in ready:
+                rows = self.sample.rows(f"select {entry['UniqueSelector']} from Tbl_{class_name}")
+            self.assertEqual(crawled, {instance_uri(entry, row[0]) for row in rows}, name)
+            seen += len(crawled)
+        self.assertEqual(seen, 207)
+
+    def test_collections_list_the_rows_in_order(self):
+        for name, entry, class_name, _ in self.sample.member_entries():
+            uri = entry["@odata.id"] + "Collection"
+            if uri in NOT_READY:
+                continue
+            with self.subTest(collection=name):
+                rows = self.sample.rows(f"select {entry['UniqueSelector']} from Tbl_{class_name} order by rowid")
+                members, _ = self.members_of(uri)
+                self.assertEqual([member["@odata.id"] for member in members],
+                                 [instance_uri(entry, row[0]) for row in rows])
+                self.assertEqual(self.answers[uri].body["Members@odata.count"], len(rows))
+
+    def test_pages_hold_50_members(self):
+        self.assertEqual(self.members_of(SYSTEM + "/VexoDriveCollection")[1], [50, 50, 20])
+        self.assertEqual(self.members_of(SYSTEM + "/VexoNumericSensorCollection")[1], [63])
+        self.assertEqual(self.members_of(SYSTEM + "/VexoVolumeCollection")[1], [0])
+
+    def test_values_are_those_of_the_cells(self):
+        """Each property of each instance and member, converted here a second time."""
+        compared = 0
+        for _, entry, class_name, class_map in self.sample.member_entries():
+            uri = entry["@odata.id"] + "Collection"
+            members = {} if uri in NOT_READY else {m["@odata.id"]: m for m in self.members_of(uri)[0]}
+            for row in self.sample.rows(f"select * from Tbl_{class_name}") if members else []:
+                own_uri = instance_uri(entry, row[entry["UniqueSelector"]])
+                for prop, mapping in class_map["properties"].items():
+                    name, value = shown_name(prop, mapping), shown(row[prop], mapping)
+                    with self.subTest(uri=own_uri, property=name):
+                        self.assertEqual(self.answers[own_uri].body[name], value)
+                        self.assertEqual(members[own_uri][name], value)
+                        if isinstance(value, list):
+                            self.assertEqual(members[own_uri][name + "@odata.count"], len(value))
+                    compared += 1
+        self.assertGreater(compared, 4000)
+
+    def test_answers_show_nothing_that_is_not_mapped(self):
+        common = {"@odata.id", "@odata.type", "@odata.context", "Id", "Name", "Description"}
+        for _, entry, _, class_map in self.sample.member_entries():
+            mapped = {shown_name(prop, mapping) for prop, mapping in class_map["properties"].items()}
+            extra = {"Links"} if "Links" in entry else set()
+            for uri, answer in self.answers.items():
+                if answer.status == 200 and answer.body["@odata.type"] == entry["@odata.type"]:
+                    self.assertEqual(set(answer.body), common | mapped | extra, uri)
+
+    def test_links_lead_back(self):
+        followed = {name: 0 for name in TWO_WAY_LINKS}
+        for uri, answer in self.answers.items():
+            for name, back in TWO_WAY_LINKS.items():
+                for link in ((answer.body.get("Links") or {}).get(name, []) if answer.status == 200 else []):
+                    there = self.answers[link["@odata.id"]].body["Links"][back]
+                    self.assertIn({"@odata.id": uri}, there, link)
+                    followed[name] += 1
+        self.assertEqual(followed, {"VexoEnclosureEMMCollection": 4, "VexoEnclosureCollection": 4,
+                                    "VexoPSNumericSensorCollection": 2, "VexoPowerSupplyCollection": 2})
+
+    def test_headers_come_from_the_mapping(self):
+        for uri in (SYSTEM + "/VexoDriveCollection", SYSTEM + "/VexoDrive/Disk.Bay.0:Enclosure.1",
+                    CHASSIS + "/VexoIndicatorService"):
+            entry = self.sample.mapping[self.answers[uri].body["@odata.type"][1:].split(".")[0]]
+            self.assertEqual(self.answers[uri].headers["link"], entry["Link_Header"])
+            self.assertEqual(self.answers[uri].headers["allow"], ",".join(entry["allowed_operations"]))
+
+    def test_services_show_their_actions(self):
+        for name, entry in self.sample.mapping.items():
+            [class_map] = entry["mappings"].values()
+            if "Actions" in class_map:
+                self.assertEqual(self.answers[entry["@odata.id"]].body["Actions"], class_map["Actions"], name)
+
+    def test_class_that_is_not_ready_asks_to_come_back(self):
+        for uri in list(NOT_READY) + [SYSTEM + "/VexoMemory/DIMM.Socket.A1"]:
+            answer = self.sample.get(uri)
+            self.assertEqual((answer.status, answer.headers.get("retry-after")), (503, "5"), uri)
+            self.assertIn("error", answer.body)
+
+    def test_member_entry_without_a_key_is_not_found(self):
+        for name, entry, class_name, _ in self.sample.member_entries():
+            if class_name != "XCIM_PhysicalMemory":
+                self.assertEqual(self.sample.get(entry["@odata.id"]).status, 404, name)
+
+    def test_missing_instance_is_not_found(self):
+        for _, entry, class_name, _ in self.sample.member_entries():
+            if class_name != "XCIM_PhysicalMemory":
+                self.assertEqual(self.sample.get(entry["@odata.id"] + "/No.Such.1").status, 404)
+
+    def test_example_of_the_readme_is_what_the_service_answers(self):
+        text = (SOURCE_DIR / "README.md").read_text(encoding="utf-8")
+        [(uri, shown_answer)] = re.findall(
+            r"curl -s 'http://127\.0\.0\.1:8000(\S+PSU\S+)' \| jq \.\n(\{.*?^\})", text, re.DOTALL | re.MULTILINE)
+        self.assertEqual(self.sample.get(uri).body, json.loads(shown_answer))
+
+    def test_select_takes_an_alias_that_begins_with_the_property(self):
+        answer = self.sample.get(SYSTEM + "/VexoDrive/Disk.Bay.0:Enclosure.1?$select=SizeInBytes")
+        self.assertEqual(answer.status, 200)
+        self.assertEqual(answer.body["SizeInBytes"], 1920383410176)
+        self.assertNotIn("Model", answer.body)
+        for refused in ("Size", "MediaType", "MediaKind"):
+            answer = self.sample.get(SYSTEM + f"/VexoDrive/Disk.Bay.0:Enclosure.1?$select={refused}")
+            self.assertEqual(answer.status, 400, refused)
+
+
+if __name__ == "__main__":
+    unittest.main(verbosity=2)
