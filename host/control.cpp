@@ -16,6 +16,7 @@ constexpr size_t kMaxTextBytes = 512;
 struct Packet
 {
     ControlKind kind;
+    uint32_t id;
     int32_t pid;
     uint32_t textBytes;
     char text[kMaxTextBytes];
@@ -54,7 +55,7 @@ FileDescriptor attachedSocket(msghdr& header)
 
 bool sendControl(int socket, const ControlMessage& message)
 {
-    Packet packet{message.kind, message.pid, 0, {}};
+    Packet packet{message.kind, message.id, message.pid, 0, {}};
     packet.textBytes = static_cast<uint32_t>(message.text.copy(packet.text, sizeof packet.text));
     iovec data{&packet, sizeof packet};
     FdSlot slot{};
@@ -92,6 +93,7 @@ Received receiveControl(int socket, ControlMessage& message)
         return Received::Gone;
     }
     message.kind = packet.kind;
+    message.id = packet.id;
     message.pid = packet.pid;
     message.text.assign(packet.text, packet.textBytes);
     message.socket = attachedSocket(header);

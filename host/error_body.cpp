@@ -1,5 +1,7 @@
 #include "error_body.h"
 
+#include "host_limits.h"
+
 #include <ExtendedErrorInfoHandling.h>
 #include <ExtendedErrorInfoHandlingCIM.h>
 
@@ -24,6 +26,23 @@ httpd::Response errorResponse(unsigned int status, const char* baseMessage,
     ExtendedErrorInfoHandling info;
     info.InsertBaseMessageID(baseMessage, "", argument.c_str());
     return jsonResponse(status, info);
+}
+
+httpd::Response methodNotAllowed(const char* allowedMethods)
+{
+    ExtendedErrorInfoHandling info;
+    info.InsertMessageID("SYS402", "");
+    info.InsertBaseMessageID("OperationNotAllowed", "");
+    httpd::Response response = jsonResponse(405, info);
+    response.headers.push_back({"Allow", allowedMethods});
+    return response;
+}
+
+httpd::Response temporarilyUnavailable()
+{
+    httpd::Response response = errorResponse(503, "ServiceTemporarilyUnavailable", kRetryAfterS);
+    response.headers.push_back({"Retry-After", kRetryAfterS});
+    return response;
 }
 
 httpd::Response errorResponseOfCode(unsigned int code, const std::string& argument)

@@ -6,9 +6,15 @@
 
 namespace host {
 
-// An error with one message of the base registry; argument fills its %1.
+// An error with a message of the base registry, argument filling its %1.
 httpd::Response errorResponse(unsigned int status, const char* baseMessage,
                               const std::string& argument = {});
+
+// 405 with the methods that the resource has.
+httpd::Response methodNotAllowed(const char* allowedMethods);
+
+// 503 for a service that is busy, with "Retry-After".
+httpd::Response temporarilyUnavailable();
 
 // An error as the library reports this _ResourceMapperError.
 httpd::Response errorResponseOfCode(unsigned int code, const std::string& argument);

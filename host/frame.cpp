@@ -1,5 +1,8 @@
 #include "frame.h"
 
+#include "host_limits.h"
+
+#include <algorithm>
 #include <cstring>
 
 namespace host {
@@ -7,8 +10,9 @@ namespace host {
 namespace {
 
 constexpr std::string_view kReady = "ready";
-// An answer carries a handful; more means that the frame is damaged.
-constexpr uint32_t kMaxHeaders = 64;
+
+constexpr uint32_t kLowestStatus = 200;
+constexpr uint32_t kHighestStatus = 599;
 
 void putNumber(std::string& out, uint32_t value)
 {
@@ -62,6 +66,21 @@ private:
     std::string_view mRest;
 };
 
+bool isHeaderName(const std::string& text)
+{
+    const auto isToken = [](char c) {
+        return c > ' ' && c < '\x7f' && c != ':';
+    };
+    return !text.empty() && text.size() <= kMaxHeaderTextBytes &&
+           std::all_of(text.begin(), text.end(), isToken);
+}
+
+bool isHeaderValue(const std::string& text)
+{
+    return text.size() <= kMaxHeaderTextBytes &&
+           text.find_first_of(std::string_view("\r\n\0", 3)) == std::string::npos;
+}
+
 std::string framed(const std::string& payload)
 {
     std::string frame;
@@ -114,13 +133,15 @@ bool decodeResponse(std::string_view payload, httpd::Response& response)
     FieldReader reader(payload);
     uint32_t status = 0;
     uint32_t count = 0;
-    if (!reader.number(status) || !reader.number(count) || count > kMaxHeaders) {
+    if (!reader.number(status) || !reader.number(count) || status < kLowestStatus ||
+        status > kHighestStatus || count > kMaxAnswerHeaders) {
         return false;
     }
     response.status = status;
     response.headers.assign(count, {});
     for (httpd::Header& header : response.headers) {
-        if (!reader.text(header.name) || !reader.text(header.value)) {
+        if (!reader.text(header.name) || !reader.text(header.value) || !isHeaderName(header.name) ||
+            !isHeaderValue(header.value)) {
             return false;
         }
     }

@@ -16,10 +16,6 @@ namespace host {
 // Bytes of length before each frame's payload.
 inline constexpr size_t kFrameHeaderBytes = sizeof(uint32_t);
 
-// The largest payload: an answer is one collection without paging at most, and a worker's memory
-// limit ends it long before this.
-inline constexpr uint32_t kMaxFrameBytes = 128U * 1024 * 1024;
-
 // A request for a worker. Reads are all it takes so far.
 struct WorkerRequest
 {
@@ -31,10 +27,12 @@ std::string encodeRequest(const WorkerRequest& request);
 std::string encodeResponse(const httpd::Response& response);
 std::string encodeReady(); // a worker's first frame
 
-// The payload's length, from kFrameHeaderBytes bytes; false when it is above kMaxFrameBytes.
+// The payload's length, from kFrameHeaderBytes bytes; false when it is above kMaxFrameBytes
+// (host_limits.h).
 bool decodeLength(const char* header, uint32_t& bytes);
 
-// Payloads; false when one is not exactly what was encoded.
+// Payloads; false when one is not exactly what was encoded, or a response is none that HTTP can
+// carry: a status outside 200 to 599, too many headers or too long ones, line ends in them.
 bool decodeRequest(std::string_view payload, WorkerRequest& request);
 bool decodeResponse(std::string_view payload, httpd::Response& response);
 bool isReady(std::string_view payload);

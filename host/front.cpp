@@ -1,11 +1,12 @@
 #include "front.h"
 
 #include "error_body.h"
-#include "log.h"
+#include "host_limits.h"
 #include "worker_pool.h"
 
 #include <ResourceMapper.h>
 #include <boost/asio/signal_set.hpp>
+#include <boost/asio/steady_timer.hpp>
 #include <httpd/server.h>
 
 #include <csignal>
@@ -18,29 +19,25 @@ namespace asio = boost::asio;
 
 namespace {
 
-// When to come back to a service that is busy, in seconds.
-constexpr const char* kRetryAfterS = "5";
+// Methods of the resources: reads only, so far.
+constexpr const char* kAllowedMethods = "GET, HEAD";
 
-httpd::Response busy()
+httpd::Response uriTooLong()
 {
-    httpd::Response response = errorResponse(503, "ServiceTemporarilyUnavailable", kRetryAfterS);
-    response.headers.push_back({"Retry-After", kRetryAfterS});
-    return response;
-}
-
-httpd::Response methodNotAllowed(const std::string& method)
-{
-    httpd::Response response = errorResponse(405, "OperationNotAllowed", method);
-    response.headers.push_back({"Allow", "GET, HEAD"});
-    return response;
+    // Without the URI: an answer as long as that helps nobody.
+    return errorResponse(414, "InvalidURI", "the request URI");
 }
 
 // A request that the HTTP server could not read.
 httpd::Response unreadable(unsigned int status)
 {
     switch (status) {
+    case 408:
+        return errorResponse(status, "OperationTimeout");
     case 413:
         return errorResponse(status, "PayloadTooLarge");
+    case 414:
+        return uriTooLong();
     case 431:
         return errorResponse(status, "HeaderTooLong");
     default:
@@ -56,7 +53,7 @@ httpd::Response responseOf(Outcome outcome, httpd::Response answered)
     case Outcome::TooLate:
         return errorResponse(504, "OperationTimeout");
     case Outcome::Overloaded:
-        return busy();
+        return temporarilyUnavailable();
     case Outcome::WorkerEnded:
         break;
     }
@@ -74,13 +71,13 @@ void addCommonHeaders(httpd::Response& response)
 bool answeredByFront(const httpd::Request& request, httpd::Response& response)
 {
     if (request.method != "GET" && request.method != "HEAD") {
-        response = methodNotAllowed(request.method);
+        response = methodNotAllowed(kAllowedMethods);
         return true;
     }
     odata::Scope scope = odata::Scope::ForRequest(request.target);
     const odata::URI uri = scope.NewURI();
     if (uri.GetFault() == OL_URI_TOO_LONG) {
-        response = errorResponse(414, "InvalidURI", "the request URI");
+        response = uriTooLong();
     } else if (uri.GetFault() == OL_URI_BAD_ENCODING) {
         response = errorResponse(400, "InvalidURI", request.target);
     } else if (uri.GetFault() == OL_URI_REPEATED_OPTION) {
@@ -104,24 +101,31 @@ public:
 
 private:
     void handle(httpd::Request request, const httpd::Reply& reply);
+    void awaitSignal();
+    void stopGracefully();
     void listen();
-    void cannotStart(const std::string& cause);
+    void notReady();
     void fail(const std::string& cause);
 
     const Options& mOptions;
+    bool mUsesCache;
     asio::io_context mContext{1};
     asio::signal_set mSignals;
+    asio::steady_timer mStopTimer;
     WorkerPool mPool;
     httpd::Server mServer;
     int mExitStatus = EXIT_SUCCESS;
+    bool mIsStopping = false;
 };
 
 Front::Front(const Options& options, const Spawner& spawner)
     : mOptions(options),
-      mSignals(mContext, SIGTERM, SIGINT),
+      mUsesCache(spawner.usesCache),
+      mSignals(mContext, SIGTERM, SIGINT, SIGHUP),
+      mStopTimer(mContext),
       mPool(mContext, spawner.control.get(), options.workers,
             std::chrono::seconds(options.requestTimeoutS),
-            {[this] { listen(); }, [this](const std::string& cause) { cannotStart(cause); },
+            {[this] { listen(); }, [this] { notReady(); },
              [this](const std::string& cause) {
                  fail(cause);
              }}),
@@ -139,16 +143,36 @@ Front::Front(const Options& options, const Spawner& spawner)
 
 int Front::run()
 {
-    mSignals.async_wait([this](boost::system::error_code error, int /*signal*/) {
-        if (!error) {
-            mContext.stop();
-        }
-    });
+    awaitSignal();
     mPool.start();
     mContext.run();
     mServer.stop();
     mPool.stop();
     return mExitStatus;
+}
+
+void Front::awaitSignal()
+{
+    mSignals.async_wait([this](boost::system::error_code error, int /*signal*/) {
+        if (error) {
+            return;
+        }
+        if (mIsStopping) {
+            mContext.stop(); // whoever asks twice does not want to wait
+            return;
+        }
+        stopGracefully();
+        awaitSignal();
+    });
+}
+
+// Requests that are being answered get their answers, if that does not take too long.
+void Front::stopGracefully()
+{
+    mIsStopping = true;
+    mStopTimer.expires_after(kStopGrace);
+    mStopTimer.async_wait([this](boost::system::error_code /*error*/) { mContext.stop(); });
+    mServer.drain([this] { mContext.stop(); });
 }
 
 void Front::handle(httpd::Request request, const httpd::Reply& reply)
@@ -168,6 +192,9 @@ void Front::handle(httpd::Request request, const httpd::Reply& reply)
 
 void Front::listen()
 {
+    if (mIsStopping) {
+        return;
+    }
     std::string problem;
     if (!mServer.listen(mOptions.address, mOptions.port, problem)) {
         fail("cannot listen on " + urlOf(mOptions.address, mOptions.port) + ": " + problem +
@@ -179,10 +206,12 @@ void Front::listen()
     (void)std::fflush(stdout);
 }
 
-void Front::cannotStart(const std::string& cause)
+void Front::notReady()
 {
-    fail(cause + ": is the data cache " + mOptions.cachePath +
-         " there and readable? Name another file with --cache");
+    const std::string cause = "a worker ended before it was ready";
+    fail(mUsesCache ? cause + ": is the data cache " + mOptions.cachePath +
+                          " there and readable? Name another file with --cache"
+                    : cause);
 }
 
 void Front::fail(const std::string& cause)

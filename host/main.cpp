@@ -52,6 +52,7 @@ int main(int argc, char** argv)
     }
     host::Spawner spawner;
     if (!host::startSpawner(spawner, problem)) {
+        host::awaitSpawner(spawner);
         return complain(problem, EXIT_FAILURE);
     }
     const int status = host::runFront(options, spawner);

@@ -1,20 +1,19 @@
 #include "options.h"
 
+#include "host_limits.h"
+
 #include <ResourceMapper.h>
 #include <arpa/inet.h>
 
 #include <algorithm>
 #include <charconv>
-#include <functional>
+#include <iterator>
 #include <thread>
 
 namespace host {
 
 namespace {
 
-constexpr unsigned int kMinWorkers = 2;
-constexpr unsigned int kMaxWorkers = 64;
-constexpr unsigned int kMaxTimeoutS = 3600;
 constexpr unsigned int kMaxLogLevel = 4;
 constexpr unsigned int kMaxPort = 65535;
 
@@ -23,6 +22,23 @@ bool readNumber(const std::string& text, unsigned int low, unsigned int high, un
     const char* const end = text.data() + text.size();
     const auto [parsed, error] = std::from_chars(text.data(), end, value);
     return error == std::errc() && parsed == end && value >= low && value <= high;
+}
+
+// Splits "127.0.0.1:8000" or "[::1]:8000"; false when text is neither.
+bool splitEndpoint(const std::string& text, std::string& address, unsigned int& port)
+{
+    const size_t colon = text.rfind(':');
+    if (colon == std::string::npos || !readNumber(text.substr(colon + 1), 0, kMaxPort, port)) {
+        return false;
+    }
+    address = text.substr(0, colon);
+    in_addr v4{};
+    in6_addr v6{};
+    if (address.starts_with('[') && address.ends_with(']')) {
+        address = address.substr(1, address.size() - 2);
+        return inet_pton(AF_INET6, address.c_str(), &v6) == 1;
+    }
+    return inet_pton(AF_INET, address.c_str(), &v4) == 1;
 }
 
 bool isLoopback(const std::string& address)
@@ -38,16 +54,12 @@ bool isLoopback(const std::string& address)
 
 bool readListen(const std::string& text, Options& options, std::string& problem)
 {
-    const size_t colon = text.rfind(':');
+    std::string address;
     unsigned int port = 0;
-    if (colon == std::string::npos || !readNumber(text.substr(colon + 1), 0, kMaxPort, port)) {
-        problem =
-            "--listen " + text + ": give ADDRESS:PORT, for example 127.0.0.1:8000 or [::1]:8000";
+    if (!splitEndpoint(text, address, port)) {
+        problem = "--listen " + text +
+                  ": give a numeric address and a port, for example 127.0.0.1:8000 or [::1]:8000";
         return false;
-    }
-    std::string address = text.substr(0, colon);
-    if (address.starts_with('[') && address.ends_with(']')) {
-        address = address.substr(1, address.size() - 2);
     }
     if (!isLoopback(address)) {
         problem = "--listen " + text +
@@ -60,7 +72,7 @@ bool readListen(const std::string& text, Options& options, std::string& problem)
     return true;
 }
 
-bool readAuth(const std::string& text, std::string& problem)
+bool readAuth(const std::string& text, Options& /*options*/, std::string& problem)
 {
     if (text == "none") {
         return true;
@@ -80,37 +92,64 @@ bool readRange(const std::string& name, const std::string& text, unsigned int lo
     return false;
 }
 
-bool readOption(const std::string& name, const std::string& value, Options& options,
+bool readWorkers(const std::string& text, Options& options, std::string& problem)
+{
+    return readRange("--workers", text, 1, kMaxWorkers, options.workers, problem);
+}
+
+bool readRequestTimeout(const std::string& text, Options& options, std::string& problem)
+{
+    return readRange("--request-timeout", text, 1, kMaxRequestTimeoutS, options.requestTimeoutS,
+                     problem);
+}
+
+bool readLogLevel(const std::string& text, Options& options, std::string& problem)
+{
+    unsigned int level = 0;
+    const bool isLevel = readRange("--log-level", text, 0, kMaxLogLevel, level, problem);
+    options.logLevel = static_cast<int>(level);
+    return isLevel;
+}
+
+// An option and where its value goes: a member as it is, or a function that checks it.
+struct OptionEntry
+{
+    const char* name;
+    std::string Options::*text;
+    bool (*read)(const std::string& text, Options& options, std::string& problem);
+};
+
+constexpr OptionEntry kEntries[] = {
+    {"--listen", nullptr, readListen},
+    {"--rmf", &Options::rmfPath, nullptr},
+    {"--cache", &Options::cachePath, nullptr},
+    {"--registries", &Options::registryDirectory, nullptr},
+    {"--auth", nullptr, readAuth},
+    {"--workers", nullptr, readWorkers},
+    {"--log-level", nullptr, readLogLevel},
+    {"--request-timeout", nullptr, readRequestTimeout},
+};
+
+const OptionEntry* findEntry(const std::string& name)
+{
+    const auto* const found =
+        std::find_if(std::begin(kEntries), std::end(kEntries),
+                     [&name](const OptionEntry& entry) { return name == entry.name; });
+    return found == std::end(kEntries) ? nullptr : found;
+}
+
+bool readOption(const OptionEntry& entry, const std::string& value, Options& options,
                 std::string& problem)
 {
-    if (name == "--listen") {
-        return readListen(value, options, problem);
-    }
-    if (name == "--auth") {
-        return readAuth(value, problem);
-    }
-    if (name == "--workers") {
-        return readRange(name, value, kMinWorkers, kMaxWorkers, options.workers, problem);
-    }
-    if (name == "--request-timeout") {
-        return readRange(name, value, 1, kMaxTimeoutS, options.requestTimeoutS, problem);
-    }
-    if (name == "--log-level") {
-        unsigned int level = 0;
-        const bool isLevel = readRange(name, value, 0, kMaxLogLevel, level, problem);
-        options.logLevel = static_cast<int>(level);
-        return isLevel;
-    }
-    std::string* path = name == "--rmf"          ? &options.rmfPath
-                        : name == "--cache"      ? &options.cachePath
-                        : name == "--registries" ? &options.registryDirectory
-                                                 : nullptr;
-    if (path == nullptr) {
-        problem = "unknown option " + name + "; cimgated --help lists them";
+    if (value.empty()) {
+        problem = entry.name + std::string(" needs a value; cimgated --help lists the options");
         return false;
     }
-    *path = value;
-    return true;
+    if (entry.text != nullptr) {
+        options.*entry.text = value;
+        return true;
+    }
+    return entry.read(value, options, problem);
 }
 
 } // namespace
@@ -132,22 +171,24 @@ std::string helpText()
            ")\n"
            "  --registries DIR        message registries (default: the installed ones)\n"
            "  --auth none             no authentication; the only mode\n"
-           "  --workers N             worker processes, 2 to 64 (default: one for each core, at "
+           "  --workers N             worker processes, 1 to 64 (default: one for each core, at "
            "least 2)\n"
            "  --log-level N           0 (least) to 4; logs go to standard error (default 1)\n"
            "  --request-timeout S     seconds a request may take, 1 to 3600 (default 30)\n"
            "  --help                  this text\n"
            "\n"
            "Prints \"cimgated: listening on URL\" to standard output when it is ready and stops on "
-           "SIGTERM\n"
-           "or SIGINT. Exit status: 0 stopped, 1 could not start or go on, 2 wrong options.\n";
+           "SIGTERM,\n"
+           "SIGINT or SIGHUP. Exit status: 0 stopped, 1 could not start or go on, 2 wrong "
+           "options.\n";
 }
 
 bool parseOptions(const std::vector<std::string>& arguments, Options& options, std::string& problem)
 {
     options.rmfPath = ResourceMapper::RmfPath;
     options.cachePath = SQLInterface::DataCachePath;
-    options.workers = std::clamp(std::thread::hardware_concurrency(), kMinWorkers, kMaxWorkers);
+    options.workers =
+        std::clamp(std::thread::hardware_concurrency(), kMinDefaultWorkers, kMaxWorkers);
     for (size_t i = 0; i < arguments.size(); ++i) {
         std::string name = arguments[i];
         if (name == "--help") {
@@ -159,14 +200,16 @@ bool parseOptions(const std::vector<std::string>& arguments, Options& options, s
         if (equals != std::string::npos) {
             value = name.substr(equals + 1);
             name.erase(equals);
-        } else if (i + 1 < arguments.size()) {
-            value = arguments[++i];
         }
-        if (value.empty()) {
-            problem = name + " needs a value; cimgated --help lists the options";
+        const OptionEntry* const entry = findEntry(name);
+        if (entry == nullptr) {
+            problem = "unknown option " + name + "; cimgated --help lists them";
             return false;
         }
-        if (!readOption(name, value, options, problem)) {
+        if (equals == std::string::npos && i + 1 < arguments.size()) {
+            value = arguments[++i];
+        }
+        if (!readOption(*entry, value, options, problem)) {
             return false;
         }
     }

@@ -1,6 +1,7 @@
 #include "request_handler.h"
 
 #include "error_body.h"
+#include "host_limits.h"
 #include "mapping_lookup.h"
 
 #include <ResourceMapper.h>
@@ -27,6 +28,9 @@ Source sourceOf(const ResourceMapper& mapper)
 
 httpd::Response responseOf(const odata::Scope& scope)
 {
+    if (!scope.IsCompleted()) { // a part of it did not fit into memory
+        return errorResponse(500, "InternalError");
+    }
     httpd::Response response;
     response.status = static_cast<unsigned int>(scope.GetStatus());
     response.headers.push_back({"Content-Type", scope.GetContentType()});
@@ -42,13 +46,17 @@ httpd::Response answer(ResourceMapper& mapper, const odata::Scope& scope, _Resou
     } else {
         mapper.SendExtendedErrorResponse(rc);
     }
-    return responseOf(scope);
+    httpd::Response response = responseOf(scope);
+    if (rc == RM_METHOD_NOT_ALLOWED) {
+        response.headers.push_back({"Allow", "POST"}); // only the URI of an action refuses a read
+    }
+    return response;
 }
 
 httpd::Response readFromCache(ResourceMapper& mapper, const odata::Scope& scope)
 {
     if (!mapper.IsCached()) { // has set "Retry-After"
-        return errorResponse(503, "ServiceTemporarilyUnavailable", "5");
+        return errorResponse(503, "ServiceTemporarilyUnavailable", kRetryAfterS);
     }
     Json::Value body;
     const _ResourceMapperError rc =

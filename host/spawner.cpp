@@ -1,7 +1,9 @@
 #include "spawner.h"
 
 #include "control.h"
+#include "host_limits.h"
 #include "log.h"
+#include "mapping_lookup.h"
 #include "worker.h"
 
 #include <ResourceMapper.h>
@@ -12,10 +14,11 @@
 #include <sys/wait.h>
 
 #include <cerrno>
+#include <chrono>
 #include <csignal>
 #include <cstdlib>
 #include <cstring>
-#include <set>
+#include <map>
 #include <system_error>
 
 namespace host {
@@ -56,30 +59,40 @@ public:
 
 private:
     void serve();
+    void childrenEnded();
     void spawn();
-    void kill(pid_t pid);
+    pid_t forkWorker(FileDescriptor& front, FileDescriptor& worker);
+    void kill(uint32_t id);
     void reap(int options);
     void endWorkers();
 
     FileDescriptor mControl;
     FileDescriptor mChildSignals;
-    std::set<pid_t> mWorkers; // not yet reaped, so that their pids are still theirs
+    std::map<uint32_t, pid_t> mWorkers; // not yet reaped, so that their pids are still theirs
+    uint32_t mLastId = 0;
 };
 
 void SpawnerProcess::run()
 {
     (void)prctl(PR_SET_NAME, "cimgated-spawn");
-    // Ctrl-C, or a supervisor, may signal the whole group: the front decides when the others end.
+    // A terminal or a supervisor may signal the whole group: the front decides when the others end.
     (void)std::signal(SIGINT, SIG_IGN);
     (void)std::signal(SIGTERM, SIG_IGN);
+    (void)std::signal(SIGHUP, SIG_IGN);
     (void)std::signal(SIGPIPE, SIG_IGN);
     ControlMessage loaded;
     loaded.text = loadMapping();
-    loaded.kind = loaded.text.empty() ? ControlKind::Loaded : ControlKind::Failed;
-    if (sendControl(mControl.get(), loaded) && loaded.kind == ControlKind::Loaded) {
-        serve();
-        endWorkers();
+    if (!loaded.text.empty()) {
+        loaded.kind = ControlKind::Failed;
+        (void)sendControl(mControl.get(), loaded);
+    } else {
+        loaded.kind = hasCachedClass(ResourceMapper::RmfObj) ? ControlKind::LoadedCached
+                                                             : ControlKind::Loaded;
+        if (sendControl(mControl.get(), loaded)) {
+            serve();
+        }
     }
+    endWorkers();
     std::exit(EXIT_SUCCESS); // NOLINT(concurrency-mt-unsafe): the process has one thread
 }
 
@@ -96,9 +109,7 @@ void SpawnerProcess::serve()
             continue;
         }
         if (waits[1].revents != 0) {
-            signalfd_siginfo info{};
-            (void)!read(mChildSignals.get(), &info, sizeof info);
-            reap(WNOHANG);
+            childrenEnded();
         }
         if (waits[0].revents == 0) {
             continue;
@@ -110,9 +121,16 @@ void SpawnerProcess::serve()
         if (message.kind == ControlKind::Spawn) {
             spawn();
         } else if (message.kind == ControlKind::Kill) {
-            kill(message.pid);
+            kill(message.id);
         }
     }
+}
+
+void SpawnerProcess::childrenEnded()
+{
+    signalfd_siginfo info{};
+    (void)!read(mChildSignals.get(), &info, sizeof info);
+    reap(WNOHANG);
 }
 
 void SpawnerProcess::spawn()
@@ -121,34 +139,45 @@ void SpawnerProcess::spawn()
     const bool havePair = socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends) == 0;
     FileDescriptor front(ends[0]);
     FileDescriptor worker(ends[1]);
-    const pid_t pid = havePair ? fork() : -1;
-    if (pid == 0) {
-        (void)prctl(PR_SET_PDEATHSIG, SIGKILL);
-        sigset_t none;
-        sigemptyset(&none);
-        (void)sigprocmask(SIG_SETMASK, &none, nullptr);
-        front.reset();
-        mControl.reset();
-        mChildSignals.reset();
-        runWorker(std::move(worker));
-    }
+    const pid_t pid = havePair ? forkWorker(front, worker) : -1;
     ControlMessage answer;
     if (pid < 0) {
         answer.kind = ControlKind::NoWorker;
         answer.text = errorText();
     } else {
-        mWorkers.insert(pid);
+        mWorkers[++mLastId] = pid;
         answer.kind = ControlKind::Worker;
+        answer.id = mLastId;
         answer.pid = pid;
         answer.socket = std::move(front);
     }
     (void)sendControl(mControl.get(), answer); // a front that is gone shows at the next receive
 }
 
-void SpawnerProcess::kill(pid_t pid)
+pid_t SpawnerProcess::forkWorker(FileDescriptor& front, FileDescriptor& worker)
 {
-    if (mWorkers.count(pid) != 0) {
-        (void)::kill(pid, SIGKILL);
+    const pid_t self = getpid();
+    const pid_t pid = fork();
+    if (pid != 0) {
+        return pid;
+    }
+    (void)prctl(PR_SET_PDEATHSIG, SIGKILL);
+    if (getppid() != self) {
+        _exit(EXIT_FAILURE); // the spawner ended before it could be watched
+    }
+    sigset_t none;
+    sigemptyset(&none);
+    (void)sigprocmask(SIG_SETMASK, &none, nullptr);
+    front.reset();
+    mControl.reset();
+    mChildSignals.reset();
+    runWorker(std::move(worker));
+}
+
+void SpawnerProcess::kill(uint32_t id)
+{
+    if (const auto worker = mWorkers.find(id); worker != mWorkers.end()) {
+        (void)::kill(worker->second, SIGKILL);
     }
 }
 
@@ -156,7 +185,7 @@ void SpawnerProcess::reap(int options)
 {
     int status = 0;
     for (pid_t pid = waitpid(-1, &status, options); pid > 0; pid = waitpid(-1, &status, options)) {
-        mWorkers.erase(pid);
+        std::erase_if(mWorkers, [pid](const auto& worker) { return worker.second == pid; });
         if (WIFSIGNALED(status)) {
             log(Severity::Error, "worker " + std::to_string(pid) + " ended by signal " +
                                      std::to_string(WTERMSIG(status)));
@@ -167,13 +196,21 @@ void SpawnerProcess::reap(int options)
     }
 }
 
+// The front has closed the workers' sockets: most end by themselves.
 void SpawnerProcess::endWorkers()
 {
-    for (const pid_t pid : mWorkers) {
+    using std::chrono::steady_clock;
+    const auto until = steady_clock::now() + kWorkerEndGrace;
+    while (!mWorkers.empty() && steady_clock::now() < until) {
+        constexpr int kPollMs = 100;
+        pollfd wait{mChildSignals.get(), POLLIN, 0};
+        (void)poll(&wait, 1, kPollMs);
+        childrenEnded();
+    }
+    for (const auto& [id, pid] : mWorkers) {
         (void)::kill(pid, SIGKILL);
     }
-    while (waitpid(-1, nullptr, 0) > 0 || errno == EINTR) {
-    }
+    reap(0);
 }
 
 } // namespace
@@ -209,13 +246,14 @@ bool startSpawner(Spawner& spawner, std::string& problem)
         return false;
     }
     problem = message.text;
-    return message.kind == ControlKind::Loaded;
+    spawner.usesCache = message.kind == ControlKind::LoadedCached;
+    return spawner.usesCache || message.kind == ControlKind::Loaded;
 }
 
 void awaitSpawner(Spawner& spawner)
 {
     spawner.control.reset();
-    while (waitpid(spawner.pid, nullptr, 0) < 0 && errno == EINTR) {
+    while (spawner.pid > 0 && waitpid(spawner.pid, nullptr, 0) < 0 && errno == EINTR) {
     }
 }
 

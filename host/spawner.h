@@ -15,6 +15,7 @@ struct Spawner
 {
     pid_t pid = 0;
     FileDescriptor control; // see control.h
+    bool usesCache = false; // whether its workers open the data cache
 };
 
 // Forks the spawner and waits until it has loaded the mapping file (ResourceMapper::RmfPath).

@@ -1,6 +1,7 @@
 #include "worker.h"
 
 #include "frame.h"
+#include "host_limits.h"
 #include "mapping_lookup.h"
 #include "request_handler.h"
 
@@ -12,15 +13,10 @@
 #include <cerrno>
 #include <csignal>
 #include <cstdlib>
-#include <new>
 
 namespace host {
 
 namespace {
-
-// Address space of a worker. A page of the largest collections takes a tenth; what needs more than
-// this is a conversion that never ends.
-constexpr rlim_t kMemoryBytes = 256UL * 1024 * 1024;
 
 // Sanitizers reserve terabytes of address space.
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
@@ -34,7 +30,7 @@ void limitResources()
     const rlimit noCore{0, 0};
     (void)setrlimit(RLIMIT_CORE, &noCore);
     if (kLimitMemory) {
-        const rlimit memory{kMemoryBytes, kMemoryBytes};
+        const rlimit memory{kWorkerMemoryBytes, kWorkerMemoryBytes};
         (void)setrlimit(RLIMIT_AS, &memory);
     }
 }
@@ -97,7 +93,7 @@ void runWorker(FileDescriptor socket)
     while (isConnected && readRequest(socket.get(), request)) {
         isConnected = writeBytes(socket.get(), encodeResponse(handleRead(request.target)));
     }
-    _exit(EXIT_SUCCESS);
+    std::exit(EXIT_SUCCESS); // NOLINT(concurrency-mt-unsafe): the process has one thread
 }
 
 } // namespace host

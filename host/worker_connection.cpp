@@ -1,5 +1,6 @@
 #include "worker_connection.h"
 
+#include "host_limits.h"
 #include "log.h"
 
 #include <boost/asio/buffer.hpp>
@@ -10,39 +11,60 @@ namespace host {
 
 namespace asio = boost::asio;
 using boost::system::error_code;
+using std::chrono::steady_clock;
 
-Worker::Worker(WorkerPool& pool, asio::io_context& context, pid_t pid, FileDescriptor socket)
+Worker::Worker(WorkerPool& pool, asio::io_context& context, ControlMessage& message)
     : mPool(&pool),
-      mSocket(context, asio::local::stream_protocol(), socket.release()),
+      mSocket(context, asio::local::stream_protocol(), message.socket.release()),
       mDeadline(context),
-      mPid(pid)
+      mId(message.id),
+      mPid(message.pid)
 {}
 
 void Worker::start()
 {
+    armDeadline(steady_clock::now() + kReadyTimeout);
     readFrame();
 }
 
-void Worker::assign(const WorkerRequest& request, Completion done, std::chrono::seconds timeout)
+void Worker::assign(const WorkerRequest& request, Completion done, steady_clock::time_point until)
 {
     mDone = std::move(done);
+    mWasUsed = true;
     mRequest = encodeRequest(request);
-    mDeadline.expires_after(timeout);
-    mDeadline.async_wait([self = shared_from_this()](error_code error) {
-        if (!error) {
-            self->deadlinePassed();
-        }
-    });
+    armDeadline(until);
     writeRequest();
 }
 
 void Worker::close()
 {
+    if (mPool == nullptr) {
+        return;
+    }
+    if (mDone) {
+        end(); // it would go on with what nobody waits for
+    }
     error_code ignored;
     mPool = nullptr;
     mDone = nullptr;
-    mDeadline.cancel();
+    disarmDeadline();
     mSocket.close(ignored);
+}
+
+void Worker::armDeadline(steady_clock::time_point until)
+{
+    mDeadline.expires_at(until);
+    mDeadline.async_wait([self = shared_from_this()](error_code error) {
+        // A wait that had ended before it was cancelled comes without an error.
+        if (!error && self->mDeadline.expiry() <= steady_clock::now()) {
+            self->deadlinePassed();
+        }
+    });
+}
+
+void Worker::disarmDeadline()
+{
+    mDeadline.expires_at(steady_clock::time_point::max());
 }
 
 void Worker::writeRequest()
@@ -83,24 +105,28 @@ void Worker::frameRead()
     if (mPool == nullptr) {
         return;
     }
-    if (!mIsReady) {
-        if (!isReady(mPayload)) {
-            gone();
-            return;
-        }
+    if (mIsReady) {
+        answerRead();
+    } else if (isReady(mPayload)) {
         mIsReady = true;
+        disarmDeadline();
         readFrame();
         mPool->workerReady(*this);
-        return;
+    } else {
+        gone();
     }
+}
+
+void Worker::answerRead()
+{
     httpd::Response response;
-    if (!mDone || mIsTooLate || !decodeResponse(mPayload, response)) {
+    if (!mDone || mIsEnding || !decodeResponse(mPayload, response)) {
         gone();
         return;
     }
     // Memory of the largest answer so far is not kept for years.
     mPayload = std::string();
-    mDeadline.cancel();
+    disarmDeadline();
     readFrame();
     complete(Outcome::Answered, std::move(response));
     if (mPool != nullptr) {
@@ -110,13 +136,22 @@ void Worker::frameRead()
 
 void Worker::deadlinePassed()
 {
-    if (mPool == nullptr || !mDone) {
+    if (mPool == nullptr || mIsEnding) {
         return;
     }
-    log(Severity::Error, "worker " + std::to_string(mPid) + " passed the deadline of its request");
-    mIsTooLate = true;
-    mPool->endWorker(mPid);
+    log(Severity::Error,
+        "worker " + std::to_string(mPid) +
+            (mDone ? " passed the deadline of its request" : " does not get ready"));
+    end();
     complete(Outcome::TooLate, {});
+}
+
+void Worker::end()
+{
+    if (!mIsEnding) {
+        mIsEnding = true;
+        mPool->endWorker(mId);
+    }
 }
 
 void Worker::gone()
@@ -124,15 +159,15 @@ void Worker::gone()
     if (mPool == nullptr) {
         return;
     }
-    WorkerPool& pool = *mPool;
     const auto self = shared_from_this();
+    WorkerPool& pool = *mPool;
+    end(); // where it did not end by itself
     mPool = nullptr;
-    mDeadline.cancel();
+    disarmDeadline();
     error_code ignored;
     mSocket.close(ignored);
-    pool.endWorker(mPid); // where it did not end by itself
     complete(Outcome::WorkerEnded, {});
-    pool.workerGone(*this, mIsReady);
+    pool.workerGone(*this);
 }
 
 void Worker::complete(Outcome outcome, httpd::Response response)

@@ -11,39 +11,49 @@ namespace host {
 class Worker : public std::enable_shared_from_this<Worker>
 {
 public:
-    Worker(WorkerPool& pool, boost::asio::io_context& context, pid_t pid, FileDescriptor socket);
+    // message is the spawner's that announced it.
+    Worker(WorkerPool& pool, boost::asio::io_context& context, ControlMessage& message);
 
-    pid_t pid() const { return mPid; }
-    bool isFree() const { return mIsReady && !mDone; }
+    bool isFree() const { return mIsReady && !mIsEnding && !mDone; }
+    // Whether it has ever been given a request.
+    bool wasUsed() const { return mWasUsed; }
 
     // Reads frames from now on: "ready" first, then one answer for each request.
     void start();
 
-    // Hands it a request; only while it is free.
-    void assign(const WorkerRequest& request, Completion done, std::chrono::seconds timeout);
+    // Hands it a request; only while it is free. When the answer has not come until then, the
+    // worker is ended.
+    void assign(const WorkerRequest& request, Completion done,
+                std::chrono::steady_clock::time_point until);
 
-    // Forgets the worker and its request.
+    // Forgets the worker and its request; a worker that has one is ended.
     void close();
 
 private:
     void readFrame();
     void readPayload(uint32_t bytes);
     void frameRead();
+    void answerRead();
     void writeRequest();
+    void armDeadline(std::chrono::steady_clock::time_point until);
+    void disarmDeadline();
     void deadlinePassed();
+    void end();
     void gone();
     void complete(Outcome outcome, httpd::Response response);
 
     WorkerPool* mPool; // null once closed
     boost::asio::local::stream_protocol::socket mSocket;
     boost::asio::steady_timer mDeadline;
+    uint32_t mId;
     pid_t mPid;
     char mHeader[kFrameHeaderBytes] = {};
     std::string mPayload;
     std::string mRequest;
     Completion mDone; // empty while it has no request
     bool mIsReady = false;
-    bool mIsTooLate = false;
+    bool mIsEnding = false; // the spawner has been asked to end it
+    bool mWasUsed = false;
 };
 
 } // namespace host

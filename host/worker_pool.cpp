@@ -1,5 +1,6 @@
 #include "worker_pool.h"
 
+#include "host_limits.h"
 #include "log.h"
 #include "worker_connection.h"
 
@@ -9,18 +10,6 @@ namespace host {
 
 namespace asio = boost::asio;
 using boost::system::error_code;
-
-namespace {
-
-// Requests that may wait for a worker: what a few clients send at once. More only wait to be late.
-constexpr size_t kMaxWaiting = 128;
-
-// Pause before a worker is replaced that ended before it was ready, doubled each time: a cache that
-// cannot be opened must not cost a process every millisecond.
-constexpr std::chrono::milliseconds kFirstBackOff{100};
-constexpr std::chrono::milliseconds kMaxBackOff{5000};
-
-} // namespace
 
 WorkerPool::WorkerPool(asio::io_context& context, int control, unsigned int workers,
                        std::chrono::seconds requestTimeout, Events events)
@@ -51,15 +40,15 @@ void WorkerPool::start()
 
 void WorkerPool::submit(WorkerRequest request, Completion done)
 {
+    const auto until = std::chrono::steady_clock::now() + mRequestTimeout;
     const auto free = std::find_if(mWorkers.begin(), mWorkers.end(),
                                    [](const auto& worker) { return worker->isFree(); });
     if (free != mWorkers.end()) {
-        (*free)->assign(request, std::move(done), mRequestTimeout);
+        (*free)->assign(request, std::move(done), until);
     } else if (mQueue.size() >= kMaxWaiting) {
         done(Outcome::Overloaded, {});
     } else {
-        mQueue.push_back({std::move(request), std::move(done),
-                          std::chrono::steady_clock::now() + mRequestTimeout});
+        mQueue.push_back({std::move(request), std::move(done), until});
         armQueueTimer();
     }
 }
@@ -105,44 +94,43 @@ void WorkerPool::controlReadable()
 
 void WorkerPool::handleControl(ControlMessage& message)
 {
+    mRequested -= std::min<size_t>(mRequested, 1);
     if (message.kind == ControlKind::Worker) {
-        const auto worker =
-            std::make_shared<Worker>(*this, mContext, message.pid, std::move(message.socket));
+        const auto worker = std::make_shared<Worker>(*this, mContext, message);
         mWorkers.push_back(worker);
         worker->start();
-    } else if (message.kind == ControlKind::NoWorker) {
-        spawnFailed("cannot fork a worker: " + message.text);
+    } else if (mIsStarting) {
+        mEvents.failed("cannot fork a worker: " + message.text);
+    } else {
+        log(Severity::Error, "cannot fork a worker: " + message.text);
+        replaceAfterPause();
     }
 }
 
 void WorkerPool::requestWorker()
 {
+    ++mRequested;
     ControlMessage message;
     message.kind = ControlKind::Spawn;
-    if (!sendControl(mControl.native_handle(), message)) {
-        log(Severity::Error, "the spawner does not take requests");
+    send(message);
+}
+
+void WorkerPool::send(const ControlMessage& message)
+{
+    if (!sendControl(mControl.native_handle(), message) && !mIsStopped) {
+        mEvents.failed("the spawner has ended, or does not answer");
     }
 }
 
-void WorkerPool::spawnFailed(const std::string& cause)
+void WorkerPool::replaceAfterPause()
 {
-    if (mIsStarting) {
-        mEvents.cannotStart(cause);
-        return;
-    }
-    log(Severity::Error, cause);
     mBackOff = std::clamp(mBackOff * 2, kFirstBackOff, kMaxBackOff);
-    scheduleRespawn();
-}
-
-void WorkerPool::scheduleRespawn()
-{
     mRespawnTimer.expires_after(mBackOff);
     mRespawnTimer.async_wait([this](error_code error) {
         if (error) {
             return;
         }
-        for (size_t have = mWorkers.size(); have < mWanted; ++have) {
+        while (mWorkers.size() + mRequested < mWanted) {
             requestWorker();
         }
     });
@@ -150,7 +138,6 @@ void WorkerPool::scheduleRespawn()
 
 void WorkerPool::workerReady(Worker& worker)
 {
-    mBackOff = std::chrono::milliseconds(0);
     if (mIsStarting && ++mReady == mWanted) {
         mIsStarting = false;
         mEvents.ready();
@@ -160,33 +147,36 @@ void WorkerPool::workerReady(Worker& worker)
 
 void WorkerPool::workerFree(Worker& worker)
 {
+    if (worker.wasUsed()) {
+        mBackOff = {};
+    }
     dropExpired();
     if (!mQueue.empty() && worker.isFree()) {
         Waiting next = std::move(mQueue.front());
         mQueue.pop_front();
-        worker.assign(next.request, std::move(next.done), mRequestTimeout);
+        worker.assign(next.request, std::move(next.done), next.until);
     }
 }
 
-void WorkerPool::workerGone(Worker& worker, bool wasReady)
+void WorkerPool::workerGone(const Worker& worker)
 {
-    const auto isIt = [&worker](const auto& one) {
-        return one.get() == &worker;
-    };
-    mWorkers.erase(std::remove_if(mWorkers.begin(), mWorkers.end(), isIt), mWorkers.end());
-    if (wasReady) {
-        requestWorker();
+    std::erase_if(mWorkers, [&worker](const auto& one) { return one.get() == &worker; });
+    if (worker.wasUsed()) {
+        requestWorker(); // a request has ended it, most likely: the next one finds a fresh worker
+    } else if (mIsStarting) {
+        mEvents.notReady();
     } else {
-        spawnFailed("a worker ended before it was ready");
+        log(Severity::Error, "a worker ended before it had a request");
+        replaceAfterPause();
     }
 }
 
-void WorkerPool::endWorker(pid_t pid)
+void WorkerPool::endWorker(uint32_t id)
 {
     ControlMessage message;
     message.kind = ControlKind::Kill;
-    message.pid = pid;
-    (void)sendControl(mControl.native_handle(), message);
+    message.id = id;
+    send(message);
 }
 
 void WorkerPool::dropExpired()

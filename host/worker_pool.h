@@ -39,9 +39,9 @@ class WorkerPool
 public:
     struct Events
     {
-        std::function<void()> ready;                         // all first workers are ready
-        std::function<void(const std::string&)> cannotStart; // a first worker did not get ready
-        std::function<void(const std::string&)> failed;      // the service cannot go on
+        std::function<void()> ready;                    // all first workers are ready
+        std::function<void()> notReady;                 // a first worker ended before it was
+        std::function<void(const std::string&)> failed; // the service cannot go on
     };
 
     // control is the socket to the spawner, which must outlive the pool.
@@ -54,10 +54,11 @@ public:
     // Asks the spawner for the first workers.
     void start();
 
-    // Takes a request.
+    // Takes a request, which has until the request timeout from now, waiting included.
     void submit(WorkerRequest request, Completion done);
 
-    // Ends the work with the workers; requests still out are dropped.
+    // Ends the work with the workers, and those that are at a request; requests still out are
+    // dropped.
     void stop();
 
 private:
@@ -74,17 +75,16 @@ private:
     void controlReadable();
     void handleControl(ControlMessage& message);
     void requestWorker();
-    void spawnFailed(const std::string& cause);
-    void scheduleRespawn();
-    void assignWaiting();
     void dropExpired();
     void armQueueTimer();
+    void send(const ControlMessage& message);
+    void replaceAfterPause();
 
     // From a worker
     void workerReady(Worker& worker);
     void workerFree(Worker& worker);
-    void workerGone(Worker& worker, bool wasReady);
-    void endWorker(pid_t pid);
+    void workerGone(const Worker& worker);
+    void endWorker(uint32_t id);
 
     boost::asio::io_context& mContext;
     boost::asio::posix::stream_descriptor mControl;
@@ -94,6 +94,7 @@ private:
     std::chrono::seconds mRequestTimeout;
     Events mEvents;
     std::vector<std::shared_ptr<Worker>> mWorkers;
+    size_t mRequested = 0; // workers that the spawner has been asked for and has not announced
     std::deque<Waiting> mQueue;
     std::chrono::milliseconds mBackOff{0};
     unsigned int mReady = 0; // counts up to mWanted while the service starts

@@ -1,17 +1,18 @@
 // The only translation unit that instantiates Beast's templates.
 #include "connection.h"
 
-#include "httpd/limits.h"
-
 #include <boost/asio/buffer.hpp>
 #include <boost/asio/steady_timer.hpp>
 #include <boost/asio/write.hpp>
 #include <boost/beast/core/flat_buffer.hpp>
 #include <boost/beast/http.hpp>
 
+#include <algorithm>
 #include <array>
+#include <chrono>
 #include <ctime>
 #include <optional>
+#include <string_view>
 
 namespace httpd {
 
@@ -33,15 +34,47 @@ std::string httpDate()
     return text;
 }
 
-unsigned int statusOf(error_code error)
+// Beast reads up to this much at a time; beyond the headers a body is taken out of the buffer as it
+// comes.
+constexpr size_t kReadAheadBytes = 64 * 1024;
+
+using Parser = http::request_parser<http::string_body>;
+
+// How to answer a request that could not be read; 0 when there is nobody to answer.
+unsigned int statusOf(error_code error, const Parser& parser)
 {
+    if (error == http::error::end_of_stream) {
+        return 0;
+    }
     if (error == http::error::header_limit || error == http::error::buffer_overflow) {
-        return 431;
+        const bool hasRequestLine = !parser.get().target().empty();
+        return hasRequestLine ? 431 : 414;
     }
     if (error == http::error::body_limit) {
         return 413;
     }
     return error.category() == http::make_error_code(http::error::bad_method).category() ? 400 : 0;
+}
+
+// RFC 9112, section 3.2: exactly one Host field, from clients that speak HTTP/1.1.
+bool hasHost(const Parser::value_type& header)
+{
+    return header.version() < 11 || header.count(http::field::host) == 1;
+}
+
+// What a client means that takes this server for a proxy ("GET http://host/path"): every server has
+// to understand it (RFC 9112, section 3.2.2).
+std::string originForm(std::string_view target)
+{
+    for (const std::string_view scheme : {"http://", "https://"}) {
+        if (target.size() >= scheme.size() &&
+            boost::beast::iequals(target.substr(0, scheme.size()), scheme)) {
+            target.remove_prefix(scheme.size());
+            target.remove_prefix(std::min(target.find_first_of("/?"), target.size()));
+            return target.starts_with('/') ? std::string(target) : "/" + std::string(target);
+        }
+    }
+    return std::string(target);
 }
 
 class HttpConnection : public Connection, public std::enable_shared_from_this<HttpConnection>
@@ -51,7 +84,8 @@ public:
         : mSocket(std::move(socket)),
           mTimer(mSocket.get_executor()),
           mOwner(std::move(owner)),
-          mBuffer(kMaxHeaderBytes + kMaxBodyBytes)
+          mLimits(mOwner->limits()),
+          mBuffer(kReadAheadBytes + mLimits.headerBytes)
     {
         mOwner->opened(this);
     }
@@ -59,17 +93,22 @@ public:
 
     void start();
     void close() override;
+    void closeIfIdle() override;
 
 private:
-    void armTimer(std::chrono::steady_clock::duration timeout);
-    void disarmTimer() { mTimer.cancel(); }
+    using Expired = void (HttpConnection::*)();
+    void armTimer(std::chrono::steady_clock::duration timeout, Expired expired);
+    void disarmTimer();
+    void requestTimedOut();
 
     void waitForRequest();
     void readHeader();
     void headerRead(error_code error);
+    void sendContinue();
     void readBody();
     void bodyRead(error_code error);
     void dispatch();
+    void readFailed(error_code error);
     void refuse(unsigned int status);
     void write(Response response);
     void written(error_code error);
@@ -78,13 +117,16 @@ private:
     tcp::socket mSocket;
     asio::steady_timer mTimer;
     std::shared_ptr<ConnectionOwner> mOwner;
+    const Limits& mLimits;
     boost::beast::flat_buffer mBuffer;
-    std::optional<http::request_parser<http::string_body>> mParser;
+    std::optional<Parser> mParser;
     std::optional<http::response<http::string_body>> mAnswer;
     std::optional<http::response_serializer<http::string_body>> mSerializer;
     std::array<char, 4096> mDiscarded{};
     size_t mLingerBytes = 0;
     unsigned int mVersion = 11;
+    bool mIsIdle = false;
+    bool mIsTimedOut = false;
     bool mKeepAlive = false;
     bool mIsHead = false;
 };
@@ -100,31 +142,55 @@ void HttpConnection::start()
 void HttpConnection::close()
 {
     error_code ignored;
-    mTimer.cancel();
+    disarmTimer();
     mSocket.close(ignored);
 }
 
-void HttpConnection::armTimer(std::chrono::steady_clock::duration timeout)
+void HttpConnection::closeIfIdle()
+{
+    if (mIsIdle) {
+        close();
+    }
+}
+
+void HttpConnection::armTimer(std::chrono::steady_clock::duration timeout, Expired expired)
 {
     mTimer.expires_after(timeout);
-    mTimer.async_wait([weak = weak_from_this()](error_code error) {
-        if (const auto self = weak.lock(); self && !error) {
-            self->close();
+    mTimer.async_wait([weak = weak_from_this(), expired](error_code error) {
+        const auto self = weak.lock();
+        // A wait that had ended before it was cancelled comes without an error.
+        if (self && !error && self->mTimer.expiry() <= asio::steady_timer::clock_type::now()) {
+            ((*self).*expired)();
         }
     });
+}
+
+void HttpConnection::disarmTimer()
+{
+    mTimer.expires_at(asio::steady_timer::time_point::max());
+}
+
+void HttpConnection::requestTimedOut()
+{
+    error_code ignored;
+    mIsTimedOut = true;
+    mSocket.cancel(ignored);
 }
 
 void HttpConnection::waitForRequest()
 {
     mParser.emplace();
-    mParser->header_limit(kMaxHeaderBytes);
-    mParser->body_limit(kMaxBodyBytes);
+    mParser->header_limit(mLimits.headerBytes);
+    mParser->body_limit(mLimits.bodyBytes);
+    mIsHead = false;
     if (mBuffer.size() > 0) { // the next request came with the last one
         readHeader();
         return;
     }
-    armTimer(kIdleTimeout);
+    mIsIdle = true;
+    armTimer(mLimits.idleTimeout, &HttpConnection::close);
     mSocket.async_wait(tcp::socket::wait_read, [self = shared_from_this()](error_code error) {
+        self->mIsIdle = false;
         if (!error) {
             self->readHeader();
         }
@@ -133,7 +199,7 @@ void HttpConnection::waitForRequest()
 
 void HttpConnection::readHeader()
 {
-    armTimer(kRequestTimeout);
+    armTimer(mLimits.requestTimeout, &HttpConnection::requestTimedOut);
     http::async_read_header(mSocket, mBuffer, *mParser,
                             [self = shared_from_this()](error_code error, size_t /*bytes*/) {
                                 self->headerRead(error);
@@ -143,27 +209,32 @@ void HttpConnection::readHeader()
 void HttpConnection::headerRead(error_code error)
 {
     if (error) {
-        const unsigned int status = statusOf(error);
-        if (status != 0 && error != http::error::end_of_stream) {
-            refuse(status);
-        }
-        return; // a closed or broken connection ends with its last reference
+        readFailed(error);
+        return;
     }
     const auto& header = mParser->get();
     mVersion = header.version();
     mKeepAlive = header.keep_alive();
     mIsHead = header.method() == http::verb::head;
-    if (header[http::field::expect] == "100-continue") {
-        static constexpr std::string_view kContinue = "HTTP/1.1 100 Continue\r\n\r\n";
-        asio::async_write(mSocket, asio::buffer(kContinue),
-                          [self = shared_from_this()](error_code writeError, size_t /*bytes*/) {
-                              if (!writeError) {
-                                  self->readBody();
-                              }
-                          });
-        return;
+    if (!hasHost(header)) {
+        refuse(400);
+    } else if (mVersion >= 11 &&
+               boost::beast::iequals(header[http::field::expect], "100-continue")) {
+        sendContinue();
+    } else {
+        readBody();
     }
-    readBody();
+}
+
+void HttpConnection::sendContinue()
+{
+    static constexpr std::string_view kContinue = "HTTP/1.1 100 Continue\r\n\r\n";
+    asio::async_write(mSocket, asio::buffer(kContinue),
+                      [self = shared_from_this()](error_code error, size_t /*bytes*/) {
+                          if (!error) {
+                              self->readBody();
+                          }
+                      });
 }
 
 void HttpConnection::readBody()
@@ -175,12 +246,10 @@ void HttpConnection::readBody()
 
 void HttpConnection::bodyRead(error_code error)
 {
-    if (!error) {
+    if (error) {
+        readFailed(error);
+    } else {
         dispatch();
-        return;
-    }
-    if (const unsigned int status = statusOf(error); status != 0) {
-        refuse(status);
     }
 }
 
@@ -190,7 +259,7 @@ void HttpConnection::dispatch()
     auto message = mParser->release();
     Request request;
     request.method = std::string(message.method_string());
-    request.target = std::string(message.target());
+    request.target = originForm(message.target());
     for (const auto& field : message) {
         request.headers.push_back({std::string(field.name_string()), std::string(field.value())});
     }
@@ -200,11 +269,19 @@ void HttpConnection::dispatch()
     });
 }
 
+// A closed or broken connection is not answered; it ends with its last reference.
+void HttpConnection::readFailed(error_code error)
+{
+    const unsigned int status = mIsTimedOut ? 408 : statusOf(error, *mParser);
+    if (status != 0) {
+        refuse(status);
+    }
+}
+
 // What follows a request that cannot be read cannot be told apart: the answer ends the connection.
 void HttpConnection::refuse(unsigned int status)
 {
     mKeepAlive = false;
-    mIsHead = false;
     write(mOwner->errorPage(status));
 }
 
@@ -213,6 +290,7 @@ void HttpConnection::write(Response response)
     if (!mSocket.is_open()) {
         return;
     }
+    mKeepAlive = mKeepAlive && !mOwner->isStopping();
     mAnswer.emplace(static_cast<http::status>(response.status), mVersion);
     for (const Header& header : response.headers) {
         mAnswer->insert(header.name, header.value);
@@ -224,7 +302,7 @@ void HttpConnection::write(Response response)
         mAnswer->body() = std::move(response.body);
     }
     mSerializer.emplace(*mAnswer);
-    armTimer(kWriteTimeout);
+    armTimer(mLimits.writeTimeout, &HttpConnection::close);
     http::async_write(
         mSocket, *mSerializer,
         [self = shared_from_this()](error_code error, size_t /*bytes*/) { self->written(error); });
@@ -242,7 +320,7 @@ void HttpConnection::written(error_code error)
         return;
     }
     mSocket.shutdown(tcp::socket::shutdown_send, error);
-    armTimer(kLingerTimeout);
+    armTimer(mLimits.lingerTimeout, &HttpConnection::close);
     linger();
 }
 
@@ -251,7 +329,7 @@ void HttpConnection::linger()
     mSocket.async_read_some(asio::buffer(mDiscarded),
                             [self = shared_from_this()](error_code error, size_t bytes) {
                                 self->mLingerBytes += bytes;
-                                if (!error && self->mLingerBytes < kMaxLingerBytes) {
+                                if (!error && self->mLingerBytes < self->mLimits.lingerBytes) {
                                     self->linger();
                                 }
                             });

@@ -20,6 +20,9 @@ public:
 
     // Closes the connection at once; an answer still due is dropped.
     virtual void close() = 0;
+
+    // Closes the connection unless a request of it is being read or answered.
+    virtual void closeIfIdle() = 0;
 };
 
 // What a connection needs of its server; connections keep it alive.
@@ -33,6 +36,8 @@ public:
 
     virtual void handle(Request request, Reply reply) = 0;
     virtual Response errorPage(unsigned int status) = 0;
+    virtual const Limits& limits() const = 0;
+    virtual bool isStopping() const = 0; // answers then end their connections
     virtual void opened(Connection* connection) = 0;
     virtual void closed(Connection* connection) = 0;
 };

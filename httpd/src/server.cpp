@@ -1,14 +1,16 @@
 #include "httpd/server.h"
 
 #include "connection.h"
-#include "httpd/limits.h"
 
 #include <boost/asio/io_context.hpp>
 #include <boost/asio/ip/tcp.hpp>
+#include <boost/asio/post.hpp>
 #include <boost/asio/steady_timer.hpp>
 
 #include <algorithm>
+#include <cctype>
 #include <unordered_set>
+#include <utility>
 
 namespace httpd {
 
@@ -19,8 +21,9 @@ using boost::system::error_code;
 class Server::Impl : public ConnectionOwner, public std::enable_shared_from_this<Server::Impl>
 {
 public:
-    Impl(asio::io_context& context, Handler handler, ErrorPage errorPage)
-        : mContext(context),
+    Impl(asio::io_context& context, Handler handler, ErrorPage errorPage, const Limits& limits)
+        : mLimits(limits),
+          mContext(context),
           mAcceptor(context),
           mRetry(context),
           mHandler(std::move(handler)),
@@ -29,6 +32,7 @@ public:
 
     bool listen(const std::string& address, uint16_t port, std::string& problem);
     uint16_t port() const;
+    void drain(std::function<void()> drained);
     void stop();
 
     void handle(Request request, Reply reply) override
@@ -36,20 +40,31 @@ public:
         mHandler(std::move(request), std::move(reply));
     }
     Response errorPage(unsigned int status) override { return mErrorPage(status); }
+    const Limits& limits() const override { return mLimits; }
+    bool isStopping() const override { return mIsStopping; }
     void opened(Connection* connection) override { mConnections.insert(connection); }
     void closed(Connection* connection) override;
 
 private:
     void accept();
     void accepted(error_code error, tcp::socket socket);
+    void stopListening();
+    std::vector<Connection*> connections() const
+    {
+        return {mConnections.begin(), mConnections.end()};
+    }
+    void reportDrained();
 
+    const Limits mLimits;
     asio::io_context& mContext;
     tcp::acceptor mAcceptor;
     asio::steady_timer mRetry;
     Handler mHandler;
     ErrorPage mErrorPage;
     std::unordered_set<Connection*> mConnections;
+    std::function<void()> mDrained;
     bool mAccepting = false;
+    bool mIsStopping = false;
 };
 
 bool Server::Impl::listen(const std::string& address, uint16_t port, std::string& problem)
@@ -82,26 +97,51 @@ uint16_t Server::Impl::port() const
     return mAcceptor.local_endpoint(error).port();
 }
 
+void Server::Impl::drain(std::function<void()> drained)
+{
+    stopListening();
+    mDrained = std::move(drained);
+    for (Connection* connection : connections()) {
+        connection->closeIfIdle();
+    }
+    reportDrained();
+}
+
 void Server::Impl::stop()
 {
-    error_code ignored;
-    mAcceptor.close(ignored);
-    mRetry.cancel();
-    const std::vector<Connection*> open(mConnections.begin(), mConnections.end());
-    for (Connection* connection : open) {
+    stopListening();
+    mDrained = nullptr;
+    for (Connection* connection : connections()) {
         connection->close();
     }
+}
+
+void Server::Impl::stopListening()
+{
+    error_code ignored;
+    mIsStopping = true;
+    mAcceptor.close(ignored);
+    mRetry.cancel();
 }
 
 void Server::Impl::closed(Connection* connection)
 {
     mConnections.erase(connection);
+    reportDrained();
     accept();
+}
+
+void Server::Impl::reportDrained()
+{
+    if (mDrained && mConnections.empty()) {
+        // Not from within a connection's destructor.
+        asio::post(mContext, std::exchange(mDrained, nullptr));
+    }
 }
 
 void Server::Impl::accept()
 {
-    if (mAccepting || !mAcceptor.is_open() || mConnections.size() >= kMaxConnections) {
+    if (mAccepting || !mAcceptor.is_open() || mConnections.size() >= mLimits.connections) {
         return;
     }
     mAccepting = true;
@@ -121,7 +161,7 @@ void Server::Impl::accepted(error_code error, tcp::socket socket)
         accept();
         return;
     }
-    mRetry.expires_after(kAcceptRetry);
+    mRetry.expires_after(mLimits.acceptRetry);
     mRetry.async_wait([self = shared_from_this()](error_code waitError) {
         if (!waitError) {
             self->accept();
@@ -129,8 +169,9 @@ void Server::Impl::accepted(error_code error, tcp::socket socket)
     });
 }
 
-Server::Server(asio::io_context& context, Handler handler, ErrorPage errorPage)
-    : mImpl(std::make_shared<Impl>(context, std::move(handler), std::move(errorPage)))
+Server::Server(asio::io_context& context, Handler handler, ErrorPage errorPage,
+               const Limits& limits)
+    : mImpl(std::make_shared<Impl>(context, std::move(handler), std::move(errorPage), limits))
 {}
 
 Server::~Server()
@@ -146,6 +187,11 @@ bool Server::listen(const std::string& address, uint16_t port, std::string& prob
 uint16_t Server::port() const
 {
     return mImpl->port();
+}
+
+void Server::drain(std::function<void()> drained)
+{
+    mImpl->drain(std::move(drained));
 }
 
 void Server::stop()

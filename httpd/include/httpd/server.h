@@ -5,6 +5,8 @@
 #ifndef HTTPD_SERVER_H_
 #define HTTPD_SERVER_H_
 
+#include <httpd/limits.h>
+
 #include <cstdint>
 #include <functional>
 #include <memory>
@@ -27,12 +29,13 @@ struct Header
 struct Request
 {
     std::string method; // as it came: "GET"
-    std::string target; // as it came: "/path?query"
+    std::string target; // as it came, without scheme and host: "/path?query"
     std::vector<Header> headers;
     std::string body;
 };
 
-// The server adds Date, Content-Length and Connection, and sends no body in answer to HEAD.
+// The server adds Date, Content-Length and Connection, and sends no body in answer to HEAD. A
+// status is 200 to 599; header names and values are as HTTP wants them, below 64 KiB.
 struct Response
 {
     unsigned int status = 200;
@@ -49,13 +52,15 @@ using Reply = std::function<void(Response)>;
 // Answers a request.
 using Handler = std::function<void(Request, Reply)>;
 
-// Makes the response for a request that never reached the handler: 400, 408, 413, 431.
+// Makes the response for a request that never reached the handler: 400 (not HTTP, or no Host), 408
+// (too slow), 413 (body too long), 414 (request line too long), 431 (headers too long).
 using ErrorPage = std::function<Response(unsigned int status)>;
 
 class Server
 {
 public:
-    Server(boost::asio::io_context& context, Handler handler, ErrorPage errorPage);
+    Server(boost::asio::io_context& context, Handler handler, ErrorPage errorPage,
+           const Limits& limits = {});
     ~Server();
     Server(const Server&) = delete;
     Server& operator=(const Server&) = delete;
@@ -67,7 +72,11 @@ public:
     // The port that is listened on.
     uint16_t port() const;
 
-    // Stops listening and closes every connection.
+    // Stops listening, closes idle connections and lets the others have the answer to the request
+    // that they are at; calls drained, later and once, when no connection is left.
+    void drain(std::function<void()> drained);
+
+    // Stops listening and closes every connection at once; drained is not called any more.
     void stop();
 
     class Impl;

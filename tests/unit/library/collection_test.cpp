@@ -274,6 +274,27 @@ TEST_F(Collection, MappedKeyStaysInTheMembers)
     EXPECT_EQ(get("").body["Members"][0]["Key"].asString(), "Box0");
 }
 
+TEST_F(Collection, LinksAreThoseOfTheMembersAlone)
+{
+    mMapping.Write(R"({
+        "VexoBoxes": {"@odata.id": "/r/VexoBoxes", "is_collection": true,
+                      "mappings": {"VexoBox": {}}},
+        "VexoBox": {"@odata.id": "/r/VexoBox", "UniqueSelector": "Key",
+                    "Links": {"ComputerSystem": {"@odata.id": "/r/System"}},
+                    "mappings": {"XCIM_Box": {"properties": {"Key": {}}}}}})");
+    fill(2);
+    for (const char* query : {"", "?$select=*", "?$select=Members"}) {
+        const Json::Value body = get(query).body;
+        EXPECT_FALSE(body.isMember("Links")) << query;
+        for (const Json::Value& member : body["Members"]) {
+            EXPECT_THAT(member["Links"],
+                        IsJson(R"({"ComputerSystem": {"@odata.id": "/r/System"}})"))
+                << query;
+        }
+        EXPECT_EQ(body["Members"].size(), 2U);
+    }
+}
+
 TEST_F(Collection, SelectNarrowsTheCollectionNotItsMembers)
 {
     map(true, true);

@@ -15,6 +15,7 @@ void together(const std::function<void(int)>& work)
 {
     std::barrier start(kThreads);
     std::vector<std::thread> threads;
+    threads.reserve(kThreads);
     for (int number = 0; number < kThreads; ++number) {
         threads.emplace_back([&, number] {
             start.arrive_and_wait();

@@ -8,11 +8,9 @@
 
 namespace {
 
-using support::json;
 using support::LogCapture;
 using support::logged;
 using support::loggedAnywhere;
-using support::loggedFrom;
 using support::Request;
 using support::StatementTrace;
 using ::testing::ElementsAre;

@@ -1,16 +1,14 @@
 // Date-times of the data cache: microseconds since the epoch, written in the local time zone.
-#include "JsonText.h"
 #include "SQLInterface.h"
 
 #include <gtest/gtest.h>
+#include <json/json.h>
 #include <stdlib.h>
 #include <time.h>
 
 #include <string>
 
 namespace {
-
-using support::json;
 
 // Sets the process's time zone for one test.
 class TimeZone

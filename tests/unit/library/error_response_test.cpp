@@ -9,7 +9,6 @@ using support::IsJson;
 using support::json;
 using support::LogCapture;
 using support::logged;
-using support::loggedFrom;
 using support::Request;
 using ::testing::ElementsAre;
 using ::testing::ElementsAreArray;

@@ -38,14 +38,19 @@ protected:
     static void withEach(Operation operation)
     {
         for (const char* text : kValues) {
-            for (const char* url : {"/r/VexoBox/1", "/r/VexoBoxes"}) {
-                SCOPED_TRACE(std::string(url) + " with " + text);
-                Request request(url);
-                ASSERT_EQ(request.mapper.ParseUri(RM_METHOD_GET), RM_OK);
-                Json::Value value = json(text);
-                EXPECT_NO_THROW(operation(request.mapper, value));
-            }
+            with("/r/VexoBox/1", text, operation);
+            with("/r/VexoBoxes", text, operation);
         }
+    }
+
+    template <typename Operation>
+    static void with(const char* url, const char* text, Operation operation)
+    {
+        SCOPED_TRACE(std::string(url) + " with " + text);
+        Request request(url);
+        ASSERT_EQ(request.mapper.ParseUri(RM_METHOD_GET), RM_OK);
+        Json::Value value = json(text);
+        EXPECT_NO_THROW(operation(request.mapper, value));
     }
 };
 

@@ -16,7 +16,7 @@ protected:
     }
 
     std::string query(unsigned long limit, unsigned long offset, const std::string& key,
-                      const std::string& extraClause)
+                      const std::string& extraClause) const
     {
         return mRequest.mapper.GetSelectQuery("XCIM_Box", limit, offset, key, extraClause);
     }

@@ -5,7 +5,6 @@
 
 namespace {
 
-using support::json;
 using support::LogCapture;
 using support::Request;
 

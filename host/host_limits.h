@@ -1,0 +1,65 @@
+// Every limit of the host beside those of HTTP (httpd/limits.h), with its reason.
+#ifndef HOST_HOST_LIMITS_H_
+#define HOST_HOST_LIMITS_H_
+
+#include <chrono>
+#include <cstddef>
+#include <cstdint>
+
+namespace host {
+
+// ---- Requests ----
+
+// Requests that may wait for a worker: what a few clients send at once. More only wait to be late.
+inline constexpr size_t kMaxWaiting = 128;
+
+// When to come back to a service that is busy, in seconds; the library's own answer to a class that
+// is still being cached is the same.
+inline constexpr const char* kRetryAfterS = "5";
+
+// Longest time a request may be given (--request-timeout).
+inline constexpr unsigned int kMaxRequestTimeoutS = 3600;
+
+// ---- Workers ----
+
+// Worker processes (--workers). The default is at least two, so that one request that takes long
+// does not stop all others.
+inline constexpr unsigned int kMaxWorkers = 64;
+inline constexpr unsigned int kMinDefaultWorkers = 2;
+
+// Address space of a worker. A page of the largest collections takes a tenth; what needs more than
+// this is a conversion that never ends.
+inline constexpr uint32_t kWorkerMemoryBytes = 256U * 1024 * 1024;
+
+// How long a new worker may take to open the data cache. Opening reads nothing; this ends workers
+// that hang, for example on a file that is a pipe.
+inline constexpr std::chrono::seconds kReadyTimeout{30};
+
+// Pause before a worker is replaced that ended without a request to blame, doubled each time: a
+// cache that cannot be opened must not cost a process every millisecond.
+inline constexpr std::chrono::milliseconds kFirstBackOff{100};
+inline constexpr std::chrono::milliseconds kMaxBackOff{5000};
+
+// ---- Frames between the front and a worker ----
+
+// The largest payload. An answer in the making exists several times over, as JSON values and as
+// text, so that a worker's memory ends before this.
+inline constexpr uint32_t kMaxFrameBytes = 32U * 1024 * 1024;
+
+// An answer carries a handful of headers, the longest being "Link" with a few schema URIs; more
+// means that the frame is damaged.
+inline constexpr uint32_t kMaxAnswerHeaders = 64;
+inline constexpr uint32_t kMaxHeaderTextBytes = 16U * 1024;
+
+// ---- Stopping ----
+
+// How long requests that are being answered may go on after SIGTERM.
+inline constexpr std::chrono::seconds kStopGrace{5};
+
+// How long workers may take to end by themselves when their sockets have closed, before they are
+// killed.
+inline constexpr std::chrono::seconds kWorkerEndGrace{2};
+
+} // namespace host
+
+#endif

@@ -1,0 +1,141 @@
+// The command line.
+#include "options.h"
+
+#include <ResourceMapper.h>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <thread>
+
+namespace {
+
+using testing::HasSubstr;
+
+using Arguments = std::vector<std::string>;
+
+host::Options parsed(const Arguments& arguments)
+{
+    host::Options options;
+    std::string problem;
+    EXPECT_TRUE(host::parseOptions(arguments, options, problem)) << problem;
+    return options;
+}
+
+std::string problemOf(const Arguments& arguments)
+{
+    host::Options options;
+    std::string problem;
+    EXPECT_FALSE(host::parseOptions(arguments, options, problem));
+    EXPECT_FALSE(problem.empty());
+    return problem;
+}
+
+TEST(Options, Defaults)
+{
+    const host::Options options = parsed({});
+    EXPECT_EQ(options.address, "127.0.0.1");
+    EXPECT_EQ(options.port, 8000);
+    EXPECT_EQ(options.rmfPath, "/usr/share/cimgate/resourcemapping.json");
+    EXPECT_EQ(options.cachePath, "/var/run/cmpidatacache/CMPI_DataCache.db");
+    EXPECT_EQ(options.registryDirectory, "");
+    EXPECT_EQ(options.workers, std::max(2U, std::thread::hardware_concurrency()));
+    EXPECT_EQ(options.logLevel, 1);
+    EXPECT_EQ(options.requestTimeoutS, 30U);
+    EXPECT_FALSE(options.help);
+}
+
+TEST(Options, ValuesAsNextArgumentOrAfterAnEqualsSign)
+{
+    const host::Options options =
+        parsed({"--listen", "127.0.0.2:0", "--rmf=a=b.json", "--cache", "c.db", "--registries", "r",
+                "--auth", "none", "--workers=3", "--log-level", "4", "--request-timeout", "2"});
+    EXPECT_EQ(options.address, "127.0.0.2");
+    EXPECT_EQ(options.port, 0);
+    EXPECT_EQ(options.rmfPath, "a=b.json");
+    EXPECT_EQ(options.cachePath, "c.db");
+    EXPECT_EQ(options.registryDirectory, "r");
+    EXPECT_EQ(options.workers, 3U);
+    EXPECT_EQ(options.logLevel, 4);
+    EXPECT_EQ(options.requestTimeoutS, 2U);
+}
+
+TEST(Options, HelpEndsTheReading)
+{
+    EXPECT_TRUE(parsed({"--workers", "1", "--help", "--nonsense"}).help);
+}
+
+TEST(Options, HelpNamesEveryOption)
+{
+    for (const char* name : {"--listen", "--rmf", "--cache", "--registries", "--auth", "--workers",
+                             "--log-level", "--request-timeout", "--help"}) {
+        EXPECT_THAT(host::helpText(), HasSubstr(name));
+    }
+}
+
+TEST(Options, IPv6AddressesStandInBrackets)
+{
+    const host::Options options = parsed({"--listen", "[::1]:443"});
+    EXPECT_EQ(options.address, "::1");
+    EXPECT_EQ(options.port, 443);
+    EXPECT_THAT(problemOf({"--listen", "::1:443"}), HasSubstr("[::1]:8000"));
+    EXPECT_THAT(problemOf({"--listen", "[127.0.0.1]:443"}), HasSubstr("127.0.0.1:8000"));
+}
+
+TEST(Options, ListenNeedsANumericAddressAndAPort)
+{
+    for (const char* text : {"8000", "127.0.0.1", "127.0.0.1:", "127.0.0.1:x", "127.0.0.1:65536",
+                             "127.0.0.1:-1", "localhost:8000", ":8000", "[::1:8000", "[::1]"}) {
+        EXPECT_THAT(problemOf({"--listen", text}), HasSubstr("for example 127.0.0.1:8000")) << text;
+    }
+}
+
+TEST(Options, OnlyLoopbackWithoutAuthentication)
+{
+    for (const char* text : {"0.0.0.0:8000", "192.168.0.1:80", "128.0.0.1:80", "[::]:80",
+                             "[fe80::1]:80", "[::ffff:10.0.0.1]:80"}) {
+        EXPECT_THAT(problemOf({"--listen", text}), HasSubstr("loopback")) << text;
+    }
+}
+
+TEST(Options, OtherAuthenticationIsRefused)
+{
+    EXPECT_THAT(problemOf({"--auth", "users.json"}), HasSubstr("\"none\""));
+}
+
+TEST(Options, NumbersHaveRanges)
+{
+    EXPECT_EQ(parsed({"--workers", "1"}).workers, 1U);
+    EXPECT_EQ(parsed({"--workers", "64"}).workers, 64U);
+    EXPECT_EQ(parsed({"--log-level", "0"}).logLevel, 0);
+    EXPECT_EQ(parsed({"--request-timeout", "3600"}).requestTimeoutS, 3600U);
+    for (const char* text : {"0", "65", "two", "2x", "-2", " 2", "4294967298"}) {
+        EXPECT_THAT(problemOf({"--workers", text}), HasSubstr("from 1 to 64")) << text;
+    }
+    EXPECT_THAT(problemOf({"--log-level", "5"}), HasSubstr("from 0 to 4"));
+    EXPECT_THAT(problemOf({"--request-timeout", "0"}), HasSubstr("from 1 to 3600"));
+    EXPECT_THAT(problemOf({"--request-timeout", "3601"}), HasSubstr("from 1 to 3600"));
+}
+
+TEST(Options, UnknownOptionsAreNamed)
+{
+    for (const char* name : {"--cim", "--port", "-h", "file"}) {
+        EXPECT_THAT(problemOf({name}), HasSubstr("unknown option " + std::string(name) + ";"));
+        EXPECT_THAT(problemOf({name, "value"}), HasSubstr("--help"));
+    }
+    EXPECT_THAT(problemOf({"--nonsense=1"}), HasSubstr("unknown option --nonsense;"));
+}
+
+TEST(Options, MissingValuesAreNamed)
+{
+    EXPECT_THAT(problemOf({"--cache"}), HasSubstr("--cache needs a value"));
+    EXPECT_THAT(problemOf({"--cache="}), HasSubstr("--cache needs a value"));
+    EXPECT_THAT(problemOf({"--rmf", ""}), HasSubstr("--rmf needs a value"));
+}
+
+TEST(Options, Urls)
+{
+    EXPECT_EQ(host::urlOf("127.0.0.1", 8000), "http://127.0.0.1:8000");
+    EXPECT_EQ(host::urlOf("::1", 80), "http://[::1]:80");
+}
+
+} // namespace
