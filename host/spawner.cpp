@@ -101,7 +101,7 @@ void SpawnerProcess::serve()
     sigset_t childSignal;
     sigemptyset(&childSignal);
     sigaddset(&childSignal, SIGCHLD);
-    (void)sigprocmask(SIG_BLOCK, &childSignal, nullptr);
+    (void)pthread_sigmask(SIG_BLOCK, &childSignal, nullptr);
     mChildSignals = FileDescriptor(signalfd(-1, &childSignal, SFD_CLOEXEC | SFD_NONBLOCK));
     while (true) {
         pollfd waits[] = {{mControl.get(), POLLIN, 0}, {mChildSignals.get(), POLLIN, 0}};
@@ -167,7 +167,7 @@ pid_t SpawnerProcess::forkWorker(FileDescriptor& front, FileDescriptor& worker)
     }
     sigset_t none;
     sigemptyset(&none);
-    (void)sigprocmask(SIG_SETMASK, &none, nullptr);
+    (void)pthread_sigmask(SIG_SETMASK, &none, nullptr);
     front.reset();
     mControl.reset();
     mChildSignals.reset();

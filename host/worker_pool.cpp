@@ -24,6 +24,7 @@ WorkerPool::WorkerPool(asio::io_context& context, int control, unsigned int work
     mControl.native_non_blocking(true);
 }
 
+// NOLINTNEXTLINE(bugprone-exception-escape): only cancelling a timer could throw, and it does not
 WorkerPool::~WorkerPool()
 {
     stop();

@@ -47,7 +47,7 @@ public:
     // control is the socket to the spawner, which must outlive the pool.
     WorkerPool(boost::asio::io_context& context, int control, unsigned int workers,
                std::chrono::seconds requestTimeout, Events events);
-    ~WorkerPool();
+    ~WorkerPool(); // NOLINT(bugprone-exception-escape): see its definition
     WorkerPool(const WorkerPool&) = delete;
     WorkerPool& operator=(const WorkerPool&) = delete;
 

@@ -36,7 +36,7 @@ std::string httpDate()
 
 // Beast reads up to this much at a time; beyond the headers a body is taken out of the buffer as it
 // comes.
-constexpr size_t kReadAheadBytes = 64 * 1024;
+constexpr size_t kReadAheadBytes = size_t{64} * 1024;
 
 using Parser = http::request_parser<http::string_body>;
 
@@ -90,6 +90,8 @@ public:
         mOwner->opened(this);
     }
     ~HttpConnection() override { mOwner->closed(this); }
+    HttpConnection(const HttpConnection&) = delete;
+    HttpConnection& operator=(const HttpConnection&) = delete;
 
     void start();
     void close() override;

@@ -174,6 +174,8 @@ Server::Server(asio::io_context& context, Handler handler, ErrorPage errorPage,
     : mImpl(std::make_shared<Impl>(context, std::move(handler), std::move(errorPage), limits))
 {}
 
+// NOLINTNEXTLINE(bugprone-exception-escape): only for want of memory, which nobody survives here
+// NOLINTNEXTLINE(bugprone-exception-escape): only cancelling a timer could throw, and it does not
 Server::~Server()
 {
     mImpl->stop();

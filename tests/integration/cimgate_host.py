@@ -1,13 +1,13 @@
-"""A running cimgated with a mapping file and a data cache of its own, for tests over HTTP.
+"""A running cimgated with a mapping and a cache made for one test, and a client that asks it through curl.
 
-Environment: CIMGATED, the program; CIMGATE_REGISTRIES, the message registries.
+Environment: CIMGATED, the program; CIMGATE_REGISTRIES, the directory of the message registries.
 """
 
-import itertools
 import json
 import os
-import re
+import selectors
 import signal
+import socket
 import sqlite3
 import struct
 import subprocess
@@ -17,146 +17,308 @@ from pathlib import Path
 
 CIMGATED = os.environ["CIMGATED"]
 REGISTRIES = os.environ["CIMGATE_REGISTRIES"]
-SEPARATOR = "#\u2591#"
+
+BASE = "/redfish/v1/Vexo"
+# How long anything may take that a test waits for.
+PATIENCE_S = 30
+
+STRING_ARRAY = 1
+OTHER_ARRAY = 2
 
 
-def array_cell(elements, kind=1, count=None):
-    """An array cell: kind 1 for strings, anything else for numbers."""
-    text = SEPARATOR.join(str(element) for element in elements)
-    return struct.pack("<ii", kind, len(elements) if count is None else count) + text.encode()
+# ---- The cache
 
+def array_cell(kind, elements, count=None):
+    """A blob as the cache's writer makes it: type, number of elements, elements as text."""
+    text = "#░#".join(str(element) for element in elements).encode("utf-8")
+    return struct.pack("<ii", kind, len(elements) if count is None else count) + text
+
+
+def write_cache(path, classes, ready=None, associations=None):
+    """classes: class -> (columns, rows). ready: the classes that are, or None for all. associations: table -> rows of
+    left class, left key, right class, right key."""
+    connection = sqlite3.connect(path)
+    with connection:
+        connection.execute("create table Tbl_CMPIReady (ClassName text)")
+        for name, (columns, rows) in classes.items():
+            # Columns without a type keep each value as it is given.
+            connection.execute(f"create table Tbl_{name} ({', '.join(columns)})")
+            marks = ", ".join("?" * len(columns))
+            connection.executemany(f"insert into Tbl_{name} values ({marks})", rows)
+        connection.executemany("insert into Tbl_CMPIReady values (?)",
+                               [(name,) for name in (classes if ready is None else ready)])
+        for table, rows in (associations or {}).items():
+            connection.execute(f"create table {table} (__LeftClass, __LeftClassKey, __RightClass, __RightClassKey)")
+            connection.executemany(f"insert into {table} values (?, ?, ?, ?)", rows)
+    connection.close()
+
+
+# ---- The mapping
+
+def member_entry(name, cim_class, properties, key="InstanceID", cached=True, actions=None, **more):
+    """The entry of a resource whose instances are found by their key."""
+    class_map = {"properties": properties, "is_cached": cached}
+    if actions:
+        class_map["Actions"] = actions
+    return {name: {"@odata.id": f"{BASE}/{name}", "@odata.type": f"#{name}.v1_0_0.{name}",
+                   "@odata.context": f"/redfish/v1/$metadata#{name}.{name}", "Name": f"{name} name",
+                   "Description": f"{name} description", "UniqueSelector": key, "mappings": {cim_class: class_map},
+                   **more}}
+
+
+def collection_entry(member, paging=True, top_skip=True, **more):
+    """The entry of the collection of a resource."""
+    name = member + "Collection"
+    return {name: {"@odata.id": f"{BASE}/{name}", "@odata.type": f"#{name}.{name}",
+                   "@odata.context": f"/redfish/v1/$metadata#{name}.{name}", "Name": f"{name} name",
+                   "Description": f"{name} description", "is_collection": True, "supports_nextlink": paging,
+                   "supports_top_skip": top_skip, "mappings": {member: {}}, **more}}
+
+
+# ---- Answers
 
 class Answer:
-    def __init__(self, head, body):
-        lines = head.split("\r\n")
-        self.status = int(lines[0].split()[1])
-        self.headers = {}
-        for line in lines[1:]:
-            name, colon, value = line.partition(":")
-            if colon:
-                self.headers[name.strip().lower()] = value.strip()
-        self.body = body
+    """status, version ("1.1"), headers (lower case names; a list of pairs, and get() for one), body (bytes)."""
 
-    @property
+    def __init__(self, raw):
+        head, _, self.body = raw.partition(b"\r\n\r\n")
+        lines = head.decode("ascii").split("\r\n")
+        version, status = lines[0].split(" ")[:2]
+        self.version = version.removeprefix("HTTP/")
+        self.status = int(status)
+        self.headers = [(name.lower(), value.strip()) for name, _, value in (line.partition(":") for line in lines[1:])]
+
+    def get(self, name):
+        values = [value for key, value in self.headers if key == name.lower()]
+        if len(values) > 1:
+            raise AssertionError(f"{len(values)} headers {name}")
+        return values[0] if values else None
+
     def json(self):
         return json.loads(self.body)
 
-    @property
-    def message_ids(self):
-        return [message["MessageId"] for message in self.json["error"]["@Message.ExtendedInfo"]]
+    def messages(self):
+        """The messages of a Redfish error: (id without version, arguments) in their order."""
+        found = []
+        for message in self.json()["error"]["@Message.ExtendedInfo"]:
+            registry, _, _, key = message["MessageId"].split(".")
+            found.append((f"{registry}.{key}", message["MessageArgs"]))
+        return found
 
-    @property
-    def message_args(self):
-        return [message["MessageArgs"] for message in self.json["error"]["@Message.ExtendedInfo"]]
+
+class Pending:
+    """A request on its way."""
+
+    def __init__(self, arguments):
+        # pylint: disable=consider-using-with
+        self._process = subprocess.Popen(["curl", "-sS", "-i", "--path-as-is", "-g", "--max-time", str(2 * PATIENCE_S),
+                                          *arguments], stdout=subprocess.PIPE, stderr=subprocess.PIPE)
+
+    def is_done(self):
+        return self._process.poll() is not None
+
+    def output(self):
+        out, errors = self._process.communicate()
+        if self._process.returncode != 0:
+            raise AssertionError(f"curl ended with {self._process.returncode}: {errors.decode()}")
+        return out
+
+    def answer(self):
+        return Answer(self.output())
 
 
-class Host:
-    """Starts the service on a free port; mapping None leaves the mapping file out, sql None the cache."""
+class Wires:
+    """Many connections with one request each, sent one after the other; answers are read as they come."""
 
-    def __init__(self, mapping, fill=None, options=()):
-        self.directory = tempfile.TemporaryDirectory()
-        self.path = Path(self.directory.name)
-        self.numbers = itertools.count()
-        self.mapping_file = self.path / "mapping.json"
-        self.cache_file = self.path / "cache.db"
-        self.mapping_file.write_text(json.dumps(mapping), encoding="utf-8")
-        if fill is not None:
-            connection = sqlite3.connect(self.cache_file)
-            with connection:
-                fill(connection)
-            connection.close()
-        self.log = open(self.path / "stderr", "w+", encoding="utf-8")
-        self.process = subprocess.Popen(
-            [CIMGATED, "--listen", "127.0.0.1:0", "--rmf", self.mapping_file, "--cache", self.cache_file,
-             "--registries", REGISTRIES, *options],
-            stdout=subprocess.PIPE, stderr=self.log, text=True)
+    def __init__(self, base, count):
+        host, _, port = base.removeprefix("http://").rpartition(":")
+        self._sockets = [socket.create_connection((host, int(port)), timeout=PATIENCE_S) for _ in range(count)]
+        self._selector = selectors.DefaultSelector()
+        self._received = {}
+
+    def __enter__(self):
+        return self
+
+    def __exit__(self, *_):
+        self._selector.close()
+        for one in self._sockets:
+            one.close()
+
+    def __len__(self):
+        return len(self._sockets)
+
+    def send(self, index, path):
+        self._sockets[index].sendall(f"GET {path} HTTP/1.1\r\nHost: test\r\nConnection: close\r\n\r\n".encode("ascii"))
+        self._selector.register(self._sockets[index], selectors.EVENT_READ)
+        self._received[self._sockets[index]] = b""
+
+    def read_answers(self, count):
+        """The next answers to arrive, on whichever connections."""
+        answers = []
+        end = time.monotonic() + PATIENCE_S
+        while len(answers) < count:
+            if time.monotonic() > end:
+                raise AssertionError(f"{len(answers)} answers instead of {count}")
+            for key, _ in self._selector.select(timeout=1):
+                data = key.fileobj.recv(65536)
+                self._received[key.fileobj] += data
+                if not data:
+                    self._selector.unregister(key.fileobj)
+                    answers.append(Answer(self._received.pop(key.fileobj)))
+        return answers
+
+
+# ---- Processes
+
+def children_of(pid):
+    try:
+        return [int(child) for child in Path(f"/proc/{pid}/task/{pid}/children").read_text(encoding="ascii").split()]
+    except FileNotFoundError:
+        return []
+
+
+def state_of(pid):
+    """"R", "S", "Z" and so on; "" for a process that is not there."""
+    try:
+        return Path(f"/proc/{pid}/stat").read_text(encoding="ascii").rpartition(") ")[2][0]
+    except (FileNotFoundError, ProcessLookupError):
+        return ""
+
+
+def cpu_ticks(pid):
+    """Processor time in clock ticks; 0 for a process that is not there."""
+    try:
+        fields = Path(f"/proc/{pid}/stat").read_text(encoding="ascii").rpartition(") ")[2].split()
+    except (FileNotFoundError, ProcessLookupError):
+        return 0
+    return int(fields[11]) + int(fields[12])
+
+
+def wait_until(condition, what):
+    """Waits for something that shows only when asked for; returns what condition() gives."""
+    end = time.monotonic() + PATIENCE_S
+    while True:
+        result = condition()
+        if result:
+            return result
+        if time.monotonic() > end:
+            raise AssertionError("waited in vain: " + what)
+        time.sleep(0.01)
+
+
+class Service:
+    """cimgated on a free port. mapping is what the mapping file holds (JSON, or text as it is); cache is a dictionary
+    for write_cache(), or None for no cache file. A context manager that stops it and checks how it ended."""
+
+    def __init__(self, mapping, cache=None, options=(), listen="127.0.0.1:0"):
+        self._directory = tempfile.TemporaryDirectory(prefix="cimgate-test-")  # pylint: disable=consider-using-with
+        self.directory = Path(self._directory.name)
+        self.mapping_path = self.directory / "mapping.json"
+        self.cache_path = self.directory / "cache.db"
+        self._log_path = self.directory / "log"
+        if mapping is not None:
+            text = mapping if isinstance(mapping, str) else json.dumps(mapping)
+            self.mapping_path.write_text(text, encoding="utf-8")
+        if cache is not None:
+            write_cache(self.cache_path, **cache)
+        self.command = [CIMGATED, "--listen", listen, "--rmf", str(self.mapping_path), "--cache", str(self.cache_path),
+                        "--registries", REGISTRIES, *options]
+        self.process = None
+        self.base = None
+
+    def start(self):
+        """Starts it and waits until it listens."""
+        self.launch()
         line = self.process.stdout.readline()
-        found = re.fullmatch(r"cimgated: listening on (http://127\.0\.0\.1:(\d+))\n", line)
-        if found is None:
-            self.process.kill()
-            self.process.wait()
-            raise RuntimeError(f"not started: {line!r} {self.log_text()}")
-        self.url, self.port = found[1], int(found[2])
+        if not line.startswith("cimgated: listening on http://"):
+            status = self.process.wait(timeout=PATIENCE_S)
+            raise AssertionError(f"it ended with {status} and said: {line}{self.log()}")
+        self.base = line.removeprefix("cimgated: listening on ").rstrip("\n")
+        return self
 
-    def log_text(self):
-        self.log.seek(0)
-        return self.log.read()
+    def launch(self):
+        """Starts it, in a process group of its own."""
+        with self._log_path.open("wb") as log:
+            # pylint: disable=consider-using-with
+            self.process = subprocess.Popen(self.command, stdin=subprocess.DEVNULL, stdout=subprocess.PIPE, stderr=log,
+                                            text=True, start_new_session=True, env=dict(os.environ, TZ="UTC"))
 
-    def request(self, target, *arguments):
-        # One file a request: tests send several at once.
-        head = self.path / f"head{next(self.numbers)}"
-        done = subprocess.run(
-            ["curl", "-sS", "-g", "--path-as-is", "--noproxy", "*", "--max-time", "60", "-D", head,
-             *arguments, self.url + target],
-            stdout=subprocess.PIPE, check=True)
-        # The last block: "100 Continue" may come before it.
-        return Answer(head.read_bytes().decode("latin-1").strip().split("\r\n\r\n")[-1], done.stdout)
+    def fail(self):
+        """Starts it and waits for it to give up; returns exit status, standard output and standard error."""
+        self.launch()
+        out, _ = self.process.communicate(timeout=PATIENCE_S)
+        return self.process.returncode, out, self.log()
 
-    def get(self, target):
-        return self.request(target)
+    def __enter__(self):
+        return self.start()
 
-    def children(self, pid=None):
-        return child_pids(self.process.pid if pid is None else pid)
-
-    def workers(self):
-        return [worker for spawner in self.children() for worker in self.children(spawner)]
+    def __exit__(self, error_type, error, trace):
+        try:
+            if error_type is None and self.process.poll() is None:
+                self.stop()
+        finally:
+            self.discard()
 
     def stop(self, signal_number=signal.SIGTERM):
-        """Ends the service; returns its exit status."""
-        try:
-            if self.process.poll() is None:
-                self.process.send_signal(signal_number)
-            return self.process.wait(30)
-        finally:
+        """Asks it to stop and checks that it does: status 0, no process left, nothing said but the one line."""
+        pids = self.pids()
+        self.process.send_signal(signal_number)
+        self.await_end(pids)
+
+    def await_end(self, pids, status=0):
+        rest, _ = self.process.communicate(timeout=PATIENCE_S)
+        problems = [line for line in self.log().splitlines() if "Sanitizer" in line or "runtime error" in line]
+        if self.process.returncode != status or rest or problems:
+            raise AssertionError(f"it ended with {self.process.returncode}, said {rest!r}, and logged\n{self.log()}")
+        left = [pid for pid in pids if state_of(pid)]
+        if left:
+            raise AssertionError(f"processes left: {left}")
+
+    def discard(self):
+        """Ends what is left of it, however it stands."""
+        if self.process is not None:
             if self.process.poll() is None:
                 self.process.kill()
                 self.process.wait()
             self.process.stdout.close()
-            self.log.close()
-            self.directory.cleanup()
+        self._directory.cleanup()
 
+    # ---- Asking
 
-def child_pids(pid):
-    pids = []
-    for stat in Path("/proc").glob("[0-9]*/stat"):
-        try:
-            fields = stat.read_text(encoding="latin-1").rpartition(")")[2].split()
-        except OSError:
-            continue
-        if int(fields[1]) == pid and fields[0] != "Z":
-            pids.append(int(stat.parent.name))
-    return pids
+    def get(self, path, *options):
+        return Pending([*options, self.base + path]).answer()
 
+    def head(self, path):
+        return self.get(path, "-I")
 
-def wait_until(condition, timeout_s=20):
-    """Waits for a condition that another process makes true."""
-    end = time.monotonic() + timeout_s
-    while not condition():
-        if time.monotonic() > end:
-            return False
-        time.sleep(0.02)
-    return True
+    def start_get(self, path):
+        return Pending([self.base + path])
 
+    # ---- Looking at it
 
-# ---- A mapping to vary
+    def log(self):
+        return self._log_path.read_text(encoding="utf-8", errors="replace")
 
-def entry(uri, cim_class, properties, key="InstanceID", **more):
-    return {
-        "@odata.id": uri, "@odata.type": "#T.v1_0_0.T", "@odata.context": "/redfish/v1/$metadata#T.T",
-        "Name": "A thing", "Description": "Things.", "UniqueSelector": key,
-        "Link_Header": "</schema>; rel=describedby", "allowed_operations": ["GET", "HEAD"],
-        "mappings": {cim_class: {"is_cached": True, "properties": properties,
-                                 **more.pop("in_class", {})}}, **more}
+    def spawner(self):
+        [pid] = children_of(self.process.pid)
+        return pid
 
+    def workers(self):
+        return sorted(children_of(self.spawner()))
 
-def collection(uri, member, **more):
-    return {
-        "@odata.id": uri, "@odata.type": "#TC.TC", "@odata.context": "/redfish/v1/$metadata#TC.TC",
-        "Name": "Things", "Description": "All things.", "is_collection": True,
-        "supports_nextlink": True, "supports_top_skip": True, "allowed_operations": ["GET"],
-        "Link_Header": "</schemas>; rel=describedby", "mappings": {member: {}}, **more}
+    def pids(self):
+        return [self.process.pid, self.spawner(), *self.workers()]
 
+    def kill_workers(self):
+        """Ends all workers from outside; returns when the service has taken note of it."""
+        workers = self.workers()
+        for pid in workers:
+            os.kill(pid, signal.SIGKILL)
+        wait_until(lambda: not any(state_of(pid) for pid in workers), "the workers' end")
+        return workers
 
-def ready(connection, *classes):
-    connection.execute("CREATE TABLE IF NOT EXISTS Tbl_CMPIReady (ClassName TEXT)")
-    connection.executemany("INSERT INTO Tbl_CMPIReady VALUES (?)", [(name,) for name in classes])
+    def await_busy_worker(self):
+        """Waits until a worker computes for longer than any but an endless request makes it; returns its pid."""
+        before = {pid: cpu_ticks(pid) for pid in self.workers()}
+        return wait_until(lambda: next((pid for pid in self.workers() if cpu_ticks(pid) - before.get(pid, 0) >= 5), None),
+                          "a busy worker")

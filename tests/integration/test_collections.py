@@ -1,154 +1,215 @@
-"""Collections over HTTP: members, counts, pages, $top and $skip."""
+#!/usr/bin/python3
+"""Collections of every size around a page, with $top and $skip, and their next links followed to the end."""
 
 import unittest
 
-from cimgate_host import Host, collection, entry, ready
+from cimgate_host import BASE, Service, array_cell, collection_entry, member_entry, OTHER_ARRAY, STRING_ARRAY
 
-ROOT = "/redfish/v1/Vexo/"
-SIZES = [0, 49, 50, 51, 100, 120]
+PROPERTIES = {"InstanceID": {"cim_type": "string"}, "Number": {"cim_type": "uint32"}}
+COLUMNS = ["InstanceID", "Number"]
+SIZES = {"Empty": 0, "Some": 49, "Page": 50, "More": 51, "Many": 120}
 
-
-def mapping():
-    entries = {}
-    for size in SIZES:
-        member = f"VexoThing{size}"
-        entries[member] = entry(ROOT + member, f"XCIM_T{size}", {"InstanceID": {"cim_type": "string"}})
-        entries[f"VexoThings{size}"] = collection(ROOT + f"VexoThings{size}", member)
-    entries["VexoPlain"] = collection(ROOT + "VexoPlain", "VexoThing120", supports_nextlink=False,
-                                      supports_top_skip=False)
-    entries["VexoNoTop"] = collection(ROOT + "VexoNoTop", "VexoThing120", supports_top_skip=False)
-    return entries
+EMPTY = f"{BASE}/VexoEmptyCollection"
+SOME = f"{BASE}/VexoSomeCollection"
+PAGE = f"{BASE}/VexoPageCollection"
+MORE = f"{BASE}/VexoMoreCollection"
+MANY = f"{BASE}/VexoManyCollection"
+WHOLE = f"{BASE}/VexoWholeCollection"
+FIXED = f"{BASE}/VexoFixedCollection"
+SHOWN = f"{BASE}/VexoShownCollection"
 
 
-def fill(connection):
-    for size in SIZES:
-        connection.execute(f"CREATE TABLE Tbl_XCIM_T{size} (InstanceID TEXT)")
-        connection.executemany(f"INSERT INTO Tbl_XCIM_T{size} VALUES (?)",
-                               [(f"T.{i}",) for i in range(size)])
-    ready(connection, *[f"XCIM_T{size}" for size in SIZES])
+def rows(count):
+    return [(f"Item.{i}", i) for i in range(count)]
+
+
+def sample():
+    mapping = {}
+    classes = {}
+    for name, size in SIZES.items():
+        mapping |= member_entry(f"Vexo{name}", f"XCIM_{name}", PROPERTIES) | collection_entry(f"Vexo{name}")
+        classes[f"XCIM_{name}"] = (COLUMNS, rows(size))
+    # All at once, and one that takes no options.
+    mapping |= member_entry("VexoWhole", "XCIM_Many", PROPERTIES) | collection_entry("VexoWhole", paging=False)
+    mapping |= member_entry("VexoFixed", "XCIM_Many", PROPERTIES) | collection_entry("VexoFixed", top_skip=False)
+    mapping |= member_entry("VexoShown", "XCIM_Shown", {
+        "Size": {"cim_type": "uint64", "alias": "SizeInBytes"},
+        "Health": {"cim_type": "uint16", "value_mapping": {"5": "OK"}},
+        "Names": {"cim_type": "string", "is_arraytype": True, "alias": "NamesShown"},
+        "Modes": {"cim_type": "uint16", "is_arraytype": True, "value_mapping": {"1": "On", "2": "Off"}}},
+        Links={"ComputerSystem": {"@odata.id": "/redfish/v1/Systems/1"}}, actions={"#A.B": {"target": f"{BASE}/x"}})
+    mapping |= collection_entry("VexoShown", allowed_operations=["GET", "HEAD"], Link_Header="</a>; rel=describedby")
+    # SQLite's numbers are signed: 2^63 is kept as -2^63.
+    classes["XCIM_Shown"] = (["InstanceID", "Size", "Health", "Names", "Modes"],
+                             [("A#1", -2**63, "5", array_cell(STRING_ARRAY, ["a", "b"]), array_cell(OTHER_ARRAY, [2, 3])),
+                              ("A 2", None, "6", None, array_cell(OTHER_ARRAY, [1], count=4))])
+    mapping |= member_entry("VexoTableless", "XCIM_Tableless", PROPERTIES) | collection_entry("VexoTableless")
+    mapping |= member_entry("VexoLoading", "XCIM_Loading", PROPERTIES) | collection_entry("VexoLoading")
+    mapping |= member_entry("VexoLive", "XCIM_Live", PROPERTIES, cached=False) | collection_entry("VexoLive")
+    ready = [*classes, "XCIM_Tableless"]
+    return mapping, {"classes": classes, "ready": ready}
 
 
 class Collections(unittest.TestCase):
+    maxDiff = None
+
     @classmethod
     def setUpClass(cls):
-        cls.host = Host(mapping(), fill)
+        mapping, cache = sample()
+        cls.service = cls.enterClassContext(Service(mapping, cache))
 
-    @classmethod
-    def tearDownClass(cls):
-        assert cls.host.stop() == 0
+    def page(self, uri):
+        answer = self.service.get(uri)
+        self.assertEqual(answer.status, 200, uri)
+        return answer.json()
 
-    def page(self, size, query=""):
-        answer = self.host.get(f"{ROOT}VexoThings{size}{query}")
-        self.assertEqual(answer.status, 200, answer.body)
-        return answer.json
+    def check_page(self, uri, count, numbers, link):
+        """One page: the number of rows in all, the rows it shows, and the exact next link (None: there is none)."""
+        page = self.page(uri)
+        self.assertEqual(page["Members@odata.count"], count, uri)
+        self.assertEqual([member["Number"] for member in page["Members"]], list(numbers), uri)
+        self.assertEqual(page.get("Members@odata.nextLink"), link, uri)
+        self.assertEqual("Members@odata.nextLink" in page, link is not None, uri)
 
-    def check_page(self, size, query, first, count, link):
-        page = self.page(size, query)
-        self.assertEqual([member["InstanceID"] for member in page["Members"]],
-                         [f"T.{i}" for i in range(first, first + count)])
-        self.assertEqual(page["Members@odata.count"], size)
-        expected = None if link is None else f"{ROOT}VexoThings{size}{link}"
-        self.assertEqual(page.get("Members@odata.nextLink"), expected)
+    def check_out_of_range(self, uri, *arguments):
+        answer = self.service.get(uri)
+        self.assertEqual(answer.status, 400, uri)
+        self.assertEqual(answer.messages(), [("Vexo.SYS417", list(arguments)),
+                                             ("Base.QueryParameterOutOfRange", list(arguments))], uri)
 
-    def test_pages_without_options(self):
-        for size, count, link in [(0, 0, None), (49, 49, None), (50, 50, "?$skip=50"),
-                                  (51, 50, "?$skip=50"), (120, 50, "?$skip=50")]:
-            with self.subTest(size=size):
-                self.check_page(size, "", 0, count, link)
-
-    def test_pages_with_top_and_skip(self):
-        for size, query, first, count, link in [
-                (120, "?$skip=50", 50, 50, "?$skip=100"),
-                (120, "?$skip=100", 100, 20, None),
-                (120, "?$top=70&$skip=10", 10, 50, "?$skip=60&$top=20"),
-                (120, "?$skip=60&$top=20", 60, 20, None),
-                (120, "?$top=50", 0, 50, "?$skip=50&$top=0"),
-                (120, "?$top=49", 0, 49, None),
-                (120, "?$top=120", 0, 50, "?$skip=50&$top=70"),
-                (120, "?$top=1&$skip=119", 119, 1, None),
-                (120, "?$top=100&$skip=60", 60, 50, "?$skip=110&$top=10"),
-                (51, "?$skip=1", 1, 50, "?$skip=51"),
-                (51, "?$skip=2", 2, 49, None),
-                (49, "?$top=49&$skip=48", 48, 1, None)]:
-            with self.subTest(size=size, query=query):
-                self.check_page(size, query, first, count, link)
-
-    def test_values_out_of_range_are_refused(self):
-        for size, query, args in [
-                (120, "?$top=0", ["0", "$top", "(1-120)"]),
-                (120, "?$top=121", ["121", "$top", "(1-120)"]),
-                (120, "?$skip=120", ["120", "$skip", "(0-119)"]),
-                (120, "?$top=4294967296", ["4294967295", "$top", "(1-120)"]),
-                (120, "?$top=x", ["4294967295", "$top", "(1-120)"]),
-                (120, "?$skip=-1", ["4294967295", "$skip", "(0-119)"]),
-                (120, "?$skip=", ["4294967295", "$skip", "(0-119)"]),
-                (120, "?$skip=500&$top=500", ["500", "$top", "(1-120)"]),
-                (0, "?$top=1", ["1", "$top", "(1-0)"]),
-                (0, "?$skip=0", ["0", "$skip", "(0-4294967295)"])]:
-            with self.subTest(size=size, query=query):
-                answer = self.host.get(f"{ROOT}VexoThings{size}{query}")
-                self.assertEqual(answer.status, 400)
-                self.assertEqual(answer.message_ids,
-                                 ["Vexo.1.0.SYS417", "Base.1.18.QueryParameterOutOfRange"])
-                self.assertEqual(answer.message_args, [args, args])
-
-    def test_next_links_lead_through_all_members(self):
-        for size in (51, 120):
-            uri, seen = f"{ROOT}VexoThings{size}", []
-            while uri is not None:
-                page = self.host.get(uri).json
-                self.assertEqual(page["Members@odata.count"], size)
-                seen += [member["InstanceID"] for member in page["Members"]]
-                uri = page.get("Members@odata.nextLink")
-            self.assertEqual(seen, [f"T.{i}" for i in range(size)])
-
-    def test_the_last_next_link_of_full_pages_is_refused(self):
-        self.check_page(100, "?$skip=50", 50, 50, "?$skip=100")
-        self.assertEqual(self.host.get(f"{ROOT}VexoThings100?$skip=100").status, 400)
-
-    def test_without_support_top_and_skip_are_ignored(self):
-        plain = self.host.get(ROOT + "VexoPlain?$top=3&$skip=999").json
-        self.assertEqual(len(plain["Members"]), 120)
-        self.assertNotIn("Members@odata.nextLink", plain)
-        paged = self.host.get(ROOT + "VexoNoTop?$top=3&$skip=999").json
-        self.assertEqual([member["Id"] for member in paged["Members"]], [f"T.{i}" for i in range(50)])
-        self.assertEqual(paged["Members@odata.nextLink"], ROOT + "VexoNoTop?$skip=50")
+    # ---- Sizes
 
     def test_empty_collection(self):
-        self.assertEqual(self.page(0)["Members"], [])
+        self.assertEqual(self.page(EMPTY), {
+            "@odata.id": EMPTY, "@odata.type": "#VexoEmptyCollection.VexoEmptyCollection",
+            "@odata.context": "/redfish/v1/$metadata#VexoEmptyCollection.VexoEmptyCollection",
+            "Id": "VexoEmptyCollection", "Name": "VexoEmptyCollection name",
+            "Description": "VexoEmptyCollection description", "Members": [], "Members@odata.count": 0})
 
-    def test_annotations_of_the_collection(self):
-        answer = self.host.get(ROOT + "VexoThings49")
-        page = answer.json
-        self.assertEqual(page["@odata.id"], ROOT + "VexoThings49")
-        self.assertEqual(page["@odata.type"], "#TC.TC")
-        self.assertEqual(page["@odata.context"], "/redfish/v1/$metadata#TC.TC")
-        self.assertEqual((page["Id"], page["Name"], page["Description"]),
-                         ("VexoThings49", "Things", "All things."))
-        self.assertEqual(answer.headers["allow"], "GET")
-        self.assertEqual(answer.headers["link"], "</schemas>; rel=describedby")
+    def test_below_a_page_there_is_no_link(self):
+        self.check_page(SOME, 49, range(49), None)
 
-    def test_annotations_of_a_member(self):
-        member = self.page(49)["Members"][0]
-        self.assertEqual(member, {
-            "@odata.id": ROOT + "VexoThing49/T.0", "@odata.type": "#T.v1_0_0.T",
-            "@odata.context": "/redfish/v1/$metadata#T.T", "Id": "T.0", "Name": "A thing",
-            "Description": "Things.", "InstanceID": "T.0"})
+    def test_exactly_a_page_has_a_link_to_nothing(self):
+        self.check_page(PAGE, 50, range(50), f"{PAGE}?$skip=50")
+        self.check_out_of_range(f"{PAGE}?$skip=50", "50", "$skip", "(0-49)")
 
-    def test_select_narrows_the_collection(self):
-        page = self.page(120, "?$select=Members@odata.count&$top=2")
-        self.assertEqual(set(page), {"@odata.id", "@odata.type", "@odata.context", "Members@odata.count"})
-        page = self.page(120, "?$select=*")
-        self.assertEqual(len(page["Members"]), 50)
-        self.assertIn("Description", page)
+    def test_one_more_than_a_page(self):
+        self.check_page(MORE, 51, range(50), f"{MORE}?$skip=50")
+        self.check_page(f"{MORE}?$skip=50", 51, [50], None)
 
-    def test_expand_and_filter_are_not_supported(self):
-        for query, argument in [("?$expand=*", "Expand"), ("?$filter=a", "Filter"),
-                                ("?$filter=a&$expand=b", "Expand")]:
-            answer = self.host.get(ROOT + "VexoThings49" + query)
-            self.assertEqual(answer.status, 501)
-            self.assertEqual(answer.message_ids, ["Vexo.1.0.SYS451", "Base.1.18.QueryNotSupported"])
-            self.assertEqual(answer.message_args[0], [argument])
+    def test_links_lead_through_all_members(self):
+        seen = []
+        links = []
+        uri = MANY
+        while uri:
+            links.append(uri)
+            page = self.page(uri)
+            self.assertEqual(page["Members@odata.count"], 120)
+            seen += [member["Number"] for member in page["Members"]]
+            uri = page.get("Members@odata.nextLink")
+        self.assertEqual(seen, list(range(120)))
+        self.assertEqual(links, [MANY, f"{MANY}?$skip=50", f"{MANY}?$skip=100"])
+
+    # ---- $top and $skip
+
+    def test_top_below_a_page_ends_there(self):
+        self.check_page(f"{MANY}?$top=1", 120, [0], None)
+        self.check_page(f"{MANY}?$top=49", 120, range(49), None)
+
+    def test_top_of_a_page_has_a_link_for_no_more(self):
+        self.check_page(f"{MANY}?$top=50", 120, range(50), f"{MANY}?$skip=50&$top=0")
+        self.check_page(f"{PAGE}?$top=50", 50, range(50), f"{PAGE}?$skip=50&$top=0")
+
+    def test_top_above_a_page_goes_on(self):
+        self.check_page(f"{MANY}?$top=51", 120, range(50), f"{MANY}?$skip=50&$top=1")
+        self.check_page(f"{MANY}?$skip=50&$top=1", 120, [50], None)
+
+    def test_top_of_all(self):
+        self.check_page(f"{SOME}?$top=49", 49, range(49), None)
+        self.check_page(f"{MANY}?$top=120", 120, range(50), f"{MANY}?$skip=50&$top=70")
+        self.check_page(f"{MANY}?$skip=50&$top=70", 120, range(50, 100), f"{MANY}?$skip=100&$top=20")
+        self.check_page(f"{MANY}?$skip=100&$top=20", 120, range(100, 120), None)
+
+    def test_skip(self):
+        self.check_page(f"{MANY}?$skip=0", 120, range(50), f"{MANY}?$skip=50")
+        self.check_page(f"{MANY}?$skip=69", 120, range(69, 119), f"{MANY}?$skip=119")
+        self.check_page(f"{MANY}?$skip=70", 120, range(70, 120), f"{MANY}?$skip=120")
+        self.check_page(f"{MANY}?$skip=71", 120, range(71, 120), None)
+        self.check_page(f"{MANY}?$skip=119", 120, [119], None)
+
+    def test_top_and_skip_together(self):
+        self.check_page(f"{MANY}?$top=70&$skip=10", 120, range(10, 60), f"{MANY}?$skip=60&$top=20")
+        self.check_page(f"{MANY}?$top=120&$skip=10", 120, range(10, 60), f"{MANY}?$skip=60&$top=60")
+        self.check_page(f"{MANY}?$top=50&$skip=70", 120, range(70, 120), f"{MANY}?$skip=120&$top=0")
+        self.check_page(f"{MANY}?$top=3&$skip=118", 120, [118, 119], None)
+
+    def test_top_out_of_range(self):
+        self.check_out_of_range(f"{MANY}?$top=0", "0", "$top", "(1-120)")
+        self.check_out_of_range(f"{MANY}?$top=121", "121", "$top", "(1-120)")
+        self.check_out_of_range(f"{EMPTY}?$top=1", "1", "$top", "(1-0)")
+
+    def test_skip_out_of_range(self):
+        self.check_out_of_range(f"{MANY}?$skip=120", "120", "$skip", "(0-119)")
+        self.check_out_of_range(f"{EMPTY}?$skip=0", "0", "$skip", "(0-4294967295)")
+
+    def test_top_is_checked_first(self):
+        self.check_out_of_range(f"{MANY}?$skip=120&$top=0", "0", "$top", "(1-120)")
+
+    def test_what_is_no_number_is_out_of_range(self):
+        for text in ("abc", "-1", "1.5", "4294967296", "99999999999999999999", "%31x", ""):
+            self.check_out_of_range(f"{MANY}?$top={text}", "4294967295", "$top", "(1-120)")
+            self.check_out_of_range(f"{MANY}?$skip={text}", "4294967295", "$skip", "(0-119)")
+        self.check_page(f"{MANY}?$top=%31", 120, [0], None)
+
+    def test_collection_without_paging_is_whole(self):
+        self.check_page(WHOLE, 120, range(120), None)
+        self.check_page(f"{WHOLE}?$top=60&$skip=30", 120, range(30, 90), None)
+        self.check_out_of_range(f"{WHOLE}?$top=121", "121", "$top", "(1-120)")
+
+    def test_options_that_the_collection_does_not_take_are_ignored(self):
+        for query in ("", "?$top=5", "?$top=0", "?$skip=7", "?$skip=500"):
+            self.check_page(FIXED + query, 120, range(50), f"{FIXED}?$skip=50")
+
+    def test_link_keeps_the_path_as_asked_and_drops_other_options(self):
+        self.check_page(f"{MANY}/?x=1&$top=60&y", 120, range(50), f"{MANY}/?$skip=50&$top=10")
+
+    # ---- Members
+
+    def test_members_are_shown_as_mapped(self):
+        shown = self.page(SHOWN)
+        annotations = {"@odata.type": "#VexoShown.v1_0_0.VexoShown",
+                       "@odata.context": "/redfish/v1/$metadata#VexoShown.VexoShown", "Name": "VexoShown name",
+                       "Description": "VexoShown description",
+                       "Links": {"ComputerSystem": {"@odata.id": "/redfish/v1/Systems/1"}}}
+        self.assertEqual(shown["Members"], [
+            {**annotations, "@odata.id": f"{BASE}/VexoShown/A%231", "Id": "A#1", "SizeInBytes": 2**63, "Health": "OK",
+             "NamesShown": ["a", "b"], "NamesShown@odata.count": 2, "Modes": ["Off", "3"], "Modes@odata.count": 2},
+            {**annotations, "@odata.id": f"{BASE}/VexoShown/A 2", "Id": "A 2", "SizeInBytes": None, "Health": "6",
+             "NamesShown": None, "Modes": ["On"], "Modes@odata.count": 4}])
+        self.assertNotIn("Links", shown)
+        self.assertNotIn("Actions", shown)
+
+    def test_headers_are_those_of_the_collection(self):
+        answer = self.service.get(SHOWN)
+        self.assertEqual(answer.get("Allow"), "GET,HEAD")
+        self.assertEqual(answer.get("Link"), "</a>; rel=describedby")
+
+    # ---- Not to be had
+
+    def test_missing_table_is_an_internal_error(self):
+        answer = self.service.get(f"{BASE}/VexoTablelessCollection")
+        self.assertEqual(answer.status, 500)
+        self.assertEqual(answer.messages(), [("Vexo.SYS446", []), ("Base.InternalError", [])])
+
+    def test_class_that_is_still_loading(self):
+        answer = self.service.get(f"{BASE}/VexoLoadingCollection")
+        self.assertEqual((answer.status, answer.get("Retry-After")), (503, "5"))
+        self.assertEqual(answer.messages(), [("Base.ServiceTemporarilyUnavailable", ["5"])])
+
+    def test_class_that_is_not_cached_is_not_implemented(self):
+        answer = self.service.get(f"{BASE}/VexoLiveCollection")
+        self.assertEqual(answer.status, 501)
+        self.assertEqual(answer.messages(), [("Base.GeneralError", [])])
 
 
 if __name__ == "__main__":

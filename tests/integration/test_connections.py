@@ -1,114 +1,188 @@
-"""HTTP/1.1 connections: kept alive, closed, pipelined, broken."""
+#!/usr/bin/python3
+"""HTTP connections: kept, closed, shared by several requests; and what is no HTTP."""
 
-import http.client
-import json
+import re
 import socket
 import unittest
 
-from cimgate_host import Host
+from cimgate_host import BASE, PATIENCE_S, Answer, Pending, Service, collection_entry, member_entry
 
-URI = "/redfish/v1/Vexo/VexoService"
-SERVICE = {"VexoService": {"@odata.id": URI, "mappings": {"XCIM_Service": {}}}}
+A = f"{BASE}/VexoThing/A"
+B = f"{BASE}/VexoThing/B"
+THINGS = f"{BASE}/VexoThingCollection"
+
+
+def sample():
+    mapping = member_entry("VexoThing", "XCIM_Thing", {"Value": {"cim_type": "string"}}) | collection_entry("VexoThing")
+    return mapping, {"classes": {"XCIM_Thing": (["InstanceID", "Value"], [("A", "first"), ("B", "second")])}}
+
+
+class Wire:
+    """A bare connection."""
+
+    def __init__(self, base):
+        host, port = re.fullmatch(r"http://(.+):(\d+)", base).groups()
+        self._socket = socket.create_connection((host, int(port)), timeout=PATIENCE_S)
+        self._input = self._socket.makefile("rb")
+
+    def __enter__(self):
+        return self
+
+    def __exit__(self, *_):
+        self._input.close()
+        self._socket.close()
+
+    def send(self, text):
+        self._socket.sendall(text.encode("latin-1"))
+
+    def read_answer(self, has_body=True):
+        head = b""
+        while not head.endswith(b"\r\n\r\n"):
+            line = self._input.readline()
+            if not line:
+                raise AssertionError(f"closed after {head!r}")
+            head += line
+        answer = Answer(head)
+        if has_body:
+            answer.body = self._input.read(int(answer.get("Content-Length")))
+        return answer
+
+    def is_closed(self):
+        return self._input.read(1) == b""
+
+    def receive_once(self):
+        return self._socket.recv(65536)
+
+
+def request(target, method="GET", *headers):
+    return "".join(line + "\r\n" for line in (f"{method} {target} HTTP/1.1", "Host: test", *headers, ""))
 
 
 class Connections(unittest.TestCase):
     @classmethod
     def setUpClass(cls):
-        cls.host = Host(SERVICE)
+        cls.service = cls.enterClassContext(Service(*sample()))
 
-    @classmethod
-    def tearDownClass(cls):
-        assert cls.host.stop() == 0
+    def wire(self):
+        return Wire(self.service.base)
 
-    def connect(self):
-        connection = socket.create_connection(("127.0.0.1", self.host.port), timeout=20)
-        self.addCleanup(connection.close)
-        return connection
+    def connects(self, *options, uris=(A, B, THINGS)):
+        """How many connections curl made for each of several requests."""
+        arguments = [*options, "-w", "\n%{num_connects} %{http_version}\n"]
+        output = Pending(arguments + [self.service.base + uri for uri in uris]).output().decode()
+        return re.findall(r"^(\d) [\d.]+$", output, re.MULTILINE)
 
-    def exchange(self, text):
-        """Sends text and reads until the service closes the connection."""
-        connection = self.connect()
-        connection.sendall(text.encode("latin-1"))
-        received = b""
-        while chunk := connection.recv(65536):
-            received += chunk
-        return received.decode("latin-1")
+    def test_connection_is_kept(self):
+        self.assertEqual(self.connects(), ["1", "0", "0"])
+        self.assertIsNone(self.service.get(A).get("Connection"))
 
-    @staticmethod
-    def request(method="GET", uri=URI, version="1.1", *headers):
-        return "\r\n".join([f"{method} {uri} HTTP/{version}", "Host: h", *headers, "", ""])
+    def test_connection_is_kept_after_errors(self):
+        self.assertEqual(self.connects(uris=(f"{BASE}/Nope", "/", A)), ["1", "0", "0"])
+        self.assertEqual(self.connects("-X", "DELETE"), ["1", "0", "0"])
 
-    def test_one_connection_serves_many_requests(self):
-        client = http.client.HTTPConnection("127.0.0.1", self.host.port, timeout=20)
-        client.connect()
-        local_port = client.sock.getsockname()[1]
-        for i in range(20):
-            client.request("HEAD" if i % 3 == 0 else "GET", URI if i % 2 else "/nope")
-            answer = client.getresponse()
-            body = answer.read()
-            self.assertEqual(answer.status, 200 if i % 2 else 404)
-            self.assertEqual(body == b"", i % 3 == 0)
-            self.assertNotEqual(answer.headers.get("Connection", "").lower(), "close")
-            self.assertEqual(client.sock.getsockname()[1], local_port)
-        client.close()
+    def test_connection_close_is_said_and_done(self):
+        close = ("-H", "Connection: close")
+        self.assertEqual(self.connects(*close), ["1", "1", "1"])
+        self.assertEqual(self.service.get(A, *close).get("Connection"), "close")
+        with self.wire() as wire:
+            wire.send(request(A, "GET", "Connection: close"))
+            self.assertEqual(wire.read_answer().json()["Value"], "first")
+            self.assertTrue(wire.is_closed())
 
-    def test_connection_close_is_answered_and_done(self):
-        answer = self.exchange(self.request("GET", URI, "1.1", "Connection: close"))
-        self.assertTrue(answer.startswith("HTTP/1.1 200 OK\r\n"), answer)
-        self.assertIn("\r\nConnection: close\r\n", answer)
+    def test_http_1_0(self):
+        answer = self.service.get(A, "-0")
+        self.assertEqual((answer.version, answer.status), ("1.0", 200))
+        self.assertEqual(answer.json()["Value"], "first")
+        with self.wire() as wire:
+            wire.send(f"GET {A} HTTP/1.0\r\n\r\n")
+            self.assertEqual(wire.read_answer().status, 200)
+            self.assertTrue(wire.is_closed())
 
-    def test_http_1_0_is_closed_unless_kept_alive(self):
-        answer = self.exchange(self.request("GET", URI, "1.0"))
-        self.assertIn(" 200 OK\r\n", answer)
-        connection = self.connect()
-        for _ in range(2):
-            connection.sendall(self.request("GET", URI, "1.0", "Connection: keep-alive").encode())
-            response = http.client.HTTPResponse(connection)
-            response.begin()
-            self.assertEqual(response.status, 200)
-            self.assertEqual(response.headers["Connection"].lower(), "keep-alive")
-            response.read()
+    def test_http_1_0_that_asks_to_stay(self):
+        with self.wire() as wire:
+            for _ in range(2):
+                wire.send(f"GET {A} HTTP/1.0\r\nConnection: keep-alive\r\n\r\n")
+                self.assertEqual(wire.read_answer().get("Connection"), "keep-alive")
+
+    def test_head_leaves_the_connection_usable(self):
+        with self.wire() as wire:
+            wire.send(request(A, "HEAD"))
+            length = int(wire.read_answer(has_body=False).get("Content-Length"))
+            wire.send(request(A))
+            answer = wire.read_answer()
+            self.assertEqual(answer.json()["Value"], "first")
+            self.assertEqual(len(answer.body), length)
 
     def test_pipelined_requests_are_answered_in_order(self):
-        uris = [URI, "/first", "/", URI + "?$select=Nope", URI]
-        last = len(uris) - 1
-        text = "".join(self.request("GET", uri, "1.1", *(["Connection: close"] if i == last else []))
-                       for i, uri in enumerate(uris))
-        answer = self.exchange(text)
-        statuses = [int(part[:3]) for part in answer.split("HTTP/1.1 ")[1:]]
-        self.assertEqual(statuses, [200, 404, 404, 400, 200])
+        uris = [A, "/", B, f"{BASE}/Nope", THINGS] * 5
+        with self.wire() as wire:
+            wire.send("".join(request(uri) for uri in uris))
+            for uri in uris:
+                answer = wire.read_answer()
+                if uri in (A, B, THINGS):
+                    self.assertEqual(answer.json()["@odata.id"], uri)
+                else:
+                    self.assertEqual((uri, answer.status), (uri, 404))
 
-    def test_what_is_no_http_gets_400_and_is_closed(self):
-        for text in ("nonsense\r\n\r\n", "GET / HTTP/9.9\r\n\r\n", "GET /\x01 HTTP/1.1\r\n\r\n",
-                     "GET / HTTP/1.1\r\nno colon\r\n\r\n",
-                     "GET / HTTP/1.1\r\nContent-Length: x\r\n\r\n"):
-            with self.subTest(text=text):
-                head, _, body = self.exchange(text).partition("\r\n\r\n")
-                self.assertTrue(head.startswith("HTTP/1.1 400 "), head)
-                self.assertIn("\r\nConnection: close", head)
-                self.assertIn("@Message.ExtendedInfo", json.loads(body)["error"])
+    def test_body_of_a_refused_request_is_not_the_next_request(self):
+        with self.wire() as wire:
+            wire.send(request(A, "PATCH", "Content-Length: 4") + "GET " + request(B))
+            self.assertEqual(wire.read_answer().status, 405)
+            self.assertEqual(wire.read_answer().json()["Value"], "second")
 
-    def test_a_client_that_leaves_harms_nobody(self):
-        for text in ("GET ", self.request()[:-2], self.request(),
-                     "GET / HTTP/1.1\r\nContent-Length: 100\r\n\r\nhalf"):
-            connection = socket.create_connection(("127.0.0.1", self.host.port), timeout=20)
-            connection.sendall(text.encode())
-            connection.close()
-        self.assertEqual(self.host.get(URI).status, 200)
+    def test_body_that_waits_for_leave_is_asked_for(self):
+        with self.wire() as wire:
+            wire.send(request(A, "GET", "Content-Length: 2", "Expect: 100-continue"))
+            self.assertEqual(wire.read_answer(has_body=False).status, 100)
+            wire.send("{}")
+            self.assertEqual(wire.read_answer().json()["Value"], "first")
 
-    def test_expect_continue(self):
-        connection = self.connect()
-        connection.sendall(self.request("GET", URI, "1.1", "Content-Length: 2", "Expect: 100-continue",
-                                        "Connection: close").encode())
-        self.assertEqual(connection.recv(100), b"HTTP/1.1 100 Continue\r\n\r\n")
-        connection.sendall(b"{}")
-        response = http.client.HTTPResponse(connection)
-        response.begin()
-        self.assertEqual(response.status, 200)
+    def test_answer_arrives_in_one_piece(self):
+        # Headers and body written apart cost a delayed acknowledgement on a kept connection.
+        with self.wire() as wire:
+            for _ in range(20):
+                wire.send(request(A))
+                head, _, body = wire.receive_once().partition(b"\r\n\r\n")
+                self.assertEqual(int(Answer(head).get("Content-Length")), len(body))
 
-    def test_a_body_of_a_read_is_ignored(self):
-        answer = self.exchange(self.request("GET", URI, "1.1", "Content-Length: 2", "Connection: close") + "{}")
-        self.assertTrue(answer.startswith("HTTP/1.1 200 "), answer)
+    def test_many_connections_at_once(self):
+        wires = [self.wire() for _ in range(100)]
+        for wire in wires:
+            wire.send(request(THINGS))
+        for wire in wires:
+            self.assertEqual(wire.read_answer().json()["Members@odata.count"], 2)
+            wire.__exit__()
+
+    def test_client_that_leaves_harms_nobody(self):
+        for text in ("GET ", request(A)[:-2], request(A), request(THINGS), request(A) * 50,
+                     request(A, "GET", "Content-Length: 100") + "half"):
+            with self.wire() as wire:
+                wire.send(text)
+        self.assertEqual(self.service.get(A).status, 200)
+
+    # ---- What is no HTTP, or too much of it
+
+    def check_refused(self, text, status, message):
+        with self.wire() as wire:
+            wire.send(text)
+            answer = wire.read_answer()
+            self.assertEqual(answer.status, status)
+            self.assertEqual(answer.messages(), [message])
+            self.assertEqual(answer.get("OData-Version"), "4.0")
+            self.assertEqual(answer.get("Content-Type"), "application/json")
+            self.assertEqual(answer.get("Connection"), "close")
+            self.assertTrue(wire.is_closed())
+
+    def test_malformed_requests_get_a_redfish_error(self):
+        for text in ("nonsense\r\n\r\n", "GET\r\n\r\n", f"GET {A} HTTP/1.1\r\nno colon\r\n\r\n",
+                     f"GET {A} HTTP/3.0\r\n\r\n", f"GET {A} HTTP/1.1\r\n\r\n", "\x16\x03\x01\x02\x00\x01\r\n\r\n"):
+            self.check_refused(text, 400, ("Base.UnrecognizedRequestBody", []))
+
+    def test_long_headers(self):
+        self.check_refused(request(A, "GET", "X: " + "x" * 20000), 431, ("Base.HeaderTooLong", []))
+
+    def test_long_body(self):
+        self.check_refused(request(A, "POST", "Content-Length: 1048577"), 413, ("Base.PayloadTooLarge", []))
 
 
 if __name__ == "__main__":

@@ -1,247 +1,253 @@
-"""Single instances and singletons over HTTP: values, annotations, links, $select."""
+#!/usr/bin/python3
+"""Single instances and singletons: their values, annotations and headers."""
 
 import unittest
 
-from cimgate_host import Host, array_cell, collection, entry, ready
+from cimgate_host import BASE, Service, array_cell, collection_entry, member_entry, OTHER_ARRAY, STRING_ARRAY
 
-ROOT = "/redfish/v1/Vexo/"
-CHASSIS = ROOT + "Chassis/System.Embedded.1/"
-ACTIONS = {"#VexoService.Run": {"target": ROOT + "VexoService/Actions/VexoService.Run", "Title": "Run"},
-           "#VexoService.Stop": {"target": ROOT + "VexoService/Actions/VexoService.Stop"}}
+ALL = f"{BASE}/VexoAll"
+ANNOTATIONS = {"@odata.type": "#VexoAll.v1_0_0.VexoAll", "@odata.context": "/redfish/v1/$metadata#VexoAll.VexoAll",
+               "Description": "VexoAll description"}
 
-DISK_PROPERTIES = {
-    "InstanceID": {"cim_type": "string"},
-    "State": {"cim_type": "uint16", "value_mapping": {"2": "Enabled", "3": "Disabled"}},
-    "Size": {"cim_type": "uint64", "alias": "SizeInBytes"},
-    "Shift": {"cim_type": "sint64"},
-    "Margin": {"cim_type": "sint8"},
-    "Hot": {"cim_type": "boolean"},
+PROPERTIES = {
+    "Text": {"cim_type": "string"},
+    "Small": {"cim_type": "uint8"},
+    "Signed": {"cim_type": "sint32"},
+    "Large": {"cim_type": "uint64"},
+    "LargeSigned": {"cim_type": "sint64"},
+    "Flag": {"cim_type": "boolean"},
     "Installed": {"cim_type": "datetime"},
-    "Words": {"cim_type": "string"},
-    "Speeds": {"cim_type": "uint32"},
-    "States": {"cim_type": "uint16", "value_mapping": {"1": "One", "2": "Two"}},
-    "NoValue": {"cim_type": "string"},
-    "Blank": {"cim_type": "string"},
+    "Health": {"cim_type": "uint16", "value_mapping": {"0": "Unknown", "5": "OK"}},
+    "State": {"cim_type": "string", "value_mapping": {"on": "Enabled"}},
+    "Rate": {"cim_type": "uint32", "alias": "RateMHz"},
+    "Names": {"cim_type": "string", "is_arraytype": True},
+    "Speeds": {"cim_type": "uint32", "is_arraytype": True, "alias": "SpeedsShown"},
+    "Modes": {"cim_type": "uint16", "is_arraytype": True, "value_mapping": {"1": "On", "2": "Off"}},
+    "Flags": {"cim_type": "boolean", "is_arraytype": True},
+    "Dates": {"cim_type": "datetime", "is_arraytype": True},
 }
-DISK_ROW = ("Disk#1", 2, 18446744073709551, -9007199254740993, -5, 1, 1714559430123456,
-            array_cell(["a", "b"], count=3), array_cell([6000, 12000], kind=2),
-            array_cell([1, 2, 9], kind=2), None, "")
+COLUMNS = ["InstanceID", *PROPERTIES]
+
+FULL = ("Full.1", "grüß \"dich\"", 255, -7, -1, -2**62, 1, 1714558830_123456, 5, "on", 2400,
+        array_cell(STRING_ARRAY, ["x", "y z"]), array_cell(OTHER_ARRAY, [1, 4000000000]),
+        array_cell(OTHER_ARRAY, [2, 1, 9]), array_cell(OTHER_ARRAY, [1, 0]), array_cell(OTHER_ARRAY, [0, 1000000]))
+FULL_SHOWN = {
+    "Text": "grüß \"dich\"", "Small": 255, "Signed": -7, "Large": 2**64 - 1, "LargeSigned": -2**62, "Flag": True,
+    "Installed": "2024-05-01T10:20:30+0000", "Health": "OK", "State": "Enabled", "RateMHz": 2400, "Names": ["x", "y z"],
+    "SpeedsShown": [1, 4000000000], "Modes": ["Off", "On", "9"], "Flags": [True, False],
+    "Dates": ["1970-01-01T00:00:00+0000", "1970-01-01T00:00:01+0000"]}
 
 
-def mapping():
-    enclosure_links = {"ComputerSystem": {"@odata.id": ROOT + "System"}, "VexoEnclosureEMMCollection": {},
-                       "VexoEnclosureCollection": {}}
-    return {
-        "VexoDisk": entry(ROOT + "VexoDisk", "XCIM_Disk", DISK_PROPERTIES,
-                          in_class={"Actions": {"#VexoDisk.Erase": {"target": "/x/Actions/VexoDisk.Erase"}}}),
-        "VexoDisks": collection(ROOT + "VexoDisks", "VexoDisk"),
-        "VexoNamed": entry(ROOT + "VexoNamed", "XCIM_Named", {"Name": {"cim_type": "string"}}, key="Tag"),
-        "VexoLoading": entry(ROOT + "VexoLoading", "XCIM_Loading", {"InstanceID": {"cim_type": "string"}}),
-        "VexoLive": entry(ROOT + "VexoLive", "XCIM_Live", {"InstanceID": {"cim_type": "string"}},
-                          in_class={"is_cached": False}),
-        "VexoFixed": entry(ROOT + "VexoFixed", "XCIM_Disk", DISK_PROPERTIES, key="", Selectors="A=1,B=2"),
-        "VexoService": entry(ROOT + "VexoService", "XCIM_Service", {}, key="", in_class={"Actions": ACTIONS}),
-        "VexoEnclosureEMM": entry(CHASSIS + "VexoEnclosureEMM", "XCIM_EMM", {"DeviceID": {"cim_type": "string"}},
-                                  key="DeviceID", Links=enclosure_links),
-        "VexoPowerSupply": entry(ROOT + "VexoPowerSupply", "XCIM_PSU", {"DeviceID": {"cim_type": "string"}},
-                                 key="DeviceID",
-                                 Links={"VexoPSNumericSensorCollection": {}, "Other": {}}),
+def row(key, **values):
+    """A row of nulls but for these values."""
+    return (key, *(values.get(name) for name in PROPERTIES))
+
+
+def sample():
+    actions = {"#VexoAll.Reset": {"target": f"{ALL}/Actions/VexoAll.Reset"}}
+    mapping = member_entry("VexoAll", "XCIM_All", PROPERTIES, actions=actions, Link_Header="</s.json>; rel=describedby",
+                           allowed_operations=["GET", "HEAD", "POST"])
+    mapping |= collection_entry("VexoAll")
+    mapping |= member_entry("VexoKeyed", "XCIM_Keyed", {"DeviceID": {"cim_type": "string"},
+                                                        "Name": {"cim_type": "string"}}, key="DeviceID")
+    mapping |= member_entry("VexoLoading", "XCIM_Loading", {"A": {"cim_type": "string"}})
+    mapping |= member_entry("VexoLowerCase", "XCIM_LowerCase", {"A": {"cim_type": "string"}})
+    mapping |= member_entry("VexoLive", "XCIM_Live", {"A": {"cim_type": "string"}}, cached=False)
+    mapping |= member_entry("VexoBare", "XCIM_Bare", {})
+    mapping |= member_entry("VexoEnclosure", "XCIM_Enclosure", {"A": {"cim_type": "string"}}, Links={
+        "ComputerSystem": {"@odata.id": "/redfish/v1/Systems/1"}, "VexoEnclosureEMMCollection": {},
+        "VexoNobodyKnows": {}})
+    mapping |= member_entry("VexoEnclosureEMM", "XCIM_EMM", {"A": {"cim_type": "string"}},
+                            Links={"VexoEnclosureCollection": {}})
+    mapping |= member_entry("VexoPowerSupply", "XCIM_PowerSupply", {"A": {"cim_type": "string"}},
+                            Links={"VexoPSNumericSensorCollection": {}})
+    mapping |= member_entry("VexoService", "XCIM_Service", {"A": {"cim_type": "string"}}, key="", cached=False,
+                            actions={"#VexoService.Run": {"target": f"{BASE}/VexoService/Actions/VexoService.Run"}})
+    mapping |= member_entry("VexoFixed", "XCIM_Fixed", {"A": {"cim_type": "string"}}, key="",
+                            Selectors="InstanceID=Sys.1,Name=Foo")
+    one = ["InstanceID", "A"]
+    classes = {
+        "XCIM_All": (COLUMNS, [FULL, row("Null"), row("Empty", Text="", Health="", Small=0, Flag=0),
+                               row("Odd", Health=99, State="off", Flag=2,
+                                   Names=array_cell(STRING_ARRAY, ["a#b", "c"], count=9),
+                                   Speeds=array_cell(OTHER_ARRAY, []), Modes=array_cell(OTHER_ARRAY, [1, 2, 1], count=2)),
+                               row("Disk#1"), row("Two words"), row("plus+one"), row("50%"), row("a/b"), row("ü")]),
+        "XCIM_Keyed": (["DeviceID", "Name"], [("Dev.1", "Mapped name"), ("Dev.2", None)]),
+        "XCIM_LowerCase": (one, [("X", "y")]),
+        "XCIM_Loading": (one, [("X", "y")]),
+        "XCIM_Bare": (one, [("X", "y")]),
+        "XCIM_Enclosure": (one, [("Enclosure.1", "y"), ("Enclosure.2", "y")]),
+        "XCIM_EMM": (one, [("EMM.1", "y"), ("EMM.9", "y")]),
+        "XCIM_PowerSupply": (one, [("PSU.Slot.2", "y"), ("PSU.None", "y")]),
     }
+    ready = ["XCIM_All", "XCIM_Keyed", "xcim_lowercase", "XCIM_Bare", "XCIM_Enclosure", "XCIM_EMM", "XCIM_PowerSupply"]
+    associations = {"Tbl_XCIM_EnclosureEMMDependency": [
+        ("XCIM_EMM", "EMM.1", "XCIM_Enclosure", "Enclosure.1"), ("XCIM_EMM", "EMM#2", "XCIM_Enclosure", "Enclosure.1"),
+        ("XCIM_EMM", "EMM.3", "XCIM_Enclosure", "Enclosure.2"), ("XCIM_EMM", None, "XCIM_Enclosure", "Enclosure.1"),
+        ("XCIM_EMM", "EMM.1", "XCIM_ComputerSystem", "System")]}
+    return mapping, {"classes": classes, "ready": ready, "associations": associations}
 
 
-def fill(connection):
-    columns = ",".join(DISK_PROPERTIES)
-    connection.execute(f"CREATE TABLE Tbl_XCIM_Disk ({columns})")
-    connection.execute(f"INSERT INTO Tbl_XCIM_Disk VALUES ({','.join('?' * len(DISK_ROW))})", DISK_ROW)
-    connection.execute("CREATE TABLE Tbl_XCIM_Named (Tag TEXT, Name TEXT)")
-    connection.execute("INSERT INTO Tbl_XCIM_Named VALUES ('N.1', 'Mapped')")
-    connection.execute("CREATE TABLE Tbl_XCIM_Loading (InstanceID TEXT)")
-    connection.execute("CREATE TABLE Tbl_XCIM_EMM (DeviceID TEXT)")
-    connection.executemany("INSERT INTO Tbl_XCIM_EMM VALUES (?)", [("E#1",), ("E.2",)])
-    connection.execute("CREATE TABLE Tbl_XCIM_PSU (DeviceID TEXT)")
-    connection.executemany("INSERT INTO Tbl_XCIM_PSU VALUES (?)", [("PSU.Slot.2",), ("Battery",)])
-    connection.execute("CREATE TABLE Tbl_XCIM_EnclosureEMMDependency "
-                       "(__LeftClass, __LeftClassKey, __RightClass, __RightClassKey)")
-    connection.executemany("INSERT INTO Tbl_XCIM_EnclosureEMMDependency VALUES (?,?,?,?)", [
-        ("XCIM_EMM", "E#1", "XCIM_EMM", "E#1"),
-        ("XCIM_EMM", "E#1", "XCIM_ComputerSystem", "System"),
-        ("XCIM_EMM", "E#1", "XCIM_Other", None)])
-    # Letter case does not matter there.
-    ready(connection, "xcim_disk", "XCIM_Named", "XCIM_Service", "XCIM_EMM", "XCIM_PSU")
+class Instances(unittest.TestCase):
+    maxDiff = None
 
-
-class WithHost(unittest.TestCase):
     @classmethod
     def setUpClass(cls):
-        cls.host = Host(mapping(), fill)
+        cls.service = cls.enterClassContext(Service(*sample()))
 
-    @classmethod
-    def tearDownClass(cls):
-        assert cls.host.stop() == 0
+    def instance(self, uri):
+        answer = self.service.get(uri)
+        self.assertEqual(answer.status, 200, uri)
+        return answer.json()
 
-    def get(self, target):
-        answer = self.host.get(target)
-        self.assertEqual(answer.status, 200, answer.body)
-        return answer.json
-
-    def check_error(self, target, status, ids, args=None):
-        answer = self.host.get(target)
-        self.assertEqual(answer.status, status, answer.body)
-        self.assertEqual(answer.message_ids, ids)
-        if args is not None:
-            self.assertEqual(answer.message_args[0], args)
+    def check_error(self, uri, status, *messages):
+        answer = self.service.get(uri)
+        self.assertEqual(answer.status, status, uri)
+        self.assertEqual(answer.messages(), list(messages), uri)
         return answer
 
+    # ---- Values
 
-class Instances(WithHost):
-    def test_every_kind_of_cell(self):
-        self.assertEqual(self.get(ROOT + "VexoDisk/Disk%231"), {
-            "@odata.id": ROOT + "VexoDisk/Disk%231", "@odata.type": "#T.v1_0_0.T",
-            "@odata.context": "/redfish/v1/$metadata#T.T", "Id": "Disk#1", "Name": "A thing",
-            "Description": "Things.", "InstanceID": "Disk#1", "State": "Enabled",
-            "SizeInBytes": 18446744073709551, "Shift": -9007199254740993, "Margin": -5, "Hot": True,
-            "Installed": "2024-05-01T10:30:30+0000", "Words": ["a", "b"], "Speeds": [6000, 12000],
-            "States": ["One", "Two", "9"], "NoValue": None, "Blank": None,
-            "Actions": {"#VexoDisk.Erase": {"target": "/x/Actions/VexoDisk.Erase"}}})
+    def test_every_kind_of_value(self):
+        self.assertEqual(self.instance(f"{ALL}/Full.1"), {
+            "@odata.id": f"{ALL}/Full.1", "Id": "Full.1", "Name": "VexoAll name", **ANNOTATIONS, **FULL_SHOWN,
+            "Actions": {"#VexoAll.Reset": {"target": f"{ALL}/Actions/VexoAll.Reset"}}})
 
-    def test_a_member_has_element_counts_and_no_actions(self):
-        member, = self.get(ROOT + "VexoDisks")["Members"]
-        self.assertEqual(member["Words@odata.count"], 3)
-        self.assertEqual(member["Speeds@odata.count"], 2)
-        self.assertEqual(member["SizeInBytes"], 18446744073709551)
-        self.assertNotIn("Actions", member)
+    def test_null_cells_are_null(self):
+        shown = self.instance(f"{ALL}/Null")
+        self.assertEqual({name: shown[name] for name in FULL_SHOWN}, dict.fromkeys(FULL_SHOWN))
 
-    def test_headers(self):
-        answer = self.host.get(ROOT + "VexoDisk/Disk%231")
-        for name, value in {"allow": "GET,HEAD", "link": "</schema>; rel=describedby",
-                            "content-type": "application/json", "odata-version": "4.0",
-                            "cache-control": "no-cache"}.items():
-            self.assertEqual(answer.headers.get(name), value)
+    def test_empty_text_is_null_and_zero_is_not(self):
+        shown = self.instance(f"{ALL}/Empty")
+        self.assertEqual((shown["Text"], shown["Health"], shown["Small"], shown["Flag"]), (None, None, 0, False))
 
-    def test_head_has_the_headers_of_get_and_no_body(self):
-        get = self.host.get(ROOT + "VexoDisk/Disk%231")
-        head = self.host.request(ROOT + "VexoDisk/Disk%231", "--head")
-        self.assertEqual(head.status, 200)
-        drop = {"date"}
-        self.assertEqual({name: value for name, value in head.headers.items() if name not in drop},
-                         {name: value for name, value in get.headers.items() if name not in drop})
-        self.assertEqual(int(head.headers["content-length"]), len(get.body))
+    def test_values_that_are_not_as_announced(self):
+        shown = self.instance(f"{ALL}/Odd")
+        self.assertEqual(shown["Health"], "99")  # not in the value map
+        self.assertEqual(shown["State"], "off")
+        self.assertIs(shown["Flag"], False)  # only 1 is true
+        self.assertEqual(shown["Names"], ["a", "b", "c"])  # the separator's bytes split each on its own
+        self.assertEqual(shown["SpeedsShown"], [])
+        self.assertEqual(shown["Modes"], ["On", "Off"])
 
-    def test_a_mapped_name_wins_and_an_unmapped_key_is_not_shown(self):
-        named = self.get(ROOT + "VexoNamed/N.1")
-        self.assertEqual((named["Name"], named["Id"]), ("Mapped", "N.1"))
-        self.assertNotIn("Tag", named)
+    def test_array_counts_belong_to_collection_members_only(self):
+        self.assertNotIn("Names@odata.count", self.instance(f"{ALL}/Full.1"))
+        members = {member["Id"]: member for member in self.instance(f"{ALL}Collection")["Members"]}
+        self.assertEqual(members["Full.1"]["Names@odata.count"], 2)
+        self.assertEqual(members["Odd"]["Names@odata.count"], 9)
+        self.assertEqual(members["Full.1"]["SpeedsShown@odata.count"], 2)
 
-    def test_missing_instances(self):
-        missing = ["Vexo.1.0.SYS403", "Base.1.18.ResourceMissingAtURI"]
-        self.check_error(ROOT + "VexoDisk/Nope", 404, missing, ["VexoDisk"])
-        self.check_error(ROOT + "VexoDisk", 404, missing, [""])
-        self.check_error(ROOT + "VexoDisk/Disk%231/More", 404, missing)
-        self.check_error(ROOT + "VexoDisks/Disk%231", 404, missing)
+    def test_mapped_key_and_name_are_shown(self):
+        shown = self.instance(f"{BASE}/VexoKeyed/Dev.1")
+        self.assertEqual((shown["DeviceID"], shown["Id"], shown["Name"]), ("Dev.1", "Dev.1", "Mapped name"))
+        self.assertIsNone(self.instance(f"{BASE}/VexoKeyed/Dev.2")["Name"])
 
-    def test_a_class_that_is_not_ready(self):
-        answer = self.check_error(ROOT + "VexoLoading/1", 503, ["Base.1.18.ServiceTemporarilyUnavailable"],
-                                  ["5"])
-        self.assertEqual(answer.headers["retry-after"], "5")
+    def test_key_that_is_not_mapped_is_not_shown(self):
+        self.assertNotIn("InstanceID", self.instance(f"{ALL}/Full.1"))
 
-    def test_what_needs_live_reads_says_so(self):
-        self.assertEqual(self.host.get(ROOT + "VexoLive/1").status, 501)
-        self.assertEqual(self.host.get(ROOT + "VexoFixed").status, 501)
+    # ---- Keys in URIs
 
-    def test_singleton(self):
-        self.assertEqual(self.get(ROOT + "VexoService"), {
-            "@odata.id": ROOT + "VexoService", "@odata.type": "#T.v1_0_0.T",
-            "@odata.context": "/redfish/v1/$metadata#T.T", "Id": "VexoService", "Name": "A thing",
-            "Description": "Things.", "Actions": ACTIONS})
+    def test_keys_with_special_characters(self):
+        for encoded, key, shown_id in [("Disk%231", "Disk#1", "Disk%231"), ("Two%20words", "Two words", "Two words"),
+                                       ("plus+one", "plus+one", "plus+one"), ("50%25", "50%", "50%"),
+                                       ("a%2Fb", "a/b", "a/b"), ("%C3%BC", "ü", "ü"), ("%46ull%2e1", "Full.1", "Full.1")]:
+            shown = self.instance(f"{ALL}/{encoded}")
+            self.assertEqual((shown["Id"], shown["@odata.id"]), (key, f"{ALL}/{shown_id}"), encoded)
 
+    def test_missing_instance_is_not_found(self):
+        for key in ("Full", "full.1", "Full.1%20", "Disk", "'", "'%20or%20'1'='1", "Full.1'--",
+                    "%22;drop%20table%20Tbl_XCIM_All;"):
+            self.check_error(f"{ALL}/{key}", 404, ("Vexo.SYS403", ["VexoAll"]), ("Base.ResourceMissingAtURI", ["VexoAll"]))
+        self.instance(f"{ALL}/Full.1")
 
-class Links(WithHost):
-    def test_association_links_skip_the_system_and_rows_that_are_no_text(self):
-        links = self.get(CHASSIS + "VexoEnclosureEMM/E%231")["Links"]
-        self.assertEqual(links, {
-            "ComputerSystem": {"@odata.id": ROOT + "System"},
-            "VexoEnclosureEMMCollection": [{"@odata.id": CHASSIS + "VexoEnclosureEMM/E%231"}],
-            "VexoEnclosureCollection": [{"@odata.id": CHASSIS + "VexoEnclosure/E%231"}]})
+    def test_entry_without_a_key_is_not_found(self):
+        for uri in (ALL, f"{ALL}/"):
+            self.check_error(uri, 404, ("Vexo.SYS403", [""]), ("Base.ResourceMissingAtURI", [""]))
 
-    def test_links_without_rows_are_left_out(self):
-        self.assertEqual(self.get(CHASSIS + "VexoEnclosureEMM/E.2")["Links"],
-                         {"ComputerSystem": {"@odata.id": ROOT + "System"}})
+    def test_class_without_mapped_properties_has_only_its_key(self):
+        # Its one column is the key, which is enough for a statement.
+        shown = self.instance(f"{BASE}/VexoBare/X")
+        self.assertEqual(set(shown), {"@odata.id", "@odata.type", "@odata.context", "Id", "Name", "Description"})
 
-    def test_links_by_the_number_of_a_power_supply(self):
-        self.assertEqual(self.get(ROOT + "VexoPowerSupply/PSU.Slot.2")["Links"], {
-            "VexoPSNumericSensorCollection": [{"@odata.id":
-                ROOT + "Systems/System.Embedded.1/VexoPSNumericSensor/Tavix.Embedded.1%23PS2Current2"}]})
-        self.assertIsNone(self.get(ROOT + "VexoPowerSupply/Battery")["Links"])
+    # ---- Links
 
-    def test_selected_links(self):
-        uri = CHASSIS + "VexoEnclosureEMM/E%231?$select="
-        self.assertEqual(set(self.get(uri + "Links")["Links"]),
-                         {"ComputerSystem", "VexoEnclosureEMMCollection", "VexoEnclosureCollection"})
-        self.assertEqual(self.get(uri + "Links/ComputerSystem")["Links"],
-                         {"ComputerSystem": {"@odata.id": ROOT + "System"}})
-        self.assertEqual(set(self.get(uri + "Links/ComputerSystem/@odata.id")["Links"]), {"ComputerSystem"})
-        self.assertNotIn("Links", self.get(uri + "DeviceID"))
-        self.check_error(uri + "Links/Nope", 400, ["Vexo.1.0.SYS429", "Base.1.18.PropertyUnknown"], ["Nope"])
+    def test_links_come_from_the_association_table(self):
+        emm = "/redfish/v1/Vexo/Chassis/System.Embedded.1/VexoEnclosureEMM"
+        self.assertEqual(self.instance(f"{BASE}/VexoEnclosure/Enclosure.1")["Links"], {
+            "ComputerSystem": {"@odata.id": "/redfish/v1/Systems/1"},
+            "VexoEnclosureEMMCollection": [{"@odata.id": f"{emm}/EMM.1"}, {"@odata.id": f"{emm}/EMM%232"}]})
+        self.assertEqual(self.instance(f"{BASE}/VexoEnclosure/Enclosure.2")["Links"]["VexoEnclosureEMMCollection"],
+                         [{"@odata.id": f"{emm}/EMM.3"}])
 
+    def test_association_with_the_system_is_no_link(self):
+        enclosure = "/redfish/v1/Vexo/Chassis/System.Embedded.1/VexoEnclosure/Enclosure.1"
+        self.assertEqual(self.instance(f"{BASE}/VexoEnclosureEMM/EMM.1")["Links"],
+                         {"VexoEnclosureCollection": [{"@odata.id": enclosure}]})
+        self.assertFalse(self.instance(f"{BASE}/VexoEnclosureEMM/EMM.9")["Links"])
 
-class Select(WithHost):
-    DISK = ROOT + "VexoDisk/Disk%231"
-    ALWAYS = {"@odata.id", "@odata.type", "@odata.context", "InstanceID", "Actions"}
+    def test_power_supply_links_come_from_the_key(self):
+        sensor = "/redfish/v1/Vexo/Systems/System.Embedded.1/VexoPSNumericSensor/Tavix.Embedded.1%23PS2Current2"
+        self.assertEqual(self.instance(f"{BASE}/VexoPowerSupply/PSU.Slot.2")["Links"],
+                         {"VexoPSNumericSensorCollection": [{"@odata.id": sensor}]})
+        self.assertFalse(self.instance(f"{BASE}/VexoPowerSupply/PSU.None")["Links"])
 
-    def members(self, select):
-        return set(self.get(f"{self.DISK}?$select={select}"))
+    # ---- Headers
 
-    def test_forms(self):
-        for select, shown in [
-                ("State", {"State"}), ("State,Hot", {"State", "Hot"}), ("+State,++Hot+", {"State", "Hot"}),
-                ("Id", {"Id"}), ("Name", {"Name"}), ("Description", {"Description"}),
-                ("@odata.id", set()), ("SizeInBytes", {"SizeInBytes"}), ("%53tate", {"State"})]:
-            with self.subTest(select=select):
-                self.assertEqual(self.members(select), self.ALWAYS | shown)
+    def test_headers_of_every_answer(self):
+        for uri, status in [(f"{ALL}/Full.1", 200), (f"{ALL}/none", 404), (f"{BASE}/VexoLive/X", 501), ("/", 404)]:
+            answer = self.service.get(uri)
+            self.assertEqual(answer.status, status)
+            self.assertEqual(answer.get("OData-Version"), "4.0")
+            self.assertEqual(answer.get("Cache-Control"), "no-cache")
+            self.assertEqual(answer.get("Content-Type"), "application/json")
+            self.assertEqual(answer.get("Content-Length"), str(len(answer.body)))
+            self.assertRegex(answer.get("Date"), r"^\w{3}, \d\d \w{3} \d{4} \d\d:\d\d:\d\d GMT$")
 
-    def test_everything(self):
-        whole = set(self.get(self.DISK))
-        for select in ("*", "State,*", "*,State"):
-            self.assertEqual(self.members(select), whole)
+    def test_allow_and_link_come_from_the_mapping(self):
+        answer = self.service.get(f"{ALL}/Full.1")
+        self.assertEqual(answer.get("Allow"), "GET,HEAD,POST")
+        self.assertEqual(answer.get("Link"), "</s.json>; rel=describedby")
+        without = self.service.get(f"{BASE}/VexoKeyed/Dev.1")
+        self.assertIsNone(without.get("Allow"))
+        self.assertEqual(without.get("Link"), "")
 
-    def test_an_alias_must_begin_with_the_property_and_replaces_it(self):
-        self.check_error(self.DISK + "?$select=Size", 400, ["Vexo.1.0.SYS429", "Base.1.18.PropertyUnknown"],
-                         ["Size"])
+    def test_head_is_get_without_the_body(self):
+        for uri in (f"{ALL}/Full.1", f"{ALL}Collection", f"{ALL}/none", f"{BASE}/VexoLoading/X", "/"):
+            get = self.service.get(uri)
+            head = self.service.head(uri)
+            self.assertEqual(head.body, b"")
+            self.assertEqual(head.status, get.status)
+            self.assertEqual([header for header in head.headers if header[0] != "date"],
+                             [header for header in get.headers if header[0] != "date"], uri)
 
-    def test_unknown_items_are_refused(self):
-        for item in ("Nope", "state", "Stat", "State ", "Words@odata.count", ""):
-            with self.subTest(item=item):
-                self.check_error(self.DISK + "?$select=Hot," + item.replace(" ", "%20"), 400,
-                                 ["Vexo.1.0.SYS429", "Base.1.18.PropertyUnknown"], [item])
+    # ---- Not to be had
 
-    def test_length(self):
-        name = "State"
-        longest = name + "," * 0 + "+" * (255 - len(name))
-        self.assertEqual(self.members(longest), self.ALWAYS | {"State"})
-        for value in (longest + "+", ""):
-            self.check_error(f"{self.DISK}?$select={value}", 500, ["Vexo.1.0.SYS446", "Base.1.18.InternalError"])
+    def test_class_that_is_still_loading(self):
+        for uri in (f"{BASE}/VexoLoading/X", f"{BASE}/VexoLoading/none"):
+            answer = self.check_error(uri, 503, ("Base.ServiceTemporarilyUnavailable", ["5"]))
+            self.assertEqual(answer.get("Retry-After"), "5")
 
-    def test_expand_and_filter(self):
-        ids = ["Vexo.1.0.SYS451", "Base.1.18.QueryNotSupported"]
-        self.check_error(self.DISK + "?$expand=*", 501, ids, ["Expand"])
-        self.check_error(self.DISK + "?$filter=x&$expand=y", 501, ids, ["Expand"])
-        self.check_error(self.DISK + "?$filter=x", 501, ids, ["Filter"])
-        self.check_error(ROOT + "VexoService?$filter=x", 501, ids, ["Filter"])
-        self.assertEqual(self.members("State&$expand=*&$filter=x"), self.ALWAYS | {"State"})
+    def test_readiness_ignores_case(self):
+        self.assertEqual(self.instance(f"{BASE}/VexoLowerCase/X")["A"], "y")
 
-    def test_actions(self):
-        uri = ROOT + "VexoService?$select="
-        self.assertEqual(self.get(uri + "Actions")["Actions"], ACTIONS)
-        self.assertEqual(self.get(uri + "Actions/%23VexoService.Stop")["Actions"],
-                         {"#VexoService.Stop": ACTIONS["#VexoService.Stop"]})
-        self.assertEqual(self.get(uri + "Actions/%23VexoService.Run/target")["Actions"],
-                         {"#VexoService.Run": {"target": ACTIONS["#VexoService.Run"]["target"]}})
-        self.assertEqual(self.get(uri + "Name")["Actions"], ACTIONS)
-        self.check_error(uri + "Actions/Unknown", 400, ["Vexo.1.0.SYS429", "Base.1.18.PropertyUnknown"],
-                         ["Actions/Unknown"])
+    def test_live_resources_are_not_implemented(self):
+        for uri in (f"{BASE}/VexoLive/X", f"{BASE}/VexoFixed"):
+            answer = self.check_error(uri, 501, ("Base.GeneralError", []))
+            self.assertIsNone(answer.get("Retry-After"))
 
+    # ---- Singletons
 
-del WithHost
+    def test_singleton_comes_from_the_mapping_alone(self):
+        actions = {"#VexoService.Run": {"target": f"{BASE}/VexoService/Actions/VexoService.Run"}}
+        self.assertEqual(self.instance(f"{BASE}/VexoService"), {
+            "@odata.id": f"{BASE}/VexoService", "@odata.type": "#VexoService.v1_0_0.VexoService",
+            "@odata.context": "/redfish/v1/$metadata#VexoService.VexoService", "Id": "VexoService",
+            "Name": "VexoService name", "Description": "VexoService description", "Actions": actions})
+
+    def test_nothing_is_below_a_singleton(self):
+        for name in ("VexoService", "VexoFixed"):
+            self.check_error(f"{BASE}/{name}/X", 404, ("Vexo.SYS403", [name]), ("Base.ResourceMissingAtURI", [name]))
+
 
 if __name__ == "__main__":
     unittest.main(verbosity=2)

@@ -4,12 +4,13 @@
 Starts the service with the mapping and the cache of data/, begins at the collections and services, follows every
 "@odata.id" and next link, and compares what it has seen with the rows of the cache.
 
-Environment: CIMGATE_BUILD_DIR, a build with host/cimgated; CIMGATE_SOURCE_DIR, the checkout.
+Environment: CIMGATE_SOURCE_DIR, the checkout; CIMGATED and CIMGATE_REGISTRIES as in cimgate_host.py.
 """
 
 import json
 import os
 import re
+import signal
 import sqlite3
 import struct
 import subprocess
@@ -18,8 +19,9 @@ import time
 import unittest
 from pathlib import Path
 
+import cimgate_host
+
 SOURCE_DIR = Path(os.environ["CIMGATE_SOURCE_DIR"])
-CIMGATED = Path(os.environ["CIMGATE_BUILD_DIR"]) / "host" / "cimgated"
 MAPPING_FILE = SOURCE_DIR / "data" / "resourcemapping.json"
 
 CHASSIS = "/redfish/v1/Vexo/Chassis/System.Embedded.1"
@@ -55,54 +57,23 @@ TWO_WAY_LINKS = {
 }
 
 
-class Answer:
-    def __init__(self, head, body):
-        lines = head.splitlines()
-        self.status = int(lines[0].split(" ")[1])
-        self.headers = {name.lower(): value.strip() for name, _, value in
-                        (line.partition(":") for line in lines[1:] if ":" in line)}
-        self.body = json.loads(body) if body else None
-
-
-class Sample:
+class Sample(cimgate_host.Service):
     """The running service and the cache behind it."""
 
-    def __init__(self, directory):
-        self.cache = Path(directory) / "cache.db"
-        subprocess.run([SOURCE_DIR / "scripts" / "make-sample-cache", self.cache], check=True)
-        with MAPPING_FILE.open(encoding="utf-8") as file:
-            self.mapping = json.load(file)
-        self.log = (Path(directory) / "cimgated.log").open("wb")
-        self.process = subprocess.Popen(
-            [CIMGATED, "--listen", "127.0.0.1:0", "--rmf", MAPPING_FILE, "--cache", self.cache,
-             "--registries", SOURCE_DIR / "data" / "registries"],
-            stdout=subprocess.PIPE, stderr=self.log, text=True, env=dict(os.environ, TZ="UTC"))
-        line = self.process.stdout.readline()
-        if "listening on " not in line:
-            self.stop()
-            raise AssertionError("cimgated ended before it was ready")
-        self.base = line.split("listening on ")[1].strip()
+    def __init__(self):
+        text = MAPPING_FILE.read_text(encoding="utf-8")
+        super().__init__(text)
+        self.mapping = json.loads(text)
+        subprocess.run([SOURCE_DIR / "scripts" / "make-sample-cache", self.cache_path], check=True)
 
-    def stop(self):
-        """Ends the service, which must end well and without having lost a worker."""
-        self.process.terminate()
-        status = self.process.wait(timeout=30)
-        self.process.stdout.close()
-        self.log.close()
-        log = Path(self.log.name).read_text(encoding="utf-8")
-        if status != 0 or "cimgated: worker" in log or "Assertion" in log:
-            raise AssertionError(f"cimgated ended with {status}:\n{log}")
-
-    def get(self, uri):
-        done = subprocess.run(["curl", "-s", "-S", "-i", "-g", "--path-as-is", "--max-time", "60", self.base + uri],
-                              stdout=subprocess.PIPE, stderr=subprocess.PIPE, check=False)
-        if done.returncode != 0:
-            raise AssertionError(f"{uri}: {done.stderr.decode()}")
-        head, _, body = done.stdout.decode().partition("\r\n\r\n")
-        return Answer(head, body)
+    def stop(self, signal_number=signal.SIGTERM):
+        """Ends the service, which must not have lost a worker before."""
+        if "cimgated: worker" in self.log():
+            raise AssertionError(self.log())
+        super().stop(signal_number)
 
     def rows(self, query):
-        connection = sqlite3.connect(f"file:{self.cache}?mode=ro", uri=True)
+        connection = sqlite3.connect(f"file:{self.cache_path}?mode=ro", uri=True)
         connection.row_factory = sqlite3.Row
         try:
             return connection.execute(query).fetchall()
@@ -137,7 +108,7 @@ def crawl(sample):
         uri = waiting.pop()
         if uri not in answers:
             answers[uri] = sample.get(uri)
-            waiting.extend(referenced_uris(answers[uri].body))
+            waiting.extend(referenced_uris(answers[uri].json()))
     return answers
 
 
@@ -271,17 +242,15 @@ class Crawl(unittest.TestCase):
 
     @classmethod
     def setUpClass(cls):
-        directory = tempfile.TemporaryDirectory(prefix="cimgate-crawl-")
-        cls.addClassCleanup(directory.cleanup)
-        cls.sample = Sample(directory.name)
-        cls.addClassCleanup(cls.sample.stop)
+        cls.sample = cls.enterClassContext(Sample())
         cls.answers = crawl(cls.sample)
+        cls.bodies = {uri: answer.json() for uri, answer in cls.answers.items() if answer.status == 200}
 
     def members_of(self, uri):
         """The members of a collection, over all of its pages, and the sizes of these."""
         members, sizes = [], []
         while uri:
-            body = self.answers[uri].body
+            body = self.bodies[uri]
             members += body["Members"]
             sizes.append(len(body["Members"]))
             uri = body.get("Members@odata.nextLink")
@@ -293,13 +262,13 @@ class Crawl(unittest.TestCase):
 
     def test_every_answer_is_json_and_names_itself(self):
         for uri, answer in self.answers.items():
-            self.assertEqual(answer.headers["content-type"].split(";")[0], "application/json", uri)
-            if answer.status == 200:
-                self.assertEqual(answer.body["@odata.id"], uri.split("?")[0])
-                self.assertEqual(answer.body["Id"], uri.split("?")[0].rsplit("/", 1)[1].replace("%23", "#"))
+            self.assertEqual(answer.get("Content-Type").split(";")[0], "application/json", uri)
+        for uri, body in self.bodies.items():
+            self.assertEqual(body["@odata.id"], uri.split("?")[0])
+            self.assertEqual(body["Id"], uri.split("?")[0].rsplit("/", 1)[1].replace("%23", "#"))
 
     def test_every_entry_is_reached(self):
-        reached = {answer.body["@odata.type"] for answer in self.answers.values() if answer.status == 200}
+        reached = {body["@odata.type"] for body in self.bodies.values()}
         expected = {entry["@odata.type"] for name, entry in self.sample.mapping.items()
                     # Not ready, and without rows.
                     if name not in ("VexoMemory", "VexoMemoryCollection", "VexoVolume")}
@@ -309,8 +278,7 @@ class Crawl(unittest.TestCase):
         ready = {row[0].lower() for row in self.sample.rows("select ClassName from Tbl_CMPIReady")}
         seen = 0
         for name, entry, class_name, _ in self.sample.member_entries():
-            crawled = {uri for uri, answer in self.answers.items()
-                       if answer.status == 200 and answer.body["@odata.type"] == entry["@odata.type"]}
+            crawled = {uri for uri, body in self.bodies.items() if body["@odata.type"] == entry["@odata.type"]}
             rows = []
             if class_name.lower() in ready:
                 rows = self.sample.rows(f"select {entry['UniqueSelector']} from Tbl_{class_name}")
@@ -328,7 +296,7 @@ class Crawl(unittest.TestCase):
                 members, _ = self.members_of(uri)
                 self.assertEqual([member["@odata.id"] for member in members],
                                  [instance_uri(entry, row[0]) for row in rows])
-                self.assertEqual(self.answers[uri].body["Members@odata.count"], len(rows))
+                self.assertEqual(self.bodies[uri]["Members@odata.count"], len(rows))
 
     def test_pages_hold_50_members(self):
         self.assertEqual(self.members_of(SYSTEM + "/VexoDriveCollection")[1], [50, 50, 20])
@@ -346,7 +314,7 @@ class Crawl(unittest.TestCase):
                 for prop, mapping in class_map["properties"].items():
                     name, value = shown_name(prop, mapping), shown(row[prop], mapping)
                     with self.subTest(uri=own_uri, property=name):
-                        self.assertEqual(self.answers[own_uri].body[name], value)
+                        self.assertEqual(self.bodies[own_uri][name], value)
                         self.assertEqual(members[own_uri][name], value)
                         if isinstance(value, list):
                             self.assertEqual(members[own_uri][name + "@odata.count"], len(value))
@@ -358,16 +326,16 @@ class Crawl(unittest.TestCase):
         for _, entry, _, class_map in self.sample.member_entries():
             mapped = {shown_name(prop, mapping) for prop, mapping in class_map["properties"].items()}
             extra = {"Links"} if "Links" in entry else set()
-            for uri, answer in self.answers.items():
-                if answer.status == 200 and answer.body["@odata.type"] == entry["@odata.type"]:
-                    self.assertEqual(set(answer.body), common | mapped | extra, uri)
+            for uri, body in self.bodies.items():
+                if body["@odata.type"] == entry["@odata.type"]:
+                    self.assertEqual(set(body), common | mapped | extra, uri)
 
     def test_links_lead_back(self):
         followed = {name: 0 for name in TWO_WAY_LINKS}
-        for uri, answer in self.answers.items():
+        for uri, body in self.bodies.items():
             for name, back in TWO_WAY_LINKS.items():
-                for link in ((answer.body.get("Links") or {}).get(name, []) if answer.status == 200 else []):
-                    there = self.answers[link["@odata.id"]].body["Links"][back]
+                for link in body.get("Links", {}).get(name, []):
+                    there = self.bodies[link["@odata.id"]]["Links"][back]
                     self.assertIn({"@odata.id": uri}, there, link)
                     followed[name] += 1
         self.assertEqual(followed, {"VexoEnclosureEMMCollection": 4, "VexoEnclosureCollection": 4,
@@ -376,21 +344,21 @@ class Crawl(unittest.TestCase):
     def test_headers_come_from_the_mapping(self):
         for uri in (SYSTEM + "/VexoDriveCollection", SYSTEM + "/VexoDrive/Disk.Bay.0:Enclosure.1",
                     CHASSIS + "/VexoIndicatorService"):
-            entry = self.sample.mapping[self.answers[uri].body["@odata.type"][1:].split(".")[0]]
-            self.assertEqual(self.answers[uri].headers["link"], entry["Link_Header"])
-            self.assertEqual(self.answers[uri].headers["allow"], ",".join(entry["allowed_operations"]))
+            entry = self.sample.mapping[self.bodies[uri]["@odata.type"][1:].split(".")[0]]
+            self.assertEqual(self.answers[uri].get("Link"), entry["Link_Header"])
+            self.assertEqual(self.answers[uri].get("Allow"), ",".join(entry["allowed_operations"]))
 
     def test_services_show_their_actions(self):
         for name, entry in self.sample.mapping.items():
             [class_map] = entry["mappings"].values()
             if "Actions" in class_map:
-                self.assertEqual(self.answers[entry["@odata.id"]].body["Actions"], class_map["Actions"], name)
+                self.assertEqual(self.bodies[entry["@odata.id"]]["Actions"], class_map["Actions"], name)
 
     def test_class_that_is_not_ready_asks_to_come_back(self):
         for uri in list(NOT_READY) + [SYSTEM + "/VexoMemory/DIMM.Socket.A1"]:
             answer = self.sample.get(uri)
-            self.assertEqual((answer.status, answer.headers.get("retry-after")), (503, "5"), uri)
-            self.assertIn("error", answer.body)
+            self.assertEqual((answer.status, answer.get("Retry-After")), (503, "5"), uri)
+            self.assertIn("error", answer.json())
 
     def test_member_entry_without_a_key_is_not_found(self):
         for name, entry, class_name, _ in self.sample.member_entries():
@@ -406,13 +374,13 @@ class Crawl(unittest.TestCase):
         text = (SOURCE_DIR / "README.md").read_text(encoding="utf-8")
         [(uri, shown_answer)] = re.findall(
             r"curl -s 'http://127\.0\.0\.1:8000(\S+PSU\S+)' \| jq \.\n(\{.*?^\})", text, re.DOTALL | re.MULTILINE)
-        self.assertEqual(self.sample.get(uri).body, json.loads(shown_answer))
+        self.assertEqual(self.sample.get(uri).json(), json.loads(shown_answer))
 
     def test_select_takes_an_alias_that_begins_with_the_property(self):
         answer = self.sample.get(SYSTEM + "/VexoDrive/Disk.Bay.0:Enclosure.1?$select=SizeInBytes")
         self.assertEqual(answer.status, 200)
-        self.assertEqual(answer.body["SizeInBytes"], 1920383410176)
-        self.assertNotIn("Model", answer.body)
+        self.assertEqual(answer.json()["SizeInBytes"], 1920383410176)
+        self.assertNotIn("Model", answer.json())
         for refused in ("Size", "MediaType", "MediaKind"):
             answer = self.sample.get(SYSTEM + f"/VexoDrive/Disk.Bay.0:Enclosure.1?$select={refused}")
             self.assertEqual(answer.status, 400, refused)

@@ -1,155 +1,264 @@
-"""Starting, refusing to start, and stopping."""
+#!/usr/bin/python3
+"""How the service starts, says that it cannot, and stops."""
 
-import json
 import os
 import signal
 import socket
 import subprocess
 import tempfile
-import threading
 import unittest
 from pathlib import Path
 
-from cimgate_host import CIMGATED, REGISTRIES, Host, entry, ready, wait_until
+from cimgate_host import (BASE, CIMGATED, PATIENCE_S, REGISTRIES, Service, children_of, collection_entry, member_entry,
+                          state_of, wait_until)
 
-ROOT = "/redfish/v1/Vexo/"
-SERVICE = {"VexoService": {"@odata.id": ROOT + "VexoService", "mappings": {"XCIM_Service": {}}}}
-
-
-def cached_mapping():
-    return {"VexoThing": entry(ROOT + "VexoThing", "XCIM_T", {"InstanceID": {"cim_type": "string"}},
-                               Links={"VexoEnclosureCollection": {}})}
+THING = f"{BASE}/VexoThing/T.1"
+STUCK = f"{BASE}/VexoStuck/T.1"
 
 
-def fill(connection):
-    connection.execute("CREATE TABLE Tbl_XCIM_T (InstanceID TEXT)")
-    connection.execute("INSERT INTO Tbl_XCIM_T VALUES ('1')")
-    ready(connection, "XCIM_T")
+def mapping(cached=True):
+    text = {"cim_type": "string"}
+    return (member_entry("VexoThing", "XCIM_Thing", {"A": text}, cached=cached) | collection_entry("VexoThing")
+            | member_entry("VexoStuck", "XCIM_Thing", {"A": text}, cached=cached, Links={"VexoEnclosureCollection": {}})
+            | member_entry("VexoService", "XCIM_Service", {"A": text}, key="", cached=cached))
 
 
-class Refusals(unittest.TestCase):
-    def setUp(self):
-        directory = tempfile.TemporaryDirectory()
-        self.addCleanup(directory.cleanup)
-        self.path = Path(directory.name)
-        self.mapping_file = self.path / "mapping.json"
-        self.mapping_file.write_text(json.dumps(cached_mapping()), encoding="utf-8")
+def cache():
+    return {"classes": {"XCIM_Thing": (["InstanceID", "A"], [("T.1", "a")])}}
 
-    def run_host(self, *arguments):
-        return subprocess.run([CIMGATED, *map(str, arguments)], capture_output=True, text=True, timeout=60,
-                              check=False)
 
-    def check_refused(self, status, texts, *arguments):
-        done = self.run_host(*arguments)
-        self.assertEqual(done.returncode, status, done.stderr)
-        self.assertEqual(done.stdout, "")
-        last = [line for line in done.stderr.splitlines() if line.startswith("cimgated: ")]
-        self.assertEqual(len(last), 1, done.stderr)
-        for text in texts:
-            self.assertIn(text, last[0])
+def run(*options):
+    return subprocess.run([CIMGATED, *options], stdin=subprocess.DEVNULL, stdout=subprocess.PIPE,
+                          stderr=subprocess.PIPE, text=True, check=False, timeout=PATIENCE_S)
 
-    def check_not_started(self, texts, *arguments):
-        self.check_refused(1, texts, "--listen", "127.0.0.1:0", "--registries", REGISTRIES, *arguments)
 
+def has_ipv6():
+    try:
+        with socket.socket(socket.AF_INET6) as probe:
+            probe.bind(("::1", 0))
+        return True
+    except OSError:
+        return False
+
+
+class CommandLine(unittest.TestCase):
     def test_help(self):
-        done = self.run_host("--help")
+        done = run("--help")
         self.assertEqual((done.returncode, done.stderr), (0, ""))
-        for option in ("--listen", "--rmf", "--cache", "--registries", "--auth", "--workers", "--log-level",
-                       "--request-timeout", "--help"):
+        for option in ("--listen", "--rmf", "--cache", "--registries", "--auth none", "--workers", "--log-level",
+                       "--request-timeout"):
             self.assertIn(option, done.stdout)
+        for default in ("127.0.0.1:8000", "/usr/share/cimgate/resourcemapping.json",
+                        "/var/run/cmpidatacache/CMPI_DataCache.db"):
+            self.assertIn(default, done.stdout)
 
     def test_wrong_options(self):
-        for arguments in (["--nope", "1"], ["--listen"], ["--listen", "127.0.0.1"], ["--listen", "127.0.0.1:70000"],
-                          ["--listen", "localhost:1"], ["--listen", "0.0.0.0:8000"], ["--listen", "10.0.0.1:8000"],
-                          ["--listen", "[::]:8000"], ["--auth", "file"], ["--workers", "x"],
-                          ["--workers", "0"], ["--log-level", "5"], ["--request-timeout", "0"], ["argument"]):
-            with self.subTest(arguments=arguments):
-                self.check_refused(2, [arguments[0]], *arguments)
+        for options, hint in [(["--nonsense"], "--help"), (["file"], "--help"), (["--workers", "0"], "from 1 to 64"),
+                              (["--workers"], "needs a value"), (["--log-level", "5"], "from 0 to 4"),
+                              (["--request-timeout", "x"], "from 1 to 3600"), (["--auth", "users"], "none"),
+                              (["--listen", "8000"], "127.0.0.1:8000"), (["--cim", "x"], "unknown option --cim"),
+                              (["--listen", "localhost:8000"], "numeric")]:
+            done = run(*options)
+            self.assertEqual((done.returncode, done.stdout), (2, ""), options)
+            self.assertRegex(done.stderr, r"\Acimgated: .*\n\Z", options)
+            self.assertIn(hint, done.stderr)
 
-    def test_a_missing_mapping_file(self):
-        self.check_not_started([str(self.path / "nope.json"), "--rmf"], "--rmf", self.path / "nope.json")
+    def test_only_loopback_without_authentication(self):
+        for address in ("0.0.0.0:0", "[::]:0", "10.1.2.3:8000"):
+            for auth in ([], ["--auth", "none"]):
+                done = run("--listen", address, *auth)
+                self.assertEqual((done.returncode, done.stdout), (2, ""))
+                self.assertIn("loopback", done.stderr)
 
-    def test_a_mapping_file_that_is_no_json_object(self):
-        for text in ("{", "[]", "", "{\"a\": }", "[" * 5000):
+
+class CannotStart(unittest.TestCase):
+    def check_fails(self, service, *hints):
+        """It gives up with status 1, says why in one line, and says nothing on standard output."""
+        status, out, log = service.fail()
+        service.discard()
+        self.assertEqual((status, out), (1, ""), log)
+        [line] = [line for line in log.splitlines() if line.startswith("cimgated: ")]
+        for hint in hints:
+            self.assertIn(hint, line)
+
+    def test_missing_mapping_file(self):
+        service = Service(None, cache())
+        self.check_fails(service, "cannot read the mapping file", str(service.mapping_path), "--rmf")
+
+    def test_mapping_file_that_is_no_json_object(self):
+        for text in ("", "{", "nonsense", "[]", "5", "null", '{"a": }', "[" * 5000):
             with self.subTest(text=text[:10]):
-                self.mapping_file.write_text(text, encoding="utf-8")
-                self.check_not_started([str(self.mapping_file), "--rmf"], "--rmf", self.mapping_file)
+                service = Service(text, cache())
+                self.check_fails(service, "the mapping file", str(service.mapping_path), "not a JSON object", "--rmf")
 
-    def test_a_cache_that_is_needed_and_missing(self):
-        cache = self.path / "nope.db"
-        self.check_not_started([str(cache), "--cache"], "--rmf", self.mapping_file, "--cache", cache)
-        self.assertFalse(cache.exists())
+    def test_missing_cache(self):
+        service = Service(mapping())
+        self.check_fails(service, "data cache", str(service.cache_path), "--cache")
+
+    def test_cache_that_is_a_directory(self):
+        service = Service(mapping())
+        service.cache_path.mkdir()
+        self.check_fails(service, "data cache", str(service.cache_path), "--cache")
 
     def test_missing_registries(self):
-        self.check_refused(1, [str(self.path), "--registries"], "--listen", "127.0.0.1:0", "--rmf",
-                           self.mapping_file, "--registries", self.path)
+        with tempfile.TemporaryDirectory() as empty:
+            self.check_fails(Service(mapping(), cache(), ["--registries", empty]), empty, "--registries")
 
-    def test_a_port_in_use(self):
-        self.mapping_file.write_text(json.dumps(SERVICE), encoding="utf-8")
+    def test_port_in_use(self):
         with socket.socket() as taken:
             taken.bind(("127.0.0.1", 0))
             taken.listen()
             address = f"127.0.0.1:{taken.getsockname()[1]}"
-            self.check_refused(1, [address, "--listen"], "--listen", address, "--registries", REGISTRIES,
-                               "--rmf", self.mapping_file)
+            service = Service(mapping(), cache(), listen=address)
+            self.check_fails(service, f"cannot listen on http://{address}", "in use", "--listen")
+
+    def test_nothing_is_left_of_it(self):
+        service = Service(mapping())
+        service.launch()
+        pids = set()
+
+        def has_ended():
+            pids.update(children_of(service.process.pid))
+            for pid in list(pids):
+                pids.update(children_of(pid))
+            return service.process.poll() is not None
+
+        wait_until(has_ended, "the end")
+        self.assertEqual([pid for pid in pids if state_of(pid)], [])
+        service.discard()
 
 
-class Life(unittest.TestCase):
-    def test_a_mapping_without_cached_classes_needs_no_cache(self):
-        host = Host(SERVICE)
-        self.assertFalse(host.cache_file.exists())
-        self.assertEqual(host.get(ROOT + "VexoService").status, 200)
-        self.assertEqual(host.stop(), 0)
+class Starts(unittest.TestCase):
+    def test_cache_is_not_needed_where_nothing_is_cached(self):
+        with Service(mapping(cached=False)) as service:
+            self.assertEqual(service.get(f"{BASE}/VexoService").json()["Id"], "VexoService")
+            self.assertEqual(service.get(THING).status, 501)
+            self.assertFalse(service.cache_path.exists())
 
-    def test_a_cache_that_is_no_database_costs_its_requests_only(self):
-        host = Host({**SERVICE, **cached_mapping()}, fill)
-        host.cache_file.write_bytes(b"not a database" * 1000)
-        # Not ready, as far as anyone can tell.
-        self.assertEqual(host.get(ROOT + "VexoThing/1").status, 503)
-        self.assertEqual(host.get(ROOT + "VexoService").status, 200)
-        self.assertEqual(host.stop(), 0)
+    def test_empty_mapping(self):
+        with Service({}) as service:
+            self.assertEqual(service.get(THING).status, 404)
+
+    def test_cache_that_is_empty_at_first(self):
+        service = Service(mapping())
+        service.cache_path.touch()
+        with service:
+            self.assertEqual((service.get(THING).status, service.get(THING).get("Retry-After")), (503, "5"))
+
+    def test_cache_that_is_no_database(self):
+        service = Service(mapping())
+        service.cache_path.write_bytes(b"not a database" * 1000)
+        with service:
+            # As far as anyone can tell it is not ready yet.
+            self.assertEqual((service.get(THING).status, service.get(THING).get("Retry-After")), (503, "5"))
+            self.assertEqual(service.get(f"{BASE}/VexoService").status, 200)
+
+    def test_number_of_workers(self):
+        for options, count in [([], max(2, os.cpu_count())), (["--workers", "1"], 1), (["--workers", "5"], 5)]:
+            with Service(mapping(), cache(), options) as service:
+                self.assertEqual(len(service.workers()), count)
+                self.assertEqual(service.get(THING).status, 200)
+
+    def test_workers_are_limited(self):
+        with Service(mapping(), cache()) as service:
+            for pid in service.workers():
+                limits = Path(f"/proc/{pid}/limits").read_text(encoding="ascii")
+                self.assertRegex(limits, r"Max core file size +0 +0 ")
+                if "asan" not in Path(f"/proc/{pid}/maps").read_text(encoding="ascii"):
+                    self.assertRegex(limits, r"Max address space +268435456 +268435456 ")
+
+    def test_ipv6(self):
+        if not has_ipv6():
+            self.skipTest("no IPv6 loopback on this machine")
+        with Service(mapping(), cache(), listen="[::1]:0") as service:
+            self.assertRegex(service.base, r"\Ahttp://\[::1\]:\d+\Z")
+            self.assertEqual(service.get(THING).json()["A"], "a")
 
     def test_log_levels(self):
-        quiet = Host(SERVICE, options=["--log-level", "0"])
-        quiet.get("/nope")
-        self.assertEqual(quiet.log_text(), "")
-        self.assertEqual(quiet.stop(), 0)
-        verbose = Host(SERVICE, options=["--log-level", "4"])
-        verbose.get("/nope")
-        self.assertRegex(verbose.log_text(), r"\[UriResolution\.cpp\.\d+ ParseUri\] Parsing URI\(/nope\)  URICount\(1\)")
-        self.assertEqual(verbose.stop(), 0)
+        for level, has_errors, has_steps, has_facts in [("0", False, False, False), ("1", True, False, False),
+                                                        ("3", True, True, False), ("4", True, True, True)]:
+            with Service(mapping(), cache(), ["--log-level", level]) as service:
+                self.assertEqual(service.get(f"{BASE}/VexoThing/none").status, 404)
+                log = service.log()
+                self.assertEqual("SQL query on get instance returned 0 rows" in log, has_errors, level)
+                self.assertEqual("] Entering" in log, has_steps, level)
+                self.assertEqual(" entity Name VexoThing " in log, has_facts, level)
 
-    def test_signals_stop_it_with_all_its_processes(self):
-        for signal_number in (signal.SIGTERM, signal.SIGINT):
-            host = Host(SERVICE)
-            processes = [host.process.pid, *host.children(), *host.workers()]
-            self.assertGreaterEqual(len(processes), 4)
-            self.assertEqual(host.stop(signal_number), 0)
-            self.assertTrue(wait_until(lambda pids=processes: not any(os.path.exists(f"/proc/{pid}")
-                                                                      for pid in pids)))
 
-    def test_it_stops_while_a_request_is_stalled(self):
-        host = Host(cached_mapping(), fill)  # the association table behind the link is missing
-        stalled = threading.Thread(target=self.ignore_failure, args=(host, ROOT + "VexoThing/1"))
-        stalled.start()
-        self.assertTrue(wait_until(lambda: self.cpu_is_used(host)))
-        self.assertEqual(host.stop(), 0)
-        stalled.join()
+class Stops(unittest.TestCase):
+    def test_signals_stop_it(self):
+        for number in (signal.SIGTERM, signal.SIGINT, signal.SIGHUP):
+            with Service(mapping(), cache()) as service:
+                self.assertEqual(service.get(THING).status, 200)
+                service.stop(number)
 
-    @staticmethod
-    def ignore_failure(host, uri):
-        try:
-            host.get(uri)
-        except (subprocess.CalledProcessError, OSError):
-            pass
+    def test_signal_to_the_whole_group_stops_it(self):
+        for number in (signal.SIGTERM, signal.SIGINT, signal.SIGHUP):
+            with Service(mapping(), cache()) as service:
+                pids = service.pids()
+                os.killpg(service.process.pid, number)
+                service.await_end(pids)
 
-    @staticmethod
-    def cpu_is_used(host):
-        ticks = 0
-        for pid in host.workers():
-            fields = Path(f"/proc/{pid}/stat").read_text(encoding="latin-1").rpartition(")")[2].split()
-            ticks = max(ticks, int(fields[11]) + int(fields[12]))
-        return ticks > 30
+    def test_idle_connections_do_not_hold_it_up(self):
+        with Service(mapping(), cache()) as service:
+            host, _, port = service.base.removeprefix("http://").rpartition(":")
+            with socket.create_connection((host, int(port)), timeout=PATIENCE_S) as idle:
+                service.get(THING)
+                service.stop()
+                self.assertEqual(idle.recv(1), b"")
+
+    def test_request_that_is_being_answered_is_still_answered(self):
+        with Service(mapping(), cache(), ["--request-timeout", "2"]) as service:
+            stuck = service.start_get(STUCK)
+            service.await_busy_worker()
+            service.stop()
+            answer = stuck.answer()
+            self.assertEqual((answer.status, answer.get("Connection")), (504, "close"))
+
+    def test_second_signal_does_not_wait(self):
+        with Service(mapping(), cache(), ["--request-timeout", "3600"]) as service:
+            stuck = service.start_get(STUCK)
+            service.await_busy_worker()
+            pids = service.pids()
+            service.process.send_signal(signal.SIGTERM)
+            self.assertIsNone(service.process.poll())
+            with self.assertRaises(subprocess.TimeoutExpired):
+                service.process.wait(timeout=0.5)
+            service.process.send_signal(signal.SIGINT)
+            service.await_end(pids)
+            with self.assertRaisesRegex(AssertionError, "Empty reply"):
+                stuck.answer()
+
+    def test_killed_front_leaves_no_process(self):
+        service = Service(mapping(), cache()).start()
+        self.addCleanup(service.discard)
+        stuck = service.start_get(STUCK)
+        service.await_busy_worker()
+        pids = service.pids()
+        service.process.kill()
+        service.process.wait(timeout=PATIENCE_S)
+        wait_until(lambda: all(state_of(pid) in ("", "Z") for pid in pids), "the end of all processes")
+        with self.assertRaises(AssertionError):
+            stuck.answer()
+
+    def test_port_is_free_again_at_once(self):
+        with Service(mapping(), cache()) as first:
+            address = first.base.removeprefix("http://")
+            self.assertEqual(first.get(THING, "-H", "Connection: close").status, 200)
+        with Service(mapping(), cache(), listen=address) as second:
+            self.assertEqual(second.base, f"http://{address}")
+            self.assertEqual(second.get(THING).status, 200)
+
+    def test_registries_are_those_that_were_named(self):
+        self.assertTrue(Path(REGISTRIES, "Base.1.18.json").is_file())
+        with tempfile.TemporaryDirectory() as directory:
+            for name in ("Base.1.18.json", "Vexo.1.0.json"):
+                text = Path(REGISTRIES, name).read_text(encoding="utf-8")
+                Path(directory, name).write_text(text.replace("No resource was found", "Nothing was seen"),
+                                                 encoding="utf-8")
+            with Service(mapping(), cache(), ["--registries", directory]) as service:
+                body = service.get("/").json()
+                self.assertIn("Nothing was seen for '/'.", body["error"]["@Message.ExtendedInfo"][0]["Message"])
 
 
 if __name__ == "__main__":

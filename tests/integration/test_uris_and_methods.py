@@ -1,120 +1,169 @@
-"""What the service refuses, and how: URIs, methods, options, sizes."""
+#!/usr/bin/python3
+"""URIs that lead nowhere or are none, and methods other than reading."""
 
+import json
+import re
 import unittest
 
-from cimgate_host import Host, collection, entry, ready
+from cimgate_host import BASE, Pending, Service, collection_entry, member_entry
 
-ROOT = "/redfish/v1/Vexo/"
-THING = ROOT + "VexoThing/T.1"
-MISSING = ["Vexo.1.0.SYS403", "Base.1.18.ResourceMissingAtURI"]
+THING = f"{BASE}/VexoThing/T.1"
+THINGS = f"{BASE}/VexoThingCollection"
+SERVICE = f"{BASE}/VexoService"
+ACTION = f"{SERVICE}/Actions/VexoService.Run"
+ACTION_WITH_BLANK = f"{SERVICE}/Actions/VexoService.Run It"
 
-
-def mapping():
-    thing = {"InstanceID": {"cim_type": "string"}}
-    return {
-        "VexoThing": entry(ROOT + "VexoThing", "XCIM_T", thing, in_class={"Actions": {
-            "#VexoThing.Run": {"target": ROOT + "VexoThing/Actions/VexoThing.Run"}}}),
-        "VexoThings": collection(ROOT + "VexoThings", "VexoThing"),
-        "Hidden": entry("/redfish/v1/Hidden", "XCIM_T", thing),
-    }
+MAX_URI_BYTES = 8190
+MAX_SEGMENTS = 64
 
 
-def fill(connection):
-    connection.execute("CREATE TABLE Tbl_XCIM_T (InstanceID TEXT)")
-    connection.execute("INSERT INTO Tbl_XCIM_T VALUES ('T.1')")
-    ready(connection, "XCIM_T")
+def sample():
+    text = {"cim_type": "string"}
+    mapping = member_entry("VexoThing", "XCIM_Thing", {"A": text}) | collection_entry("VexoThing")
+    mapping |= member_entry("VexoService", "XCIM_Service", {"A": text}, key="",
+                            actions={"#VexoService.Run": {"target": ACTION},
+                                     "#VexoService.Other": {"target": ACTION_WITH_BLANK}})
+    # Without the vendor's word in its name an entry has no URI.
+    mapping |= member_entry("Hidden", "XCIM_Thing", {"A": text})
+    # An entry under a URI that does not end in its name.
+    mapping |= {"VexoNamed": {**mapping["VexoThing"], "@odata.id": f"{BASE}/VexoAlias"}}
+    return mapping, {"classes": {"XCIM_Thing": (["InstanceID", "A"], [("T.1", "a")])}}
 
 
 class UrisAndMethods(unittest.TestCase):
+    maxDiff = None
+
     @classmethod
     def setUpClass(cls):
-        cls.host = Host(mapping(), fill)
+        cls.service = cls.enterClassContext(Service(*sample()))
 
-    @classmethod
-    def tearDownClass(cls):
-        assert cls.host.stop() == 0
+    def check_error(self, uri, status, *messages):
+        answer = self.service.get(uri)
+        self.assertEqual(answer.status, status, uri)
+        self.assertEqual(answer.messages(), list(messages), uri)
+        self.check_common_headers(answer)
+        return answer
 
-    def check_error(self, answer, status, ids=None):
-        self.assertEqual(answer.status, status, answer.body)
-        self.assertEqual(answer.headers["content-type"], "application/json")
-        self.assertEqual(answer.headers["odata-version"], "4.0")
-        self.assertIn("cache-control", answer.headers)
-        error = answer.json["error"]
-        self.assertEqual(set(error), {"code", "message", "@Message.ExtendedInfo"})
-        for message in error["@Message.ExtendedInfo"]:
-            for member in ("@odata.type", "MessageId", "Message", "MessageArgs", "Severity",
-                           "MessageSeverity", "Resolution"):
-                self.assertIn(member, message)
-        if ids is not None:
-            self.assertEqual(answer.message_ids, ids)
+    def check_common_headers(self, answer):
+        self.assertEqual(answer.get("OData-Version"), "4.0")
+        self.assertEqual(answer.get("Cache-Control"), "no-cache")
+        self.assertEqual(answer.get("Content-Type"), "application/json")
 
-    def test_unknown_uris(self):
-        for uri in ("/nothing", "/redfish/v1/Vexo/Nope", ROOT + "VexoNope/T.1", THING + "/x",
-                    "/redfish/v1/Hidden", "/redfish/v1/Hidden/T.1", "/redfish/v1/Vexo//VexoThings",
-                    ROOT + "VexoThings/T.1", "/redfish/v1/Vexo/VexoThings//", ROOT + "vexothings"):
-            with self.subTest(uri=uri):
-                self.check_error(self.host.get(uri), 404, MISSING)
+    def check_missing(self, uri, argument):
+        self.check_error(uri, 404, ("Vexo.SYS403", [argument]), ("Base.ResourceMissingAtURI", [argument]))
 
-    def test_the_root_has_no_resource(self):
-        for uri in ("/", "//", "/?a=b"):
-            self.check_error(self.host.get(uri), 404, MISSING)
+    # ---- URIs that lead nowhere
 
-    def test_a_trailing_slash_and_a_query_do_not_matter(self):
-        plain = self.host.get(ROOT + "VexoThings").json
-        for suffix in ("/", "?", "?a=b", "/?a=b&c"):
-            answer = self.host.get(ROOT + "VexoThings" + suffix)
-            self.assertEqual((answer.status, answer.json), (200, plain))
+    def test_unknown_uris_are_not_found(self):
+        for uri in ("/x", "/redfish", "/redfish/v1", f"{BASE}/Nope", f"{BASE}/Nope/x", THING + "/x", f"{BASE}/Hidden",
+                    f"{BASE}/Hidden/T.1", THINGS.lower(), THING.replace("/Vexo/", "//Vexo/"), THING + "//", "//",
+                    f"{BASE}/VexoThing%2FT.1", "/%ff"):
+            if uri == "//":
+                self.check_missing(uri, "//")
+            else:
+                self.check_missing(uri, "")
 
-    def test_other_methods_are_refused(self):
-        for method in ("POST", "PUT", "PATCH", "DELETE", "OPTIONS", "TRACE", "MADEUP"):
-            for uri in (THING, ROOT + "VexoThing/Actions/VexoThing.Run", "/nothing"):
-                with self.subTest(method=method, uri=uri):
-                    answer = self.host.request(uri, "-X", method, "-d", "{}")
-                    self.check_error(answer, 405)
-                    self.assertEqual(answer.headers["allow"], "GET, HEAD")
-                    self.assertIn("Base.1.18.OperationNotAllowed", answer.message_ids)
+    def test_root_is_not_found(self):
+        for uri in ("/", "/?$top=1", "/?x"):
+            self.check_missing(uri, uri)
+        self.assertEqual(self.service.get(THING).status, 200)
 
-    def test_a_target_cannot_be_read(self):
-        self.check_error(self.host.get(ROOT + "VexoThing/Actions/VexoThing.Run"), 405, ["Vexo.1.0.SYS402"])
+    def test_nothing_is_below_a_collection_or_an_action(self):
+        self.check_missing(f"{THINGS}/T.1", "VexoThingCollection")
+        self.check_missing(f"{ACTION}/x", "")
 
-    def test_bad_encoding(self):
-        for uri in (THING + "%", THING + "%4", THING + "%zz", THING + "%00", THING + "?$select=%"):
-            with self.subTest(uri=uri):
-                self.check_error(self.host.get(uri), 400)
+    def test_entry_is_found_by_the_name_in_the_uri(self):
+        self.check_missing(f"{BASE}/VexoAlias/T.1", "")
 
-    def test_every_encoded_byte_is_answered(self):
-        for byte in range(1, 256):
-            answer = self.host.get(f"{ROOT}VexoThing/x%{byte:02X}y")
-            self.check_error(answer, 404, MISSING)
+    def test_trailing_slash_does_not_matter(self):
+        for uri in (THING, THINGS, SERVICE):
+            plain = self.service.get(uri).json()
+            self.assertEqual(self.service.get(uri + "/").json(), plain)
+            self.assertEqual(self.service.get(uri + "/?$select=*").json(), plain)
 
-    def test_encoded_letters_name_the_same_instance(self):
-        self.assertEqual(self.host.get(ROOT + "VexoThing/%54%2E1").status, 200)
+    # ---- Query options
 
-    def test_sql_in_a_key_is_only_a_key(self):
-        for key in ("'%20or%20'1'='1", "T.1'--", "%22;drop%20table%20Tbl_XCIM_T;"):
-            self.check_error(self.host.get(ROOT + "VexoThing/" + key), 404)
-        self.assertEqual(self.host.get(THING).status, 200)
+    def test_options_without_a_dollar_are_ignored(self):
+        plain = self.service.get(THING).json()
+        for query in ("?", "?x", "?x=1&y=2&x=3", "?select=A", "?=&&", "?top=0", "?a?b"):
+            self.assertEqual(self.service.get(THING + query).json(), plain, query)
 
-    def test_options(self):
-        self.check_error(self.host.get(THING + "?$top=1&$top=1"), 400)
-        answer = self.host.get(THING + "?$search=x")
-        self.check_error(answer, 501, ["Vexo.1.0.SYS451", "Base.1.18.QueryNotSupported"])
-        self.assertEqual(answer.message_args[0], ["$search"])
-        self.check_error(self.host.get(THING + "?%24search"), 501)
-        self.assertEqual(self.host.get(THING + "?search=x&only&=&&").status, 200)
+    def test_unknown_dollar_options_are_not_implemented(self):
+        for query, name in [("$count=true", "$count"), ("$orderby=A", "$orderby"), ("$Select=A", "$Select"),
+                            ("$select=A&$apply=x", "$apply"), ("%24count", "$count"), ("$", "$"), ("$a%20b", "$a b")]:
+            self.check_error(f"{THING}?{query}", 501, ("Vexo.SYS451", [name]), ("Base.QueryNotSupported", []))
+            self.check_error(f"{BASE}/Nope?{query}", 501, ("Vexo.SYS451", [name]), ("Base.QueryNotSupported", []))
 
-    def test_long_uris(self):
-        room = 8190 - len(THING + "?a=")
-        self.assertEqual(self.host.get(THING + "?a=" + "x" * room).status, 200)
-        self.check_error(self.host.get(THING + "?a=" + "x" * (room + 1)), 414)
+    def test_repeated_options_are_refused(self):
+        for query in ("$select=A&$select=A", "$top=1&$skip=2&$top=3", "$skip=1&%24skip=1"):
+            self.check_error(f"{THINGS}?{query}", 400, ("Base.QueryCombinationInvalid", []))
 
-    def test_large_headers_and_bodies(self):
-        self.check_error(self.host.request(THING, "-H", "X-Long: " + "x" * 17000), 431)
-        body = self.host.path / "body"
-        body.write_bytes(b"x" * (1024 * 1024 + 1))
-        self.check_error(self.host.request(THING, "-X", "GET", "--data-binary", f"@{body}", "-H", "Expect:"),
-                         413)
-        self.assertEqual(self.host.request(THING, "-X", "GET", "-d", "ignored").status, 200)
+    # ---- URIs that are none
+
+    def test_bad_encoding_is_refused(self):
+        for end in ("%", "%4", "%zz", "%00", "?$select=%", "?$select=%0", "?%g0=1"):
+            uri = THING + end
+            self.check_error(uri, 400, ("Base.InvalidURI", [uri]))
+
+    def test_too_long_uri_is_refused(self):
+        longest = "/" + "x" * (MAX_URI_BYTES - 1)
+        self.check_missing(longest, "")
+        self.check_error(longest + "x", 414, ("Base.InvalidURI", ["the request URI"]))
+        query = THING + "?" + "x" * (MAX_URI_BYTES - len(THING))
+        self.assertEqual(len(query), MAX_URI_BYTES + 1)
+        self.check_error(query, 414, ("Base.InvalidURI", ["the request URI"]))
+
+    def test_far_too_long_uri_is_refused(self):
+        self.check_error("/" + "x" * 60000, 414, ("Base.InvalidURI", ["the request URI"]))
+
+    def test_too_many_segments_are_refused(self):
+        self.check_missing("/x" * MAX_SEGMENTS, "")
+        self.check_error("/x" * (MAX_SEGMENTS + 1), 414, ("Base.InvalidURI", ["the request URI"]))
+
+    def test_every_byte_in_a_uri_is_answered(self):
+        # As a key, even an encoded "/" belongs to its segment.
+        uris = [f"{self.service.base}{BASE}/VexoThing/%{byte:02x}" for byte in range(1, 256)]
+        statuses = Pending(["-w", "\n=%{http_code}\n", *uris]).output().decode()
+        self.assertEqual(re.findall(r"^=(\d+)$", statuses, re.MULTILINE), ["404"] * 255)
+        for key in ("%01", "%2f", "%3f", "%ff"):
+            self.check_missing(f"{BASE}/VexoThing/{key}", "VexoThing")
+
+    def test_error_texts_of_odd_bytes_are_json(self):
+        answer = self.service.get(f"{THING}?$%ff%22%5c%0a=1")
+        self.assertEqual(answer.status, 501)
+        self.assertEqual(json.loads(answer.body.decode("utf-8", errors="strict")), answer.json())
+        self.assertEqual(answer.messages()[0], ("Vexo.SYS451", ["$�\"\\\n"]))
+
+    # ---- Methods
+
+    def test_other_methods_are_not_allowed(self):
+        for method in ("POST", "PUT", "PATCH", "DELETE", "OPTIONS", "TRACE", "BREW"):
+            for uri in (THING, THINGS, ACTION, f"{BASE}/Nope", "/", "/%zz"):
+                answer = self.service.get(uri, "-X", method)
+                self.assertEqual(answer.status, 405, (method, uri))
+                self.assertEqual(answer.get("Allow"), "GET, HEAD")
+                self.assertEqual(answer.messages(), [("Vexo.SYS402", []), ("Base.OperationNotAllowed", [])])
+                self.check_common_headers(answer)
+
+    def test_body_of_a_refused_method_does_not_matter(self):
+        for body in ("{}", "{", "x" * 100000):
+            answer = self.service.get(ACTION, "-X", "POST", "-d", body, "-H", "Content-Type: application/json")
+            self.assertEqual(answer.status, 405)
+
+    def test_reading_an_action_is_not_allowed(self):
+        for uri in (ACTION, ACTION + "/"):
+            answer = self.check_error(uri, 405, ("Vexo.SYS402", []))
+            self.assertEqual(answer.get("Allow"), "POST")
+        self.assertEqual(self.service.head(ACTION).status, 405)
+
+    def test_body_of_a_read_is_ignored(self):
+        answer = self.service.get(THING, "-X", "GET", "-d", "{not json")
+        self.assertEqual(answer.json(), self.service.get(THING).json())
+
+    def test_absolute_target_is_understood(self):
+        answer = self.service.get(THING, "--request-target", f"http://elsewhere{THING}?$select=A")
+        self.assertEqual(answer.status, 200)
+        self.assertEqual(answer.json()["A"], "a")
 
 
 if __name__ == "__main__":

@@ -12,11 +12,11 @@ struct Limits
 {
     // Request line and headers together: twice the longest URI that is parsed, which leaves room
     // for the headers that browsers and proxies add.
-    uint32_t headerBytes = 16 * 1024;
+    uint32_t headerBytes = 16U * 1024;
 
     // A request body: the JSON of an action; larger ones are firmware images, which are not posted
     // here.
-    uint64_t bodyBytes = 1024 * 1024;
+    uint64_t bodyBytes = uint64_t{1024} * 1024;
 
     // Connections at a time, below the usual limit of 1024 open files. More wait in the listener's
     // backlog.
@@ -34,7 +34,7 @@ struct Limits
     // After an answer that ends the connection: how long, and how much of what the client still
     // sends is read and thrown away, so that a reset does not overtake the answer.
     std::chrono::milliseconds lingerTimeout{2'000};
-    size_t lingerBytes = 256 * 1024;
+    size_t lingerBytes = size_t{256} * 1024;
 
     // How long to wait before accepting again when the process has run out of file descriptors.
     std::chrono::milliseconds acceptRetry{100};

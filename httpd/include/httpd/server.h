@@ -61,7 +61,7 @@ class Server
 public:
     Server(boost::asio::io_context& context, Handler handler, ErrorPage errorPage,
            const Limits& limits = {});
-    ~Server();
+    ~Server(); // NOLINT(bugprone-exception-escape): see its definition
     Server(const Server&) = delete;
     Server& operator=(const Server&) = delete;
 

@@ -107,7 +107,7 @@ void HttpClient::send(std::string_view text)
         << text.size() << " bytes not taken";
 }
 
-void HttpClient::shutdownSend()
+void HttpClient::shutdownSend() const
 {
     shutdown(mSocket, SHUT_WR);
 }

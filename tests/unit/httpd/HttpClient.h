@@ -39,7 +39,7 @@ public:
     void send(std::string_view text);
 
     // No more will be sent; answers can still be read.
-    void shutdownSend();
+    void shutdownSend() const;
 
     // Closes the connection now.
     void close();

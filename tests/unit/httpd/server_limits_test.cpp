@@ -40,7 +40,7 @@ TEST_F(ServerTest, ManySmallHeadersAboveTheLimitAre431)
 {
     start();
     std::string text = "GET /x HTTP/1.1\r\nHost: h\r\n";
-    while (text.size() < 2 * httpd::Limits().headerBytes) {
+    while (text.size() < size_t{2} * httpd::Limits().headerBytes) {
         text += "A: b\r\n";
     }
     HttpClient client = connect();
