@@ -320,5 +320,9 @@ class Service:
     def await_busy_worker(self):
         """Waits until a worker computes for longer than any but an endless request makes it; returns its pid."""
         before = {pid: cpu_ticks(pid) for pid in self.workers()}
-        return wait_until(lambda: next((pid for pid in self.workers() if cpu_ticks(pid) - before.get(pid, 0) >= 5), None),
-                          "a busy worker")
+
+        def busy_worker():
+            busy = [pid for pid in self.workers() if cpu_ticks(pid) - before.get(pid, 0) >= 5]
+            return busy[0] if busy else None
+
+        return wait_until(busy_worker, "a busy worker")

@@ -41,7 +41,8 @@ def sample():
     mapping |= collection_entry("VexoShown", allowed_operations=["GET", "HEAD"], Link_Header="</a>; rel=describedby")
     # SQLite's numbers are signed: 2^63 is kept as -2^63.
     classes["XCIM_Shown"] = (["InstanceID", "Size", "Health", "Names", "Modes"],
-                             [("A#1", -2**63, "5", array_cell(STRING_ARRAY, ["a", "b"]), array_cell(OTHER_ARRAY, [2, 3])),
+                             [("A#1", -2**63, "5", array_cell(STRING_ARRAY, ["a", "b"]),
+                               array_cell(OTHER_ARRAY, [2, 3])),
                               ("A 2", None, "6", None, array_cell(OTHER_ARRAY, [1], count=4))])
     mapping |= member_entry("VexoTableless", "XCIM_Tableless", PROPERTIES) | collection_entry("VexoTableless")
     mapping |= member_entry("VexoLoading", "XCIM_Loading", PROPERTIES) | collection_entry("VexoLoading")

@@ -15,7 +15,8 @@ HUGE = f"{BASE}/VexoHuge/H.1"
 # What ends a worker, cells and types that the cache and the mapping never have when they are right, and why.
 DEADLY = {f"{BASE}/VexoReal/X": "Assertion 'status == SQLITE_OK' failed",
           f"{BASE}/VexoRealCollection": "Assertion 'status == SQLITE_OK' failed",
-          f"{BASE}/VexoTyped/X": "Assertion 'ret == true' failed", f"{BASE}/VexoUntyped/X": "Empty type is found in RMF",
+          f"{BASE}/VexoTyped/X": "Assertion 'ret == true' failed",
+          f"{BASE}/VexoUntyped/X": "Empty type is found in RMF",
           f"{BASE}/VexoWord/X": "Did not match data type string"}
 REAL = f"{BASE}/VexoReal/X"
 
@@ -143,7 +144,7 @@ class Containment(unittest.TestCase):
         self.assertIn("passed the deadline of its request", service.log())
 
     def test_more_requests_that_never_end_than_workers(self):
-        service = self.service("--request-timeout", "1")
+        service = self.service("--request-timeout", "2")
         stuck = [service.start_get(STUCK) for _ in range(5)]
         statuses = [pending.answer().status for pending in stuck]
         self.assertGreaterEqual(statuses.count(504), 2)
@@ -151,15 +152,15 @@ class Containment(unittest.TestCase):
         self.check_good(service)
 
     def test_worker_at_its_end_gets_no_further_request(self):
-        service = self.service("--request-timeout", "1", "--workers", "1")
-        for _ in range(3):
+        service = self.service("--request-timeout", "2", "--workers", "1")
+        for _ in range(2):
             stuck = service.start_get(STUCK)
             service.await_busy_worker()
             self.check_failed(stuck.answer(), 504, "Base.OperationTimeout")
             self.check_good(service)
 
     def test_stalled_worker_is_ended_at_the_deadline(self):
-        service = self.service("--request-timeout", "1", "--workers", "1")
+        service = self.service("--request-timeout", "2", "--workers", "1")
         [worker] = service.workers()
         os.kill(worker, signal.SIGSTOP)
         self.check_failed(service.get(GOOD), 504, "Base.OperationTimeout")
@@ -196,14 +197,16 @@ class Containment(unittest.TestCase):
 
     def test_descriptors_and_processes_are_back_afterwards(self):
         service = self.service("--request-timeout", "1")
-        front = f"/proc/{service.process.pid}/fd"
-        spawner = f"/proc/{service.spawner()}/fd"
-        self.check_good(service)
-        before = (len(os.listdir(front)), len(os.listdir(spawner)))
+        processes = (service.process.pid, service.spawner())
+
+        def descriptors():
+            return [len(os.listdir(f"/proc/{pid}/fd")) for pid in processes]
+
+        before = descriptors()  # no client has come yet
         pending = [service.start_get(uri) for uri in [STUCK, *DEADLY, GOOD, GOODS, "/", REAL + "%"] * 3]
         for one in pending:
             one.answer()
-        wait_until(lambda: (len(os.listdir(front)), len(os.listdir(spawner))) == before, "closed descriptors")
+        wait_until(lambda: descriptors() == before, f"descriptors as before: {before}")
         self.assertEqual(len(service.workers()), 2)
 
     # ---- The spawner

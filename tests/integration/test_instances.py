@@ -70,7 +70,8 @@ def sample():
         "XCIM_All": (COLUMNS, [FULL, row("Null"), row("Empty", Text="", Health="", Small=0, Flag=0),
                                row("Odd", Health=99, State="off", Flag=2,
                                    Names=array_cell(STRING_ARRAY, ["a#b", "c"], count=9),
-                                   Speeds=array_cell(OTHER_ARRAY, []), Modes=array_cell(OTHER_ARRAY, [1, 2, 1], count=2)),
+                                   Speeds=array_cell(OTHER_ARRAY, []),
+                                   Modes=array_cell(OTHER_ARRAY, [1, 2, 1], count=2)),
                                row("Disk#1"), row("Two words"), row("plus+one"), row("50%"), row("a/b"), row("ü")]),
         "XCIM_Keyed": (["DeviceID", "Name"], [("Dev.1", "Mapped name"), ("Dev.2", None)]),
         "XCIM_LowerCase": (one, [("X", "y")]),
@@ -150,14 +151,16 @@ class Instances(unittest.TestCase):
     def test_keys_with_special_characters(self):
         for encoded, key, shown_id in [("Disk%231", "Disk#1", "Disk%231"), ("Two%20words", "Two words", "Two words"),
                                        ("plus+one", "plus+one", "plus+one"), ("50%25", "50%", "50%"),
-                                       ("a%2Fb", "a/b", "a/b"), ("%C3%BC", "ü", "ü"), ("%46ull%2e1", "Full.1", "Full.1")]:
+                                       ("a%2Fb", "a/b", "a/b"), ("%C3%BC", "ü", "ü"),
+                                       ("%46ull%2e1", "Full.1", "Full.1")]:
             shown = self.instance(f"{ALL}/{encoded}")
             self.assertEqual((shown["Id"], shown["@odata.id"]), (key, f"{ALL}/{shown_id}"), encoded)
 
     def test_missing_instance_is_not_found(self):
         for key in ("Full", "full.1", "Full.1%20", "Disk", "'", "'%20or%20'1'='1", "Full.1'--",
                     "%22;drop%20table%20Tbl_XCIM_All;"):
-            self.check_error(f"{ALL}/{key}", 404, ("Vexo.SYS403", ["VexoAll"]), ("Base.ResourceMissingAtURI", ["VexoAll"]))
+            self.check_error(f"{ALL}/{key}", 404, ("Vexo.SYS403", ["VexoAll"]),
+                             ("Base.ResourceMissingAtURI", ["VexoAll"]))
         self.instance(f"{ALL}/Full.1")
 
     def test_entry_without_a_key_is_not_found(self):
