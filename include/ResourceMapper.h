@@ -178,9 +178,9 @@ public:
     _ResourceMapperError MatchQueryParamAndPropList(Json::Value candidates, Json::Value selectList,
                                                     Json::Value& matched, bool& selectAll);
 
-    // The SELECT for a class's table; empty when the class has no mapped properties. A limit or an
-    // offset (0: none) excludes key, and key (bound by the caller) excludes extraClause, which is
-    // appended as it is.
+    // The SELECT for a class's table; empty when there is no column (no mapped property and no
+    // "UniqueSelector"). A limit or an offset (0: none) excludes key, and key (bound by the caller)
+    // excludes extraClause, which is appended as it is.
     std::string GetSelectQuery(std::string cimClass, unsigned long limit, unsigned long offset,
                                std::string key, std::string extraClause) const;
 
