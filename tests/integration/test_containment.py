@@ -202,11 +202,13 @@ class Containment(unittest.TestCase):
         def descriptors():
             return [len(os.listdir(f"/proc/{pid}/fd")) for pid in processes]
 
-        before = descriptors()  # no client has come yet
+        # The spawner may still be at the last worker's: what leaks is more than that.
+        before = descriptors()
         pending = [service.start_get(uri) for uri in [STUCK, *DEADLY, GOOD, GOODS, "/", REAL + "%"] * 3]
         for one in pending:
             one.answer()
-        wait_until(lambda: descriptors() == before, f"descriptors as before: {before}")
+        wait_until(lambda: all(now <= then for now, then in zip(descriptors(), before)),
+                   f"descriptors as before: {before}")
         self.assertEqual(len(service.workers()), 2)
 
     # ---- The spawner
