@@ -29,7 +29,7 @@ struct ControlMessage
     uint32_t id = 0; // names a worker for good: pids come back
     pid_t pid = 0;
     std::string text;
-    FileDescriptor socket; // only with Worker
+    FileDescriptor socket; // only with Worker; lost when its receiver has too many open files
 };
 
 // Sends one message; false when the other end is gone, or does not keep up.

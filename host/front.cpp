@@ -216,6 +216,9 @@ void Front::notReady()
 
 void Front::fail(const std::string& cause)
 {
+    if (mExitStatus != EXIT_SUCCESS) {
+        return; // what follows from the first cause says no more
+    }
     (void)std::fprintf(stderr, "cimgated: %s\n", cause.c_str());
     mExitStatus = EXIT_FAILURE;
     mContext.stop();

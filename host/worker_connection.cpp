@@ -31,9 +31,8 @@ void Worker::assign(const WorkerRequest& request, Completion done, steady_clock:
 {
     mDone = std::move(done);
     mWasUsed = true;
-    mRequest = encodeRequest(request);
     armDeadline(until);
-    writeRequest();
+    writeRequest(request);
 }
 
 void Worker::close()
@@ -67,11 +66,14 @@ void Worker::disarmDeadline()
     mDeadline.expires_at(steady_clock::time_point::max());
 }
 
-void Worker::writeRequest()
+void Worker::writeRequest(const WorkerRequest& request)
 {
+    // Kept until it is written, which a worker need not wait for that answers what it has not read.
+    const auto frame = std::make_shared<const std::string>(encodeRequest(request));
     // A worker that cannot take its request has ended; reading from it notices that.
-    asio::async_write(mSocket, asio::buffer(mRequest),
-                      [self = shared_from_this()](error_code /*error*/, size_t /*bytes*/) {});
+    asio::async_write(
+        mSocket, asio::buffer(*frame),
+        [self = shared_from_this(), frame](error_code /*error*/, size_t /*bytes*/) {});
 }
 
 void Worker::readFrame()

@@ -34,7 +34,7 @@ private:
     void readPayload(uint32_t bytes);
     void frameRead();
     void answerRead();
-    void writeRequest();
+    void writeRequest(const WorkerRequest& request);
     void armDeadline(std::chrono::steady_clock::time_point until);
     void disarmDeadline();
     void deadlinePassed();
@@ -49,7 +49,6 @@ private:
     pid_t mPid;
     char mHeader[kFrameHeaderBytes] = {};
     std::string mPayload;
-    std::string mRequest;
     Completion mDone; // empty while it has no request
     bool mIsReady = false;
     bool mIsEnding = false; // the spawner has been asked to end it

@@ -96,14 +96,24 @@ void WorkerPool::controlReadable()
 void WorkerPool::handleControl(ControlMessage& message)
 {
     mRequested -= std::min<size_t>(mRequested, 1);
-    if (message.kind == ControlKind::Worker) {
+    if (message.kind == ControlKind::Worker && message.socket.isOpen()) {
         const auto worker = std::make_shared<Worker>(*this, mContext, message);
         mWorkers.push_back(worker);
         worker->start();
-    } else if (mIsStarting) {
-        mEvents.failed("cannot fork a worker: " + message.text);
+    } else if (message.kind == ControlKind::Worker) { // the kernel drops what it cannot number
+        endWorker(message.id);
+        noWorker("cannot take over a worker: too many open file descriptors");
     } else {
-        log(Severity::Error, "cannot fork a worker: " + message.text);
+        noWorker("cannot fork a worker: " + message.text);
+    }
+}
+
+void WorkerPool::noWorker(const std::string& cause)
+{
+    if (mIsStarting) {
+        mEvents.failed(cause);
+    } else {
+        log(Severity::Error, cause);
         replaceAfterPause();
     }
 }
@@ -128,7 +138,7 @@ void WorkerPool::replaceAfterPause()
     mBackOff = std::clamp(mBackOff * 2, kFirstBackOff, kMaxBackOff);
     mRespawnTimer.expires_after(mBackOff);
     mRespawnTimer.async_wait([this](error_code error) {
-        if (error) {
+        if (error || mIsStopped) {
             return;
         }
         while (mWorkers.size() + mRequested < mWanted) {

@@ -74,6 +74,7 @@ private:
     void awaitControl();
     void controlReadable();
     void handleControl(ControlMessage& message);
+    void noWorker(const std::string& cause);
     void requestWorker();
     void dropExpired();
     void armQueueTimer();

@@ -1,13 +1,14 @@
 // The only translation unit that instantiates Beast's templates.
 #include "connection.h"
 
+#include "request_head.h"
+
 #include <boost/asio/buffer.hpp>
 #include <boost/asio/steady_timer.hpp>
 #include <boost/asio/write.hpp>
 #include <boost/beast/core/flat_buffer.hpp>
 #include <boost/beast/http.hpp>
 
-#include <algorithm>
 #include <array>
 #include <chrono>
 #include <ctime>
@@ -34,58 +35,31 @@ std::string httpDate()
     return text;
 }
 
-// Beast reads up to this much at a time; beyond the headers a body is taken out of the buffer as it
-// comes.
-constexpr size_t kReadAheadBytes = size_t{64} * 1024;
+// What an idle connection keeps of its buffer: enough for the next request as most are.
+constexpr size_t kKeptBufferBytes = 4096;
 
+// How often reading is cancelled after its time is over.
+constexpr std::chrono::milliseconds kCancelInterval{10};
+
+using Clock = std::chrono::steady_clock;
 using Parser = http::request_parser<http::string_body>;
 
-// How to answer a request that could not be read; 0 when there is nobody to answer.
-unsigned int statusOf(error_code error, const Parser& parser)
+bool isHttpError(error_code error)
 {
-    if (error == http::error::end_of_stream) {
-        return 0;
-    }
-    if (error == http::error::header_limit || error == http::error::buffer_overflow) {
-        const bool hasRequestLine = !parser.get().target().empty();
-        return hasRequestLine ? 431 : 414;
-    }
-    if (error == http::error::body_limit) {
-        return 413;
-    }
-    return error.category() == http::make_error_code(http::error::bad_method).category() ? 400 : 0;
-}
-
-// RFC 9112, section 3.2: exactly one Host field, from clients that speak HTTP/1.1.
-bool hasHost(const Parser::value_type& header)
-{
-    return header.version() < 11 || header.count(http::field::host) == 1;
-}
-
-// What a client means that takes this server for a proxy ("GET http://host/path"): every server has
-// to understand it (RFC 9112, section 3.2.2).
-std::string originForm(std::string_view target)
-{
-    for (const std::string_view scheme : {"http://", "https://"}) {
-        if (target.size() >= scheme.size() &&
-            boost::beast::iequals(target.substr(0, scheme.size()), scheme)) {
-            target.remove_prefix(scheme.size());
-            target.remove_prefix(std::min(target.find_first_of("/?"), target.size()));
-            return target.starts_with('/') ? std::string(target) : "/" + std::string(target);
-        }
-    }
-    return std::string(target);
+    return error.category() == http::make_error_code(http::error::bad_method).category();
 }
 
 class HttpConnection : public Connection, public std::enable_shared_from_this<HttpConnection>
 {
 public:
-    HttpConnection(tcp::socket socket, std::shared_ptr<ConnectionOwner> owner)
+    HttpConnection(tcp::socket socket, const asio::ip::address& address,
+                   std::shared_ptr<ConnectionOwner> owner)
         : mSocket(std::move(socket)),
+          mAddress(address),
           mTimer(mSocket.get_executor()),
           mOwner(std::move(owner)),
           mLimits(mOwner->limits()),
-          mBuffer(kReadAheadBytes + mLimits.headerBytes)
+          mBuffer(mLimits.readAheadBytes + mLimits.headerBytes)
     {
         mOwner->opened(this);
     }
@@ -95,39 +69,44 @@ public:
 
     void start();
     void close() override;
-    void closeIfIdle() override;
+    std::optional<Clock::time_point> idleSince() const override;
+    const asio::ip::address& address() const override { return mAddress; }
 
 private:
     using Expired = void (HttpConnection::*)();
-    void armTimer(std::chrono::steady_clock::duration timeout, Expired expired);
+    void armTimer(Clock::duration timeout, Expired expired);
     void disarmTimer();
     void requestTimedOut();
 
     void waitForRequest();
     void readHeader();
-    void headerRead(error_code error);
+    void headerRead(error_code error, size_t bytes);
+    void takeHeader();
     void sendContinue();
     void readBody();
-    void bodyRead(error_code error);
     void dispatch();
     void readFailed(error_code error);
+    unsigned int statusOf(error_code error) const;
+    size_t lineBytes() const;
     void refuse(unsigned int status);
     void write(Response response);
     void written(error_code error);
     void linger();
 
     tcp::socket mSocket;
+    const asio::ip::address mAddress;
     asio::steady_timer mTimer;
     std::shared_ptr<ConnectionOwner> mOwner;
     const Limits& mLimits;
     boost::beast::flat_buffer mBuffer;
     std::optional<Parser> mParser;
+    Request mRequest;
     std::optional<http::response<http::string_body>> mAnswer;
     std::optional<http::response_serializer<http::string_body>> mSerializer;
     std::array<char, 4096> mDiscarded{};
     size_t mLingerBytes = 0;
+    std::optional<Clock::time_point> mIdleSince;
     unsigned int mVersion = 11;
-    bool mIsIdle = false;
     bool mIsTimedOut = false;
     bool mKeepAlive = false;
     bool mIsHead = false;
@@ -145,17 +124,18 @@ void HttpConnection::close()
 {
     error_code ignored;
     disarmTimer();
+    mIdleSince.reset();
     mSocket.close(ignored);
 }
 
-void HttpConnection::closeIfIdle()
+// A request that has come in, but has not been read yet, is no longer idleness.
+std::optional<Clock::time_point> HttpConnection::idleSince() const
 {
-    if (mIsIdle) {
-        close();
-    }
+    error_code ignored;
+    return mIdleSince && mSocket.available(ignored) == 0 ? mIdleSince : std::nullopt;
 }
 
-void HttpConnection::armTimer(std::chrono::steady_clock::duration timeout, Expired expired)
+void HttpConnection::armTimer(Clock::duration timeout, Expired expired)
 {
     mTimer.expires_after(timeout);
     mTimer.async_wait([weak = weak_from_this(), expired](error_code error) {
@@ -177,6 +157,8 @@ void HttpConnection::requestTimedOut()
     error_code ignored;
     mIsTimedOut = true;
     mSocket.cancel(ignored);
+    // While bytes come in faster than they are read there may be nothing to cancel just now.
+    armTimer(kCancelInterval, &HttpConnection::requestTimedOut);
 }
 
 void HttpConnection::waitForRequest()
@@ -185,46 +167,65 @@ void HttpConnection::waitForRequest()
     mParser->header_limit(mLimits.headerBytes);
     mParser->body_limit(mLimits.bodyBytes);
     mIsHead = false;
+    mIsTimedOut = false;
     if (mBuffer.size() > 0) { // the next request came with the last one
         readHeader();
         return;
     }
-    mIsIdle = true;
+    if (mBuffer.capacity() > kKeptBufferBytes) {
+        mBuffer.shrink_to_fit();
+    }
+    mIdleSince = Clock::now();
     armTimer(mLimits.idleTimeout, &HttpConnection::close);
     mSocket.async_wait(tcp::socket::wait_read, [self = shared_from_this()](error_code error) {
-        self->mIsIdle = false;
+        self->mIdleSince.reset();
         if (!error) {
             self->readHeader();
         }
     });
+    mOwner->becameIdle();
 }
 
 void HttpConnection::readHeader()
 {
-    armTimer(mLimits.requestTimeout, &HttpConnection::requestTimedOut);
+    armTimer(mLimits.headerTimeout, &HttpConnection::requestTimedOut);
     http::async_read_header(mSocket, mBuffer, *mParser,
-                            [self = shared_from_this()](error_code error, size_t /*bytes*/) {
-                                self->headerRead(error);
+                            [self = shared_from_this()](error_code error, size_t bytes) {
+                                self->headerRead(error, bytes);
                             });
 }
 
-void HttpConnection::headerRead(error_code error)
+void HttpConnection::headerRead(error_code error, size_t bytes)
 {
     if (error) {
         readFailed(error);
         return;
     }
+    takeHeader();
+    const unsigned int status = refusalOf(mRequest, mVersion, bytes, mLimits);
+    if (status != 0) {
+        refuse(status);
+    } else if (mParser->is_done()) {
+        dispatch();
+    } else if (mVersion >= 11 &&
+               boost::beast::iequals(findHeader(mRequest.headers, "Expect"), "100-continue")) {
+        sendContinue();
+    } else {
+        readBody();
+    }
+}
+
+// Trailers, which come behind a body in chunks, are not taken: they could stand for headers that
+// have been acted upon.
+void HttpConnection::takeHeader()
+{
     const auto& header = mParser->get();
     mVersion = header.version();
     mKeepAlive = header.keep_alive();
     mIsHead = header.method() == http::verb::head;
-    if (!hasHost(header)) {
-        refuse(400);
-    } else if (mVersion >= 11 &&
-               boost::beast::iequals(header[http::field::expect], "100-continue")) {
-        sendContinue();
-    } else {
-        readBody();
+    mRequest = {std::string(header.method_string()), std::string(header.target()), {}, {}};
+    for (const auto& field : header) {
+        mRequest.headers.push_back({std::string(field.name_string()), std::string(field.value())});
     }
 }
 
@@ -241,32 +242,23 @@ void HttpConnection::sendContinue()
 
 void HttpConnection::readBody()
 {
-    http::async_read(
-        mSocket, mBuffer, *mParser,
-        [self = shared_from_this()](error_code error, size_t /*bytes*/) { self->bodyRead(error); });
-}
-
-void HttpConnection::bodyRead(error_code error)
-{
-    if (error) {
-        readFailed(error);
-    } else {
-        dispatch();
-    }
+    armTimer(mLimits.bodyTimeout, &HttpConnection::requestTimedOut);
+    http::async_read(mSocket, mBuffer, *mParser,
+                     [self = shared_from_this()](error_code error, size_t /*bytes*/) {
+                         if (error) {
+                             self->readFailed(error);
+                         } else {
+                             self->dispatch();
+                         }
+                     });
 }
 
 void HttpConnection::dispatch()
 {
     disarmTimer();
-    auto message = mParser->release();
-    Request request;
-    request.method = std::string(message.method_string());
-    request.target = originForm(message.target());
-    for (const auto& field : message) {
-        request.headers.push_back({std::string(field.name_string()), std::string(field.value())});
-    }
-    request.body = std::move(message.body());
-    mOwner->handle(std::move(request), [self = shared_from_this()](Response response) {
+    mRequest.target = originForm(mRequest.target);
+    mRequest.body = std::move(mParser->get().body());
+    mOwner->handle(std::exchange(mRequest, {}), [self = shared_from_this()](Response response) {
         self->write(std::move(response));
     });
 }
@@ -274,16 +266,44 @@ void HttpConnection::dispatch()
 // A closed or broken connection is not answered; it ends with its last reference.
 void HttpConnection::readFailed(error_code error)
 {
-    const unsigned int status = mIsTimedOut ? 408 : statusOf(error, *mParser);
+    const unsigned int status = mIsTimedOut ? 408 : statusOf(error);
     if (status != 0) {
         refuse(status);
     }
+}
+
+// How to answer a request that could not be read; 0 when there is nobody to answer.
+unsigned int HttpConnection::statusOf(error_code error) const
+{
+    if (error == http::error::end_of_stream || !isHttpError(error)) {
+        return 0;
+    }
+    if (error == http::error::body_limit) {
+        return 413;
+    }
+    if (error == http::error::header_limit) {
+        return statusOfTooLong(lineBytes(), mLimits);
+    }
+    return 400;
+}
+
+// Beast may leave a request line in the buffer until the headers are complete. One that has no end
+// there is longer than anything.
+size_t HttpConnection::lineBytes() const
+{
+    const auto& header = mParser->get();
+    if (!header.target().empty()) {
+        return requestLineBytes(header.method_string(), header.target());
+    }
+    const auto unread = mBuffer.cdata();
+    return std::string_view(static_cast<const char*>(unread.data()), unread.size()).find("\r\n");
 }
 
 // What follows a request that cannot be read cannot be told apart: the answer ends the connection.
 void HttpConnection::refuse(unsigned int status)
 {
     mKeepAlive = false;
+    mIsHead = mParser->get().method() == http::verb::head;
     write(mOwner->errorPage(status));
 }
 
@@ -339,9 +359,10 @@ void HttpConnection::linger()
 
 } // namespace
 
-void startConnection(tcp::socket socket, std::shared_ptr<ConnectionOwner> owner)
+void startConnection(tcp::socket socket, const asio::ip::address& address,
+                     std::shared_ptr<ConnectionOwner> owner)
 {
-    std::make_shared<HttpConnection>(std::move(socket), std::move(owner))->start();
+    std::make_shared<HttpConnection>(std::move(socket), address, std::move(owner))->start();
 }
 
 } // namespace httpd

@@ -6,7 +6,9 @@
 
 #include <boost/asio/ip/tcp.hpp>
 
+#include <chrono>
 #include <memory>
+#include <optional>
 
 namespace httpd {
 
@@ -21,8 +23,11 @@ public:
     // Closes the connection at once; an answer still due is dropped.
     virtual void close() = 0;
 
-    // Closes the connection unless a request of it is being read or answered.
-    virtual void closeIfIdle() = 0;
+    // Since when no request of it has been read or answered; nothing while one is.
+    virtual std::optional<std::chrono::steady_clock::time_point> idleSince() const = 0;
+
+    // The client's address.
+    virtual const boost::asio::ip::address& address() const = 0;
 };
 
 // What a connection needs of its server; connections keep it alive.
@@ -39,11 +44,13 @@ public:
     virtual const Limits& limits() const = 0;
     virtual bool isStopping() const = 0; // answers then end their connections
     virtual void opened(Connection* connection) = 0;
+    virtual void becameIdle() = 0; // a connection that may be closed to make room for another one
     virtual void closed(Connection* connection) = 0;
 };
 
-// Serves an accepted socket until either side closes it.
-void startConnection(boost::asio::ip::tcp::socket socket, std::shared_ptr<ConnectionOwner> owner);
+// Serves an accepted socket, of a client at this address, until either side closes it.
+void startConnection(boost::asio::ip::tcp::socket socket, const boost::asio::ip::address& address,
+                     std::shared_ptr<ConnectionOwner> owner);
 
 } // namespace httpd
 

@@ -9,6 +9,8 @@
 
 #include <algorithm>
 #include <cctype>
+#include <chrono>
+#include <optional>
 #include <unordered_set>
 #include <utility>
 
@@ -43,11 +45,16 @@ public:
     const Limits& limits() const override { return mLimits; }
     bool isStopping() const override { return mIsStopping; }
     void opened(Connection* connection) override { mConnections.insert(connection); }
+    void becameIdle() override { admit(); }
     void closed(Connection* connection) override;
 
 private:
     void accept();
     void accepted(error_code error, tcp::socket socket);
+    void admit();
+    enum class Place { Free, NoneYet, Refused };
+    Place placeFor(const asio::ip::address& address);
+    bool closeLongestIdle(const asio::ip::address* address);
     void stopListening();
     std::vector<Connection*> connections() const
     {
@@ -58,6 +65,7 @@ private:
     const Limits mLimits;
     asio::io_context& mContext;
     tcp::acceptor mAcceptor;
+    std::optional<tcp::socket> mNext; // accepted, but waiting for a place
     asio::steady_timer mRetry;
     Handler mHandler;
     ErrorPage mErrorPage;
@@ -97,12 +105,50 @@ uint16_t Server::Impl::port() const
     return mAcceptor.local_endpoint(error).port();
 }
 
+// Closes the connection that has been idle for longest, of all or of those of one address; false
+// when none is idle.
+bool Server::Impl::closeLongestIdle(const asio::ip::address* address)
+{
+    using Since = std::pair<std::chrono::steady_clock::time_point, Connection*>;
+    std::optional<Since> longest;
+    for (Connection* connection : mConnections) {
+        if (address != nullptr && connection->address() != *address) {
+            continue;
+        }
+        const auto since = connection->idleSince();
+        if (since && (!longest || *since < longest->first)) {
+            longest = {*since, connection};
+        }
+    }
+    if (longest) {
+        longest->second->close();
+    }
+    return longest.has_value();
+}
+
+// Finds a place for a connection of this address, if need be that of the longest idle one; where
+// the address has all its places, it is one of its own that ends.
+Server::Impl::Place Server::Impl::placeFor(const asio::ip::address& address)
+{
+    const auto ofAddress =
+        std::count_if(mConnections.begin(), mConnections.end(), [&](const Connection* connection) {
+            return connection->address() == address;
+        });
+    if (static_cast<size_t>(ofAddress) >= mLimits.connectionsPerAddress) {
+        return closeLongestIdle(&address) ? Place::Free : Place::Refused;
+    }
+    const bool isFull = mConnections.size() >= mLimits.connections;
+    return !isFull || closeLongestIdle(nullptr) ? Place::Free : Place::NoneYet;
+}
+
 void Server::Impl::drain(std::function<void()> drained)
 {
     stopListening();
     mDrained = std::move(drained);
     for (Connection* connection : connections()) {
-        connection->closeIfIdle();
+        if (connection->idleSince()) {
+            connection->close();
+        }
     }
     reportDrained();
 }
@@ -121,6 +167,7 @@ void Server::Impl::stopListening()
     error_code ignored;
     mIsStopping = true;
     mAcceptor.close(ignored);
+    mNext.reset();
     mRetry.cancel();
 }
 
@@ -128,7 +175,7 @@ void Server::Impl::closed(Connection* connection)
 {
     mConnections.erase(connection);
     reportDrained();
-    accept();
+    admit();
 }
 
 void Server::Impl::reportDrained()
@@ -141,7 +188,7 @@ void Server::Impl::reportDrained()
 
 void Server::Impl::accept()
 {
-    if (mAccepting || !mAcceptor.is_open() || mConnections.size() >= mLimits.connections) {
+    if (mAccepting || mNext || !mAcceptor.is_open()) {
         return;
     }
     mAccepting = true;
@@ -157,8 +204,8 @@ void Server::Impl::accepted(error_code error, tcp::socket socket)
         return;
     }
     if (!error) {
-        startConnection(std::move(socket), shared_from_this());
-        accept();
+        mNext.emplace(std::move(socket));
+        admit();
         return;
     }
     mRetry.expires_after(mLimits.acceptRetry);
@@ -167,6 +214,25 @@ void Server::Impl::accepted(error_code error, tcp::socket socket)
             self->accept();
         }
     });
+}
+
+// Starts the connection that waits, if there is a place for it, and accepts the next.
+void Server::Impl::admit()
+{
+    if (mNext) {
+        error_code error;
+        const asio::ip::address address = mNext->remote_endpoint(error).address();
+        const Place place = error ? Place::Refused : placeFor(address);
+        if (place == Place::NoneYet) {
+            return;
+        }
+        tcp::socket socket = std::move(*mNext);
+        mNext.reset();
+        if (place == Place::Free) {
+            startConnection(std::move(socket), address, shared_from_this());
+        }
+    }
+    accept();
 }
 
 Server::Server(asio::io_context& context, Handler handler, ErrorPage errorPage,

@@ -1,5 +1,5 @@
 // An HTTP/1.1 server (RFC 9112): keep-alive, HEAD, pipelining in order, limits for slow or greedy
-// clients. It knows nothing of what it serves.
+// clients (see limits.h). It knows nothing of what it serves. Trailers of a body are dropped.
 //
 // Threads: everything runs in the one thread that runs the io_context.
 #ifndef HTTPD_SERVER_H_
@@ -52,8 +52,10 @@ using Reply = std::function<void(Response)>;
 // Answers a request.
 using Handler = std::function<void(Request, Reply)>;
 
-// Makes the response for a request that never reached the handler: 400 (not HTTP, or no Host), 408
-// (too slow), 413 (body too long), 414 (request line too long), 431 (headers too long).
+// Makes the response for a request that never reached the handler: 400 (not HTTP, no Host, or a
+// body whose end cannot be known), 408 (too slow), 413 (body too long), 414 (request line too
+// long), 431 (headers too long or too many), 501 (a transfer coding other than "chunked"). Each
+// ends its connection.
 using ErrorPage = std::function<Response(unsigned int status)>;
 
 class Server

@@ -35,6 +35,18 @@ HttpAnswer parseHead(std::string_view head)
     return answer;
 }
 
+sockaddr loopback(const std::string& host, uint16_t port)
+{
+    sockaddr_in address{};
+    address.sin_family = AF_INET;
+    address.sin_port = htons(port);
+    EXPECT_EQ(inet_pton(AF_INET, host.c_str(), &address.sin_addr), 1);
+    sockaddr generic{};
+    static_assert(sizeof generic == sizeof address);
+    std::memcpy(&generic, &address, sizeof address);
+    return generic;
+}
+
 } // namespace
 
 int HttpAnswer::status() const
@@ -72,18 +84,14 @@ bool runUntil(boost::asio::io_context& context, const std::function<bool()>& con
     return true;
 }
 
-HttpClient::HttpClient(boost::asio::io_context& context, uint16_t port)
+HttpClient::HttpClient(boost::asio::io_context& context, uint16_t port, const std::string& from)
     : mContext(context), mSocket(socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0))
 {
-    sockaddr_in address{};
-    address.sin_family = AF_INET;
-    address.sin_port = htons(port);
-    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    sockaddr generic{};
-    static_assert(sizeof generic == sizeof address);
-    std::memcpy(&generic, &address, sizeof address);
+    const sockaddr own = loopback(from, 0);
+    EXPECT_EQ(bind(mSocket, &own, sizeof own), 0);
     // The listener's backlog takes the connection; the server accepts it when it runs.
-    EXPECT_EQ(connect(mSocket, &generic, sizeof generic), 0);
+    const sockaddr server = loopback("127.0.0.1", port);
+    EXPECT_EQ(connect(mSocket, &server, sizeof server), 0);
 }
 
 HttpClient::~HttpClient()
@@ -105,6 +113,12 @@ void HttpClient::send(std::string_view text)
                              return text.empty() || isRefused;
                          }))
         << text.size() << " bytes not taken";
+}
+
+size_t HttpClient::sendSome(std::string_view text) const
+{
+    const ssize_t sent = ::send(mSocket, text.data(), text.size(), MSG_DONTWAIT | MSG_NOSIGNAL);
+    return sent < 0 ? 0 : static_cast<size_t>(sent);
 }
 
 void HttpClient::shutdownSend() const

@@ -30,13 +30,18 @@ bool runUntil(boost::asio::io_context& context, const std::function<bool()>& con
 class HttpClient
 {
 public:
-    HttpClient(boost::asio::io_context& context, uint16_t port);
+    // Connects from this loopback address, to 127.0.0.1.
+    HttpClient(boost::asio::io_context& context, uint16_t port,
+               const std::string& from = "127.0.0.1");
     ~HttpClient();
     HttpClient(const HttpClient&) = delete;
     HttpClient& operator=(const HttpClient&) = delete;
 
     // Sends all of text, or as much of it as the server takes before it closes.
     void send(std::string_view text);
+
+    // Sends as much of text as can be sent without waiting; how much that was.
+    size_t sendSome(std::string_view text) const;
 
     // No more will be sent; answers can still be read.
     void shutdownSend() const;

@@ -43,7 +43,10 @@ protected:
         ASSERT_NE(mServer->port(), 0);
     }
 
-    HttpClient connect() { return {mContext, mServer->port()}; }
+    HttpClient connect(const std::string& from = "127.0.0.1")
+    {
+        return {mContext, mServer->port(), from};
+    }
 
     bool hasRequests(size_t count)
     {

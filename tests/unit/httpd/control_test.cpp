@@ -2,6 +2,7 @@
 #include "control.h"
 
 #include <gtest/gtest.h>
+#include <sys/resource.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
@@ -61,6 +62,25 @@ TEST_F(Control, SocketTravelsWithTheMessage)
     char byte = 0;
     ASSERT_EQ(read(readEnd.get(), &byte, 1), 1);
     EXPECT_EQ(byte, 'x');
+}
+
+TEST_F(Control, SocketThatNobodyCanTakeIsMissingFromItsMessage)
+{
+    ControlMessage sent;
+    sent.kind = ControlKind::Worker;
+    sent.socket = FileDescriptor(dup(mNear.get()));
+    ASSERT_TRUE(host::sendControl(mNear.get(), sent));
+    rlimit before{};
+    ASSERT_EQ(getrlimit(RLIMIT_NOFILE, &before), 0);
+    rlimit none = before;
+    none.rlim_cur = 0;
+    ASSERT_EQ(setrlimit(RLIMIT_NOFILE, &none), 0);
+    ControlMessage got;
+    const Received received = host::receiveControl(mFar.get(), got);
+    ASSERT_EQ(setrlimit(RLIMIT_NOFILE, &before), 0);
+    EXPECT_EQ(received, Received::Message);
+    EXPECT_EQ(got.kind, ControlKind::Worker);
+    EXPECT_FALSE(got.socket.isOpen());
 }
 
 TEST_F(Control, MessagesKeepTheirOrder)

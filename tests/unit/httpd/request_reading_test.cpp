@@ -119,7 +119,66 @@ INSTANTIATE_TEST_SUITE_P(
         "POST /x HTTP/1.1\r\nHost: h\r\nContent-Length: 1\r\nContent-Length: 2\r\n\r\na",
         "POST /x HTTP/1.1\r\nHost: h\r\nContent-Length: 1\r\n"
         "Transfer-Encoding: chunked\r\n\r\n0\r\n\r\n",
-        "POST /x HTTP/1.1\r\nHost: h\r\nTransfer-Encoding: chunked\r\n\r\nzz\r\n"));
+        "POST /x HTTP/1.1\r\nHost: h\r\nTransfer-Encoding: chunked\r\n\r\nzz\r\n",
+        "POST /x HTTP/1.1\r\nHost: h\r\nTransfer-Encoding: gzip\r\n\r\n0\r\n\r\n",
+        "POST /x HTTP/1.1\r\nHost: h\r\nTransfer-Encoding: identity\r\n\r\n0\r\n\r\n",
+        "POST /x HTTP/1.1\r\nHost: h\r\nTransfer-Encoding: chunked, gzip\r\n\r\n0\r\n\r\n",
+        "POST /x HTTP/1.1\r\nHost: h\r\nTransfer-Encoding: chunked, chunked\r\n\r\n0\r\n\r\n",
+        "POST /x HTTP/1.1\r\nHost: h\r\nTransfer-Encoding: chunked,\r\n\r\n0\r\n\r\n",
+        "POST /x HTTP/1.1\r\nHost: h\r\nTransfer-Encoding: \r\n\r\n0\r\n\r\n",
+        "POST /x HTTP/1.1\r\nHost: h\r\nTransfer-Encoding: gzip;chunked\r\n\r\n0\r\n\r\n",
+        "POST /x HTTP/1.1\r\nHost: h\r\nTransfer-Encoding: chunked\r\nTransfer-Encoding: "
+        "chunked\r\n\r\n0\r\n\r\n",
+        "POST /x HTTP/1.1\r\nHost: h\r\nTransfer-Encoding: gzip\r\nTransfer-Encoding: "
+        "chunked\r\n\r\n0\r\n\r\n",
+        "POST /x HTTP/1.1\r\nHost: h\r\nTransfer-Encoding: chunked\r\nTransfer-Encoding: "
+        "identity\r\n\r\n0\r\n\r\n",
+        "POST /x HTTP/1.1\r\nHost: h\r\nTransfer-Encoding: identity\r\nContent-Length: "
+        "5\r\n\r\n0\r\n\r\n",
+        "POST /x HTTP/1.1\r\nHost: h\r\nContent-Length: 5\r\nTransfer-Encoding: "
+        "gzip\r\n\r\n0\r\n\r\n",
+        "POST /x HTTP/1.1\r\nHost: h\r\nContent-Length: 5\r\nTransfer-Encoding: "
+        "chunked\r\n\r\n0\r\n\r\n"));
+
+class UnknownTransferCoding : public ServerTest, public testing::WithParamInterface<const char*>
+{};
+
+TEST_P(UnknownTransferCoding, Is501AndTheConnectionEnds)
+{
+    start();
+    HttpClient client = connect();
+    const HttpAnswer answer =
+        client.ask(std::string("POST /x HTTP/1.1\r\nHost: h\r\nTransfer-Encoding: ") + GetParam() +
+                   "\r\n\r\n0\r\n\r\n");
+    EXPECT_EQ(answer.statusLine, "HTTP/1.1 501 Not Implemented");
+    EXPECT_EQ(answer.header("Connection"), "close");
+    EXPECT_TRUE(client.isClosedByServer());
+    EXPECT_THAT(mRequests, IsEmpty());
+}
+
+INSTANTIATE_TEST_SUITE_P(, UnknownTransferCoding,
+                         testing::Values("gzip, chunked", "gzip;q=1,deflate ,\tCHUNKED"));
+
+TEST_F(ServerTest, Http10WithATransferCodingIsRefusedAndNotKept)
+{
+    start();
+    HttpClient client = connect();
+    const HttpAnswer answer = client.ask("POST /x HTTP/1.0\r\nConnection: keep-alive\r\n"
+                                         "Transfer-Encoding: chunked\r\n\r\n0\r\n\r\n");
+    EXPECT_EQ(answer.statusLine, "HTTP/1.0 400 Bad Request");
+    EXPECT_TRUE(client.isClosedByServer());
+    EXPECT_THAT(mRequests, IsEmpty());
+}
+
+TEST_F(ServerTest, TrailersAreNotTakenForHeaders)
+{
+    start();
+    HttpClient client = connect();
+    client.ask("POST /x HTTP/1.1\r\nHost: h\r\nTransfer-Encoding: Chunked\r\n\r\n"
+               "3\r\nabc\r\n0\r\nX-Late: 1\r\n\r\n");
+    EXPECT_EQ(mRequests.front().body, "abc");
+    EXPECT_EQ(httpd::findHeader(mRequests.front().headers, "X-Late"), "");
+}
 
 TEST_F(ServerTest, MalformedRequestAfterAGoodOneLeavesTheFirstAnswer)
 {

@@ -1,0 +1,78 @@
+// The far side of a worker pool's sockets: the test plays the spawner and the workers, in the
+// thread that also runs the pool.
+#ifndef FAKE_SPAWNER_H_
+#define FAKE_SPAWNER_H_
+
+#include "control.h"
+
+#include <boost/asio/io_context.hpp>
+#include <httpd/server.h>
+
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+// A worker's end of its socket.
+class FakeWorker
+{
+public:
+    FakeWorker(boost::asio::io_context& context, host::FileDescriptor socket, uint32_t id);
+
+    uint32_t id() const { return mId; }
+
+    void send(std::string_view bytes);
+    void sendReady();
+    void answer(const httpd::Response& response);
+
+    // The target of the next request.
+    std::string readTarget();
+
+    // Reads this many bytes of whatever comes; false when they do not come.
+    bool discard(size_t bytes);
+
+    // Whether the pool closes the socket.
+    bool isClosedByPool();
+
+    // Ends like a process that ends.
+    void close() { mSocket.reset(); }
+
+private:
+    bool receive(size_t bytes);
+
+    boost::asio::io_context& mContext;
+    host::FileDescriptor mSocket;
+    uint32_t mId;
+    std::string mReceived;
+    bool mIsClosed = false;
+};
+
+class FakeSpawner
+{
+public:
+    explicit FakeSpawner(boost::asio::io_context& context);
+
+    // The pool's end of the control socket.
+    int poolEnd() const { return mPoolEnd.get(); }
+
+    // The next message of the pool. nextIs() also compares its kind.
+    host::ControlMessage next();
+    bool nextIs(host::ControlKind kind);
+
+    // Whether the pool has sent anything more, without letting it work any further.
+    bool hasMessage();
+
+    // Announces a worker, as the answer to a Spawn.
+    FakeWorker announceWorker();
+
+    void send(const host::ControlMessage& message);
+    void close() { mFarEnd.reset(); }
+
+private:
+    boost::asio::io_context& mContext;
+    host::FileDescriptor mPoolEnd;
+    host::FileDescriptor mFarEnd;
+    uint32_t mLastId = 0;
+};
+
+#endif
