@@ -1,0 +1,92 @@
+#!/usr/bin/python3
+"""Options as the command line gives them, and files they name that cannot be used."""
+
+import subprocess
+import tempfile
+import unittest
+from pathlib import Path
+
+from cimgate_host import BASE, CIMGATED, PATIENCE_S, REGISTRIES, Service, collection_entry, member_entry
+from service_with_log import ServiceWithLog
+
+THING = f"{BASE}/VexoThing/T.1"
+OPTIONS = ("--listen", "--rmf", "--cache", "--registries", "--auth", "--workers", "--log-level", "--request-timeout")
+REGISTRY_FILES = ("Base.1.18.json", "Vexo.1.0.json")
+
+
+def sample():
+    mapping = member_entry("VexoThing", "XCIM_Thing", {"A": {"cim_type": "string"}}) | collection_entry("VexoThing")
+    return mapping, {"classes": {"XCIM_Thing": (["InstanceID", "A"], [("T.1", "a")])}}
+
+
+def run(*options):
+    return subprocess.run([CIMGATED, *options], stdin=subprocess.DEVNULL, stdout=subprocess.PIPE,
+                          stderr=subprocess.PIPE, text=True, check=False, timeout=PATIENCE_S)
+
+
+class CommandLine(unittest.TestCase):
+    def test_every_option_needs_a_value(self):
+        for option in OPTIONS:
+            for arguments in ([option], [option + "="], [option, ""]):
+                with self.subTest(arguments=arguments):
+                    done = run(*arguments)
+                    self.assertEqual((done.returncode, done.stdout), (2, ""))
+                    self.assertRegex(done.stderr, rf"\Acimgated: {option} .*\n\Z")
+
+    def test_numbers_beside_their_range_are_refused(self):
+        for option, low, high in (("--workers", 1, 64), ("--log-level", 0, 4), ("--request-timeout", 1, 3600)):
+            for text in (str(low - 1), str(high + 1), f"{low}x", f" {high}", "", "4294967297", "0x1", "1.0"):
+                with self.subTest(option=option, text=text):
+                    done = run(f"{option}={text}")
+                    self.assertEqual((done.returncode, done.stdout), (2, ""))
+                    self.assertIn(option, done.stderr)
+
+    def test_help_beside_options_that_could_not_be_used(self):
+        for arguments in (["--help"], ["--rmf", "/nowhere", "--help"], ["--help", "--nonsense"]):
+            done = run(*arguments)
+            self.assertEqual((done.returncode, done.stderr), (0, ""), arguments)
+            self.assertTrue(done.stdout.startswith("usage: cimgated "), arguments)
+
+    def test_values_after_an_equals_sign(self):
+        service = ServiceWithLog(*sample())
+        service.command = [CIMGATED, "--listen=127.0.0.1:0", f"--rmf={service.mapping_path}",
+                           f"--cache={service.cache_path}", f"--registries={REGISTRIES}", "--workers=1", "--auth=none",
+                           "--log-level=0", "--request-timeout=3600"]
+        with service:
+            self.assertEqual(service.get(THING).json()["A"], "a")
+            self.assertEqual(len(service.workers()), 1)
+
+    def check_fails(self, service, *hints):
+        status, out, log = service.fail()
+        service.discard()
+        self.assertIn(status, (1, 2), log)
+        self.assertEqual(out, "", log)
+        for hint in hints:
+            self.assertIn(hint, log)
+
+    def test_registry_that_is_missing_or_unreadable_is_named(self):
+        for broken in REGISTRY_FILES:
+            for text in (None, "", "{", "[]", '{"Messages": 5}'):
+                with self.subTest(file=broken, text=text), tempfile.TemporaryDirectory() as directory:
+                    for name in REGISTRY_FILES:
+                        Path(directory, name).write_bytes(Path(REGISTRIES, name).read_bytes())
+                    if text is None:
+                        Path(directory, broken).unlink()
+                    else:
+                        Path(directory, broken).write_text(text, encoding="utf-8")
+                    self.check_fails(Service(*sample(), ["--registries", directory]), str(Path(directory, broken)),
+                                     "--registries")
+
+    def test_registry_directory_that_is_missing_is_named(self):
+        with tempfile.TemporaryDirectory() as directory:
+            nowhere = str(Path(directory, "nowhere"))
+            self.check_fails(Service(*sample(), ["--registries", nowhere]), nowhere, "--registries")
+
+    def test_mapping_file_that_is_a_directory_is_named(self):
+        service = Service(None, sample()[1])
+        service.mapping_path.mkdir()
+        self.check_fails(service, str(service.mapping_path), "--rmf")
+
+
+if __name__ == "__main__":
+    unittest.main(verbosity=2)

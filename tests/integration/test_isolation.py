@@ -1,0 +1,133 @@
+#!/usr/bin/python3
+"""What ends a worker in the middle of its work, or the spawner, reaches its own request and no other."""
+
+import os
+import signal
+import unittest
+
+from cimgate_host import BASE, PATIENCE_S, Pending, collection_entry, cpu_ticks, member_entry, state_of, wait_until
+from service_with_log import ServiceWithLog
+
+GOOD = f"{BASE}/VexoGood/G.1"
+GOODS = f"{BASE}/VexoGoodCollection"
+STUCK = f"{BASE}/VexoStuck/G.1"
+REAL = f"{BASE}/VexoReal/X"
+
+# Longer than any test runs: what ends a request is then never its deadline.
+NO_DEADLINE = ("--request-timeout", "3600")
+
+REQUESTS = 200
+ABORTS = 10
+
+
+def sample():
+    text = {"cim_type": "string"}
+    mapping = member_entry("VexoGood", "XCIM_Good", {"A": text}) | collection_entry("VexoGood")
+    mapping |= member_entry("VexoReal", "XCIM_Real", {"A": text})
+    # A link whose association table is missing: reading its rows never ends.
+    mapping |= member_entry("VexoStuck", "XCIM_Good", {"A": text}, Links={"VexoEnclosureCollection": {}})
+    columns = ["InstanceID", "A"]
+    return mapping, {"classes": {"XCIM_Good": (columns, [("G.1", "fine")]), "XCIM_Real": (columns, [("X", 1.5)])}}
+
+
+def await_busy_workers(service, count):
+    """Waits until so many workers compute for longer than any but an endless request makes them; their pids."""
+    before = {pid: cpu_ticks(pid) for pid in service.workers()}
+
+    def busy():
+        pids = [pid for pid in service.workers() if cpu_ticks(pid) - before.get(pid, 0) >= 5]
+        return pids if len(pids) == count else None
+
+    return wait_until(busy, f"{count} busy workers")
+
+
+class Isolation(unittest.TestCase):
+    maxDiff = None
+
+    def check_good(self, service):
+        answer = service.get(GOOD)
+        self.assertEqual((answer.status, answer.json()["A"]), (200, "fine"))
+
+    def check_failed(self, answer, status, message):
+        self.assertEqual(answer.status, status)
+        self.assertEqual(answer.messages(), [(message, [])])
+
+    def test_worker_killed_in_the_middle_of_a_request_fails_that_request(self):
+        with ServiceWithLog(*sample(), options=NO_DEADLINE) as service:
+            for number in (signal.SIGKILL, signal.SIGABRT):
+                with self.subTest(signal=number.name):
+                    workers = service.workers()
+                    stuck = service.start_get(STUCK)
+                    [busy] = await_busy_workers(service, 1)
+                    self.check_good(service)
+                    os.kill(busy, number)
+                    self.check_failed(stuck.answer(), 500, "Base.InternalError")
+                    self.check_good(service)
+                    now = wait_until(lambda w=workers, b=busy: len(set(service.workers()) - set(w)) == 1
+                                     and b not in service.workers() and service.workers(), "the new worker")
+                    self.assertEqual(len(now), len(workers))
+
+    def test_requests_beside_endless_ones_are_answered_in_parallel(self):
+        with ServiceWithLog(*sample(), options=(*NO_DEADLINE, "--workers", "3")) as service:
+            stuck = [service.start_get(STUCK) for _ in range(2)]
+            busy = await_busy_workers(service, 2)
+            good = [service.start_get(uri) for uri in [GOOD, GOODS] * 10]
+            for pending in good:
+                self.assertEqual(pending.answer().status, 200)
+            self.assertEqual([pending.is_done() for pending in stuck], [False, False])
+            for pid in busy:
+                os.kill(pid, signal.SIGKILL)
+            for pending in stuck:
+                self.check_failed(pending.answer(), 500, "Base.InternalError")
+
+    def test_endless_requests_end_at_their_deadline_side_by_side(self):
+        with ServiceWithLog(*sample(), options=("--request-timeout", "2", "--workers", "4")) as service:
+            stuck = [service.start_get(STUCK) for _ in range(3)]
+            for pending in stuck:
+                self.check_failed(pending.answer(), 504, "Base.OperationTimeout")
+            self.check_good(service)
+
+    def test_connection_outlives_the_request_that_ended_its_worker(self):
+        with ServiceWithLog(*sample()) as service:
+            urls = [service.base + uri for uri in (GOOD, REAL, GOOD, REAL, GOODS)]
+            output = Pending(["-w", "\n=%{http_code} %{num_connects}\n", *urls]).output().decode()
+            self.assertEqual([line for line in output.splitlines() if line.startswith("=")],
+                             ["=200 1", "=500 0", "=200 0", "=500 0", "=200 0"])
+
+    def test_head_of_a_deadly_request_has_no_body(self):
+        with ServiceWithLog(*sample()) as service:
+            get = service.get(REAL)
+            head = service.head(REAL)
+            self.assertEqual((get.status, head.status, head.body), (500, 500, b""))
+            self.assertEqual(head.get("Content-Length"), get.get("Content-Length"))
+
+    def test_front_keeps_no_descriptor_of_answered_requests(self):
+        with ServiceWithLog(*sample()) as service:
+            def descriptors():
+                return len(os.listdir(f"/proc/{service.process.pid}/fd"))
+
+            before = descriptors()
+            workers = len(service.workers())
+            for number in range(ABORTS):
+                self.check_failed(service.get(f"{REAL}?n={number}"), 500, "Base.InternalError")
+                output = Pending([service.base + GOOD] * (REQUESTS // ABORTS)).output()
+                self.assertEqual(output.count(b"HTTP/1.1 200 OK\r\n"), REQUESTS // ABORTS)
+            wait_until(lambda: descriptors() == before, f"{before} descriptors")
+            # The dead are waited for: none is left among the spawner's children.
+            wait_until(lambda: [state_of(pid) in ("R", "S") for pid in service.workers()] == [True] * workers,
+                       f"{workers} living workers")
+
+    def test_request_of_a_service_whose_spawner_ends_gets_no_answer(self):
+        with ServiceWithLog(*sample(), options=NO_DEADLINE) as service:
+            stuck = service.start_get(STUCK)
+            await_busy_workers(service, 1)
+            pids = service.pids()
+            os.kill(service.spawner(), signal.SIGKILL)
+            self.assertEqual(service.process.wait(timeout=PATIENCE_S), 1)
+            with self.assertRaisesRegex(AssertionError, "curl ended with"):
+                stuck.answer()
+            wait_until(lambda: all(state_of(pid) in ("", "Z") for pid in pids), "the end of all processes")
+
+
+if __name__ == "__main__":
+    unittest.main(verbosity=2)
