@@ -1,0 +1,97 @@
+"""The service on the measured system, its processes, and the load that is put on it."""
+
+import contextlib
+import os
+import re
+import subprocess
+import tempfile
+import urllib.request
+from pathlib import Path
+
+BENCH_DIR = Path(__file__).resolve().parent
+REGISTRIES = BENCH_DIR.parent / "data" / "registries"
+CLOCK_TICKS = os.sysconf("SC_CLK_TCK")
+# How long a program may take to start or to stop.
+PATIENCE_S = 30
+
+
+class Program:
+    """A running program that has said where it listens, and the processes below it."""
+
+    def __init__(self, process, base):
+        self.process = process
+        self.base = base
+
+    def processes(self):
+        """Name -> process id. The service is a front, its child the spawner, and the workers below that."""
+        found = {"front": self.process.pid}
+        for spawner in children_of(self.process.pid):
+            found["spawner"] = spawner
+            found |= {f"worker {i}": pid for i, pid in enumerate(children_of(spawner), 1)}
+        return found
+
+    def cpu_seconds(self):
+        """Processor time of all its processes since they started."""
+        return sum(cpu_seconds(pid) for pid in self.processes().values())
+
+    def pss_bytes(self):
+        """Name -> memory, pages that processes share divided among them."""
+        return {f"{name} ({pid})": pss_bytes(pid) for name, pid in self.processes().items()}
+
+
+def children_of(pid):
+    return sorted(int(child) for child in Path(f"/proc/{pid}/task/{pid}/children").read_text(encoding="ascii").split())
+
+
+def cpu_seconds(pid):
+    fields = Path(f"/proc/{pid}/stat").read_text(encoding="ascii").rpartition(") ")[2].split()
+    return (int(fields[11]) + int(fields[12])) / CLOCK_TICKS
+
+
+def pss_bytes(pid):
+    rollup = Path(f"/proc/{pid}/smaps_rollup").read_text(encoding="ascii")
+    return int(re.search(r"^Pss: +(\d+) kB$", rollup, re.MULTILINE).group(1)) * 1024
+
+
+@contextlib.contextmanager
+def running(command):
+    """Starts a program and waits until it listens; log lines, one for each request, go nowhere."""
+    with subprocess.Popen(command, stdout=subprocess.PIPE, stderr=subprocess.DEVNULL, text=True) as process:
+        try:
+            line = process.stdout.readline()
+            if "listening on " not in line:
+                raise SystemExit(f"{command[0]} did not start")
+            yield Program(process, line.rpartition("listening on ")[2].strip())
+        finally:
+            process.terminate()
+            process.wait(timeout=PATIENCE_S)
+
+
+@contextlib.contextmanager
+def running_service(build_dir, workers):
+    """The service; yields it with the paths of the instance and the page."""
+    with tempfile.TemporaryDirectory(prefix="cimgate-bench-") as directory:
+        written = subprocess.run([f"{build_dir}/bench/write_bench_system", directory], check=True,
+                                 stdout=subprocess.PIPE, text=True)
+        instance, page = written.stdout.split()
+        command = [f"{build_dir}/host/cimgated", "--listen", "127.0.0.1:0", "--rmf", f"{directory}/mapping.json",
+                   "--cache", f"{directory}/cache.db", "--registries", str(REGISTRIES), "--workers", str(workers)]
+        with running(command) as service:
+            yield service, instance, page
+
+
+def body_of(url):
+    with urllib.request.urlopen(url, timeout=PATIENCE_S) as answer:
+        return answer.read()
+
+
+def load(base, paths, connections, seconds):
+    """Asks for the paths in turn; returns how many requests were answered in how many seconds."""
+    command = ["wrk", "-t", "1", "-c", str(connections), "-d", f"{seconds}s", "-s", str(BENCH_DIR / "paths.lua"), base,
+               "--", *paths]
+    report = subprocess.run(command, check=True, stdout=subprocess.PIPE, text=True).stdout
+    result = re.search(r"^RESULT (\d+) (\d+) (\d+)$", report, re.MULTILINE)
+    requests, microseconds, failed = (int(field) for field in result.groups())
+    if failed:
+        raise SystemExit(f"{failed} of {requests} requests failed:\n{report}")
+    return requests, microseconds / 1e6

@@ -1,0 +1,128 @@
+// Any bytes as the target of a request to the sample system, which has a sound mapping and a sound
+// cache: no client may end the process, and each gets a well-formed answer.
+#include "TempDirectory.h"
+#include "checks.h"
+#include "request_handler.h"
+
+#include <ExtendedErrorInfoHandling.h>
+#include <ResourceMapper.h>
+#include <odata/odata.h>
+#include <sqlite3.h>
+
+#include <algorithm>
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <memory>
+#include <set>
+#include <string>
+
+namespace {
+
+// Shorter than many an option, so that some copies are cut.
+constexpr size_t kShortBufferBytes = 16;
+
+std::string textOfFile(const std::filesystem::path& path)
+{
+    std::ifstream file(path, std::ios::binary);
+    return {std::istreambuf_iterator<char>(file), {}};
+}
+
+// The scripts of the sample system, in the order of their names.
+void fillCache(const std::string& path)
+{
+    const std::filesystem::directory_iterator scripts(CIMGATE_DATA_DIR "/sample");
+    sqlite3* cache = nullptr;
+    int rc = sqlite3_open(path.c_str(), &cache);
+    for (const auto& script : std::set<std::filesystem::path>(begin(scripts), end(scripts))) {
+        rc = rc != SQLITE_OK
+                 ? rc
+                 : sqlite3_exec(cache, textOfFile(script).c_str(), nullptr, nullptr, nullptr);
+    }
+    sqlite3_close(cache);
+    fuzz::require(rc == SQLITE_OK, "the sample system fills a cache");
+}
+
+struct SampleSystem
+{
+    SampleSystem()
+    {
+        ExtendedErrorInfoHandling::SetRegistryDirectory(CIMGATE_DATA_DIR "/registries");
+        ResourceMapper::RmfPath = CIMGATE_DATA_DIR "/resourcemapping.json";
+        SQLInterface::DataCachePath = directory.File("cache.db");
+        fillCache(SQLInterface::DataCachePath);
+        fuzz::require(LoadDatabase() == SQLITE_OK, "the cache opens");
+    }
+
+    support::TempDirectory directory;
+};
+
+// A URI is readable whatever is wrong with it.
+void inspect(const odata::URI& uri)
+{
+    const unsigned int segments = uri.GetSegmentCount();
+    for (unsigned int i = 0; i < segments; ++i) {
+        fuzz::require(*uri.GetSegment(i) != '\0', "no segment is empty");
+    }
+    fuzz::require(uri.GetSegment(segments) == nullptr, "there is nothing behind the segments");
+    for (const unsigned int option :
+         {OL_OPTION_FILTER, OL_OPTION_EXPAND, OL_OPTION_SELECT, OL_OPTION_TOP, OL_OPTION_SKIP}) {
+        const std::unique_ptr<char[]> buffer(new char[kShortBufferBytes]);
+        const size_t copied = uri.CopyOption(option, buffer.get(), kShortBufferBytes);
+        fuzz::require(copied == std::min(uri.GetOptionLength(option), kShortBufferBytes - 1) &&
+                          std::strlen(buffer.get()) == copied,
+                      "a copy is the option's beginning");
+        const bool isPresent = (uri.GetOptionMask() & option) != 0;
+        fuzz::require(isPresent || (copied == 0 && uri.GetOptionUInt32(option) == 0),
+                      "an absent option has no value");
+    }
+}
+
+// What the host answers itself, before the library sees the request.
+bool isRefusedBefore(const odata::URI& uri)
+{
+    return uri.GetFault() != OL_URI_OK || uri.GetUnknownOption() != nullptr ||
+           uri.GetSegmentCount() == 0;
+}
+
+void read(const std::string& target)
+{
+    const httpd::Response response = host::handleRead(target);
+    fuzz::require(response.status >= 200 && response.status < 600, "the status is one of HTTP");
+    fuzz::requireJsonObject(response.body);
+    for (const auto& header : response.headers) {
+        fuzz::require(header.value.find_first_of("\r\n") == std::string::npos,
+                      "a header is one line");
+    }
+}
+
+void post(odata::Scope& scope, const odata::URI& uri)
+{
+    ResourceMapper mapper(nullptr, scope, uri, false);
+    const _ResourceMapperError rc = mapper.ParseUri(RM_METHOD_POST);
+    if (rc != RM_OK) {
+        mapper.SendExtendedErrorResponse(rc);
+        fuzz::requireJsonObject(scope.GetBody());
+    } else {
+        fuzz::require(!mapper.mCimMethodName.empty(), "an action names a method");
+    }
+}
+
+} // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
+{
+    static const SampleSystem kSystem;
+    const std::string target(data, data + size);
+    odata::Scope scope = odata::Scope::ForRequest(target);
+    const odata::URI uri = scope.NewURI();
+    inspect(uri);
+    if (!isRefusedBefore(uri)) {
+        read(scope.GetRequestURL());
+        post(scope, uri);
+    }
+    return 0;
+}
