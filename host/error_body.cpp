@@ -1,7 +1,5 @@
 #include "error_body.h"
 
-#include "host_limits.h"
-
 #include <ExtendedErrorInfoHandling.h>
 #include <ExtendedErrorInfoHandlingCIM.h>
 
@@ -38,10 +36,10 @@ httpd::Response methodNotAllowed(const char* allowedMethods)
     return response;
 }
 
-httpd::Response temporarilyUnavailable()
+httpd::Response temporarilyUnavailable(const char* retryAfterS)
 {
-    httpd::Response response = errorResponse(503, "ServiceTemporarilyUnavailable", kRetryAfterS);
-    response.headers.push_back({"Retry-After", kRetryAfterS});
+    httpd::Response response = errorResponse(503, "ServiceTemporarilyUnavailable", retryAfterS);
+    response.headers.push_back({"Retry-After", retryAfterS});
     return response;
 }
 

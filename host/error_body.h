@@ -14,7 +14,7 @@ httpd::Response errorResponse(unsigned int status, const char* baseMessage,
 httpd::Response methodNotAllowed(const char* allowedMethods);
 
 // 503 for a service that is busy, with "Retry-After".
-httpd::Response temporarilyUnavailable();
+httpd::Response temporarilyUnavailable(const char* retryAfterS);
 
 // An error as the library reports this _ResourceMapperError.
 httpd::Response errorResponseOfCode(unsigned int code, const std::string& argument);

@@ -9,7 +9,10 @@ namespace host {
 
 namespace {
 
+// No response begins like these: what stands for its status would be out of range.
 constexpr std::string_view kReady = "ready";
+constexpr std::string_view kNeedsCim = "needs CIM";
+constexpr std::string_view kCacheReplaced = "cache replaced";
 
 constexpr uint32_t kLowestStatus = 200;
 constexpr uint32_t kHighestStatus = 599;
@@ -95,6 +98,7 @@ std::string encodeRequest(const WorkerRequest& request)
 {
     std::string payload;
     putText(payload, request.target);
+    putNumber(payload, request.mayReadLive ? 1 : 0);
     return framed(payload);
 }
 
@@ -116,6 +120,11 @@ std::string encodeReady()
     return framed(std::string(kReady));
 }
 
+std::string encodeDeclined(Declined reason)
+{
+    return framed(std::string(reason == Declined::NeedsCim ? kNeedsCim : kCacheReplaced));
+}
+
 bool decodeLength(const char* header, uint32_t& bytes)
 {
     std::memcpy(&bytes, header, sizeof bytes);
@@ -125,7 +134,12 @@ bool decodeLength(const char* header, uint32_t& bytes)
 bool decodeRequest(std::string_view payload, WorkerRequest& request)
 {
     FieldReader reader(payload);
-    return reader.text(request.target) && reader.atEnd();
+    uint32_t mayReadLive = 0;
+    if (!reader.text(request.target) || !reader.number(mayReadLive) || !reader.atEnd()) {
+        return false;
+    }
+    request.mayReadLive = mayReadLive != 0;
+    return true;
 }
 
 bool decodeResponse(std::string_view payload, httpd::Response& response)
@@ -151,6 +165,12 @@ bool decodeResponse(std::string_view payload, httpd::Response& response)
 bool isReady(std::string_view payload)
 {
     return payload == kReady;
+}
+
+bool decodeDeclined(std::string_view payload, Declined& reason)
+{
+    reason = payload == kNeedsCim ? Declined::NeedsCim : Declined::CacheReplaced;
+    return payload == kNeedsCim || payload == kCacheReplaced;
 }
 
 } // namespace host

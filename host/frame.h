@@ -19,13 +19,21 @@ inline constexpr size_t kFrameHeaderBytes = sizeof(uint32_t);
 // A request for a worker. Reads are all it takes so far.
 struct WorkerRequest
 {
-    std::string target; // path and query as they came
+    std::string target;      // path and query as they came
+    bool mayReadLive = true; // false: decline what needs the CIM object manager
+};
+
+// A worker that gives its request back unanswered, and why.
+enum class Declined {
+    NeedsCim,     // the resource is read live, which this worker may not do now
+    CacheReplaced // another file is in the data cache's place; the worker ends
 };
 
 // Payload and its length in front of it.
 std::string encodeRequest(const WorkerRequest& request);
 std::string encodeResponse(const httpd::Response& response);
 std::string encodeReady(); // a worker's first frame
+std::string encodeDeclined(Declined reason);
 
 // The payload's length, from kFrameHeaderBytes bytes; false when it is above kMaxFrameBytes
 // (host_limits.h).
@@ -36,6 +44,7 @@ bool decodeLength(const char* header, uint32_t& bytes);
 bool decodeRequest(std::string_view payload, WorkerRequest& request);
 bool decodeResponse(std::string_view payload, httpd::Response& response);
 bool isReady(std::string_view payload);
+bool decodeDeclined(std::string_view payload, Declined& reason);
 
 } // namespace host
 

@@ -2,13 +2,17 @@
 
 #include "error_body.h"
 #include "host_limits.h"
+#include "log.h"
+#include "quarantine.h"
 #include "worker_pool.h"
 
 #include <ResourceMapper.h>
 #include <boost/asio/signal_set.hpp>
 #include <boost/asio/steady_timer.hpp>
 #include <httpd/server.h>
+#include <unistd.h>
 
+#include <cerrno>
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
@@ -53,7 +57,7 @@ httpd::Response responseOf(Outcome outcome, httpd::Response answered)
     case Outcome::TooLate:
         return errorResponse(504, "OperationTimeout");
     case Outcome::Overloaded:
-        return temporarilyUnavailable();
+        return temporarilyUnavailable(kRetryAfterS);
     case Outcome::WorkerEnded:
         break;
     }
@@ -101,10 +105,12 @@ public:
 
 private:
     void handle(httpd::Request request, const httpd::Reply& reply);
+    bool answeredWithoutWorker(const httpd::Request& request, httpd::Response& response);
+    void noteOutcome(const std::string& target, Outcome outcome);
     void awaitSignal();
     void stopGracefully();
     void listen();
-    void notReady();
+    bool goesOnUnready();
     void fail(const std::string& cause);
 
     const Options& mOptions;
@@ -112,6 +118,7 @@ private:
     asio::io_context mContext{1};
     asio::signal_set mSignals;
     asio::steady_timer mStopTimer;
+    Quarantine mQuarantine;
     WorkerPool mPool;
     httpd::Server mServer;
     int mExitStatus = EXIT_SUCCESS;
@@ -125,7 +132,7 @@ Front::Front(const Options& options, const Spawner& spawner)
       mStopTimer(mContext),
       mPool(mContext, spawner.control.get(), options.workers,
             std::chrono::seconds(options.requestTimeoutS),
-            {[this] { listen(); }, [this] { notReady(); },
+            {[this] { listen(); }, [this] { return goesOnUnready(); },
              [this](const std::string& cause) {
                  fail(cause);
              }}),
@@ -178,16 +185,42 @@ void Front::stopGracefully()
 void Front::handle(httpd::Request request, const httpd::Reply& reply)
 {
     httpd::Response response;
-    if (answeredByFront(request, response)) {
+    if (answeredWithoutWorker(request, response)) {
         addCommonHeaders(response);
         reply(std::move(response));
         return;
     }
-    mPool.submit({std::move(request.target)}, [reply](Outcome outcome, httpd::Response answered) {
+    const std::string& target = request.target;
+    mPool.submit({target}, [this, target, reply](Outcome outcome, httpd::Response answered) {
+        noteOutcome(target, outcome);
         httpd::Response final = responseOf(outcome, std::move(answered));
         addCommonHeaders(final);
         reply(std::move(final));
     });
+}
+
+bool Front::answeredWithoutWorker(const httpd::Request& request, httpd::Response& response)
+{
+    if (answeredByFront(request, response)) {
+        return true;
+    }
+    if (mQuarantine.holds(request.target, std::chrono::steady_clock::now())) {
+        response = temporarilyUnavailable(kQuarantineRetryAfterS);
+        return true;
+    }
+    return false;
+}
+
+void Front::noteOutcome(const std::string& target, Outcome outcome)
+{
+    if (outcome == Outcome::Answered) {
+        mQuarantine.answered(target);
+    } else if (outcome == Outcome::WorkerEnded || outcome == Outcome::TooLate) {
+        if (mQuarantine.workerEnded(target, std::chrono::steady_clock::now())) {
+            log(Severity::Error,
+                "refuses " + target + " for " + kQuarantineRetryAfterS + " s: workers end at it");
+        }
+    }
 }
 
 void Front::listen()
@@ -206,12 +239,22 @@ void Front::listen()
     (void)std::fflush(stdout);
 }
 
-void Front::notReady()
+// A data cache that is not there yet comes with its writer, which may start later. Every other
+// fault is one that the operator has to mend.
+bool Front::goesOnUnready()
 {
+    if (mUsesCache && access(mOptions.cachePath.c_str(), F_OK) != 0 && errno == ENOENT) {
+        (void)std::fprintf(stderr,
+                           "cimgated: the data cache %s is not there: reads of cached resources "
+                           "answer 503 until it is (--cache names another file)\n",
+                           mOptions.cachePath.c_str());
+        return true;
+    }
     const std::string cause = "a worker ended before it was ready";
     fail(mUsesCache ? cause + ": is the data cache " + mOptions.cachePath +
                           " there and readable? Name another file with --cache"
                     : cause);
+    return false;
 }
 
 void Front::fail(const std::string& cause)

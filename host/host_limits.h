@@ -40,6 +40,23 @@ inline constexpr std::chrono::seconds kReadyTimeout{30};
 inline constexpr std::chrono::milliseconds kFirstBackOff{100};
 inline constexpr std::chrono::milliseconds kMaxBackOff{5000};
 
+// The longest pause that requests wait out when no worker is left. After longer ones a worker is
+// not likely to get ready: its clients are told to come back.
+inline constexpr std::chrono::milliseconds kMaxWaitedBackOff{1000};
+
+// ---- Requests that end workers ----
+
+// A target at which this many workers have ended in a row is answered without one for a while: each
+// worker costs a fork, a request to the deadline costs a worker for that long, and clients that
+// poll ask for ever. One answer clears its name.
+inline constexpr unsigned int kMaxWorkerEnds = 3;
+inline constexpr std::chrono::seconds kQuarantineTime{60};
+inline constexpr const char* kQuarantineRetryAfterS = "60";
+
+// Targets that are watched; the one that was noted first is forgotten for another one. More than a
+// mapping with a fault has.
+inline constexpr size_t kMaxWatchedTargets = 64;
+
 // ---- Frames between the front and a worker ----
 
 // The largest payload. An answer in the making exists several times over, as JSON values and as
@@ -59,6 +76,9 @@ inline constexpr std::chrono::seconds kStopGrace{5};
 // How long workers may take to end by themselves when their sockets have closed, before they are
 // killed.
 inline constexpr std::chrono::seconds kWorkerEndGrace{2};
+
+// How long the spawner may take for that. One that is stopped, or stuck, is killed then.
+inline constexpr std::chrono::seconds kSpawnerEndGrace{4};
 
 } // namespace host
 

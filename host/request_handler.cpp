@@ -64,7 +64,8 @@ httpd::Response readFromCache(ResourceMapper& mapper, const odata::Scope& scope)
     return answer(mapper, scope, rc, body);
 }
 
-httpd::Response read(ResourceMapper& mapper, const odata::Scope& scope)
+std::optional<httpd::Response> read(ResourceMapper& mapper, const odata::Scope& scope,
+                                    bool mayReadLive)
 {
     Json::Value body;
     _ResourceMapperError rc = mapper.ParseUri(RM_METHOD_GET);
@@ -75,6 +76,9 @@ httpd::Response read(ResourceMapper& mapper, const odata::Scope& scope)
     case Source::DataCache:
         return readFromCache(mapper, scope);
     case Source::Cim:
+        if (!mayReadLive) {
+            return std::nullopt;
+        }
         // Reads that need a CIM object manager are not part of this service yet.
         return errorResponse(501, "GeneralError");
     case Source::MappingFile:
@@ -86,14 +90,14 @@ httpd::Response read(ResourceMapper& mapper, const odata::Scope& scope)
 
 } // namespace
 
-httpd::Response handleRead(const std::string& target)
+std::optional<httpd::Response> handleRead(const WorkerRequest& request)
 {
-    odata::Scope scope = odata::Scope::ForRequest(target);
+    odata::Scope scope = odata::Scope::ForRequest(request.target);
     const odata::URI uri = scope.NewURI();
     ResourceMapper mapper(nullptr, scope, uri, false);
-    httpd::Response response = read(mapper, scope);
-    for (size_t i = 0; i < scope.GetHeaderCount(); ++i) {
-        response.headers.push_back({scope.GetHeaderName(i), scope.GetHeaderValue(i)});
+    std::optional<httpd::Response> response = read(mapper, scope, request.mayReadLive);
+    for (size_t i = 0; response && i < scope.GetHeaderCount(); ++i) {
+        response->headers.push_back({scope.GetHeaderName(i), scope.GetHeaderValue(i)});
     }
     return response;
 }

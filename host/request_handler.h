@@ -2,14 +2,15 @@
 #ifndef HOST_REQUEST_HANDLER_H_
 #define HOST_REQUEST_HANDLER_H_
 
-#include <httpd/server.h>
+#include "frame.h"
 
-#include <string>
+#include <optional>
 
 namespace host {
 
-// Answers a read of a URI (path and query as they came), which must have at least one segment.
-httpd::Response handleRead(const std::string& target);
+// Answers a read of a URI, which must have at least one segment. Nothing when the resource is read
+// live and the request may not do that.
+std::optional<httpd::Response> handleRead(const WorkerRequest& request);
 
 } // namespace host
 

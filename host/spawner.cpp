@@ -252,8 +252,20 @@ bool startSpawner(Spawner& spawner, std::string& problem)
 
 void awaitSpawner(Spawner& spawner)
 {
+    using std::chrono::steady_clock;
     spawner.control.reset();
-    while (spawner.pid > 0 && waitpid(spawner.pid, nullptr, 0) < 0 && errno == EINTR) {
+    if (spawner.pid <= 0) {
+        return;
+    }
+    const auto until = steady_clock::now() + kSpawnerEndGrace;
+    while (waitpid(spawner.pid, nullptr, WNOHANG) == 0) {
+        if (steady_clock::now() >= until) {
+            (void)::kill(spawner.pid, SIGKILL); // its workers are killed with it
+            (void)waitpid(spawner.pid, nullptr, 0);
+            return;
+        }
+        constexpr int kPollMs = 5;
+        (void)poll(nullptr, 0, kPollMs);
     }
 }
 

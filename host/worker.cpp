@@ -9,6 +9,7 @@
 #include <sys/prctl.h>
 #include <sys/resource.h>
 #include <sys/socket.h>
+#include <sys/stat.h>
 
 #include <cerrno>
 #include <csignal>
@@ -79,19 +80,55 @@ bool readRequest(int socket, WorkerRequest& request)
     return readBytes(socket, payload.data(), payload.size()) && decodeRequest(payload, request);
 }
 
+// Which file the data cache's path names. A writer that must not be seen half-way puts a new file
+// in the old one's place; whoever has the old one open would read it for ever.
+class CacheFile
+{
+public:
+    // To be called before the cache is opened: a replacement in between costs a worker, not an
+    // answer.
+    void note() { mIsNoted = stat(SQLInterface::DataCachePath.c_str(), &mNoted) == 0; }
+
+    // Whether there is another file now. While there is none the old one goes on serving.
+    bool isReplaced() const
+    {
+        struct stat now
+        {};
+        return mIsNoted && stat(SQLInterface::DataCachePath.c_str(), &now) == 0 &&
+               (now.st_dev != mNoted.st_dev || now.st_ino != mNoted.st_ino);
+    }
+
+private:
+    struct stat mNoted
+    {};
+    bool mIsNoted = false;
+};
+
+std::string answerFrame(const WorkerRequest& request)
+{
+    const std::optional<httpd::Response> response = handleRead(request);
+    return response ? encodeResponse(*response) : encodeDeclined(Declined::NeedsCim);
+}
+
 } // namespace
 
 void runWorker(FileDescriptor socket)
 {
     (void)prctl(PR_SET_NAME, "cimgated-worker");
     limitResources();
+    CacheFile cache;
     if (hasCachedClass(ResourceMapper::RmfObj)) {
+        cache.note();
         (void)LoadDatabase(); // ends the process where the cache cannot be opened
     }
     bool isConnected = writeBytes(socket.get(), encodeReady());
     WorkerRequest request;
     while (isConnected && readRequest(socket.get(), request)) {
-        isConnected = writeBytes(socket.get(), encodeResponse(handleRead(request.target)));
+        if (cache.isReplaced()) {
+            (void)writeBytes(socket.get(), encodeDeclined(Declined::CacheReplaced));
+            break;
+        }
+        isConnected = writeBytes(socket.get(), answerFrame(request));
     }
     std::exit(EXIT_SUCCESS); // NOLINT(concurrency-mt-unsafe): the process has one thread
 }

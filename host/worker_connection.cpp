@@ -27,12 +27,12 @@ void Worker::start()
     readFrame();
 }
 
-void Worker::assign(const WorkerRequest& request, Completion done, steady_clock::time_point until)
+void Worker::assign(Task task)
 {
-    mDone = std::move(done);
+    mTask = std::move(task);
     mWasUsed = true;
-    armDeadline(until);
-    writeRequest(request);
+    armDeadline(mTask->until);
+    writeRequest(mTask->request);
 }
 
 void Worker::close()
@@ -40,12 +40,12 @@ void Worker::close()
     if (mPool == nullptr) {
         return;
     }
-    if (mDone) {
+    if (mTask) {
         end(); // it would go on with what nobody waits for
     }
     error_code ignored;
     mPool = nullptr;
-    mDone = nullptr;
+    mTask.reset();
     disarmDeadline();
     mSocket.close(ignored);
 }
@@ -122,7 +122,12 @@ void Worker::frameRead()
 void Worker::answerRead()
 {
     httpd::Response response;
-    if (!mDone || mIsEnding || !decodeResponse(mPayload, response)) {
+    Declined reason{};
+    if (mTask && !mIsEnding && decodeDeclined(mPayload, reason)) {
+        declined(reason);
+        return;
+    }
+    if (!mTask || mIsEnding || !decodeResponse(mPayload, response)) {
         gone();
         return;
     }
@@ -136,6 +141,23 @@ void Worker::answerRead()
     }
 }
 
+void Worker::declined(Declined reason)
+{
+    Task task = std::move(*mTask);
+    mTask.reset();
+    disarmDeadline();
+    mPool->workerDeclined(std::move(task), reason);
+    if (reason == Declined::CacheReplaced) {
+        log(Severity::Info,
+            "worker " + std::to_string(mPid) + " makes way for one that opens the new data cache");
+        mIsEnding = true; // by itself
+        gone();
+        return;
+    }
+    readFrame();
+    mPool->workerFree(*this);
+}
+
 void Worker::deadlinePassed()
 {
     if (mPool == nullptr || mIsEnding) {
@@ -143,7 +165,7 @@ void Worker::deadlinePassed()
     }
     log(Severity::Error,
         "worker " + std::to_string(mPid) +
-            (mDone ? " passed the deadline of its request" : " does not get ready"));
+            (mTask ? " passed the deadline of its request" : " does not get ready"));
     end();
     complete(Outcome::TooLate, {});
 }
@@ -174,8 +196,9 @@ void Worker::gone()
 
 void Worker::complete(Outcome outcome, httpd::Response response)
 {
-    if (mDone) {
-        const Completion done = std::exchange(mDone, nullptr);
+    if (mTask) {
+        const Completion done = std::move(mTask->done);
+        mTask.reset();
         done(outcome, std::move(response));
     }
 }

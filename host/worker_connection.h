@@ -6,6 +6,8 @@
 
 #include <boost/asio/local/stream_protocol.hpp>
 
+#include <optional>
+
 namespace host {
 
 class Worker : public std::enable_shared_from_this<Worker>
@@ -14,17 +16,18 @@ public:
     // message is the spawner's that announced it.
     Worker(WorkerPool& pool, boost::asio::io_context& context, ControlMessage& message);
 
-    bool isFree() const { return mIsReady && !mIsEnding && !mDone; }
+    bool isFree() const { return mIsReady && !mIsEnding && !mTask; }
+    // Whether it may be at the CIM object manager.
+    bool mayBeReadingLive() const { return mTask && mTask->request.mayReadLive; }
     // Whether it has ever been given a request.
     bool wasUsed() const { return mWasUsed; }
 
     // Reads frames from now on: "ready" first, then one answer for each request.
     void start();
 
-    // Hands it a request; only while it is free. When the answer has not come until then, the
+    // Hands it a request; only while it is free. When the answer has not come by its deadline, the
     // worker is ended.
-    void assign(const WorkerRequest& request, Completion done,
-                std::chrono::steady_clock::time_point until);
+    void assign(Task task);
 
     // Forgets the worker and its request; a worker that has one is ended.
     void close();
@@ -34,6 +37,7 @@ private:
     void readPayload(uint32_t bytes);
     void frameRead();
     void answerRead();
+    void declined(Declined reason);
     void writeRequest(const WorkerRequest& request);
     void armDeadline(std::chrono::steady_clock::time_point until);
     void disarmDeadline();
@@ -49,7 +53,7 @@ private:
     pid_t mPid;
     char mHeader[kFrameHeaderBytes] = {};
     std::string mPayload;
-    Completion mDone; // empty while it has no request
+    std::optional<Task> mTask;
     bool mIsReady = false;
     bool mIsEnding = false; // the spawner has been asked to end it
     bool mWasUsed = false;

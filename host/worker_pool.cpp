@@ -42,16 +42,47 @@ void WorkerPool::start()
 void WorkerPool::submit(WorkerRequest request, Completion done)
 {
     const auto until = std::chrono::steady_clock::now() + mRequestTimeout;
-    const auto free = std::find_if(mWorkers.begin(), mWorkers.end(),
-                                   [](const auto& worker) { return worker->isFree(); });
-    if (free != mWorkers.end()) {
-        (*free)->assign(request, std::move(done), until);
-    } else if (mQueue.size() >= kMaxWaiting) {
+    if (mQueue.size() >= kMaxWaiting || isWithoutHope()) {
         done(Outcome::Overloaded, {});
-    } else {
-        mQueue.push_back({std::move(request), std::move(done), until});
-        armQueueTimer();
+        return;
     }
+    mQueue.push_back({std::move(request), std::move(done), until});
+    dispatch();
+    armQueueTimer();
+}
+
+// Gives what waits to the workers that are free.
+void WorkerPool::dispatch()
+{
+    for (size_t i = 0; i < mWorkers.size() && !mQueue.empty(); ++i) {
+        Worker& worker = *mWorkers[i];
+        if (!worker.isFree()) {
+            continue;
+        }
+        const bool mayReadLive = mayReadLiveNow();
+        const auto next = nextTask(mayReadLive);
+        if (next == mQueue.end()) {
+            return;
+        }
+        Task task = std::move(*next);
+        mQueue.erase(next);
+        task.request.mayReadLive = mayReadLive;
+        worker.assign(std::move(task));
+    }
+}
+
+std::deque<Task>::iterator WorkerPool::nextTask(bool mayReadLive)
+{
+    return std::find_if(mQueue.begin(), mQueue.end(),
+                        [mayReadLive](const Task& task) { return mayReadLive || !task.needsCim; });
+}
+
+// Which requests are live shows only when a worker has read them: each that may be is counted.
+bool WorkerPool::mayReadLiveNow() const
+{
+    const auto live = std::count_if(mWorkers.begin(), mWorkers.end(),
+                                    [](const auto& worker) { return worker->mayBeReadingLive(); });
+    return mWanted == 1 || static_cast<size_t>(live) + 1 < mWanted;
 }
 
 void WorkerPool::stop()
@@ -136,6 +167,9 @@ void WorkerPool::send(const ControlMessage& message)
 void WorkerPool::replaceAfterPause()
 {
     mBackOff = std::clamp(mBackOff * 2, kFirstBackOff, kMaxBackOff);
+    if (isWithoutHope()) {
+        refuseAll();
+    }
     mRespawnTimer.expires_after(mBackOff);
     mRespawnTimer.async_wait([this](error_code error) {
         if (error || mIsStopped) {
@@ -147,11 +181,30 @@ void WorkerPool::replaceAfterPause()
     });
 }
 
+bool WorkerPool::isWithoutHope() const
+{
+    return mWorkers.empty() && mRequested == 0 && mBackOff > kMaxWaitedBackOff;
+}
+
+void WorkerPool::refuseAll()
+{
+    std::deque<Task> refused;
+    refused.swap(mQueue);
+    for (const Task& task : refused) {
+        task.done(Outcome::Overloaded, {});
+    }
+}
+
+void WorkerPool::becomeReady()
+{
+    mIsStarting = false;
+    mEvents.ready();
+}
+
 void WorkerPool::workerReady(Worker& worker)
 {
     if (mIsStarting && ++mReady == mWanted) {
-        mIsStarting = false;
-        mEvents.ready();
+        becomeReady();
     }
     workerFree(worker);
 }
@@ -162,11 +215,15 @@ void WorkerPool::workerFree(Worker& worker)
         mBackOff = {};
     }
     dropExpired();
-    if (!mQueue.empty() && worker.isFree()) {
-        Waiting next = std::move(mQueue.front());
-        mQueue.pop_front();
-        worker.assign(next.request, std::move(next.done), next.until);
-    }
+    dispatch();
+}
+
+// It keeps its turn: it has waited longest.
+void WorkerPool::workerDeclined(Task task, Declined reason)
+{
+    task.needsCim = task.needsCim || reason == Declined::NeedsCim;
+    mQueue.push_front(std::move(task));
+    armQueueTimer();
 }
 
 void WorkerPool::workerGone(const Worker& worker)
@@ -175,7 +232,10 @@ void WorkerPool::workerGone(const Worker& worker)
     if (worker.wasUsed()) {
         requestWorker(); // a request has ended it, most likely: the next one finds a fresh worker
     } else if (mIsStarting) {
-        mEvents.notReady();
+        if (mEvents.notReady()) {
+            becomeReady();
+            replaceAfterPause();
+        }
     } else {
         log(Severity::Error, "a worker ended before it had a request");
         replaceAfterPause();
@@ -194,7 +254,7 @@ void WorkerPool::dropExpired()
 {
     const auto now = std::chrono::steady_clock::now();
     while (!mQueue.empty() && mQueue.front().until <= now) {
-        const Waiting late = std::move(mQueue.front());
+        const Task late = std::move(mQueue.front());
         mQueue.pop_front();
         late.done(Outcome::Overloaded, {});
     }

@@ -32,6 +32,15 @@ enum class Outcome {
 // Called once for each request; the response belongs to Outcome::Answered.
 using Completion = std::function<void(Outcome, httpd::Response)>;
 
+// A request on its way to an answer.
+struct Task
+{
+    WorkerRequest request;
+    Completion done;
+    std::chrono::steady_clock::time_point until; // its deadline
+    bool needsCim = false;                       // a worker has declined it for that
+};
+
 class Worker;
 
 class WorkerPool
@@ -40,7 +49,8 @@ public:
     struct Events
     {
         std::function<void()> ready;                    // all first workers are ready
-        std::function<void()> notReady;                 // a first worker ended before it was
+        std::function<bool()> notReady;                 // a first worker ended before it was:
+                                                        // true to go on and try again
         std::function<void(const std::string&)> failed; // the service cannot go on
     };
 
@@ -54,7 +64,9 @@ public:
     // Asks the spawner for the first workers.
     void start();
 
-    // Takes a request, which has until the request timeout from now, waiting included.
+    // Takes a request, which has until the request timeout from now, waiting included. One worker
+    // is kept for what the data cache answers: as many requests as there are other workers may be
+    // at the CIM object manager, more wait.
     void submit(WorkerRequest request, Completion done);
 
     // Ends the work with the workers, and those that are at a request; requests still out are
@@ -64,18 +76,17 @@ public:
 private:
     friend class Worker;
 
-    struct Waiting
-    {
-        WorkerRequest request;
-        Completion done;
-        std::chrono::steady_clock::time_point until;
-    };
-
     void awaitControl();
     void controlReadable();
     void handleControl(ControlMessage& message);
     void noWorker(const std::string& cause);
     void requestWorker();
+    void dispatch();
+    std::deque<Task>::iterator nextTask(bool mayReadLive);
+    bool mayReadLiveNow() const;
+    bool isWithoutHope() const;
+    void refuseAll();
+    void becomeReady();
     void dropExpired();
     void armQueueTimer();
     void send(const ControlMessage& message);
@@ -84,6 +95,7 @@ private:
     // From a worker
     void workerReady(Worker& worker);
     void workerFree(Worker& worker);
+    void workerDeclined(Task task, Declined reason);
     void workerGone(const Worker& worker);
     void endWorker(uint32_t id);
 
@@ -96,7 +108,7 @@ private:
     Events mEvents;
     std::vector<std::shared_ptr<Worker>> mWorkers;
     size_t mRequested = 0; // workers that the spawner has been asked for and has not announced
-    std::deque<Waiting> mQueue;
+    std::deque<Task> mQueue;
     std::chrono::milliseconds mBackOff{0};
     unsigned int mReady = 0; // counts up to mWanted while the service starts
     bool mIsStarting = true;

@@ -87,12 +87,19 @@ class Recovery(unittest.TestCase):
         service = self.service()
         moved = service.directory / "moved"
         service.cache_path.rename(moved)
-        service.launch()
-        self.assertEqual(service.process.wait(timeout=PATIENCE_S), 1)
-        service.process.stdout.close()
-        moved.rename(service.cache_path)
         with service:
-            self.check_good(service)
+            for _ in range(3):
+                self.check_later(service)
+            # What needs no cache is answered all the while.
+            self.assertEqual(service.get(f"{BASE}/VexoThing/T.1?$unknown=1").status, 501)
+            log = service.log()
+            self.assertIn(f"cimgated: the data cache {service.cache_path} is not there", log)
+            self.assertIn("--cache", log)
+            moved.rename(service.cache_path)
+            wait_until(lambda: service.get(THING).status == 200, "an answer from the cache")
+            wait_until(lambda: len(service.workers()) == 2, "the second worker")
+            for _ in range(4):
+                self.check_good(service)
 
     def test_replaced_cache_is_read(self):
         with self.service() as service:

@@ -91,10 +91,6 @@ class CannotStart(unittest.TestCase):
                 service = Service(text, cache())
                 self.check_fails(service, "the mapping file", str(service.mapping_path), "not a JSON object", "--rmf")
 
-    def test_missing_cache(self):
-        service = Service(mapping())
-        self.check_fails(service, "data cache", str(service.cache_path), "--cache")
-
     def test_cache_that_is_a_directory(self):
         service = Service(mapping())
         service.cache_path.mkdir()
@@ -114,6 +110,7 @@ class CannotStart(unittest.TestCase):
 
     def test_nothing_is_left_of_it(self):
         service = Service(mapping())
+        service.cache_path.mkdir()
         service.launch()
         pids = set()
 

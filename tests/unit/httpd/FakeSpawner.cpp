@@ -44,7 +44,12 @@ bool FakeWorker::receive(size_t bytes)
     });
 }
 
-std::string FakeWorker::readTarget()
+void FakeWorker::decline(host::Declined reason)
+{
+    send(host::encodeDeclined(reason));
+}
+
+host::WorkerRequest FakeWorker::readRequest()
 {
     uint32_t bytes = 0;
     EXPECT_TRUE(receive(host::kFrameHeaderBytes));
@@ -59,7 +64,7 @@ std::string FakeWorker::readTarget()
     EXPECT_TRUE(host::decodeRequest(
         std::string_view(mReceived).substr(host::kFrameHeaderBytes, bytes), request));
     mReceived.erase(0, frameBytes);
-    return request.target;
+    return request;
 }
 
 bool FakeWorker::discard(size_t bytes)

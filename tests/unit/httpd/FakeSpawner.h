@@ -4,6 +4,7 @@
 #define FAKE_SPAWNER_H_
 
 #include "control.h"
+#include "frame.h"
 
 #include <boost/asio/io_context.hpp>
 #include <httpd/server.h>
@@ -24,9 +25,11 @@ public:
     void send(std::string_view bytes);
     void sendReady();
     void answer(const httpd::Response& response);
+    void decline(host::Declined reason);
 
-    // The target of the next request.
-    std::string readTarget();
+    // The next request, and its target.
+    host::WorkerRequest readRequest();
+    std::string readTarget() { return readRequest().target; }
 
     // Reads this many bytes of whatever comes; false when they do not come.
     bool discard(size_t bytes);

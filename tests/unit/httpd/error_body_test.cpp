@@ -56,7 +56,7 @@ TEST_F(ErrorBody, MethodNotAllowedNamesTheMethodsThatAre)
 
 TEST_F(ErrorBody, BusyServiceSaysWhenToComeBack)
 {
-    const httpd::Response response = host::temporarilyUnavailable();
+    const httpd::Response response = host::temporarilyUnavailable("5");
     EXPECT_EQ(response.status, 503U);
     EXPECT_EQ(httpd::findHeader(response.headers, "Retry-After"), "5");
     EXPECT_THAT(messageIds(response), ElementsAre("Base.1.18.ServiceTemporarilyUnavailable"));

@@ -86,6 +86,30 @@ TEST(Frame, ReadyIsItselfOnly)
     EXPECT_FALSE(host::isReady(payloadOf(host::encodeRequest({"ready"}))));
 }
 
+TEST(Frame, WhetherARequestMayReadLiveMakesTheRoundTrip)
+{
+    for (const bool mayReadLive : {false, true}) {
+        host::WorkerRequest request{"", !mayReadLive};
+        ASSERT_TRUE(
+            host::decodeRequest(payloadOf(host::encodeRequest({"/a", mayReadLive})), request));
+        EXPECT_EQ(request.mayReadLive, mayReadLive);
+    }
+}
+
+TEST(Frame, DeclinedMakesTheRoundTripAndIsNoResponse)
+{
+    for (const auto reason : {host::Declined::NeedsCim, host::Declined::CacheReplaced}) {
+        const std::string frame = host::encodeDeclined(reason);
+        host::Declined decoded{};
+        EXPECT_TRUE(host::decodeDeclined(payloadOf(frame), decoded));
+        EXPECT_EQ(decoded, reason);
+        EXPECT_FALSE(decodes(std::string(payloadOf(frame))));
+    }
+    host::Declined decoded{};
+    EXPECT_FALSE(host::decodeDeclined(payloadOf(host::encodeResponse(sampleResponse())), decoded));
+    EXPECT_FALSE(host::decodeDeclined("", decoded));
+}
+
 TEST(Frame, LengthIsLimited)
 {
     uint32_t bytes = 0;

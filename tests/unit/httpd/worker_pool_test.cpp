@@ -39,7 +39,11 @@ protected:
     {
         mPool = std::make_unique<host::WorkerPool>(
             mContext, mSpawner.poolEnd(), workers, requestTimeout,
-            host::WorkerPool::Events{[this] { ++mReady; }, [this] { ++mNotReady; },
+            host::WorkerPool::Events{[this] { ++mReady; },
+                                     [this] {
+                                         ++mNotReady;
+                                         return mGoesOn;
+                                     },
                                      [this](const std::string& cause) {
                                          mFailures.push_back(cause);
                                      }});
@@ -100,6 +104,7 @@ protected:
     std::unique_ptr<host::WorkerPool> mPool;
     int mReady = 0;
     int mNotReady = 0;
+    bool mGoesOn = false;
     std::vector<std::string> mFailures;
 };
 
@@ -534,5 +539,110 @@ INSTANTIATE_TEST_SUITE_P(
                     lengthOnly(UINT32_MAX), lengthOnly(4) + "junk", host::encodeRequest({"/a"}),
                     host::encodeResponse({0, {}, ""}),
                     host::encodeResponse({200, {{"Link", "a\r\nSet-Cookie: b"}}, ""})));
+
+// ---- Live reads, and the worker that is kept from them
+
+TEST_F(WorkerPoolTest, OneWorkerIsKeptFromLiveReads)
+{
+    start(2);
+    FakeWorker first = readyWorker();
+    FakeWorker second = readyWorker();
+    ASSERT_TRUE(runUntil(mContext, [&] { return mReady == 1; }));
+    const auto one = submit("/1");
+    const auto two = submit("/2");
+    EXPECT_TRUE(first.readRequest().mayReadLive);
+    EXPECT_FALSE(second.readRequest().mayReadLive);
+}
+
+TEST_F(WorkerPoolTest, OnlyWorkerMayReadLive)
+{
+    FakeWorker worker = startWithOne();
+    const auto result = submit("/a");
+    EXPECT_TRUE(worker.readRequest().mayReadLive);
+}
+
+TEST_F(WorkerPoolTest, LiveReadThatWasDeclinedWaitsForAWorkerThatMayDoIt)
+{
+    start(2);
+    FakeWorker first = readyWorker();
+    FakeWorker second = readyWorker();
+    ASSERT_TRUE(runUntil(mContext, [&] { return mReady == 1; }));
+    const auto slow = submit("/slow");
+    const auto live = submit("/live");
+    EXPECT_EQ(first.readTarget(), "/slow");
+    EXPECT_EQ(second.readTarget(), "/live");
+    second.decline(host::Declined::NeedsCim);
+    settle();
+    // What the cache answers overtakes it.
+    const auto cached = submit("/cached");
+    EXPECT_EQ(second.readTarget(), "/cached");
+    second.answer({200, {}, "cached"});
+    ASSERT_TRUE(ends(cached));
+    EXPECT_FALSE(live->outcome.has_value());
+    first.answer({200, {}, "slow"});
+    const host::WorkerRequest again = first.readRequest();
+    EXPECT_EQ(again.target, "/live");
+    EXPECT_TRUE(again.mayReadLive);
+    first.answer({200, {}, "live"});
+    ASSERT_TRUE(ends(live));
+    EXPECT_EQ(live->outcome, Outcome::Answered);
+    EXPECT_EQ(live->body, "live");
+    EXPECT_EQ(live->calls, 1);
+}
+
+TEST_F(WorkerPoolTest, LiveReadThatWaitsTooLongIsRefused)
+{
+    start(2, seconds(1));
+    FakeWorker first = readyWorker();
+    FakeWorker second = readyWorker();
+    ASSERT_TRUE(runUntil(mContext, [&] { return mReady == 1; }));
+    const auto slow = submit("/slow");
+    const auto live = submit("/live");
+    EXPECT_EQ(second.readTarget(), "/live");
+    second.decline(host::Declined::NeedsCim);
+    ASSERT_TRUE(ends(live));
+    EXPECT_EQ(live->outcome, Outcome::Overloaded);
+    ASSERT_TRUE(ends(slow));
+    EXPECT_EQ(slow->outcome, Outcome::TooLate);
+}
+
+// ---- A data cache that is replaced, or not there
+
+TEST_F(WorkerPoolTest, RequestOfAWorkerWhoseCacheIsReplacedGoesToTheNext)
+{
+    FakeWorker first = startWithOne();
+    const auto result = submit("/a");
+    EXPECT_EQ(first.readTarget(), "/a");
+    first.decline(host::Declined::CacheReplaced);
+    EXPECT_TRUE(first.isClosedByPool());
+    FakeWorker second = readyWorker(); // asked for without a "Kill" before
+    EXPECT_EQ(second.readTarget(), "/a");
+    second.answer({200, {}, "new"});
+    ASSERT_TRUE(ends(result));
+    EXPECT_EQ(result->outcome, Outcome::Answered);
+    EXPECT_EQ(result->body, "new");
+}
+
+TEST_F(WorkerPoolTest, WhereNoWorkerGetsReadyRequestsAreRefusedSoon)
+{
+    mGoesOn = true;
+    start(1);
+    const auto early = submit("/early");
+    for (int ends = 0; !early->outcome.has_value(); ++ends) {
+        ASSERT_LT(ends, 10);
+        ASSERT_TRUE(mSpawner.nextIs(ControlKind::Spawn));
+        FakeWorker worker = mSpawner.announceWorker();
+        worker.close();
+        expectKilled(worker.id());
+    }
+    EXPECT_EQ(early->outcome, Outcome::Overloaded);
+    EXPECT_EQ(submit("/late")->outcome, Outcome::Overloaded);
+    EXPECT_EQ(mNotReady, 1);
+    EXPECT_EQ(mReady, 1);
+    EXPECT_THAT(mFailures, IsEmpty());
+    FakeWorker worker = readyWorker();
+    const auto served = submit("/served");
+    EXPECT_EQ(worker.readTarget(), "/served");
+}
 
 } // namespace
