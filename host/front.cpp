@@ -190,7 +190,7 @@ void Front::handle(httpd::Request request, const httpd::Reply& reply)
         reply(std::move(response));
         return;
     }
-    const std::string& target = request.target;
+    const std::string target = std::move(request.target);
     mPool.submit({target}, [this, target, reply](Outcome outcome, httpd::Response answered) {
         noteOutcome(target, outcome);
         httpd::Response final = responseOf(outcome, std::move(answered));
