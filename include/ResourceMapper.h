@@ -264,6 +264,7 @@ public:
 
 private:
     // Mapping file
+    CIMGATE_LOCAL const Json::Value& classProperties();
     CIMGATE_LOCAL _ResourceMapperError loadMappingFile();
     CIMGATE_LOCAL void loadEntry();
     CIMGATE_LOCAL static void registerActions(const Json::Value& entry);
@@ -310,7 +311,11 @@ private:
                                                    bool forActions);
     CIMGATE_LOCAL _ResourceMapperError narrowNames(const Json::Value& selectList, bool forActions,
                                                    Json::Value& names);
-    CIMGATE_LOCAL void removeUnmappedKey(Json::Value& object) const;
+    CIMGATE_LOCAL void shapeWhole(Json::Value& data, const std::string& unique);
+    CIMGATE_LOCAL _ResourceMapperError copySelected(const Json::Value& data,
+                                                    const Json::Value& selectList, bool forActions,
+                                                    Json::Value& output);
+    CIMGATE_LOCAL void removeUnmappedKey(Json::Value& object, const std::string& unique) const;
 
     // Annotations
     CIMGATE_LOCAL _ResourceMapperError annotate(Json::Value& obj, const Json::Value& selectList,

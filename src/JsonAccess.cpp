@@ -2,6 +2,7 @@
 
 #include "Log.h"
 
+#include <algorithm>
 #include <exception>
 #include <istream>
 
@@ -11,6 +12,89 @@ void logUnexpectedType(const char* wanted, const Json::Value& value)
 {
     LOG_AT(LOG_ERROR, "Unexpected JSON type %d where %s is needed", static_cast<int>(value.type()),
            wanted);
+}
+
+// Whether text stands in JSON as it is, between quotation marks.
+bool isPlain(std::string_view text)
+{
+    return std::all_of(text.begin(), text.end(),
+                       [](char c) { return c >= ' ' && c <= '~' && c != '"' && c != '\\'; });
+}
+
+void appendByJsoncpp(const Json::Value& value, std::string& out)
+{
+    out += Json::FastWriter().write(value);
+    out.pop_back(); // its newline
+}
+
+void appendText(std::string_view text, std::string& out)
+{
+    if (isPlain(text)) {
+        out += '"';
+        out += text;
+        out += '"';
+    } else {
+        appendByJsoncpp(Json::Value(text.data(), text.data() + text.size()), out);
+    }
+}
+
+void append(const Json::Value& value, std::string& out);
+
+void appendArray(const Json::Value& array, std::string& out)
+{
+    char separator = '[';
+    for (Json::ArrayIndex i = 0; i < array.size(); ++i) { // an iterator skips what was never set
+        out += separator;
+        append(array[i], out);
+        separator = ',';
+    }
+    out += array.empty() ? "[]" : "]";
+}
+
+void appendObject(const Json::Value& object, std::string& out)
+{
+    char separator = '{';
+    for (auto member = object.begin(); member != object.end(); ++member) {
+        out += separator;
+        appendText(nameOf(member), out);
+        out += ':';
+        append(*member, out);
+        separator = ',';
+    }
+    out += object.empty() ? "{}" : "}";
+}
+
+// What Json::FastWriter writes, without the list of names and the look-ups that it makes for each
+// object, nor its strings for each text.
+void append(const Json::Value& value, std::string& out)
+{
+    const char* begin = nullptr;
+    const char* end = nullptr;
+    switch (value.type()) {
+    case Json::objectValue:
+        appendObject(value, out);
+        break;
+    case Json::arrayValue:
+        appendArray(value, out);
+        break;
+    case Json::intValue:
+        out += std::to_string(value.asLargestInt());
+        break;
+    case Json::uintValue:
+        out += std::to_string(value.asLargestUInt());
+        break;
+    case Json::booleanValue:
+        out += value.asBool() ? "true" : "false";
+        break;
+    case Json::stringValue:
+        if (value.getString(&begin, &end)) {
+            appendText({begin, static_cast<size_t>(end - begin)}, out);
+            break;
+        }
+        [[fallthrough]];
+    default:
+        appendByJsoncpp(value, out);
+    }
 }
 
 } // namespace
@@ -33,15 +117,27 @@ const Json::Value& arrayOf(const Json::Value& value)
     return Json::Value::nullSingleton();
 }
 
+const Json::Value* findMember(const Json::Value& value, std::string_view key)
+{
+    return objectOf(value).find(key.data(), key.data() + key.size());
+}
+
 const Json::Value& memberOf(const Json::Value& value, std::string_view key)
 {
-    const Json::Value* member = objectOf(value).find(key.data(), key.data() + key.size());
+    const Json::Value* member = findMember(value, key);
     return member == nullptr ? Json::Value::nullSingleton() : *member;
 }
 
 bool hasMember(const Json::Value& value, std::string_view key)
 {
-    return objectOf(value).find(key.data(), key.data() + key.size()) != nullptr;
+    return findMember(value, key) != nullptr;
+}
+
+std::string_view nameOf(const Json::ValueIteratorBase& member)
+{
+    const char* end = nullptr;
+    const char* begin = member.memberName(&end);
+    return {begin, static_cast<size_t>(end - begin)};
 }
 
 std::string textOf(const Json::Value& value)
@@ -87,5 +183,8 @@ bool readJson(std::istream& in, Json::Value& out)
 
 std::string writeJson(const Json::Value& value)
 {
-    return Json::FastWriter().write(value);
+    std::string out;
+    append(value, out);
+    out += '\n';
+    return out;
 }

@@ -13,8 +13,14 @@
 // Member key of an object; null when it is absent or value is no object.
 const Json::Value& memberOf(const Json::Value& value, std::string_view key);
 
+// The same by pointer, which tells an absent member (nullptr) from one that is null.
+const Json::Value* findMember(const Json::Value& value, std::string_view key);
+
 // Whether value is an object with this member.
 bool hasMember(const Json::Value& value, std::string_view key);
+
+// The name of the member that an iterator over an object is at; as long as the object keeps it.
+std::string_view nameOf(const Json::ValueIteratorBase& member);
 
 // The text of a string, number or boolean; "" for null.
 std::string textOf(const Json::Value& value);

@@ -116,11 +116,12 @@ _ResourceMapperError ResourceMapper::annotateMembers(Json::Value& out)
     if (!hasMember(out, kMembers)) {
         return RM_OK;
     }
+    const std::string unique = textOf(mResourceObj, mapping::kUniqueSelector);
     for (Json::Value& member : out[kMembers]) {
         if (const auto rc = annotate(member, Json::Value::nullSingleton(), false); rc != RM_OK) {
             return rc;
         }
-        removeUnmappedKey(member);
+        removeUnmappedKey(member, unique);
     }
     return RM_OK;
 }

@@ -6,6 +6,34 @@
 #include "SQLInterface/RowToJson.h"
 #include "SQLInterface/Statement.h"
 
+#include <algorithm>
+#include <array>
+#include <optional>
+#include <utility>
+
+namespace {
+
+// What a collection's answer shows of its own.
+constexpr std::array<std::string_view, 3> kCollectionMembers = {"Members", "Members@odata.count",
+                                                                "Members@odata.nextLink"};
+
+bool isCollectionMember(std::string_view name)
+{
+    return std::find(kCollectionMembers.begin(), kCollectionMembers.end(), name) !=
+           kCollectionMembers.end();
+}
+
+// The name under which a property is shown; property is its entry, null when it has none.
+std::string shownName(const Json::Value* property, std::string_view name)
+{
+    const Json::Value* alias =
+        property == nullptr ? nullptr : findMember(*property, mapping::kAlias);
+    std::string text = alias == nullptr ? std::string() : textOf(*alias);
+    return text.empty() ? std::string(name) : text;
+}
+
+} // namespace
+
 bool ResourceMapper::IsCached()
 {
     LOG_SCOPE();
@@ -103,31 +131,87 @@ _ResourceMapperError ResourceMapper::shapeResult(Json::Value& data, const Json::
                                                  bool forActions)
 {
     LOG_SCOPE_AS("ApplyFilterToGetInstance");
-    Json::Value names(Json::arrayValue);
-    if (const auto rc = narrowNames(selectList, forActions, names); rc != RM_OK) {
+    const std::string unique = textOf(mResourceObj, mapping::kUniqueSelector);
+    Json::Value output(Json::objectValue);
+    if (selectList.empty() && !forActions) {
+        // Only a $select can be refused below: nobody misses what is taken from data here.
+        shapeWhole(data, unique);
+        output.swap(data);
+    } else if (const auto rc = copySelected(data, selectList, forActions, output); rc != RM_OK) {
         return rc;
     }
-    const std::string unique = textOf(mResourceObj, mapping::kUniqueSelector);
-    const Json::Value& properties = mapping::propertiesOf(mResourceObj, mCimClass);
-    const Json::Value& source = data;
-    Json::Value output(Json::objectValue);
-    for (const Json::Value& nameValue : names) {
-        const std::string name = nameValue.asString();
-        if (!hasMember(source, name)) {
-            continue;
-        }
-        const std::string alias = textOf(memberOf(properties, name), mapping::kAlias);
-        output[alias.empty() ? name : alias] = memberOf(source, name);
-    }
     // The key is needed to address the instance, whether or not it is shown.
-    if (!hasMember(output, unique) && hasMember(source, unique)) {
-        output[unique] = memberOf(source, unique);
+    if (!hasMember(output, unique) && hasMember(data, unique)) {
+        output[unique] = memberOf(data, unique);
     }
     if (const auto rc = annotate(output, selectList, true); rc != RM_OK) {
         return rc;
     }
-    removeUnmappedKey(output);
+    removeUnmappedKey(output, unique);
     data.swap(output);
+    return RM_OK;
+}
+
+// Leaves in data what is shown without a $select, under its aliases, and the key. In place, since
+// most members keep their names and building them anew costs more than reading them did. Where
+// names meet, the property that comes last in sorted order wins.
+void ResourceMapper::shapeWhole(Json::Value& data, const std::string& unique)
+{
+    LOG_AT(LOG_STEP, "The request does not have select filter");
+    mShowLinks = mShowLinks && !mIsCollection;
+    if (!objectOf(data).isObject()) {
+        data = Json::Value(Json::objectValue);
+    }
+    const Json::Value& properties =
+        mIsCollection ? mapping::propertiesOf(mResourceObj, mCimClass) : classProperties();
+    const auto nameInAnswer = [&](std::string_view name) -> std::optional<std::string> {
+        const Json::Value* property = findMember(properties, name);
+        if (mIsCollection ? !isCollectionMember(name) : property == nullptr) {
+            return std::nullopt;
+        }
+        return shownName(property, name);
+    };
+    std::vector<std::string> leaving;
+    std::vector<std::pair<std::string, Json::Value>> renamed;
+    for (auto member = data.begin(); member != data.end(); ++member) {
+        const std::string_view name = nameOf(member);
+        const std::optional<std::string> shown = nameInAnswer(name);
+        if (shown == name) {
+            continue;
+        }
+        const bool isOutdone =
+            shown && name < *shown && hasMember(data, *shown) && nameInAnswer(*shown) == shown;
+        if (shown && !isOutdone) {
+            renamed.emplace_back(*shown, *member);
+        }
+        if (name != unique) {
+            leaving.emplace_back(name);
+        }
+    }
+    for (const std::string& name : leaving) {
+        data.removeMember(name);
+    }
+    for (auto& [alias, value] : renamed) {
+        data[alias] = std::move(value);
+    }
+}
+
+// Copies to output what a $select leaves, so that data is whole where it is refused later on.
+_ResourceMapperError ResourceMapper::copySelected(const Json::Value& data,
+                                                  const Json::Value& selectList, bool forActions,
+                                                  Json::Value& output)
+{
+    Json::Value names(Json::arrayValue);
+    if (const auto rc = narrowNames(selectList, forActions, names); rc != RM_OK) {
+        return rc;
+    }
+    const Json::Value& properties = mapping::propertiesOf(mResourceObj, mCimClass);
+    for (const Json::Value& nameValue : names) {
+        const std::string name = nameValue.asString();
+        if (hasMember(data, name)) {
+            output[shownName(findMember(properties, name), name)] = memberOf(data, name);
+        }
+    }
     return RM_OK;
 }
 
@@ -138,9 +222,9 @@ _ResourceMapperError ResourceMapper::narrowNames(const Json::Value& selectList, 
     if (forActions) {
         names.append(mapping::kActions);
     } else if (mIsCollection) {
-        names.append("Members");
-        names.append("Members@odata.count");
-        names.append("Members@odata.nextLink");
+        for (const std::string_view name : kCollectionMembers) {
+            names.append(std::string(name));
+        }
         mShowLinks = false;
     } else {
         GetCimClassProperties(names);
@@ -168,9 +252,8 @@ _ResourceMapperError ResourceMapper::narrowNames(const Json::Value& selectList, 
 }
 
 // The key column is read to find and address the instance; it is shown only where it is mapped.
-void ResourceMapper::removeUnmappedKey(Json::Value& object) const
+void ResourceMapper::removeUnmappedKey(Json::Value& object, const std::string& unique) const
 {
-    const std::string unique = textOf(mResourceObj, mapping::kUniqueSelector);
     if (!hasMember(mapping::propertiesOf(mResourceObj, mCimClass), unique)) {
         object.removeMember(unique);
     }

@@ -58,9 +58,13 @@ _ResourceMapperError ResourceMapper::checkResource(const std::string& name, bool
         mErrorArgs["p1"] = name;
         return RM_RESOURCE_NOT_IN_RMF;
     }
-    // A copy: name may be this mapper's own mOemResourceName.
-    mOemResourceName = std::string(name);
-    mResourceObj = *entry;
+    // The entry is large: the one that was copied to resolve an instance's URI serves for the
+    // instance. (Of a collection the mapper holds its member's.)
+    if (mOemResourceName != name || mResourceObj.isNull() || mIsCollection) {
+        // A copy: name may be this mapper's own mOemResourceName.
+        mOemResourceName = std::string(name);
+        mResourceObj = *entry;
+    }
     if (!skipLoadEntry) {
         loadEntry();
     }

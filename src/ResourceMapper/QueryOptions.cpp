@@ -190,7 +190,8 @@ std::string ResourceMapper::GetSelectQuery(std::string cimClass, unsigned long l
     const std::string unique = textOf(mResourceObj, mapping::kUniqueSelector);
     std::string columns;
     for (auto property = properties.begin(); property != properties.end(); ++property) {
-        columns += (columns.empty() ? "" : ",") + property.name();
+        columns += columns.empty() ? "" : ",";
+        columns += nameOf(property);
     }
     if (!unique.empty()) {
         columns += (columns.empty() ? "" : ",") + unique;
@@ -198,7 +199,8 @@ std::string ResourceMapper::GetSelectQuery(std::string cimClass, unsigned long l
     if (columns.empty()) {
         return {};
     }
-    std::string query = "select " + columns + " from " + Table_Prefix + cimClass;
+    std::string query = "select ";
+    query.append(columns).append(" from ").append(Table_Prefix).append(cimClass);
     if (limit != 0 || offset != 0) {
         query += limit != 0 ? " LIMIT " + decimal(limit) : "";
         query += offset != 0 ? " OFFSET " + decimal(offset) : "";

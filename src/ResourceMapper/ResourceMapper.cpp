@@ -41,26 +41,33 @@ bool ResourceMapper::GetOdataMedata(const std::string& key, std::string& value,
 {
     const Json::Value& entry =
         fromResourceObj || !mIsCollection ? mResourceObj : memberOf(RmfObj, mOemResourceName);
-    if (!hasMember(entry, key)) {
+    const Json::Value* found = findMember(entry, key);
+    if (found == nullptr) {
         LOG_AT(LOG_ERROR, "%s metadata is missing in RMF", key.c_str());
         return false;
     }
-    value = textOf(entry, key);
+    value = textOf(*found);
     return true;
 }
 
 void ResourceMapper::GetCimClassProperties(Json::Value& out)
 {
-    LOG_AT(LOG_STEP, "Entering ResourceMapper::GetCimClassProperties()");
     out = Json::Value(Json::arrayValue);
-    if (mCimClass.empty()) {
-        GetCimClass();
-    }
-    const Json::Value& properties = mapping::propertiesOf(mResourceObj, mCimClass);
+    const Json::Value& properties = classProperties();
     for (auto property = properties.begin(); property != properties.end(); ++property) {
         out.append(property.name());
     }
-    LOG_AT(LOG_STEP, "Leaving ResourceMapper::GetCimClassProperties()");
+}
+
+const Json::Value& ResourceMapper::classProperties()
+{
+    // Spelled as those who search the logs know it.
+    LOG_AT(LOG_STEP, "Entering ResourceMapper::GetCimClassPropperties()");
+    if (mCimClass.empty()) {
+        GetCimClass();
+    }
+    LOG_AT(LOG_STEP, "Leaving ResourceMapper::GetCimClassPropperties()");
+    return mapping::propertiesOf(mResourceObj, mCimClass);
 }
 
 const char* ResourceMapper::GetOemResourceName() const

@@ -29,7 +29,6 @@ constexpr long long kUsPerSecond = 1000000;
 // What a result column is, found once per call and used for each row.
 struct Column
 {
-    std::string property;                  // CIM property, the column's name
     std::string key;                       // name in the output
     const Json::Value* mapping = nullptr;  // the property's entry in the mapping file
     const Json::Value* valueMap = nullptr; // its "value_mapping"; null when it has none
@@ -48,17 +47,18 @@ std::vector<Column> GetColumnNames(sqlite3_stmt* stmt, const Json::Value& proper
     LOG_SCOPE();
     std::vector<Column> columns;
     const int count = sqlite3_column_count(stmt);
+    columns.reserve(static_cast<size_t>(count));
     for (int i = 0; i < count; ++i) {
-        const char* name = sqlite3_column_name(stmt, i);
+        const char* property = sqlite3_column_name(stmt, i);
+        const std::string_view name = property == nullptr ? "" : property;
         Column column;
-        column.property = name == nullptr ? "" : name;
-        column.mapping = &memberOf(properties, column.property);
+        column.mapping = &memberOf(properties, name);
         column.valueMap = ValueMapSupport(*column.mapping);
         // Only members of a collection are read under their aliases; a single instance gets its
         // aliases when it is shaped for the answer.
         column.key = isCollection ? textOf(*column.mapping, mapping::kAlias) : std::string();
         if (column.key.empty()) {
-            column.key = column.property;
+            column.key = name;
         }
         columns.push_back(std::move(column));
     }
@@ -225,7 +225,8 @@ void cellToJson(sqlite3_stmt* stmt, int index, const Column& column, const std::
         row[column.key] = Json::Value::nullSingleton();
         break;
     default:
-        LOG_AT(LOG_ERROR, "Unrecognized data type for property %s", column.property.c_str());
+        LOG_AT(LOG_ERROR, "Unrecognized data type for property %s",
+               sqlite3_column_name(stmt, index));
         // The cache never stores floating-point cells: one means that the file is corrupt. With a
         // row at hand the status is SQLITE_ROW, so this always ends the process.
         RM_ASSERT(status == SQLITE_OK);

@@ -1,5 +1,7 @@
 #include "LibraryTest.h"
 
+#include <array>
+
 namespace {
 
 using support::arrayCell;
@@ -302,6 +304,48 @@ TEST_F(Instance, ShapingDropsWhatTheMappingDoesNotName)
     ASSERT_EQ(request.mapper.ApplyFilterToGetInstance(data, Json::Value(), false), RM_OK);
     EXPECT_THAT(data.getMemberNames(), ElementsAre("@odata.context", "@odata.id", "@odata.type",
                                                    "Description", "Id", "Key", "Name"));
+}
+
+// Where an alias meets another property's name or alias, the last property in sorted order wins.
+TEST_F(Instance, AliasesThatMeetAreSettledTheSameWithAndWithoutSelect)
+{
+    constexpr std::array<const char*, 8> kProperties = {
+        R"({"A": {"alias": "B"}, "B": {}, "C": {}})",
+        R"({"A": {}, "B": {"alias": "A"}, "C": {"alias": "B"}})",
+        R"({"A": {"alias": "B"}, "B": {"alias": "C"}, "C": {"alias": "A"}})",
+        R"({"A": {"alias": "X"}, "B": {"alias": "X"}, "C": {"alias": "X"}})",
+        R"({"A": {"alias": "A"}, "B": {"alias": "Key"}, "Key": {"alias": "Id2"}})",
+        R"({"A": {"alias": "Key"}, "B": {"alias": "B@odata.count"}})",
+        R"({"B": {"alias": "C"}, "C": null, "Key": {}})",
+        R"({"C": {"alias": ""}, "Key": {"alias": "B"}})",
+    };
+    for (const char* properties : kProperties) {
+        SCOPED_TRACE(properties);
+        Request request("/r/VexoKeyed/1");
+        ASSERT_EQ(request.mapper.ParseUri(RM_METHOD_GET), RM_OK);
+        request.mapper.mResourceObj["mappings"]["XCIM_Box"]["properties"] = json(properties);
+        const Json::Value data =
+            json(R"({"A": "a", "B": ["b"], "B@odata.count": 1, "C": "c", "Key": "1"})");
+        Json::Value whole = data;
+        ASSERT_EQ(request.mapper.ApplyFilterToGetInstance(whole, Json::Value(), false), RM_OK);
+        Json::Value selected = data;
+        ASSERT_EQ(request.mapper.ApplyFilterToGetInstance(selected, json(R"(["*"])"), false),
+                  RM_OK);
+        EXPECT_EQ(whole, selected);
+    }
+}
+
+TEST_F(Instance, LastOfTheAliasesThatMeetIsShown)
+{
+    Request request("/r/VexoKeyed/1");
+    ASSERT_EQ(request.mapper.ParseUri(RM_METHOD_GET), RM_OK);
+    request.mapper.mResourceObj["mappings"]["XCIM_Box"]["properties"] =
+        json(R"({"A": {"alias": "B"}, "B": {}, "C": {"alias": "X"}, "D": {"alias": "X"}})");
+    Json::Value data = json(R"({"A": "a", "B": "b", "C": "c", "D": "d", "Key": "1"})");
+    ASSERT_EQ(request.mapper.ApplyFilterToGetInstance(data, Json::Value(), false), RM_OK);
+    EXPECT_EQ(data["B"], "b");
+    EXPECT_EQ(data["X"], "d");
+    EXPECT_FALSE(data.isMember("A") || data.isMember("C") || data.isMember("D"));
 }
 
 class InstanceQuery : public Instance

@@ -25,6 +25,21 @@ TEST_F(Response, BodyIsSentAsOneLineOfJson)
     EXPECT_TRUE(loggedFrom(3, "SendResponse", "Leaving"));
 }
 
+TEST_F(Response, BodyHasTheBytesOfJsoncppsFastWriter)
+{
+    Json::Value body = json(R"({"": {}, "\"quoted\" \\ name": [], "nested": {"a": [[], {"b": -1}]},
+                                "texts": ["", "plain ~!", "\u0001\n\t\b/", "\u007f", "ü€😀"],
+                                "numbers": [0, -9223372036854775808, 18446744073709551615, 1.5, 1e300],
+                                "others": [null, true, false]})");
+    body["texts"].append(std::string("before\0after", 12));
+    body["texts"].append("ill-formed \xff");
+    body[std::string("na\0me", 5)] = 1;
+    body["sparse"][2] = 1;
+    Request request("/r/X");
+    request.mapper.SendResponse(body);
+    EXPECT_EQ(request.scope.GetBody(), Json::FastWriter().write(body));
+}
+
 TEST_F(Response, NothingToSendIsNull)
 {
     Request request("/r/X");

@@ -445,8 +445,8 @@ TEST_F(UriResolution, PropertiesOfTheClassAreListedSorted)
     request.mapper.GetCimClassProperties(names);
     EXPECT_THAT(names, IsJson(R"(["B", "a", "b"])"));
     EXPECT_EQ(request.mapper.mCimClass, "XCIM_A");
-    EXPECT_TRUE(logged(3, "Entering ResourceMapper::GetCimClassProperties()"));
-    EXPECT_TRUE(logged(3, "Leaving ResourceMapper::GetCimClassProperties()"));
+    EXPECT_TRUE(logged(3, "Entering ResourceMapper::GetCimClassPropperties()"));
+    EXPECT_TRUE(logged(3, "Leaving ResourceMapper::GetCimClassPropperties()"));
 }
 
 TEST_F(UriResolution, ClassWithoutPropertiesListsNone)
