@@ -8,8 +8,15 @@ install(TARGETS cimgate odata vexodlog qerm-utils cmpisfcc EXPORT cimgateTargets
 install(EXPORT cimgateTargets NAMESPACE cimgate:: DESTINATION ${CIMGATE_INSTALL_CMAKE})
 
 # All headers in one directory; those of the platform libraries keep the folders they are included by.
-foreach(headers IN ITEMS include platform/odata/include platform/vexodlog/include
-                         platform/qerm-utils/include platform/cmpisfcc/include)
+set(CIMGATE_HEADER_DIRECTORIES include platform/odata/include platform/vexodlog/include
+                               platform/qerm-utils/include)
+if(TARGET cmpisfcc_objects)
+    list(APPEND CIMGATE_HEADER_DIRECTORIES platform/cmpisfcc/include)
+else()
+    # The package finds the SFCC that it was built with by itself.
+    install(FILES ${CMAKE_CURRENT_LIST_DIR}/FindSFCC.cmake DESTINATION ${CIMGATE_INSTALL_CMAKE})
+endif()
+foreach(headers IN LISTS CIMGATE_HEADER_DIRECTORIES)
     install(DIRECTORY ${headers}/ DESTINATION ${CIMGATE_INSTALL_HEADERS} FILES_MATCHING PATTERN "*.h")
 endforeach()
 

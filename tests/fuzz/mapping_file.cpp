@@ -3,6 +3,7 @@
 #include "MappingFile.h"
 #include "ResourceMapper.h"
 #include "ResourceMapper/UriTable.h"
+#include "SfccInterface.h"
 #include "checks.h"
 #include "fuzz_logger.h"
 
@@ -75,7 +76,8 @@ void resolve(const std::string& url, int method)
         return; // the host refuses it
     }
     try {
-        ResourceMapper mapper(nullptr, scope, uri, false);
+        SfccSession cim("");
+        ResourceMapper mapper(&cim, scope, uri, false);
         const _ResourceMapperError rc = mapper.ParseUri(method);
         if (rc != RM_OK) {
             mapper.SendExtendedErrorResponse(rc);
@@ -92,7 +94,8 @@ void loadByName(const std::string& name)
 {
     odata::Scope scope = odata::Scope::ForRequest("/redfish/v1/x?$select=Links,Name,Id");
     const odata::URI uri = scope.NewURI();
-    ResourceMapper mapper(nullptr, scope, uri, false);
+    SfccSession cim("");
+    ResourceMapper mapper(&cim, scope, uri, false);
     mapper.mOemResourceName = name;
     fuzz::require(mapper.Load() == RM_OK, "every entry of a mapping loads by its name");
     answer(mapper, scope);

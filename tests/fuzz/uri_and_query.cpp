@@ -6,6 +6,7 @@
 
 #include <ExtendedErrorInfoHandling.h>
 #include <ResourceMapper.h>
+#include <SfccInterface.h>
 #include <odata/odata.h>
 #include <sqlite3.h>
 
@@ -38,6 +39,9 @@ void fillCache(const std::string& path)
     sqlite3* cache = nullptr;
     int rc = sqlite3_open(path.c_str(), &cache);
     for (const auto& script : std::set<std::filesystem::path>(begin(scripts), end(scripts))) {
+        if (script.extension() != ".sql") {
+            continue;
+        }
         rc = rc != SQLITE_OK
                  ? rc
                  : sqlite3_exec(cache, textOfFile(script).c_str(), nullptr, nullptr, nullptr);
@@ -90,7 +94,12 @@ bool isRefusedBefore(const odata::URI& uri)
 
 void read(const std::string& target)
 {
-    const httpd::Response response = host::handleRead({target}).value_or(httpd::Response{});
+    host::CimSession cim;
+    const auto answer = host::handleRead({target, false}, cim);
+    if (!answer) {
+        return; // read from an object manager, which there is none here
+    }
+    const httpd::Response& response = *answer;
     fuzz::require(response.status >= 200 && response.status < 600, "the status is one of HTTP");
     fuzz::requireJsonObject(response.body);
     for (const auto& header : response.headers) {
@@ -101,7 +110,8 @@ void read(const std::string& target)
 
 void post(odata::Scope& scope, const odata::URI& uri)
 {
-    ResourceMapper mapper(nullptr, scope, uri, false);
+    SfccSession cim("");
+    ResourceMapper mapper(&cim, scope, uri, false);
     const _ResourceMapperError rc = mapper.ParseUri(RM_METHOD_POST);
     if (rc != RM_OK) {
         mapper.SendExtendedErrorResponse(rc);

@@ -1,0 +1,332 @@
+#include "answer.h"
+
+#include "value_reading.h"
+
+#include <cstring>
+#include <utility>
+
+namespace cmpisfcc {
+
+namespace {
+
+bool isNullData(const CMPIData& data)
+{
+    return (data.state & CMPI_nullValue) != 0;
+}
+
+CMPIData withKeyState(CMPIData data)
+{
+    data.state = static_cast<CMPIValueState>(data.state | CMPI_keyValue);
+    return data;
+}
+
+// The key of that name, among the properties that were made from keys.
+NamedValue* findKey(const NamedValues& properties, unsigned int keyCount, const char* name)
+{
+    for (unsigned int i = 0; i < keyCount; ++i) {
+        if (sameName(properties.items[i].name, name)) {
+            return &properties.items[i];
+        }
+    }
+    return nullptr;
+}
+
+} // namespace
+
+Answer::Answer(Returns returns, const CMPIObjectPath* request)
+    : mReturns(returns),
+      mRequest(static_cast<const PathObject*>(request)),
+      mEnumeration(makeOwned<EnumerationObject>())
+{
+    mEnumeration->elements = makeObject<ArrayObject>(&arena());
+    if (mRequest != nullptr) {
+        mNameSpace = arena().copy(mRequest->nameSpace);
+    }
+}
+
+bool Answer::refuse(std::string problem)
+{
+    mProblem = std::move(problem);
+    return false;
+}
+
+bool Answer::refuseValue(std::string_view name, std::string_view text, cimxml::Type type)
+{
+    constexpr std::size_t kShownBytes = 64;
+    return refuse("The value '" + std::string(text.substr(0, kShownBytes)) + "' of '" +
+                  std::string(name) + "' is no " + std::string(cimxml::typeName(type)));
+}
+
+bool Answer::expect(Returns returned)
+{
+    return returned == mReturns ||
+           refuse("The answer returns something else than the operation does");
+}
+
+bool Answer::append(CMPIType type, CMPIValue value)
+{
+    mEnumeration->elements->elementType = type;
+    mEnumeration->elements->append(CMPIData{type, CMPI_goodValue, value});
+    return true;
+}
+
+const char* Answer::intern(std::string_view name, std::size_t position)
+{
+    if (position < mNames.size() && name == mNames[position]) {
+        return mNames[position];
+    }
+    const char* copy = arena().copy(name);
+    if (position >= mNames.size()) {
+        mNames.resize(position + 1, "");
+    }
+    mNames[position] = copy;
+    return copy;
+}
+
+const char* Answer::internClass(std::string_view name)
+{
+    if (mClassName == nullptr || name != mClassName) {
+        mClassName = arena().copy(name);
+    }
+    return mClassName;
+}
+
+const char* Answer::nameSpaceOf(const cimxml::ObjectPathView& path)
+{
+    const std::string nameSpace = path ? path.nameSpace() : std::string();
+    if (nameSpace.empty() || (mNameSpace != nullptr && nameSpace == mNameSpace)) {
+        return mNameSpace;
+    }
+    return arena().copy(nameSpace);
+}
+
+bool Answer::readText(cimxml::Type type, std::string_view text, CMPIData& data)
+{
+    return readScalar(arena(), type, text, data);
+}
+
+bool Answer::readReference(const cimxml::ObjectPathView& view, CMPIData& data)
+{
+    PathObject* path = nullptr;
+    if (!readPath(view, path)) {
+        return false;
+    }
+    data = CMPIData{CMPI_ref, CMPI_goodValue, CMPIValue{}};
+    data.value.ref = path;
+    return true;
+}
+
+bool Answer::readPath(const cimxml::ObjectPathView& view, PathObject*& path)
+{
+    path = makeObject<PathObject>(&arena());
+    const std::string_view host = view.host();
+    path->host = host.empty() ? nullptr : arena().copy(host);
+    path->nameSpace = nameSpaceOf(view);
+    path->className = internClass(view.className());
+    return addKeys(view, path->keys);
+}
+
+bool Answer::addKeys(const cimxml::ObjectPathView& path, NamedValues& keys)
+{
+    if (path.isClass()) {
+        return true;
+    }
+    for (const cimxml::KeyView key : path.keys()) {
+        CMPIData data = {};
+        if (key.isReference()) {
+            if (!readReference(key.reference(), data)) {
+                return false;
+            }
+        } else if (!readText(key.type(), key.text(), data)) {
+            return refuseValue(key.name(), key.text(), key.type());
+        }
+        keys.append(arena(), intern(key.name(), keys.count), withKeyState(data));
+    }
+    return true;
+}
+
+bool Answer::readArray(const cimxml::PropertyView& view, CMPIData& data)
+{
+    auto* array = makeObject<ArrayObject>(&arena());
+    array->elementType = interfaceType(view.type(), false);
+    for (const cimxml::ElementView element : view.elements()) {
+        CMPIData value = {array->elementType, CMPI_nullValue, CMPIValue{}};
+        if (element.isNull()) {
+            array->append(value);
+            continue;
+        }
+        if (view.type() == cimxml::Type::Reference) {
+            if (!readReference(element.reference(), value)) {
+                return false;
+            }
+        } else if (!readText(view.type(), element.text(), value)) {
+            return refuseValue(view.name(), element.text(), view.type());
+        }
+        array->append(value);
+    }
+    data = CMPIData{interfaceType(view.type(), true), CMPI_goodValue, CMPIValue{}};
+    data.value.array = array;
+    return true;
+}
+
+bool Answer::readProperty(const cimxml::PropertyView& view, CMPIData& data)
+{
+    const cimxml::Type type = view.type();
+    const bool isArray = view.isArray();
+    if (view.isNull()) {
+        data = CMPIData{interfaceType(type, isArray), CMPI_nullValue, CMPIValue{}};
+        return true;
+    }
+    if (isArray) {
+        return readArray(view, data);
+    }
+    if (type == cimxml::Type::Reference) {
+        return readReference(view.reference(), data);
+    }
+    const std::string_view text = view.text();
+    return readText(type, text, data) || refuseValue(view.name(), text, type);
+}
+
+// Keys come first. A property of a key's name says more than the path does (its type), unless it
+// has no value.
+bool Answer::addProperties(const cimxml::InstanceView& view, InstanceObject& instance)
+{
+    NamedValues& properties = instance.properties;
+    const unsigned int keyCount = properties.count;
+    for (const cimxml::PropertyView property : view.properties()) {
+        CMPIData data = {};
+        if (!readProperty(property, data)) {
+            return false;
+        }
+        const std::string_view name = property.name(); // a null character follows it
+        if (NamedValue* key = findKey(properties, keyCount, name.data()); key != nullptr) {
+            key->data = isNullData(data) ? key->data : withKeyState(data);
+        } else {
+            properties.append(arena(), intern(name, properties.count), data);
+        }
+    }
+    return true;
+}
+
+bool Answer::onInstance(const cimxml::InstanceView& view, const cimxml::ObjectPathView& path)
+{
+    if (!expect(Returns::Instances)) {
+        return false;
+    }
+    auto* instance = makeObject<InstanceObject>(&arena());
+    instance->properties.reserve(arena(), mPropertyCount);
+    instance->className = internClass(view.className());
+    instance->nameSpace = nameSpaceOf(path);
+    if (path) {
+        const std::string_view host = path.host();
+        instance->host = host.empty() ? nullptr : arena().copy(host);
+        if (!addKeys(path, instance->properties)) {
+            return false;
+        }
+    } else if (mRequest != nullptr) {
+        instance->properties = mRequest->keys.copyInto(arena());
+    }
+    if (!addProperties(view, *instance)) {
+        return false;
+    }
+    mPropertyCount = instance->properties.count;
+    CMPIValue value = {};
+    value.inst = instance;
+    return append(CMPI_instance, value);
+}
+
+bool Answer::onPath(const cimxml::ObjectPathView& view)
+{
+    PathObject* path = nullptr;
+    if (!expect(Returns::Paths) || !readPath(view, path)) {
+        return false;
+    }
+    CMPIValue value = {};
+    value.ref = path;
+    return append(CMPI_ref, value);
+}
+
+bool Answer::onClassName(std::string_view name)
+{
+    if (!expect(Returns::ClassNames)) {
+        return false;
+    }
+    auto* path = makeObject<PathObject>(&arena());
+    path->nameSpace = mNameSpace;
+    path->className = arena().copy(name);
+    CMPIValue value = {};
+    value.ref = path;
+    return append(CMPI_ref, value);
+}
+
+void Answer::addDefaults(const cimxml::Class& cls, ClassObject& object)
+{
+    for (const cimxml::Property& property : cls.properties) {
+        object.properties.append(arena(), arena().copy(property.name),
+                                 dataFrom(arena(), property.value));
+    }
+}
+
+bool Answer::onClass(const cimxml::Class& cls, const cimxml::ObjectPathView& /*path*/)
+{
+    if (!expect(Returns::Classes)) {
+        return false;
+    }
+    auto* object = makeObject<ClassObject>(&arena());
+    object->className = arena().copy(cls.name);
+    addDefaults(cls, *object);
+    object->methods = arena().createArray<MethodDeclaration>(cls.methods.size());
+    for (const cimxml::Method& method : cls.methods) {
+        MethodDeclaration& declaration = object->methods[object->methodCount++];
+        declaration.name = arena().copy(method.name);
+        declaration.returnType =
+            method.returnType ? interfaceType(*method.returnType, false) : CMPIType{CMPI_null};
+        for (const cimxml::Parameter& parameter : method.parameters) {
+            declaration.parameters.append(arena(), arena().copy(parameter.name),
+                                          CMPIData{interfaceType(parameter.type, parameter.isArray),
+                                                   CMPI_nullValue, CMPIValue{}});
+        }
+    }
+    CMPIValue value = {};
+    value.cls = object;
+    return append(CMPI_class, value);
+}
+
+bool Answer::onValue(const cimxml::Value& value)
+{
+    if (!expect(Returns::Value)) {
+        return false;
+    }
+    mValue = dataFrom(arena(), value);
+    return true;
+}
+
+bool Answer::onReturnValue(const cimxml::MethodParameter& value)
+{
+    if (!expect(Returns::Method)) {
+        return false;
+    }
+    mValue = dataFrom(arena(), value.value);
+    return true;
+}
+
+bool Answer::onOutput(const cimxml::MethodParameter& output)
+{
+    mOutputs.append(arena(), arena().copy(output.name), dataFrom(arena(), output.value));
+    return true;
+}
+
+bool Answer::onError(const cimxml::CimError& error)
+{
+    if (!mError) {
+        mError = error;
+    }
+    return true;
+}
+
+CMPIEnumeration* Answer::takeEnumeration()
+{
+    return mEnumeration.release();
+}
+
+} // namespace cmpisfcc

@@ -1,0 +1,152 @@
+#include "connect.h"
+
+#include "client.h"
+
+#include <CimClientLib/cimgate_local.h>
+
+#include <cstdlib>
+#include <memory>
+#include <new>
+#include <string_view>
+
+namespace cmpisfcc {
+
+namespace {
+
+constexpr std::string_view kLocal = "SfcbLocal";
+constexpr const char* kLoopback = "127.0.0.1";
+
+// Where the local object manager is if not at its usual place. Written before there are threads.
+// NOLINTNEXTLINE(cppcoreguidelines-avoid-non-const-global-variables)
+std::optional<Endpoint> directedTo;
+
+std::string textOrNone(const char* text)
+{
+    return text == nullptr ? "" : text;
+}
+
+bool isLocal(const ConnectParameters& parameters)
+{
+    // NOLINTNEXTLINE(concurrency-mt-unsafe): nobody writes the environment
+    const char* choice = std::getenv("SFCC_CLIENT");
+    if (choice != nullptr && choice == kLocal) {
+        return true;
+    }
+    return parameters.scheme == nullptr ? textOrNone(parameters.host) == kLocal
+                                        : parameters.scheme == kLocal;
+}
+
+std::string localEndpoint(const ConnectParameters& parameters, Endpoint& endpoint)
+{
+    if (directedTo) {
+        endpoint = *directedTo;
+        return "";
+    }
+    return endpoint.setAddress(kLoopback, parameters.port);
+}
+
+std::string remoteEndpoint(const ConnectParameters& parameters, Endpoint& endpoint)
+{
+    endpoint.scheme = parameters.scheme == nullptr ? "http" : parameters.scheme;
+    if (endpoint.scheme != "http" && endpoint.scheme != "https") {
+        return "'" + endpoint.scheme + "' is none of the schemes http, https and SfcbLocal";
+    }
+    endpoint.verifiesPeer = parameters.verifyMode == CMCI_VERIFY_PEER;
+    endpoint.trustStore = textOrNone(parameters.trustStore);
+    endpoint.certFile = textOrNone(parameters.certFile);
+    endpoint.keyFile = textOrNone(parameters.keyFile);
+    return endpoint.setAddress(parameters.host, parameters.port);
+}
+
+std::optional<Credentials> credentialsOf(const ConnectParameters& parameters)
+{
+    if (parameters.user == nullptr) {
+        return std::nullopt;
+    }
+    return Credentials{parameters.user, textOrNone(parameters.password)};
+}
+
+CMCIClient* refuse(const std::string& problem, CMPIStatus* rc)
+{
+    fail(rc, CMPI_RC_ERR_FAILED, problem.c_str());
+    return nullptr;
+}
+
+CMCIClient* connectWithLimits(const ConnectParameters* parameters, const TransportLimits* limits,
+                              CMPIStatus* rc)
+{
+    const bool local = isLocal(*parameters);
+    Endpoint endpoint;
+    std::string problem =
+        local ? localEndpoint(*parameters, endpoint) : remoteEndpoint(*parameters, endpoint);
+    if (!problem.empty()) {
+        return refuse(problem, rc);
+    }
+    const std::string port = endpoint.socketPath.empty() ? endpoint.port : endpoint.socketPath;
+    auto client = std::make_unique<Client>(endpoint, credentialsOf(*parameters), port, *limits);
+    if (local) {
+        problem = client->probe();
+    }
+    if (!problem.empty()) {
+        return refuse(problem, rc);
+    }
+    succeed(rc);
+    return client.release();
+}
+
+// NULL restores the usual place.
+int direct(const char* url)
+{
+    if (url == nullptr) {
+        directedTo.reset();
+        return CMPI_RC_OK;
+    }
+    Endpoint endpoint;
+    if (!parseLocalUrl(url, endpoint).empty()) {
+        return CMPI_RC_ERR_INVALID_PARAMETER;
+    }
+    directedTo = endpoint;
+    return CMPI_RC_OK;
+}
+
+int directOrFail(const char* url) noexcept
+{
+    try {
+        return direct(url);
+    } catch (const std::bad_alloc&) {
+        return CMPI_RC_ERR_FAILED;
+    }
+}
+
+} // namespace
+
+CMCIClient* connectClient(const ConnectParameters& parameters, const TransportLimits& limits,
+                          CMPIStatus* rc)
+{
+    return Guarded<connectWithLimits>::call(&parameters, &limits, rc);
+}
+
+} // namespace cmpisfcc
+
+// NOLINTNEXTLINE(readability-function-size): the interface has so many parameters
+extern "C" CMCIClient* cmciConnect2(const char* hn, const char* scheme, const char* port,
+                                    const char* user, const char* pwd, int verifyMode,
+                                    const char* trustStore, const char* certFile,
+                                    const char* keyFile, CMPIStatus* rc)
+{
+    return cmpisfcc::connectClient(
+        {hn, scheme, port, user, pwd, verifyMode, trustStore, certFile, keyFile},
+        cmpisfcc::TransportLimits(), rc);
+}
+
+extern "C" CMCIClient* cmciConnect(const char* hn, const char* scheme, const char* port,
+                                   const char* user, const char* pwd, CMPIStatus* rc)
+{
+    return cmciConnect2(hn, scheme, port, user, pwd, CMCI_VERIFY_NONE, nullptr, nullptr, nullptr,
+                        rc);
+}
+
+extern "C" int cimgate_cmpisfcc_set_local_url(const char* url)
+{
+    return cmpisfcc::directOrFail(url);
+}

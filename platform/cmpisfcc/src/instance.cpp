@@ -1,0 +1,212 @@
+#include "objects.h"
+#include "values.h"
+
+#include <algorithm>
+
+namespace cmpisfcc {
+
+namespace {
+
+InstanceObject& self(CMPIInstance* instance)
+{
+    return *static_cast<InstanceObject*>(instance);
+}
+
+CMPIInstance* cloneInstance(CMPIInstance* instance, CMPIStatus* rc)
+{
+    succeed(rc);
+    return copyInstance(instance, nullptr);
+}
+
+CMPIData getProperty(CMPIInstance* instance, const char* name, CMPIStatus* rc)
+{
+    return self(instance).properties.get(name, rc);
+}
+
+CMPIData getPropertyAt(CMPIInstance* instance, unsigned int index, CMPIString** name,
+                       CMPIStatus* rc)
+{
+    return self(instance).properties.getAt(index, name, rc);
+}
+
+unsigned int getPropertyCount(CMPIInstance* instance, CMPIStatus* rc)
+{
+    succeed(rc);
+    return self(instance).properties.count;
+}
+
+bool isFilteredOut(const InstanceObject& instance, const char* name)
+{
+    if (instance.filter == nullptr) {
+        return false;
+    }
+    for (const char* const* allowed = instance.filter; *allowed != nullptr; ++allowed) {
+        if (sameName(*allowed, name)) {
+            return false;
+        }
+    }
+    return true;
+}
+
+CMPIStatus setProperty(CMPIInstance* instance, const char* name, CMPIValue* value, CMPIType type)
+{
+    InstanceObject& target = self(instance);
+    if (name == nullptr) {
+        return failure(CMPI_RC_ERR_INVALID_PARAMETER, "A property needs a name");
+    }
+    if (isFilteredOut(target, name)) {
+        return kSuccess;
+    }
+    CMPIData data = {};
+    if (!takeValue(*target.arena, value, type, CharsAt::Address, data)) {
+        return failure(CMPI_RC_ERR_INVALID_PARAMETER, "A property cannot be of this type");
+    }
+    if (NamedValue* found = target.properties.find(name); found != nullptr) {
+        const int keyBit = found->data.state & CMPI_keyValue;
+        data.state = static_cast<CMPIValueState>(data.state | keyBit);
+        found->data = data;
+    } else {
+        target.properties.append(*target.arena, target.arena->copy(name), data);
+    }
+    return kSuccess;
+}
+
+CMPIObjectPath* getObjectPath(CMPIInstance* instance, CMPIStatus* rc)
+{
+    const InstanceObject& source = self(instance);
+    Owned<PathObject> path = makeOwned<PathObject>();
+    path->host = path->arena->copy(source.host);
+    path->nameSpace = path->arena->copy(source.nameSpace);
+    path->className = path->arena->copy(source.className);
+    for (unsigned int i = 0; i < source.properties.count; ++i) {
+        const NamedValue& property = source.properties.items[i];
+        CMPIData data = {};
+        if ((property.data.state & CMPI_keyValue) != 0 &&
+            copyData(*path->arena, property.data, data)) {
+            path->keys.append(*path->arena, path->arena->copy(property.name), data);
+        }
+    }
+    succeed(rc);
+    return path.release();
+}
+
+std::size_t lengthOf(char** list)
+{
+    std::size_t length = 0;
+    while (list != nullptr && list[length] != nullptr) {
+        ++length;
+    }
+    return length;
+}
+
+CMPIStatus setPropertyFilter(CMPIInstance* instance, char** propertyList, char** keys)
+{
+    InstanceObject& target = self(instance);
+    if (propertyList == nullptr) {
+        target.filter = nullptr;
+        return kSuccess;
+    }
+    const std::size_t properties = lengthOf(propertyList);
+    const std::size_t keyCount = lengthOf(keys);
+    auto* names = target.arena->createArray<const char*>(properties + keyCount + 1);
+    const auto copyName = [&target](const char* name) {
+        return target.arena->copy(name);
+    };
+    std::transform(propertyList, propertyList + properties, names, copyName);
+    std::transform(keys, keys + keyCount, names + properties, copyName);
+    target.filter = names;
+    return kSuccess;
+}
+
+CMPIData noQualifier(CMPIInstance* /*instance*/, const char* /*name*/, CMPIStatus* rc)
+{
+    fail(rc, CMPI_RC_ERR_NO_SUCH_PROPERTY);
+    return noData(CMPI_nullValue | CMPI_notFound);
+}
+
+CMPIData noQualifierAt(CMPIInstance* instance, unsigned int /*index*/, CMPIString** name,
+                       CMPIStatus* rc)
+{
+    if (name != nullptr) {
+        *name = nullptr;
+    }
+    return noQualifier(instance, nullptr, rc);
+}
+
+unsigned int noQualifierCount(CMPIInstance* /*instance*/, CMPIStatus* rc)
+{
+    succeed(rc);
+    return 0;
+}
+
+CMPIData noPropertyQualifier(CMPIInstance* instance, const char* /*property*/, const char* name,
+                             CMPIStatus* rc)
+{
+    return noQualifier(instance, name, rc);
+}
+
+CMPIData noPropertyQualifierAt(CMPIInstance* instance, const char* /*property*/, unsigned int index,
+                               CMPIString** name, CMPIStatus* rc)
+{
+    return noQualifierAt(instance, index, name, rc);
+}
+
+unsigned int noPropertyQualifierCount(CMPIInstance* instance, const char* /*property*/,
+                                      CMPIStatus* rc)
+{
+    return noQualifierCount(instance, rc);
+}
+
+CMPIInstance* makeInstance(CMPIObjectPath* path, CMPIStatus* rc)
+{
+    if (path == nullptr) {
+        fail(rc, CMPI_RC_ERR_INVALID_PARAMETER, "An instance needs an object path");
+        return nullptr;
+    }
+    const auto& source = *static_cast<const PathObject*>(path);
+    Owned<InstanceObject> instance = makeOwned<InstanceObject>();
+    instance->host = instance->arena->copy(source.host);
+    instance->nameSpace = instance->arena->copy(source.nameSpace);
+    instance->className = instance->arena->copy(source.className);
+    instance->properties = source.keys.copyInto(*instance->arena);
+    succeed(rc);
+    return instance.release();
+}
+
+} // namespace
+
+InstanceObject* copyInstance(const CMPIInstance* instance, Arena* arena)
+{
+    const auto& source = *static_cast<const InstanceObject*>(instance);
+    Owned<InstanceObject> copy = makeOwned<InstanceObject>(arena);
+    copy->host = copy->arena->copy(source.host);
+    copy->nameSpace = copy->arena->copy(source.nameSpace);
+    copy->className = copy->arena->copy(source.className);
+    copy->properties = source.properties.copyInto(*copy->arena);
+    return copy.release();
+}
+
+constexpr CMPIInstanceFT InstanceObject::kTable = {
+    NATIVE_FT_VERSION,
+    releaseObject<InstanceObject>,
+    Guarded<cloneInstance>::call,
+    Guarded<getProperty>::call,
+    Guarded<getPropertyAt>::call,
+    Guarded<getPropertyCount>::call,
+    Guarded<setProperty>::call,
+    Guarded<getObjectPath>::call,
+    Guarded<setPropertyFilter>::call,
+    Guarded<noQualifier>::call,
+    Guarded<noQualifierAt>::call,
+    Guarded<noQualifierCount>::call,
+    Guarded<noPropertyQualifier>::call,
+    Guarded<noPropertyQualifierAt>::call,
+    Guarded<noPropertyQualifierCount>::call,
+};
+
+} // namespace cmpisfcc
+
+extern "C" CMPIInstance* native_new_CMPIInstance(CMPIObjectPath* op, CMPIStatus* rc)
+{
+    return cmpisfcc::Guarded<cmpisfcc::makeInstance>::call(op, rc);
+}

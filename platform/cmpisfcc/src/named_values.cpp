@@ -1,0 +1,99 @@
+#include "objects.h"
+#include "values.h"
+
+#include <algorithm>
+
+namespace cmpisfcc {
+
+namespace {
+
+char lower(char c)
+{
+    return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
+}
+
+} // namespace
+
+bool sameName(const char* left, const char* right)
+{
+    while (lower(*left) == lower(*right)) {
+        if (*left == '\0') {
+            return true;
+        }
+        ++left;
+        ++right;
+    }
+    return false;
+}
+
+NamedValue* NamedValues::find(const char* name) const
+{
+    if (name == nullptr) {
+        return nullptr;
+    }
+    NamedValue* end = items + count;
+    NamedValue* found = std::find_if(
+        items, end, [name](const NamedValue& item) { return sameName(item.name, name); });
+    return found == end ? nullptr : found;
+}
+
+void NamedValues::reserve(Arena& arena, unsigned int wanted)
+{
+    if (wanted <= capacity) {
+        return;
+    }
+    auto* larger = arena.createArray<NamedValue>(wanted);
+    std::copy_n(items, count, larger);
+    items = larger;
+    capacity = wanted;
+}
+
+NamedValue* NamedValues::append(Arena& arena, const char* nameInArena, const CMPIData& dataInArena)
+{
+    if (count == capacity) {
+        reserve(arena, std::max(4U, capacity * 2));
+    }
+    items[count] = NamedValue{nameInArena, dataInArena};
+    return &items[count++];
+}
+
+NamedValues NamedValues::copyInto(Arena& arena) const
+{
+    NamedValues copy = {};
+    copy.reserve(arena, count);
+    for (unsigned int i = 0; i < count; ++i) {
+        CMPIData data = {};
+        (void)copyData(arena, items[i].data, data); // what is here could be kept once already
+        copy.append(arena, arena.copy(items[i].name), data);
+    }
+    return copy;
+}
+
+CMPIData NamedValues::get(const char* name, CMPIStatus* rc) const
+{
+    const NamedValue* found = find(name);
+    if (found == nullptr) {
+        fail(rc, CMPI_RC_ERR_NO_SUCH_PROPERTY);
+        return noData(CMPI_nullValue);
+    }
+    succeed(rc);
+    return found->data;
+}
+
+CMPIData NamedValues::getAt(unsigned int index, CMPIString** name, CMPIStatus* rc) const
+{
+    if (name != nullptr) {
+        *name = nullptr;
+    }
+    if (index >= count) {
+        fail(rc, CMPI_RC_ERR_NO_SUCH_PROPERTY);
+        return noData(CMPI_nullValue);
+    }
+    if (name != nullptr) {
+        *name = newString(items[index].name);
+    }
+    succeed(rc);
+    return items[index].data;
+}
+
+} // namespace cmpisfcc

@@ -1,0 +1,212 @@
+// The operations: which parameters they take, and how they fail.
+#include "SampleModel.h"
+#include "cim_status.h"
+#include "object_manager.h"
+
+#include <TempDirectory.h>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <fstream>
+
+namespace {
+
+using cimxml::ClassName;
+using cimxml::IntrinsicParameter;
+using cimxml::Type;
+using sample::path;
+using testing::HasSubstr;
+using testing::Not;
+
+constexpr const char* kModel = R"(<?xml version="1.0" encoding="utf-8"?>
+<CIM CIMVERSION="2.0" DTDVERSION="2.0"><DECLARATION><DECLGROUP>
+<LOCALNAMESPACEPATH><NAMESPACE NAME="root"/><NAMESPACE NAME="xcim"/></LOCALNAMESPACEPATH>
+<VALUE.OBJECT><CLASS NAME="Fan">
+  <PROPERTY NAME="Id" TYPE="string"><QUALIFIER NAME="Key" TYPE="boolean"><VALUE>TRUE</VALUE></QUALIFIER></PROPERTY>
+  <PROPERTY NAME="Speed" TYPE="uint32"/>
+  <METHOD NAME="Stop" TYPE="uint32"><PARAMETER NAME="Seconds" TYPE="uint16"/></METHOD>
+</CLASS></VALUE.OBJECT>
+<VALUE.OBJECT><CLASS NAME="BigFan" SUPERCLASS="Fan"><PROPERTY NAME="Extra" TYPE="string"/></CLASS></VALUE.OBJECT>
+<VALUE.OBJECT><INSTANCE CLASSNAME="Fan"><PROPERTY NAME="Id" TYPE="string"><VALUE>f</VALUE></PROPERTY></INSTANCE></VALUE.OBJECT>
+<VALUE.OBJECT><INSTANCE CLASSNAME="BigFan"><PROPERTY NAME="Id" TYPE="string"><VALUE>big</VALUE></PROPERTY></INSTANCE></VALUE.OBJECT>
+</DECLGROUP></DECLARATION></CIM>
+)";
+
+// Remembers what it was called with.
+class Recorder : public cimomd::MethodBehaviour
+{
+public:
+    bool invoke(const cimomd::MethodCall& call, cimomd::MethodResult& result,
+                cimxml::CimError& /*error*/) override
+    {
+        mSaw = call.method.name + (call.instance == nullptr ? " of the class" : " of an instance");
+        for (const cimxml::MethodParameter& input : call.inputs) {
+            mSaw += " " + input.name + "=" + std::string(cimxml::typeName(input.value.type)) + " " +
+                    cimxml::scalarText(input.value.type, input.value.scalar);
+        }
+        result.returnValue.emplace().value = cimxml::Value::of(Type::Uint32, uint64_t{4096});
+        return true;
+    }
+
+    std::string mSaw;
+};
+
+class OperationsTest : public testing::Test
+{
+protected:
+    OperationsTest()
+    {
+        std::ofstream(mDirectory.File("model.xml")) << kModel;
+        std::string problem;
+        if (!mRepository.load(mDirectory.File(""), problem)) {
+            throw std::runtime_error(problem);
+        }
+    }
+
+    std::string call(const std::string& operation, std::vector<IntrinsicParameter> parameters,
+                     const std::string& nameSpace = "root/xcim")
+    {
+        return mManager.answer(
+            cimxml::IntrinsicRequest{"7", operation, nameSpace, std::move(parameters)});
+    }
+
+    std::string invoke(cimomd::MethodBehaviour& behaviour, const std::string& method,
+                       const cimxml::ObjectPath& object, bool isInstance,
+                       const std::vector<cimxml::MethodParameter>& inputs = {})
+    {
+        cimomd::ObjectManager manager(mRepository, behaviour, mHost);
+        cimxml::ObjectPath full = object;
+        full.nameSpace = "root/xcim";
+        return manager.answer(cimxml::ExtrinsicRequest{"7", method, full, isInstance, inputs});
+    }
+
+    static std::string code(unsigned int status)
+    {
+        return "<ERROR CODE=\"" + std::to_string(status) + "\"";
+    }
+
+    const std::string mHost = "127.0.0.1";
+    support::TempDirectory mDirectory;
+    cimomd::Repository mRepository;
+    cimomd::NoBehaviour mNone;
+    cimomd::ObjectManager mManager{mRepository, mNone, mHost};
+    cimxml::ObjectPath mFan = path("Fan", {{"Id", "f"}});
+};
+
+TEST_F(OperationsTest, UnknownOperationNamespaceAndClass)
+{
+    EXPECT_THAT(call("CreateClass", {}), HasSubstr(code(cimomd::kNotSupported)));
+    EXPECT_THAT(call("EnumerateInstances", {{"ClassName", ClassName{"Fan"}}}, "root/other"),
+                HasSubstr(code(cimomd::kInvalidNamespace)));
+    for (const char* operation :
+         {"EnumerateInstances", "EnumerateInstanceNames", "GetClass", "EnumerateClassNames"}) {
+        EXPECT_THAT(call(operation, {{"ClassName", ClassName{"X"}}}),
+                    HasSubstr(code(cimomd::kInvalidClass)))
+            << operation;
+    }
+}
+
+TEST_F(OperationsTest, ParametersAreChecked)
+{
+    const std::string wrong = code(cimomd::kInvalidParameter);
+    EXPECT_THAT(call("GetInstance", {}), HasSubstr(wrong));
+    EXPECT_THAT(call("GetInstance", {{"InstanceName", {}}}), HasSubstr(wrong));
+    EXPECT_THAT(call("GetInstance", {{"InstanceName", ClassName{"Fan"}}}), HasSubstr(wrong));
+    EXPECT_THAT(call("GetInstance", {{"InstanceName", mFan}, {"InstanceName", mFan}}),
+                HasSubstr(wrong));
+    EXPECT_THAT(call("GetInstance", {{"InstanceName", mFan}, {"Colour", std::string("red")}}),
+                HasSubstr(wrong));
+    EXPECT_THAT(call("GetInstance", {{"InstanceName", mFan}, {"LocalOnly", std::string("maybe")}}),
+                HasSubstr(wrong));
+    EXPECT_THAT(call("GetInstance", {{"instancename", mFan}, {"LOCALONLY", std::string("true")}}),
+                Not(HasSubstr("<ERROR")));
+    EXPECT_THAT(call("EnumerateInstances", {{"ClassName", ClassName{"Fan"}},
+                                            {"PropertyList", cimxml::TextArray{std::nullopt}}}),
+                HasSubstr(wrong));
+}
+
+TEST_F(OperationsTest, AnswersRepeatMessageAndOperation)
+{
+    const std::string answer = call("GetInstance", {{"InstanceName", mFan}});
+    EXPECT_THAT(answer, HasSubstr("<MESSAGE ID=\"7\""));
+    EXPECT_THAT(answer, HasSubstr("<IMETHODRESPONSE NAME=\"GetInstance\">"));
+}
+
+TEST_F(OperationsTest, ShallowEnumerationLeavesOutWhatSubclassesAdd)
+{
+    const IntrinsicParameter fans{"ClassName", ClassName{"Fan"}};
+    const std::string deep = call("EnumerateInstances", {fans});
+    const std::string shallow =
+        call("EnumerateInstances", {fans, {"DeepInheritance", std::string("FALSE")}});
+    EXPECT_THAT(deep, HasSubstr("\"Extra\""));
+    EXPECT_THAT(shallow, Not(HasSubstr("\"Extra\"")));
+    EXPECT_THAT(shallow, HasSubstr("<INSTANCE CLASSNAME=\"BigFan\">"));
+}
+
+TEST_F(OperationsTest, PropertyListAndClassOrigin)
+{
+    const std::string all =
+        call("GetInstance", {{"InstanceName", mFan}, {"IncludeClassOrigin", std::string("TRUE")}});
+    EXPECT_THAT(all, HasSubstr("CLASSORIGIN=\"Fan\""));
+    const std::string one =
+        call("GetInstance",
+             {{"InstanceName", mFan}, {"PropertyList", cimxml::TextArray{"SPEED", "Unknown"}}});
+    EXPECT_THAT(one, HasSubstr("\"Speed\""));
+    EXPECT_THAT(one, Not(HasSubstr("\"Id\"")));
+    EXPECT_THAT(one, Not(HasSubstr("CLASSORIGIN")));
+}
+
+TEST_F(OperationsTest, QueriesFailWithTheirOwnCodes)
+{
+    const auto query = [this](const std::string& language, const std::string& text) {
+        return call("ExecQuery", {{"QueryLanguage", language}, {"Query", text}});
+    };
+    EXPECT_THAT(query("SQL", "SELECT * FROM Fan"),
+                HasSubstr(code(cimomd::kQueryLanguageNotSupported)));
+    EXPECT_THAT(query("CQL", "SELECT"), HasSubstr(code(cimomd::kInvalidQuery)));
+    EXPECT_THAT(query("CQL", "SELECT Nothing FROM Fan"), HasSubstr(code(cimomd::kInvalidQuery)));
+    EXPECT_THAT(query("WQL", "SELECT * FROM X"), HasSubstr(code(cimomd::kInvalidClass)));
+    const std::string found = query("DMTF:CQL", "SELECT Speed FROM Fan WHERE Id = 'big'");
+    EXPECT_THAT(found, HasSubstr("<INSTANCE CLASSNAME=\"BigFan\"><PROPERTY NAME=\"Speed\""));
+    EXPECT_THAT(found, HasSubstr("<KEYVALUE"));
+    EXPECT_THAT(found, Not(HasSubstr(">f<")));
+}
+
+TEST_F(OperationsTest, ModifiedInstanceMustBeOfTheClassOfItsPath)
+{
+    EXPECT_THAT(call("ModifyInstance",
+                     {{"ModifiedInstance",
+                       cimxml::NamedInstance{mFan, sample::instance("BigFan", {{"Speed", "1"}})}}}),
+                HasSubstr(code(cimomd::kInvalidParameter)));
+}
+
+TEST_F(OperationsTest, MethodsThatAreNotThere)
+{
+    EXPECT_THAT(invoke(mNone, "Stop", mFan, true), HasSubstr(code(cimomd::kMethodNotAvailable)));
+    EXPECT_THAT(invoke(mNone, "Fly", mFan, true), HasSubstr(code(cimomd::kMethodNotFound)));
+    EXPECT_THAT(invoke(mNone, "Stop", path("X", {{"Id", "f"}}), true),
+                HasSubstr(code(cimomd::kInvalidClass)));
+    EXPECT_THAT(invoke(mNone, "Stop", path("Fan", {{"Id", "z"}}), true),
+                HasSubstr(code(cimomd::kNotFound)));
+}
+
+TEST_F(OperationsTest, MethodsGetTheirInputsInTheDeclaredTypes)
+{
+    Recorder recorder;
+    cimxml::MethodParameter seconds;
+    seconds.name = "SECONDS";
+    seconds.value = cimxml::Value::of(Type::String, std::string("5"));
+    EXPECT_THAT(invoke(recorder, "stop", path("BigFan", {{"Id", "big"}}), true, {seconds}),
+                HasSubstr("<VALUE>4096</VALUE>"));
+    EXPECT_EQ(recorder.mSaw, "Stop of an instance Seconds=uint16 5");
+    invoke(recorder, "Stop", path("Fan", {}), false);
+    EXPECT_EQ(recorder.mSaw, "Stop of the class");
+    seconds.value.scalar = std::string("soon");
+    EXPECT_THAT(invoke(recorder, "Stop", mFan, true, {seconds}),
+                HasSubstr(code(cimomd::kInvalidParameter)));
+    seconds.name = "Hours";
+    EXPECT_THAT(invoke(recorder, "Stop", mFan, true, {seconds}),
+                HasSubstr(code(cimomd::kInvalidParameter)));
+}
+
+} // namespace

@@ -1,0 +1,80 @@
+// The command line.
+#include "options.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+namespace {
+
+using testing::HasSubstr;
+
+using Arguments = std::vector<std::string>;
+
+cimomd::Options parsed(const Arguments& arguments)
+{
+    cimomd::Options options;
+    std::string problem;
+    EXPECT_TRUE(cimomd::parseOptions(arguments, options, problem)) << problem;
+    return options;
+}
+
+std::string problemOf(const Arguments& arguments)
+{
+    cimomd::Options options;
+    std::string problem;
+    EXPECT_FALSE(cimomd::parseOptions(arguments, options, problem));
+    return problem;
+}
+
+TEST(Options, OnlyTheRepositoryIsNeeded)
+{
+    const cimomd::Options options = parsed({"--repository", "dir"});
+    EXPECT_EQ(options.repositoryDirectory, "dir");
+    EXPECT_EQ(options.address, "127.0.0.1");
+    EXPECT_EQ(options.port, 5988);
+    EXPECT_FALSE(options.help);
+    EXPECT_THAT(problemOf({}), HasSubstr("--repository is missing"));
+}
+
+TEST(Options, ValuesAsNextArgumentOrAfterAnEqualsSign)
+{
+    const cimomd::Options options = parsed({"--listen=[::1]:0", "--repository=a=b"});
+    EXPECT_EQ(options.address, "::1");
+    EXPECT_EQ(options.port, 0);
+    EXPECT_EQ(options.repositoryDirectory, "a=b");
+    EXPECT_EQ(parsed({"--listen", "127.0.0.2:65535", "--repository", "r"}).port, 65535);
+}
+
+TEST(Options, HelpEndsTheReading)
+{
+    EXPECT_TRUE(parsed({"--help", "--nonsense"}).help);
+    EXPECT_THAT(cimomd::helpText(), HasSubstr("--listen"));
+    EXPECT_THAT(cimomd::helpText(), HasSubstr("--repository"));
+}
+
+TEST(Options, ListenNeedsANumericLoopbackAddressAndAPort)
+{
+    for (const char* text : {"5988", "127.0.0.1", "127.0.0.1:", "127.0.0.1:x", "127.0.0.1:65536",
+                             "127.0.0.1:-1", "localhost:5988", "::1:5988", "[::1]"}) {
+        EXPECT_THAT(problemOf({"--listen", text}), HasSubstr("for example 127.0.0.1:5988")) << text;
+    }
+    for (const char* text : {"0.0.0.0:5988", "192.168.0.1:5988", "[::]:5988"}) {
+        EXPECT_THAT(problemOf({"--listen", text}), HasSubstr("only loopback")) << text;
+    }
+}
+
+TEST(Options, UnknownOptionsAndMissingValuesAreNamed)
+{
+    EXPECT_THAT(problemOf({"--port", "1"}), HasSubstr("unknown option --port;"));
+    EXPECT_THAT(problemOf({"dir"}), HasSubstr("unknown option dir;"));
+    EXPECT_THAT(problemOf({"--repository"}), HasSubstr("--repository needs a value"));
+    EXPECT_THAT(problemOf({"--listen="}), HasSubstr("--listen needs a value"));
+}
+
+TEST(Options, Urls)
+{
+    EXPECT_EQ(cimomd::urlOf("127.0.0.1", 5988), "http://127.0.0.1:5988");
+    EXPECT_EQ(cimomd::urlOf("::1", 80), "http://[::1]:80");
+}
+
+} // namespace

@@ -1,0 +1,74 @@
+#include "methods.h"
+
+#include "cim_status.h"
+#include "values.h"
+
+#include <algorithm>
+#include <string>
+#include <utility>
+
+namespace cimomd {
+
+namespace {
+
+const cimxml::Parameter* findParameter(const cimxml::Method& method, const std::string& name)
+{
+    const auto found = std::find_if(method.parameters.begin(), method.parameters.end(),
+                                    [&name](const cimxml::Parameter& parameter) {
+                                        return cimxml::equalsIgnoreCase(parameter.name, name);
+                                    });
+    return found == method.parameters.end() ? nullptr : &*found;
+}
+
+bool readInputs(const cimxml::Method& method, std::vector<cimxml::MethodParameter> given,
+                std::vector<cimxml::MethodParameter>& inputs, cimxml::CimError& error)
+{
+    for (cimxml::MethodParameter& input : given) {
+        const cimxml::Parameter* const declared = findParameter(method, input.name);
+        if (declared == nullptr) {
+            return fail(error, kInvalidParameter,
+                        "the method " + method.name + " has no parameter " + input.name);
+        }
+        if (!convertTo(declared->type, declared->isArray, input.value)) {
+            return fail(error, kInvalidParameter,
+                        "the parameter " + declared->name + " is not of type " +
+                            std::string(cimxml::typeName(declared->type)) +
+                            (declared->isArray ? "[]" : ""));
+        }
+        input.name = declared->name;
+        inputs.push_back(std::move(input));
+    }
+    return true;
+}
+
+} // namespace
+
+bool NoBehaviour::invoke(const MethodCall& call, MethodResult& /*result*/, cimxml::CimError& error)
+{
+    return fail(error, kMethodNotAvailable, "the method " + call.method.name + " is not available");
+}
+
+bool callMethod(NameSpace& nameSpace, const cimxml::ExtrinsicRequest& request,
+                MethodBehaviour& behaviour, MethodResult& result, cimxml::CimError& error)
+{
+    const ClassEntry* const cls = nameSpace.findClass(request.object.className, error);
+    if (cls == nullptr) {
+        return false;
+    }
+    const cimxml::Method* const method = cls->findMethod(request.method);
+    if (method == nullptr) {
+        return fail(error, kMethodNotFound,
+                    cls->definition.name + " has no method " + request.method);
+    }
+    MethodCall call{nameSpace, *cls, nullptr, *method, {}};
+    if (request.isInstance) {
+        call.instance = nameSpace.find(request.object, error);
+        if (call.instance == nullptr) {
+            return false;
+        }
+    }
+    return readInputs(*method, request.inputs, call.inputs, error) &&
+           behaviour.invoke(call, result, error);
+}
+
+} // namespace cimomd

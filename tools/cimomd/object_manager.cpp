@@ -1,0 +1,153 @@
+#include "object_manager.h"
+
+#include "cim_status.h"
+#include "message_headers.h"
+#include "operations.h"
+
+#include <algorithm>
+#include <iterator>
+#include <utility>
+#include <variant>
+
+namespace cimomd {
+
+namespace {
+
+struct OperationEntry
+{
+    const char* name;
+    Operation operation;
+    bool returnsSomething;
+};
+
+constexpr OperationEntry kOperations[] = {
+    {"GetClass", getClass, true},
+    {"EnumerateClasses", enumerateClasses, true},
+    {"EnumerateClassNames", enumerateClassNames, true},
+    {"EnumerateInstances", enumerateInstances, true},
+    {"EnumerateInstanceNames", enumerateInstanceNames, true},
+    {"GetInstance", getInstance, true},
+    {"CreateInstance", createInstance, true},
+    {"ModifyInstance", modifyInstance, false},
+    {"DeleteInstance", deleteInstance, false},
+    {"GetProperty", getProperty, true},
+    {"SetProperty", setProperty, false},
+    {"ExecQuery", execQuery, true},
+    {"Associators", associators, true},
+    {"AssociatorNames", associatorNames, true},
+    {"References", references, true},
+    {"ReferenceNames", referenceNames, true},
+};
+
+const OperationEntry* findOperation(const std::string& name)
+{
+    const auto* const found =
+        std::find_if(std::begin(kOperations), std::end(kOperations), [&name](const auto& entry) {
+            return cimxml::equalsIgnoreCase(entry.name, name);
+        });
+    return found == std::end(kOperations) ? nullptr : found;
+}
+
+// "request-not-valid" and the like are bad requests; what is merely not supported is said to be so.
+Refusal refusalOf(const cimxml::RequestFault& fault)
+{
+    const bool isUnsupported = fault.cimError.find("unsupported") != std::string::npos;
+    return {isUnsupported ? 501U : 400U, fault.cimError, fault.message};
+}
+
+CalledOperation calledBy(const cimxml::IntrinsicRequest& request)
+{
+    return {request.operation, request.nameSpace, {}};
+}
+
+CalledOperation calledBy(const cimxml::ExtrinsicRequest& request)
+{
+    return {request.method, request.object.nameSpace, request.object.className};
+}
+
+} // namespace
+
+httpd::Response ObjectManager::answer(const httpd::Request& request)
+{
+    Refusal refusal;
+    if (!checkHeaders(request, refusal)) {
+        return refusalResponse(refusal);
+    }
+    const auto decoded = cimxml::decodeRequest(request.body);
+    if (const auto* const fault = std::get_if<cimxml::RequestFault>(&decoded)) {
+        return refusalResponse(refusalOf(*fault));
+    }
+    return std::visit(
+        [&](const auto& called) {
+            return checkRepeated(request, calledBy(called), refusal)
+                       ? messageResponse(answer(called))
+                       : refusalResponse(refusal);
+        },
+        std::get<cimxml::Request>(decoded));
+}
+
+std::string ObjectManager::answer(const cimxml::IntrinsicRequest& request)
+{
+    std::string text;
+    cimxml::CimError error;
+    return callIntrinsic(request, text, error)
+               ? text
+               : cimxml::encodeErrorResponse(request.messageId, request.operation, error);
+}
+
+bool ObjectManager::callIntrinsic(const cimxml::IntrinsicRequest& request, std::string& answer,
+                                  cimxml::CimError& error)
+{
+    const OperationEntry* const entry = findOperation(request.operation);
+    if (entry == nullptr) {
+        return fail(error, kNotSupported,
+                    "the operation " + request.operation + " is not supported");
+    }
+    NameSpace* const nameSpace = findNameSpace(request.nameSpace, error);
+    if (nameSpace == nullptr) {
+        return false;
+    }
+    OperationCall call{*nameSpace,
+                       mHost,
+                       Arguments(request),
+                       cimxml::ResponseWriter(request.messageId, request.operation),
+                       {}};
+    if (!entry->operation(call)) {
+        error = std::move(call.error);
+        return false;
+    }
+    answer = entry->returnsSomething
+                 ? call.answer.finish()
+                 : cimxml::encodeEmptyResponse(request.messageId, request.operation);
+    return true;
+}
+
+std::string ObjectManager::answer(const cimxml::ExtrinsicRequest& request)
+{
+    MethodResult result;
+    cimxml::CimError error;
+    if (!callExtrinsic(request, result, error)) {
+        return cimxml::encodeMethodErrorResponse(request.messageId, request.method, error);
+    }
+    return cimxml::encodeMethodResponse(request.messageId, request.method,
+                                        result.returnValue ? &*result.returnValue : nullptr,
+                                        result.outputs);
+}
+
+bool ObjectManager::callExtrinsic(const cimxml::ExtrinsicRequest& request, MethodResult& result,
+                                  cimxml::CimError& error)
+{
+    NameSpace* const nameSpace = findNameSpace(request.object.nameSpace, error);
+    return nameSpace != nullptr && callMethod(*nameSpace, request, mMethods, result, error);
+}
+
+NameSpace* ObjectManager::findNameSpace(const std::string& name, cimxml::CimError& error)
+{
+    NameSpace* const nameSpace = mRepository.find(name);
+    if (nameSpace == nullptr) {
+        fail(error, kInvalidNamespace, "there is no namespace " + name);
+    }
+    return nameSpace;
+}
+
+} // namespace cimomd

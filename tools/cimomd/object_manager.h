@@ -1,0 +1,46 @@
+// The object manager: answers CIM-XML requests from a repository.
+//
+// Threads: one.
+#ifndef CIMOMD_OBJECT_MANAGER_H_
+#define CIMOMD_OBJECT_MANAGER_H_
+
+#include "methods.h"
+#include "repository.h"
+
+#include <cimxml/request.h>
+#include <httpd/server.h>
+
+#include <string>
+
+namespace cimomd {
+
+class ObjectManager
+{
+public:
+    // All must outlive the object manager. The host stands in object paths.
+    ObjectManager(Repository& repository, MethodBehaviour& methods, const std::string& host)
+        : mRepository(repository), mMethods(methods), mHost(host)
+    {}
+
+    // Answers a request, whatever it is.
+    httpd::Response answer(const httpd::Request& request);
+
+    // Carry out what a request's body says; the answer is a whole CIM-XML message.
+    std::string answer(const cimxml::IntrinsicRequest& request);
+    std::string answer(const cimxml::ExtrinsicRequest& request);
+
+private:
+    bool callIntrinsic(const cimxml::IntrinsicRequest& request, std::string& answer,
+                       cimxml::CimError& error);
+    bool callExtrinsic(const cimxml::ExtrinsicRequest& request, MethodResult& result,
+                       cimxml::CimError& error);
+    NameSpace* findNameSpace(const std::string& name, cimxml::CimError& error);
+
+    Repository& mRepository;
+    MethodBehaviour& mMethods;
+    const std::string& mHost;
+};
+
+} // namespace cimomd
+
+#endif

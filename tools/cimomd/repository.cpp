@@ -1,0 +1,159 @@
+#include "repository.h"
+
+#include "values.h"
+
+#include <algorithm>
+#include <filesystem>
+#include <fstream>
+#include <functional>
+#include <iterator>
+#include <system_error>
+#include <utility>
+
+namespace cimomd {
+
+namespace {
+
+namespace fs = std::filesystem;
+
+bool listFiles(const std::string& directory, std::vector<std::string>& paths, std::string& problem)
+{
+    std::error_code error;
+    for (fs::directory_iterator entry(directory, error), end; !error && entry != end;
+         entry.increment(error)) {
+        if (entry->path().extension() == ".xml") {
+            paths.push_back(entry->path().string());
+        }
+    }
+    std::sort(paths.begin(), paths.end());
+    if (error || paths.empty()) {
+        problem = directory + ": " + (error ? error.message() : "there is no *.xml file");
+        return false;
+    }
+    return true;
+}
+
+bool readFile(const std::string& path, std::string& text, std::string& problem)
+{
+    std::ifstream file(path, std::ios::binary);
+    text.assign(std::istreambuf_iterator<char>(file), {});
+    if (!file.is_open() || file.bad()) {
+        problem = path + ": it cannot be read";
+        return false;
+    }
+    return true;
+}
+
+bool readFiles(const std::vector<std::string>& paths,
+               const std::function<void(const std::string&, cimxml::Declarations)>& take,
+               std::string& problem)
+{
+    for (const std::string& path : paths) {
+        std::string text;
+        cimxml::Declarations declarations;
+        if (!readFile(path, text, problem)) {
+            return false;
+        }
+        if (!cimxml::readDeclarations(text, declarations, problem)) {
+            problem.insert(0, path + ": ");
+            return false;
+        }
+        take(path, std::move(declarations));
+    }
+    return true;
+}
+
+// A path that comes with an instance may give keys that the instance leaves out.
+void takeKeys(const cimxml::ObjectPath& path, cimxml::Instance& instance)
+{
+    for (const cimxml::KeyBinding& key : path.keys) {
+        if (instance.find(key.name) == nullptr) {
+            cimxml::Property property;
+            property.name = key.name;
+            property.value = cimxml::Value::of(key.type, key.value);
+            instance.properties.push_back(std::move(property));
+        }
+    }
+}
+
+bool addInstance(NameSpace& nameSpace, cimxml::DeclaredInstance& declared, std::string& problem)
+{
+    takeKeys(declared.path, declared.instance);
+    cimxml::CimError error;
+    const StoredInstance* const stored = nameSpace.create(declared.instance, error);
+    if (stored == nullptr) {
+        problem = error.description;
+        return false;
+    }
+    if (!declared.path.keys.empty() &&
+        nameSpace.identityOf(declared.path) != nameSpace.identityOf(stored->path)) {
+        problem = "its keys are not those of its path " + cimxml::pathText(declared.path);
+        return false;
+    }
+    return true;
+}
+
+} // namespace
+
+bool Repository::load(const std::string& directory, std::string& problem)
+{
+    std::vector<std::string> paths;
+    std::vector<File> files;
+    const auto take = [&files](const std::string& path, cimxml::Declarations declarations) {
+        files.push_back({path, std::move(declarations)});
+    };
+    return listFiles(directory, paths, problem) && readFiles(paths, take, problem) &&
+           addClasses(files, problem) && addInstances(files, problem);
+}
+
+bool Repository::addClasses(std::vector<File>& files, std::string& problem)
+{
+    std::map<NameSpace*, std::vector<ClassSource>> sources;
+    for (File& file : files) {
+        for (cimxml::DeclaredClass& declared : file.declarations.classes) {
+            if (declared.nameSpace.empty()) {
+                problem = file.path + ": class " + declared.cls.name + " has no namespace";
+                return false;
+            }
+            sources[&provide(declared.nameSpace)].push_back({std::move(declared.cls), file.path});
+        }
+    }
+    return std::all_of(sources.begin(), sources.end(), [&problem](auto& entry) {
+        return entry.first->classes().add(std::move(entry.second), problem);
+    });
+}
+
+bool Repository::addInstances(std::vector<File>& files, std::string& problem)
+{
+    for (File& file : files) {
+        size_t number = 0;
+        for (cimxml::DeclaredInstance& declared : file.declarations.instances) {
+            ++number;
+            NameSpace* const nameSpace = find(declared.nameSpace);
+            std::string wrong = "its namespace \"" + declared.nameSpace + "\" has no classes";
+            if (nameSpace == nullptr || !addInstance(*nameSpace, declared, wrong)) {
+                problem = file.path + ": instance " + std::to_string(number) + ", of " +
+                          declared.instance.className + ": " + wrong;
+                return false;
+            }
+        }
+    }
+    return true;
+}
+
+NameSpace* Repository::find(std::string_view nameSpace)
+{
+    const auto found = mNameSpaces.find(lowered(nameSpace));
+    return found == mNameSpaces.end() ? nullptr : found->second.get();
+}
+
+NameSpace& Repository::provide(const std::string& nameSpace)
+{
+    std::unique_ptr<NameSpace>& entry = mNameSpaces[lowered(nameSpace)];
+    if (!entry) {
+        entry = std::make_unique<NameSpace>(nameSpace);
+    }
+    return *entry;
+}
+
+} // namespace cimomd
