@@ -52,30 +52,31 @@ bool measureInChild(const std::string& name, const std::string& directory, doubl
     return child > 0 && waitpid(child, nullptr, 0) == child && isMeasured;
 }
 
-void measure(benchmark::State& state, const std::string& name, const std::string& directory)
+void measure(benchmark::State& state, const std::string& directory)
 {
+    double floorSeconds = 0;
     for (auto _ : state) { // NOLINT(clang-analyzer-deadcode.DeadStores): the library's own idiom
         double seconds = 0;
-        if (!measureInChild(name, directory, seconds)) {
+        double ofFloor = 0;
+        if (!measureInChild("request", directory, seconds) ||
+            !measureInChild("mapping_floor", directory, ofFloor)) {
             state.SkipWithError("the process that was to be measured failed");
             break;
         }
         state.SetIterationTime(seconds);
+        floorSeconds += ofFloor;
     }
+    state.counters["floor_seconds"] =
+        benchmark::Counter(floorSeconds, benchmark::Counter::kAvgIterations);
 }
 
 void run()
 {
     const bench::TemporaryDirectory directory;
     bench::writeSystem(directory.path(), kResourcePairs);
-    for (const auto& [figure, label] : {std::pair("request", "first_request"),
-                                        std::pair("mapping_floor", "first_request_floor")}) {
-        benchmark::RegisterBenchmark(
-            label, [name = std::string(figure), &directory](
-                       benchmark::State& state) { measure(state, name, directory.path()); })
-            ->UseManualTime()
-            ->Unit(benchmark::kMillisecond);
-    }
+    benchmark::RegisterBenchmark("first_request", [&directory](benchmark::State& state) {
+        measure(state, directory.path());
+    })->UseManualTime();
     benchmark::RunSpecifiedBenchmarks();
 }
 

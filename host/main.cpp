@@ -1,3 +1,4 @@
+#include "cim_session.h"
 #include "front.h"
 #include "options.h"
 #include "spawner.h"
@@ -44,6 +45,9 @@ int main(int argc, char** argv)
         return EXIT_SUCCESS;
     }
     applyOptions(options);
+    if (!options.cimUrl.empty() && !host::directCimTo(options.cimUrl, problem)) {
+        return complain(problem, kWrongOptions);
+    }
     (void)std::signal(SIGPIPE, SIG_IGN);
     if (!ExtendedErrorInfoHandling::LoadRegistries(problem)) {
         return complain(problem +

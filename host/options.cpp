@@ -123,6 +123,7 @@ constexpr OptionEntry kEntries[] = {
     {"--listen", nullptr, readListen},
     {"--rmf", &Options::rmfPath, nullptr},
     {"--cache", &Options::cachePath, nullptr},
+    {"--cim", &Options::cimUrl, nullptr},
     {"--registries", &Options::registryDirectory, nullptr},
     {"--auth", nullptr, readAuth},
     {"--workers", nullptr, readWorkers},
@@ -157,7 +158,7 @@ bool readOption(const OptionEntry& entry, const std::string& value, Options& opt
 std::string helpText()
 {
     return "usage: cimgated [OPTION]...\n"
-           "Serves Redfish for the resources of a mapping file, from a data cache.\n"
+           "Serves Redfish for the resources of a mapping file, from a data cache and from CIM.\n"
            "\n"
            "  --listen ADDRESS:PORT   address to serve, loopback only; port 0 picks a free one\n"
            "                          (default 127.0.0.1:8000)\n"
@@ -169,6 +170,8 @@ std::string helpText()
            "                          (default " +
            SQLInterface::DataCachePath +
            ")\n"
+           "  --cim URL               CIM object manager for classes that are not cached\n"
+           "                          (default: the local one, http://127.0.0.1:5988)\n"
            "  --registries DIR        message registries (default: the installed ones)\n"
            "  --auth none             no authentication; the only mode\n"
            "  --workers N             worker processes, 1 to 64 (default: one for each core, at "

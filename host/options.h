@@ -14,6 +14,7 @@ struct Options
     uint16_t port = 8000;              // 0 picks a free one
     std::string rmfPath;               // mapping file
     std::string cachePath;             // data cache
+    std::string cimUrl;                // CIM object manager; empty for the local one
     std::string registryDirectory;     // message registries; empty for the installed ones
     unsigned int workers = 0;          // worker processes
     int logLevel = 1;                  // 0 to 4, as LogMessage.h describes them

@@ -64,8 +64,21 @@ httpd::Response readFromCache(ResourceMapper& mapper, const odata::Scope& scope)
     return answer(mapper, scope, rc, body);
 }
 
+// The library reports one and the same failure where the object manager is away and where it is
+// there and fails: only the first will pass.
+httpd::Response readLive(ResourceMapper& mapper, const odata::Scope& scope, CimSession& cim)
+{
+    Json::Value body;
+    const _ResourceMapperError rc =
+        mapper.mIsCollection ? mapper.GetCollection(body) : mapper.GetInstance(body);
+    if (rc == RM_INTERNAL_ERROR && !cim.renew()) {
+        return temporarilyUnavailable(kRetryAfterS);
+    }
+    return answer(mapper, scope, rc, body);
+}
+
 std::optional<httpd::Response> read(ResourceMapper& mapper, const odata::Scope& scope,
-                                    bool mayReadLive)
+                                    bool mayReadLive, CimSession& cim)
 {
     Json::Value body;
     _ResourceMapperError rc = mapper.ParseUri(RM_METHOD_GET);
@@ -79,8 +92,7 @@ std::optional<httpd::Response> read(ResourceMapper& mapper, const odata::Scope& 
         if (!mayReadLive) {
             return std::nullopt;
         }
-        // Reads that need a CIM object manager are not part of this service yet.
-        return errorResponse(501, "GeneralError");
+        return readLive(mapper, scope, cim);
     case Source::MappingFile:
         break;
     }
@@ -90,12 +102,12 @@ std::optional<httpd::Response> read(ResourceMapper& mapper, const odata::Scope& 
 
 } // namespace
 
-std::optional<httpd::Response> handleRead(const WorkerRequest& request)
+std::optional<httpd::Response> handleRead(const WorkerRequest& request, CimSession& cim)
 {
     odata::Scope scope = odata::Scope::ForRequest(request.target);
     const odata::URI uri = scope.NewURI();
-    ResourceMapper mapper(nullptr, scope, uri, false);
-    std::optional<httpd::Response> response = read(mapper, scope, request.mayReadLive);
+    ResourceMapper mapper(cim.get(), scope, uri, false);
+    std::optional<httpd::Response> response = read(mapper, scope, request.mayReadLive, cim);
     for (size_t i = 0; response && i < scope.GetHeaderCount(); ++i) {
         response->headers.push_back({scope.GetHeaderName(i), scope.GetHeaderValue(i)});
     }

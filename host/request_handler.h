@@ -2,6 +2,7 @@
 #ifndef HOST_REQUEST_HANDLER_H_
 #define HOST_REQUEST_HANDLER_H_
 
+#include "cim_session.h"
 #include "frame.h"
 
 #include <optional>
@@ -10,7 +11,7 @@ namespace host {
 
 // Answers a read of a URI, which must have at least one segment. Nothing when the resource is read
 // live and the request may not do that.
-std::optional<httpd::Response> handleRead(const WorkerRequest& request);
+std::optional<httpd::Response> handleRead(const WorkerRequest& request, CimSession& cim);
 
 } // namespace host
 

@@ -1,5 +1,6 @@
 #include "worker.h"
 
+#include "cim_session.h"
 #include "frame.h"
 #include "host_limits.h"
 #include "mapping_lookup.h"
@@ -104,9 +105,9 @@ private:
     bool mIsNoted = false;
 };
 
-std::string answerFrame(const WorkerRequest& request)
+std::string answerFrame(const WorkerRequest& request, CimSession& cim)
 {
-    const std::optional<httpd::Response> response = handleRead(request);
+    const std::optional<httpd::Response> response = handleRead(request, cim);
     return response ? encodeResponse(*response) : encodeDeclined(Declined::NeedsCim);
 }
 
@@ -116,6 +117,7 @@ void runWorker(FileDescriptor socket)
 {
     (void)prctl(PR_SET_NAME, "cimgated-worker");
     limitResources();
+    CimSession cim;
     CacheFile cache;
     if (hasCachedClass(ResourceMapper::RmfObj)) {
         cache.note();
@@ -128,7 +130,7 @@ void runWorker(FileDescriptor socket)
             (void)writeBytes(socket.get(), encodeDeclined(Declined::CacheReplaced));
             break;
         }
-        isConnected = writeBytes(socket.get(), answerFrame(request));
+        isConnected = writeBytes(socket.get(), answerFrame(request, cim));
     }
     std::exit(EXIT_SUCCESS); // NOLINT(concurrency-mt-unsafe): the process has one thread
 }

@@ -8,12 +8,16 @@
 //   ResourceMapper mapper(session, scope, uri, false);
 //   Json::Value body;
 //   _ResourceMapperError rc = mapper.ParseUri(RM_METHOD_GET);
-//   if (rc == RM_OK) rc = mapper.mIsCollection ? mapper.GetCollection(body, true)
-//                                              : mapper.GetInstance(body, true);
+//   if (rc == RM_OK) rc = mapper.mIsCollection ? mapper.GetCollection(body)
+//                                              : mapper.GetInstance(body);
 //   if (rc == RM_OK) mapper.SendResponse(body); else mapper.SendExtendedErrorResponse(rc);
 //
+// Each read exists twice: live from CIM through the session, and, with a further bool whose value
+// does not matter, from the data cache. The host chooses; see IsCached().
+//
 // Threads: a mapper belongs to one request and one thread. Requests may run on several threads,
-// each with its own mapper; the mapping file is loaded once, by whichever comes first.
+// each with its own mapper and, where CIM is read, its own session; the mapping file is loaded
+// once, by whichever comes first.
 //
 // Broken invariants log "Assertion '...' failed" at level 1 and abort the process; each operation
 // names its own. No operation throws.
@@ -24,7 +28,7 @@
 #include "ExtendedErrorInfoHandlingCIM.h"
 #include "SQLInterface.h"
 
-#include <CimClientLib/cmcidt.h>
+#include <CimClientLib/cmci.h>
 #include <ExtendedErrorInfoHandling.h>
 #include <json/json.h>
 #include <odata/odata.h>
@@ -56,7 +60,8 @@ public:
 
     // ---- Construction ----
 
-    // session  CIM session, not owned; null where only the data cache is read.
+    // session  CIM session, not owned, connected by the operations that need it; null where only
+    //          the data cache is read.
     // scope, uri  the request; both must outlive the mapper.
     // isZMQCall  the request came over the message queue: selectors are taken whole, and the
     //            answer carries no "Id", "Name", "Description" and no headers.
@@ -75,6 +80,8 @@ public:
     // Results: RM_OK; RM_INVALID_URI; RM_METHOD_NOT_ALLOWED; RM_RESOURCE_NOT_IN_RMF;
     // RM_RMF_NOT_PRESENT and RM_MALFORMED_JSON from loading the mapping file. After a failure
     // mErrorArgs holds the message arguments.
+    // A POST to an instance's URI is never served: the instance is looked up live, to tell
+    // RM_METHOD_NOT_ALLOWED (it exists) from RM_INVALID_URI. That takes a session.
     // Aborts on a URI without segments and where a host had set mOemResourceName before.
     _ResourceMapperError ParseUri(int method);
 
@@ -140,6 +147,15 @@ public:
     // set (not on the message queue).
     bool IsCached();
 
+    // The instance with the keys mSelectorSet (to which mInstanceId is added as "UniqueSelector",
+    // except on the message queue), live from CIM. out: as below, except that the key addresses the
+    // instance ("@odata.id", "Id", "Links") only where it is a mapped property and not left out by
+    // $select. Results: RM_OK; RM_INSTANCE_NOT_FOUND (mErrorArgs["p1"] is mInstanceId); those of
+    // ConvertCMPIErrortoRMError(); RM_INTERNAL_ERROR and RM_QUERY_NOT_SUPPORTED from the query
+    // options; RM_PROPERTY_UNKNOWN. Aborts without a session and where the resource is a
+    // collection.
+    _ResourceMapperError GetInstance(Json::Value& out);
+
     // The instance named by mInstanceId, from the data cache. The bool only chooses this source.
     // out: the mapped properties under their aliases, with OData annotations, "Links" and
     // "Actions", narrowed by $select. Results: RM_OK; RM_INVALID_URI (no key, or no row for it);
@@ -148,12 +164,24 @@ public:
     // After a failure out may hold partial data. Aborts where the resource is a collection.
     _ResourceMapperError GetInstance(Json::Value& out, bool fromCache);
 
+    // A collection, live from CIM: one enumeration of the class, whatever its size. out: as below,
+    // except that there is a next link only where there is a next member that the request asks for,
+    // and that members have no "@odata.context". Options other than $top and $skip are not looked
+    // at. Results: RM_OK; RM_QUERY_PARAM_OUT_OF_RANGE; those of ConvertCMPIErrortoRMError(). Aborts
+    // without a session and where the resource is no collection.
+    _ResourceMapperError GetCollection(Json::Value& out);
+
     // A collection from the data cache: "Members", "Members@odata.count" and, where the mapping
     // allows it, "Members@odata.nextLink" after every 50 members. The bool only chooses the source.
     // Results: RM_OK; RM_INTERNAL_ERROR (table missing, no mapped properties, statement cannot be
     // prepared); RM_QUERY_PARAM_OUT_OF_RANGE ($top, $skip); RM_QUERY_NOT_SUPPORTED;
     // RM_PROPERTY_UNKNOWN. Aborts where the resource is no collection.
     _ResourceMapperError GetCollection(Json::Value& out, bool fromCache);
+
+    // The first instance that query (a CQL SELECT; all instances when empty) gives, live from CIM;
+    // message queue only. Failures are logged and leave out as it was. Aborts without a session and
+    // for a request that did not come over the message queue.
+    void QueryInstances(Json::Value& out, const std::string& query);
 
     // The first instance that matches clause (" where ...", with its leading blank), from the data
     // cache; message queue only (aborts otherwise). Failures are logged and leave out without data.
@@ -190,7 +218,45 @@ public:
     _ResourceMapperError ApplyFilterToGetInstance(Json::Value& data, Json::Value selectList,
                                                   bool forActions);
 
+    // ---- From CIM instances to JSON ----
+
+    // Converts the mapped properties of an instance that selectList leaves (null: all) and adds
+    // them to out under their aliases, with the OData annotations. Values with a "value_mapping"
+    // are shown as it says; those that it lacks are left out. The instance stays the caller's.
+    // Results: RM_OK, RM_PROPERTY_UNKNOWN. Aborts on a null instance.
+    _ResourceMapperError ConvertCMPIInstanceToJson(CMPIInstance* instance, Json::Value& out,
+                                                   Json::Value& selectList);
+
+    // Adds one property to out, under its own name: see CmpiJson::CmpiDataToJson(), or mapped where
+    // it has a "value_mapping". A mapped array has no "@odata.count"; when it is null it becomes
+    // [], its elements that cannot be mapped become null. Aborts on a null name.
+    void DoCMPIDataToJson(char* name, CMPIData& data, Json::Value& out) const;
+
+    // Adds the text that the property's "value_mapping" has for a single value, if it has one.
+    // Integers and strings can be mapped, in any state; other types are logged. Aborts on a string
+    // without text, as that of a null property.
+    void DoPropertyValueMap(char* name, CMPIData& data, Json::Value& out) const;
+
+    // Looks key up in the property's "value_mapping"; false, with value unchanged, when it lacks
+    // it, which is logged. Aborts on null arguments.
+    bool GetPropertyKeyValue(char* name, char* key, std::string& value) const;
+
+    // An integer of any width as 64 bits, sign-extended. Returns CMPI_RC_OK, also for an unknown
+    // integer type, or CMPI_RC_ERR_NOT_SUPPORTED for a type that is no integer; both leave result
+    // unchanged.
+    CMPIrc GetCimIntValue(CMPIValue& value, unsigned short type, unsigned long long& result);
+
     // ---- Annotations ----
+
+    // Adds the OData annotations and the headers to a live collection itself. Returns RM_OK. Aborts
+    // where the resource is no collection.
+    _ResourceMapperError AddOdataMetaData(Json::Value& collection);
+
+    // Adds the OData annotations to a live instance or member of a collection, obj being what was
+    // converted of it, under the properties' own names. The instance is not read. Results: RM_OK;
+    // RM_PROPERTY_UNKNOWN from a $select on actions.
+    _ResourceMapperError AddOdataMetaData(CMPIInstance* instance, Json::Value& obj,
+                                          Json::Value& selectList);
 
     // Adds the OData annotations to a cached object. isTarget: obj is what the request names, an
     // instance or the collection itself, not a member of a collection. isRequested is not read.
@@ -302,7 +368,7 @@ private:
     CIMGATE_LOCAL _ResourceMapperError refuseRange(unsigned long value, const char* option,
                                                    const std::string& range);
     CIMGATE_LOCAL _ResourceMapperError readMembers(Json::Value& out, const Paging& paging);
-    CIMGATE_LOCAL void setNextLink(Json::Value& out, const Paging& paging) const;
+    CIMGATE_LOCAL void setNextLink(Json::Value& out, const Paging& paging, bool fromCache) const;
     CIMGATE_LOCAL _ResourceMapperError annotateMembers(Json::Value& out);
 
     // Instances
@@ -311,17 +377,31 @@ private:
                                                    bool forActions);
     CIMGATE_LOCAL _ResourceMapperError narrowNames(const Json::Value& selectList, bool forActions,
                                                    Json::Value& names);
-    CIMGATE_LOCAL void shapeWhole(Json::Value& data, const std::string& unique);
-    CIMGATE_LOCAL _ResourceMapperError copySelected(const Json::Value& data,
+    CIMGATE_LOCAL _ResourceMapperError narrowBySelect(const Json::Value& selectList,
+                                                      const char* noSelectText, Json::Value& names);
+    CIMGATE_LOCAL void completeAnswer(Json::Value& answer);
+    CIMGATE_LOCAL _ResourceMapperError takeSelected(Json::Value& data,
                                                     const Json::Value& selectList, bool forActions,
-                                                    Json::Value& output);
+                                                    const std::string& unique, Json::Value& output);
     CIMGATE_LOCAL void removeUnmappedKey(Json::Value& object, const std::string& unique) const;
 
+    // Live reads
+    CIMGATE_LOCAL _ResourceMapperError instanceFailure(int rc);
+    CIMGATE_LOCAL void readLiveMembers(CMPIEnumeration* enumeration, const Paging& paging,
+                                       Json::Value& out);
+    CIMGATE_LOCAL _ResourceMapperError convertInstance(CMPIInstance* instance, Json::Value& out,
+                                                       const Json::Value& selectList);
+
     // Annotations
+    CIMGATE_LOCAL std::string addId(Json::Value& obj, bool fromResourceObj) const;
+    CIMGATE_LOCAL _ResourceMapperError annotateLive(Json::Value& obj,
+                                                    const Json::Value& selectList);
     CIMGATE_LOCAL _ResourceMapperError annotate(Json::Value& obj, const Json::Value& selectList,
                                                 bool isTarget);
     CIMGATE_LOCAL void addCommonProperties(Json::Value& obj, const Json::Value& selectList,
-                                           const std::string& key, bool fromResourceObj);
+                                           const std::string& key, bool fromResourceObj) const;
+    CIMGATE_LOCAL void addName(Json::Value& obj, const Json::Value& selectList,
+                               bool fromResourceObj) const;
     CIMGATE_LOCAL _ResourceMapperError filterActions(Json::Value& resource,
                                                      const Json::Value& selectList);
     CIMGATE_LOCAL std::string metadata(const char* key, bool fromResourceObj) const;

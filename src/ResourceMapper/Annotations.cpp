@@ -111,19 +111,10 @@ _ResourceMapperError ResourceMapper::annotate(Json::Value& obj, const Json::Valu
     LOG_SCOPE_AS("AddOdataMetaData");
     // A collection itself is described by its own entry, its members by theirs.
     const bool fromResourceObj = !(isTarget && mIsCollection);
-    const Json::Value& entry = fromResourceObj ? mResourceObj : memberOf(RmfObj, mOemResourceName);
-    const std::string unique = textOf(entry, mapping::kUniqueSelector);
-    const std::string key = textOf(obj, unique);
-    LOG_AT(LOG_FACT, " SelectorSet %s", key.c_str());
-
-    std::string id = metadata(mapping::kOdataId, fromResourceObj);
-    if (!unique.empty()) {
-        id += "/" + key;
-    }
-    EncodeSpecialChars(id);
-    obj[mapping::kOdataId] = id;
+    const std::string key = addId(obj, fromResourceObj);
     if (!mIsZMQCall) {
         addCommonProperties(obj, selectList, key, fromResourceObj);
+        addName(obj, selectList, fromResourceObj);
     }
     if (mShowLinks) {
         SetLinks(obj, key);
@@ -144,8 +135,25 @@ _ResourceMapperError ResourceMapper::annotate(Json::Value& obj, const Json::Valu
     return RM_OK;
 }
 
+// Adds "@odata.id" and returns the key that it ends with.
+std::string ResourceMapper::addId(Json::Value& obj, bool fromResourceObj) const
+{
+    const Json::Value& entry = fromResourceObj ? mResourceObj : memberOf(RmfObj, mOemResourceName);
+    const std::string unique = textOf(entry, mapping::kUniqueSelector);
+    std::string key = textOf(obj, unique);
+    LOG_AT(LOG_FACT, " SelectorSet %s", key.c_str());
+
+    std::string id = metadata(mapping::kOdataId, fromResourceObj);
+    if (!unique.empty()) {
+        id += "/" + key;
+    }
+    EncodeSpecialChars(id);
+    obj[mapping::kOdataId] = id;
+    return key;
+}
+
 void ResourceMapper::addCommonProperties(Json::Value& obj, const Json::Value& selectList,
-                                         const std::string& key, bool fromResourceObj)
+                                         const std::string& key, bool fromResourceObj) const
 {
     if (isSelected(selectList, "Description")) {
         obj["Description"] = metadata("Description", fromResourceObj);
@@ -153,10 +161,58 @@ void ResourceMapper::addCommonProperties(Json::Value& obj, const Json::Value& se
     if (isSelected(selectList, "Id")) {
         obj["Id"] = key.empty() ? mOemResourceName : key;
     }
+}
+
+void ResourceMapper::addName(Json::Value& obj, const Json::Value& selectList,
+                             bool fromResourceObj) const
+{
     // A mapped property of that name is the better one.
     if (isSelected(selectList, "Name") && !hasMember(obj, "Name")) {
         obj["Name"] = metadata("Name", fromResourceObj);
     }
+}
+
+_ResourceMapperError ResourceMapper::AddOdataMetaData(Json::Value& collection)
+{
+    LOG_SCOPE();
+    RM_ASSERT(mIsCollection == true);
+    for (const char* key :
+         {mapping::kOdataId, "@odata.context", "@odata.type", "Description", "Name"}) {
+        collection[key] = metadata(key, false);
+    }
+    SetAllowedHeader();
+    SetLinkHeader();
+    return RM_OK;
+}
+
+_ResourceMapperError ResourceMapper::AddOdataMetaData(CMPIInstance* /*instance*/, Json::Value& obj,
+                                                      Json::Value& selectList)
+{
+    return annotateLive(obj, selectList);
+}
+
+_ResourceMapperError ResourceMapper::annotateLive(Json::Value& obj, const Json::Value& selectList)
+{
+    LOG_SCOPE_AS("AddOdataMetaData");
+    const std::string key = addId(obj, true);
+    if (!mIsZMQCall) {
+        addCommonProperties(obj, selectList, key, true);
+        addName(obj, selectList, false); // members of a collection are named like it
+    }
+    if (mShowLinks) {
+        SetLinks(obj, key);
+    }
+    obj["@odata.type"] = metadata("@odata.type", true);
+    if (mIsCollection) {
+        return RM_OK;
+    }
+    obj["@odata.context"] = metadata("@odata.context", true);
+    if (!mIsZMQCall) {
+        SetAllowedHeader();
+        SetLinkHeader();
+    }
+    AddActions(obj);
+    return selectsActions(selectList) ? filterActions(obj, selectList) : RM_OK;
 }
 
 void ResourceMapper::EncodeSpecialChars(std::string& uri) const

@@ -2,28 +2,13 @@
 #include "Log.h"
 #include "MappingEntry.h"
 #include "ResourceMapper.h"
+#include "ResourceMapper/Paging.h"
 #include "SQLInterface/DataCache.h"
 #include "SQLInterface/RowToJson.h"
 #include "SQLInterface/Statement.h"
 
 #include <algorithm>
 #include <cstdint>
-
-namespace {
-
-constexpr uint32_t kPageMembers = 50;
-constexpr const char* kMembers = "Members";
-
-} // namespace
-
-// Which of a collection's members a request asks for.
-struct ResourceMapper::Paging
-{
-    uint32_t count = 0; // all members of the collection, whatever is asked for
-    uint32_t top = 0;
-    uint32_t skip = 0;
-    bool topGiven = false;
-};
 
 _ResourceMapperError ResourceMapper::refuseRange(unsigned long value, const char* option,
                                                  const std::string& range)
@@ -64,7 +49,7 @@ _ResourceMapperError ResourceMapper::readPaging(Paging& paging)
     return RM_OK;
 }
 
-void ResourceMapper::setNextLink(Json::Value& out, const Paging& paging) const
+void ResourceMapper::setNextLink(Json::Value& out, const Paging& paging, bool fromCache) const
 {
     std::string link = mScope.GetRequestURL();
     link.erase(std::min(link.find('?'), link.size()));
@@ -74,7 +59,7 @@ void ResourceMapper::setNextLink(Json::Value& out, const Paging& paging) const
     LOG_AT(LOG_STEP, "Skip Part: %s", link.c_str());
     if (paging.topGiven) {
         const uint32_t end = paging.skip + paging.top;
-        if (end < paging.count) {
+        if (fromCache && end < paging.count) {
             LOG_AT(LOG_STEP, "%d||%d", static_cast<int>(end), static_cast<int>(nextSkip));
         }
         const uint32_t remaining = std::min(end, paging.count) - nextSkip;
@@ -104,7 +89,7 @@ _ResourceMapperError ResourceMapper::readMembers(Json::Value& out, const Paging&
         return failWith(RM_INTERNAL_ERROR, mOemResourceName);
     }
     LOG_AT(LOG_STEP, "Execute query %s is success", query.c_str());
-    if (rowsToJson(statement.get(), out, mResourceObj, mCimClass, true) != 0) {
+    if (rowsToJson(statement.get(), out, mResourceObj, mCimClass, RowShape::Members) != 0) {
         LOG_AT(LOG_ERROR, "SQL to Json conversion is failed");
         return failWith(RM_INTERNAL_ERROR, mOemResourceName);
     }
@@ -117,11 +102,14 @@ _ResourceMapperError ResourceMapper::annotateMembers(Json::Value& out)
         return RM_OK;
     }
     const std::string unique = textOf(mResourceObj, mapping::kUniqueSelector);
+    const bool isKeyMapped = hasMember(mapping::propertiesOf(mResourceObj, mCimClass), unique);
     for (Json::Value& member : out[kMembers]) {
         if (const auto rc = annotate(member, Json::Value::nullSingleton(), false); rc != RM_OK) {
             return rc;
         }
-        removeUnmappedKey(member, unique);
+        if (!isKeyMapped) {
+            member.removeMember(unique);
+        }
     }
     return RM_OK;
 }
@@ -150,7 +138,7 @@ _ResourceMapperError ResourceMapper::GetCollection(Json::Value& out, bool /*from
     // that follow the link learn it from the answer.
     if (mSupportsNextLink && paging.top >= kPageMembers &&
         paging.count >= paging.skip + kPageMembers) {
-        setNextLink(out, paging);
+        setNextLink(out, paging, true);
     }
     if (const auto rc = annotateMembers(out); rc != RM_OK) {
         return rc;
@@ -158,7 +146,7 @@ _ResourceMapperError ResourceMapper::GetCollection(Json::Value& out, bool /*from
     if (paging.count == 0) {
         out[kMembers] = Json::Value(Json::arrayValue);
     }
-    out["Members@odata.count"] = paging.count;
+    out[kMembersCount] = paging.count;
     const _ResourceMapperError rc = shapeResult(out, selectList, false);
     if (rc == RM_OK) {
         LOG_AT(LOG_STEP, "SQL to Json conversion is success");

@@ -8,20 +8,15 @@
 
 #include <algorithm>
 #include <array>
-#include <optional>
 #include <utility>
 
 namespace {
 
+constexpr const char* kNoSelect = "The request does not have select filter";
+
 // What a collection's answer shows of its own.
 constexpr std::array<std::string_view, 3> kCollectionMembers = {"Members", "Members@odata.count",
                                                                 "Members@odata.nextLink"};
-
-bool isCollectionMember(std::string_view name)
-{
-    return std::find(kCollectionMembers.begin(), kCollectionMembers.end(), name) !=
-           kCollectionMembers.end();
-}
 
 // The name under which a property is shown; property is its entry, null when it has none.
 std::string shownName(const Json::Value* property, std::string_view name)
@@ -90,9 +85,15 @@ _ResourceMapperError ResourceMapper::GetInstance(Json::Value& out, bool /*fromCa
     if (const auto rc = selectedNames(selectList); rc != RM_OK) {
         return rc;
     }
-    if (rowsToJson(statement.get(), out, mResourceObj, mCimClass, false) != 0) {
+    const bool isWhole = selectList.empty();
+    if (rowsToJson(statement.get(), out, mResourceObj, mCimClass,
+                   isWhole ? RowShape::Answer : RowShape::Properties) != 0) {
         LOG_AT(LOG_ERROR, "SQL query on get instance returned 0 rows");
         return failWith(RM_INVALID_URI, mOemResourceName);
+    }
+    if (isWhole) {
+        completeAnswer(out);
+        return RM_OK;
     }
     return shapeResult(out, selectList, false);
 }
@@ -114,7 +115,7 @@ void ResourceMapper::QueryInstances(Json::Value& out, const std::string& clause,
         return;
     }
     LOG_AT(LOG_STEP, "Execute query %s is success", query.c_str());
-    if (rowsToJson(statement.get(), out, mResourceObj, mCimClass, false) != 0) {
+    if (rowsToJson(statement.get(), out, mResourceObj, mCimClass, RowShape::Properties) != 0) {
         LOG_AT(LOG_ERROR, "SQL to Json conversion is failed");
         return;
     }
@@ -133,11 +134,7 @@ _ResourceMapperError ResourceMapper::shapeResult(Json::Value& data, const Json::
     LOG_SCOPE_AS("ApplyFilterToGetInstance");
     const std::string unique = textOf(mResourceObj, mapping::kUniqueSelector);
     Json::Value output(Json::objectValue);
-    if (selectList.empty() && !forActions) {
-        // Only a $select can be refused below: nobody misses what is taken from data here.
-        shapeWhole(data, unique);
-        output.swap(data);
-    } else if (const auto rc = copySelected(data, selectList, forActions, output); rc != RM_OK) {
+    if (const auto rc = takeSelected(data, selectList, forActions, unique, output); rc != RM_OK) {
         return rc;
     }
     // The key is needed to address the instance, whether or not it is shown.
@@ -152,53 +149,24 @@ _ResourceMapperError ResourceMapper::shapeResult(Json::Value& data, const Json::
     return RM_OK;
 }
 
-// Leaves in data what is shown without a $select, under its aliases, and the key. In place, since
-// most members keep their names and building them anew costs more than reading them did. Where
-// names meet, the property that comes last in sorted order wins.
-void ResourceMapper::shapeWhole(Json::Value& data, const std::string& unique)
+// What shapeResult() does for a row that was read in the shape of an answer: without a $select
+// nothing in it can be refused.
+void ResourceMapper::completeAnswer(Json::Value& answer)
 {
-    LOG_AT(LOG_STEP, "The request does not have select filter");
-    mShowLinks = mShowLinks && !mIsCollection;
-    if (!objectOf(data).isObject()) {
-        data = Json::Value(Json::objectValue);
-    }
-    const Json::Value& properties =
-        mIsCollection ? mapping::propertiesOf(mResourceObj, mCimClass) : classProperties();
-    const auto nameInAnswer = [&](std::string_view name) -> std::optional<std::string> {
-        const Json::Value* property = findMember(properties, name);
-        if (mIsCollection ? !isCollectionMember(name) : property == nullptr) {
-            return std::nullopt;
-        }
-        return shownName(property, name);
-    };
-    std::vector<std::string> leaving;
-    std::vector<std::pair<std::string, Json::Value>> renamed;
-    for (auto member = data.begin(); member != data.end(); ++member) {
-        const std::string_view name = nameOf(member);
-        const std::optional<std::string> shown = nameInAnswer(name);
-        if (shown == name) {
-            continue;
-        }
-        const bool isOutdone =
-            shown && name < *shown && hasMember(data, *shown) && nameInAnswer(*shown) == shown;
-        if (shown && !isOutdone) {
-            renamed.emplace_back(*shown, *member);
-        }
-        if (name != unique) {
-            leaving.emplace_back(name);
-        }
-    }
-    for (const std::string& name : leaving) {
-        data.removeMember(name);
-    }
-    for (auto& [alias, value] : renamed) {
-        data[alias] = std::move(value);
+    LOG_SCOPE_AS("ApplyFilterToGetInstance");
+    const std::string unique = textOf(mResourceObj, mapping::kUniqueSelector);
+    const Json::Value& properties = classProperties();
+    LOG_AT(LOG_STEP, "%s", kNoSelect);
+    (void)annotate(answer, Json::Value::nullSingleton(), true);
+    if (!hasMember(properties, unique)) {
+        answer.removeMember(unique);
     }
 }
 
-// Copies to output what a $select leaves, so that data is whole where it is refused later on.
-_ResourceMapperError ResourceMapper::copySelected(const Json::Value& data,
-                                                  const Json::Value& selectList, bool forActions,
+// Puts into output, under their aliases, the members of data that selectList leaves. Where it may
+// still be refused later on they are copied, so that data stays whole.
+_ResourceMapperError ResourceMapper::takeSelected(Json::Value& data, const Json::Value& selectList,
+                                                  bool forActions, const std::string& unique,
                                                   Json::Value& output)
 {
     Json::Value names(Json::arrayValue);
@@ -208,8 +176,14 @@ _ResourceMapperError ResourceMapper::copySelected(const Json::Value& data,
     const Json::Value& properties = mapping::propertiesOf(mResourceObj, mCimClass);
     for (const Json::Value& nameValue : names) {
         const std::string name = nameValue.asString();
-        if (hasMember(data, name)) {
-            output[shownName(findMember(properties, name), name)] = memberOf(data, name);
+        if (!hasMember(data, name)) {
+            continue;
+        }
+        Json::Value& shown = output[shownName(findMember(properties, name), name)];
+        if (selectList.empty() && name != unique) {
+            shown = std::move(data[name]);
+        } else {
+            shown = memberOf(data, name);
         }
     }
     return RM_OK;
@@ -229,8 +203,14 @@ _ResourceMapperError ResourceMapper::narrowNames(const Json::Value& selectList, 
     } else {
         GetCimClassProperties(names);
     }
+    return narrowBySelect(selectList, kNoSelect, names);
+}
+
+_ResourceMapperError ResourceMapper::narrowBySelect(const Json::Value& selectList,
+                                                    const char* noSelectText, Json::Value& names)
+{
     if (selectList.empty()) {
-        LOG_AT(LOG_STEP, "The request does not have select filter");
+        LOG_AT(LOG_STEP, "%s", noSelectText);
         return RM_OK;
     }
     if (selectList.size() == 1 && textOf(selectList[0U]) == "*") {

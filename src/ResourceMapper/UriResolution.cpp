@@ -197,6 +197,11 @@ _ResourceMapperError ResourceMapper::refusePostToInstance(const char** pEntityNa
     if (mIsCollection) {
         return refuseUri(uri);
     }
+    // Whether the instance exists decides what is wrong: the method, or the URI.
+    Json::Value unused;
+    if (GetInstance(unused) != RM_OK) {
+        return refuseUri(uri);
+    }
     LOG_AT(LOG_FACT, "Invalid method on URI %s", uri.c_str());
     return RM_METHOD_NOT_ALLOWED;
 }

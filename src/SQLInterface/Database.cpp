@@ -99,5 +99,6 @@ int SQLInterface::GetInstanceCount(std::string tail, unsigned int* count)
 int SQLInterface::SQLToJson(sqlite3_stmt* stmt, Json::Value& out, Json::Value rmf,
                             std::string className, bool isCollection)
 {
-    return rowsToJson(stmt, out, rmf, className, isCollection);
+    return rowsToJson(stmt, out, rmf, className,
+                      isCollection ? RowShape::Members : RowShape::Properties);
 }

@@ -9,12 +9,15 @@
 #include <strings.h>
 
 #include <algorithm>
+#include <charconv>
 #include <cstddef>
 #include <cstdlib>
 #include <cstring>
 #include <ctime>
+#include <iterator>
 #include <memory>
 #include <new>
+#include <optional>
 #include <vector>
 
 namespace {
@@ -26,12 +29,18 @@ constexpr int kStringArray = 1;
 constexpr int kMaxNumberElements = 1023;
 constexpr long long kUsPerSecond = 1000000;
 
+// What a cell that stores a number stands for.
+enum class NumberType { Uint64, Sint64, Sint, Uint, Boolean, DateTime };
+
 // What a result column is, found once per call and used for each row.
 struct Column
 {
     std::string key;                       // name in the output
     const Json::Value* mapping = nullptr;  // the property's entry in the mapping file
     const Json::Value* valueMap = nullptr; // its "value_mapping"; null when it has none
+    std::optional<NumberType> numberType;  // known from the first number on
+    bool isShown = true;
+    bool hasCount = true; // whether an array comes with its "@odata.count"
 };
 
 const Json::Value* ValueMapSupport(const Json::Value& propertyMap)
@@ -41,26 +50,71 @@ const Json::Value* ValueMapSupport(const Json::Value& propertyMap)
     return valueMap.empty() ? nullptr : &valueMap;
 }
 
-std::vector<Column> GetColumnNames(sqlite3_stmt* stmt, const Json::Value& properties,
-                                   bool isCollection)
+// Finds the entries of properties. The columns of a query come in the order of the mapping, so that
+// the next entry mostly is the one wanted.
+class PropertyFinder
+{
+public:
+    explicit PropertyFinder(const Json::Value& properties)
+        : mProperties(properties), mNext(properties.begin())
+    {}
+
+    const Json::Value* find(std::string_view name)
+    {
+        if (mNext != mProperties.end() && nameOf(mNext) == name) {
+            return &*mNext++;
+        }
+        return findMember(mProperties, name);
+    }
+
+private:
+    const Json::Value& mProperties;
+    Json::ValueConstIterator mNext;
+};
+
+Column columnNamed(std::string_view name, const Json::Value* property, RowShape shape)
+{
+    Column column;
+    column.mapping = property == nullptr ? &Json::Value::nullSingleton() : property;
+    column.valueMap = ValueMapSupport(*column.mapping);
+    column.key =
+        shape == RowShape::Properties ? std::string() : textOf(*column.mapping, mapping::kAlias);
+    if (column.key.empty()) {
+        column.key = name;
+    }
+    column.isShown = shape != RowShape::Answer || property != nullptr;
+    column.hasCount = shape != RowShape::Answer;
+    return column;
+}
+
+// The key column stands behind the properties of an answer, under its own name, unless one of them
+// is shown by that name.
+void showKey(std::vector<Column>& columns, std::string_view name, const std::string& unique)
+{
+    const auto last = columns.end() - 1;
+    last->key = name;
+    last->isShown = name == unique && std::none_of(columns.begin(), last, [&](const Column& other) {
+                        return other.isShown && other.key == name;
+                    });
+}
+
+std::vector<Column> GetColumnNames(sqlite3_stmt* stmt, const Json::Value& entry,
+                                   const std::string& className, RowShape shape)
 {
     LOG_SCOPE();
+    PropertyFinder properties(mapping::propertiesOf(entry, className));
     std::vector<Column> columns;
     const int count = sqlite3_column_count(stmt);
     columns.reserve(static_cast<size_t>(count));
+    std::string_view name;
     for (int i = 0; i < count; ++i) {
-        const char* property = sqlite3_column_name(stmt, i);
-        const std::string_view name = property == nullptr ? "" : property;
-        Column column;
-        column.mapping = &memberOf(properties, name);
-        column.valueMap = ValueMapSupport(*column.mapping);
-        // Only members of a collection are read under their aliases; a single instance gets its
-        // aliases when it is shaped for the answer.
-        column.key = isCollection ? textOf(*column.mapping, mapping::kAlias) : std::string();
-        if (column.key.empty()) {
-            column.key = name;
-        }
-        columns.push_back(std::move(column));
+        const char* column = sqlite3_column_name(stmt, i);
+        name = column == nullptr ? "" : column;
+        columns.push_back(columnNamed(name, properties.find(name), shape));
+    }
+    const std::string unique = textOf(entry, mapping::kUniqueSelector);
+    if (shape == RowShape::Answer && !unique.empty()) {
+        showKey(columns, name, unique);
     }
     return columns;
 }
@@ -78,10 +132,8 @@ std::string localDateTime(const char* text)
     return buffer;
 }
 
-Json::Value numberByCimType(const Json::Value& propertyMap, const std::string& className,
-                            const char* text)
+NumberType numberTypeOf(const Json::Value& propertyMap, const std::string& className)
 {
-    LOG_SCOPE_AS("PopulateSQLIntegerValues");
     const std::string type = textOf(propertyMap, mapping::kCimType);
     const bool typed = !type.empty();
     if (!typed) {
@@ -89,25 +141,53 @@ Json::Value numberByCimType(const Json::Value& propertyMap, const std::string& c
     }
     RM_ASSERT_TEXT(typed, "ret == true");
     if (strcasecmp(type.c_str(), "uint64") == 0) {
-        return Json::Value::UInt64{std::strtoull(text, nullptr, 10)};
+        return NumberType::Uint64;
     }
     if (strcasecmp(type.c_str(), "sint64") == 0) {
-        return Json::Value::Int64{std::strtoll(text, nullptr, 10)};
+        return NumberType::Sint64;
     }
     if (type.starts_with("sint")) {
-        return static_cast<Json::Value::Int>(std::strtol(text, nullptr, 10));
+        return NumberType::Sint;
     }
     if (type.starts_with("uint")) {
-        return static_cast<Json::Value::UInt>(std::strtoul(text, nullptr, 10));
+        return NumberType::Uint;
     }
     if (strcasecmp(type.c_str(), "boolean") == 0) {
-        return std::strtol(text, nullptr, 10) == 1;
+        return NumberType::Boolean;
     }
     if (strcasecmp(type.c_str(), "datetime") == 0) {
-        return localDateTime(text);
+        return NumberType::DateTime;
     }
     LOG_AT(LOG_ERROR, "Did not match data type %s", type.c_str());
     assertionFailed(__FILE__, __LINE__, __func__, "ret == true");
+}
+
+Json::Value numberOf(NumberType type, const char* text)
+{
+    switch (type) {
+    case NumberType::Uint64:
+        return Json::Value::UInt64{std::strtoull(text, nullptr, 10)};
+    case NumberType::Sint64:
+        return Json::Value::Int64{std::strtoll(text, nullptr, 10)};
+    case NumberType::Sint:
+        return static_cast<Json::Value::Int>(std::strtol(text, nullptr, 10));
+    case NumberType::Uint:
+        return static_cast<Json::Value::UInt>(std::strtoul(text, nullptr, 10));
+    case NumberType::Boolean:
+        return std::strtol(text, nullptr, 10) == 1;
+    case NumberType::DateTime:
+        return localDateTime(text);
+    }
+    return {};
+}
+
+Json::Value numberInColumn(Column& column, const std::string& className, const char* text)
+{
+    LOG_SCOPE_AS("PopulateSQLIntegerValues");
+    if (!column.numberType) {
+        column.numberType = numberTypeOf(*column.mapping, className);
+    }
+    return numberOf(*column.numberType, text);
 }
 
 // Calls use(text) for each of the blob's elements, at most count of them. Overwrites the data.
@@ -134,14 +214,14 @@ void appendMapped(__blobData* blob, Json::Value& array, const Json::Value& value
     });
 }
 
-void appendNumbers(__blobData* blob, const Column& column, const std::string& className,
+void appendNumbers(__blobData* blob, Column& column, const std::string& className,
                    Json::Value& array)
 {
     if (blob->count > kMaxNumberElements) {
         return;
     }
     forEachElement(blob, [&](const char* element) {
-        array.append(numberByCimType(*column.mapping, className, element));
+        array.append(numberInColumn(column, className, element));
     });
 }
 
@@ -159,12 +239,17 @@ std::unique_ptr<std::byte[]> copyBlob(sqlite3_stmt* stmt, int index)
     return copy;
 }
 
-void blobCellToJson(sqlite3_stmt* stmt, int index, const Column& column,
-                    const std::string& className, Json::Value& row)
+Json::Value& memberIn(Json::Value& object, std::string_view name)
+{
+    return *object.demand(name.data(), name.data() + name.size());
+}
+
+void blobCellToJson(sqlite3_stmt* stmt, int index, Column& column, const std::string& className,
+                    Json::Value& out, Json::Value& row)
 {
     const std::unique_ptr<std::byte[]> copy = copyBlob(stmt, index);
     if (copy == nullptr) {
-        row[column.key] = Json::Value::nullSingleton();
+        out = Json::Value::nullSingleton();
         return;
     }
     auto* blob = reinterpret_cast<__blobData*>(copy.get());
@@ -181,48 +266,65 @@ void blobCellToJson(sqlite3_stmt* stmt, int index, const Column& column,
     } else {
         appendNumbers(blob, column, className, array);
     }
-    row[column.key] = std::move(array);
-    row[column.key + "@odata.count"] = blob->count;
+    out = std::move(array);
+    if (column.hasCount) {
+        row[column.key + "@odata.count"] = blob->count;
+    }
 }
 
-void textCellToJson(sqlite3_stmt* stmt, int index, int cellType, const Column& column,
-                    const std::string& className, Json::Value& row)
+void textToJson(std::string_view text, bool isNumber, Column& column, const std::string& className,
+                Json::Value& out)
+{
+    const char* const end = text.data() + text.size();
+    if (text.empty()) {
+        out = Json::Value::nullSingleton();
+    } else if (column.valueMap == nullptr) {
+        out = isNumber ? numberInColumn(column, className, text.data())
+                       : Json::Value(text.data(), end);
+    } else if (const Json::Value* mapped = column.valueMap->find(text.data(), end)) {
+        out = *mapped;
+    } else {
+        LOG_AT(LOG_ERROR, "Value map not present in RMF");
+        out = Json::Value(text.data(), end);
+    }
+}
+
+// An integer as SQLite would write it, which would allocate memory for it.
+void integerCellToJson(sqlite3_stmt* stmt, int index, Column& column, const std::string& className,
+                       Json::Value& out)
+{
+    char digits[24] = "";
+    const char* end = std::to_chars(std::begin(digits), std::end(digits),
+                                    int64_t{sqlite3_column_int64(stmt, index)})
+                          .ptr;
+    textToJson({digits, static_cast<size_t>(end - digits)}, true, column, className, out);
+}
+
+void textCellToJson(sqlite3_stmt* stmt, int index, Column& column, const std::string& className,
+                    Json::Value& out)
 {
     const auto* text = reinterpret_cast<const char*>(sqlite3_column_text(stmt, index));
     const auto bytes = static_cast<size_t>(sqlite3_column_bytes(stmt, index));
-    Json::Value& out = row[column.key];
-    if (text == nullptr || bytes == 0) {
-        out = Json::Value::nullSingleton();
-        return;
-    }
-    if (column.valueMap == nullptr) {
-        out = cellType == SQLITE_INTEGER ? numberByCimType(*column.mapping, className, text)
-                                         : Json::Value(text, text + bytes);
-        return;
-    }
-    const Json::Value* mapped = column.valueMap->find(text, text + bytes);
-    if (mapped == nullptr) {
-        LOG_AT(LOG_ERROR, "Value map not present in RMF");
-        out = Json::Value(text, text + bytes);
-        return;
-    }
-    out = *mapped;
+    textToJson({text, text == nullptr ? 0 : bytes}, false, column, className, out);
 }
 
-void cellToJson(sqlite3_stmt* stmt, int index, const Column& column, const std::string& className,
+void cellToJson(sqlite3_stmt* stmt, int index, Column& column, const std::string& className,
                 int status, Json::Value& row)
 {
-    const int cellType = sqlite3_column_type(stmt, index);
-    switch (cellType) {
+    Json::Value unseen;
+    Json::Value& out = column.isShown ? memberIn(row, column.key) : unseen;
+    switch (sqlite3_column_type(stmt, index)) {
     case SQLITE_INTEGER:
+        integerCellToJson(stmt, index, column, className, out);
+        break;
     case SQLITE_TEXT:
-        textCellToJson(stmt, index, cellType, column, className, row);
+        textCellToJson(stmt, index, column, className, out);
         break;
     case SQLITE_BLOB:
-        blobCellToJson(stmt, index, column, className, row);
+        blobCellToJson(stmt, index, column, className, out, row);
         break;
     case SQLITE_NULL:
-        row[column.key] = Json::Value::nullSingleton();
+        out = Json::Value::nullSingleton();
         break;
     default:
         LOG_AT(LOG_ERROR, "Unrecognized data type for property %s",
@@ -233,7 +335,7 @@ void cellToJson(sqlite3_stmt* stmt, int index, const Column& column, const std::
     }
 }
 
-Json::Value rowToJson(sqlite3_stmt* stmt, const std::vector<Column>& columns,
+Json::Value rowToJson(sqlite3_stmt* stmt, std::vector<Column>& columns,
                       const std::string& className, int status)
 {
     Json::Value row;
@@ -246,20 +348,19 @@ Json::Value rowToJson(sqlite3_stmt* stmt, const std::vector<Column>& columns,
 } // namespace
 
 int rowsToJson(sqlite3_stmt* stmt, Json::Value& out, const Json::Value& entry,
-               const std::string& className, bool isCollection)
+               const std::string& className, RowShape shape)
 {
     LOG_SCOPE_AS("SQLToJson");
     int status = sqlite3_step(stmt);
-    const std::vector<Column> columns =
-        GetColumnNames(stmt, mapping::propertiesOf(entry, className), isCollection);
+    std::vector<Column> columns = GetColumnNames(stmt, entry, className, shape);
     if (status == SQLITE_DONE) {
-        if (isCollection) {
+        if (shape == RowShape::Members) {
             return 0;
         }
         LOG_AT(LOG_ERROR, "Rows returned is = 0 for get instance request");
         return 1;
     }
-    if (!isCollection) {
+    if (shape != RowShape::Members) {
         out = rowToJson(stmt, columns, className, status);
         return 0;
     }
@@ -276,7 +377,8 @@ void SQLInterface::PopulateSQLIntegerValues(std::string prop, Json::Value& rmf,
                                             Json::Value& out)
 {
     const Json::Value& properties = mapping::propertiesOf(rmf, className);
-    out[prop] = numberByCimType(memberOf(properties, prop), className, value.c_str());
+    LOG_SCOPE();
+    out[prop] = numberOf(numberTypeOf(memberOf(properties, prop), className), value.c_str());
 }
 
 void SQLInterface::BlobValueUpdate(__blobData* blob, Json::Value& array, Json::Value valueMap)

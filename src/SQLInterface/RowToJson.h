@@ -8,7 +8,15 @@
 
 struct sqlite3_stmt;
 
+// What the rows become.
+enum class RowShape {
+    Properties, // the first: an object, under the column names
+    Answer,     // the first: what an answer without $select shows of it, under the properties'
+                // aliases, and the key, for which GetSelectQuery() adds the last column
+    Members     // all: the elements of "Members", under the properties' aliases
+};
+
 int rowsToJson(sqlite3_stmt* stmt, Json::Value& out, const Json::Value& entry,
-               const std::string& className, bool isCollection);
+               const std::string& className, RowShape shape);
 
 #endif

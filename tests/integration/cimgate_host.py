@@ -19,6 +19,8 @@ CIMGATED = os.environ["CIMGATED"]
 REGISTRIES = os.environ["CIMGATE_REGISTRIES"]
 
 BASE = "/redfish/v1/Vexo"
+# A reserved port, on which nothing listens.
+NO_OBJECT_MANAGER = "http://127.0.0.1:1"
 # How long anything may take that a test waits for.
 PATIENCE_S = 30
 
@@ -222,7 +224,7 @@ class Service:
         if cache is not None:
             write_cache(self.cache_path, **cache)
         self.command = [CIMGATED, "--listen", listen, "--rmf", str(self.mapping_path), "--cache", str(self.cache_path),
-                        "--registries", REGISTRIES, *options]
+                        "--registries", REGISTRIES, "--cim", NO_OBJECT_MANAGER, *options]
         self.process = None
         self.base = None
 

@@ -207,10 +207,10 @@ class Collections(unittest.TestCase):
         self.assertEqual((answer.status, answer.get("Retry-After")), (503, "5"))
         self.assertEqual(answer.messages(), [("Base.ServiceTemporarilyUnavailable", ["5"])])
 
-    def test_class_that_is_not_cached_is_not_implemented(self):
+    def test_class_that_is_not_cached_needs_an_object_manager(self):
         answer = self.service.get(f"{BASE}/VexoLiveCollection")
-        self.assertEqual(answer.status, 501)
-        self.assertEqual(answer.messages(), [("Base.GeneralError", [])])
+        self.assertEqual((answer.status, answer.get("Retry-After")), (503, "5"))
+        self.assertEqual(answer.messages(), [("Base.ServiceTemporarilyUnavailable", ["5"])])
 
 
 if __name__ == "__main__":

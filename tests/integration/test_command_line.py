@@ -10,7 +10,8 @@ from cimgate_host import BASE, CIMGATED, PATIENCE_S, REGISTRIES, Service, collec
 from service_with_log import ServiceWithLog
 
 THING = f"{BASE}/VexoThing/T.1"
-OPTIONS = ("--listen", "--rmf", "--cache", "--registries", "--auth", "--workers", "--log-level", "--request-timeout")
+OPTIONS = ("--listen", "--rmf", "--cache", "--cim", "--registries", "--auth", "--workers", "--log-level",
+           "--request-timeout")
 REGISTRY_FILES = ("Base.1.18.json", "Vexo.1.0.json")
 
 

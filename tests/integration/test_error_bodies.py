@@ -38,7 +38,7 @@ CASES = [
     (f"{BASE}/VexoTablelessCollection", 500, [("Vexo.1.0.SYS446", []), ("Base.1.18.InternalError", [])]),
     (f"{BASE}/VexoTableless/X", 500, [("Vexo.1.0.SYS446", []), ("Base.1.18.InternalError", [])]),
     (f"{BASE}/VexoLoading/X", 503, [("Base.1.18.ServiceTemporarilyUnavailable", ["5"])]),
-    (f"{BASE}/VexoLive/X", 501, [("Base.1.18.GeneralError", [])]),
+    (f"{BASE}/VexoLive/X", 503, [("Base.1.18.ServiceTemporarilyUnavailable", ["5"])]),
     (f"{BASE}/VexoReal/X", 500, [("Base.1.18.InternalError", [])]),
 ]
 

@@ -197,7 +197,7 @@ class Instances(unittest.TestCase):
     # ---- Headers
 
     def test_headers_of_every_answer(self):
-        for uri, status in [(f"{ALL}/Full.1", 200), (f"{ALL}/none", 404), (f"{BASE}/VexoLive/X", 501), ("/", 404)]:
+        for uri, status in [(f"{ALL}/Full.1", 200), (f"{ALL}/none", 404), (f"{BASE}/VexoLive/X", 503), ("/", 404)]:
             answer = self.service.get(uri)
             self.assertEqual(answer.status, status)
             self.assertEqual(answer.get("OData-Version"), "4.0")
@@ -233,10 +233,10 @@ class Instances(unittest.TestCase):
     def test_readiness_ignores_case(self):
         self.assertEqual(self.instance(f"{BASE}/VexoLowerCase/X")["A"], "y")
 
-    def test_live_resources_are_not_implemented(self):
+    def test_live_resources_need_an_object_manager(self):
         for uri in (f"{BASE}/VexoLive/X", f"{BASE}/VexoFixed"):
-            answer = self.check_error(uri, 501, ("Base.GeneralError", []))
-            self.assertIsNone(answer.get("Retry-After"))
+            answer = self.check_error(uri, 503, ("Base.ServiceTemporarilyUnavailable", ["5"]))
+            self.assertEqual(answer.get("Retry-After"), "5")
 
     # ---- Singletons
 

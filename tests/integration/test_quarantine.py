@@ -57,7 +57,7 @@ class Quarantine(unittest.TestCase):
 class KeptWorker(unittest.TestCase):
     def test_live_read_waits_while_a_cached_one_is_answered(self):
         with ServiceWithLog(*sample_with_live(), options=(*NO_DEADLINE, "--workers", "2")) as service:
-            self.assertEqual(service.get(LIVE).status, 501)
+            self.assertEqual(service.get(LIVE).status, 503)
             stuck = service.start_get(STUCK)
             [busy] = await_busy_workers(service, 1)
             live = service.start_get(LIVE)
@@ -66,7 +66,7 @@ class KeptWorker(unittest.TestCase):
             self.assertEqual(live.is_done(), False)
             os.kill(busy, signal.SIGKILL)
             self.assertEqual(stuck.answer().status, 500)
-            self.assertEqual(live.answer().status, 501)
+            self.assertEqual(live.answer().status, 503)
 
 
 if __name__ == "__main__":

@@ -57,13 +57,23 @@ TWO_WAY_LINKS = {
 }
 
 
+def without_live_resources(mapping):
+    """The entries that are answered without an object manager: cached ones, and services without instances."""
+    def is_live(entry):
+        [(name, class_map)] = entry["mappings"].items()
+        if entry.get("is_collection"):
+            return is_live(mapping[name])
+        return bool(entry.get("UniqueSelector") or entry.get("Selectors")) and not class_map.get("is_cached")
+    return {name: entry for name, entry in mapping.items() if not is_live(entry)}
+
+
 class Sample(cimgate_host.Service):
     """The running service and the cache behind it."""
 
     def __init__(self):
         text = MAPPING_FILE.read_text(encoding="utf-8")
         super().__init__(text)
-        self.mapping = json.loads(text)
+        self.mapping = without_live_resources(json.loads(text))
         subprocess.run([SOURCE_DIR / "scripts" / "make-sample-cache", self.cache_path], check=True)
 
     def stop(self, signal_number=signal.SIGTERM):
@@ -200,11 +210,13 @@ class SampleData(unittest.TestCase):
             self.assertTrue(count == 0 or count % 50 != 0, class_name)
 
     def test_keys_are_text_and_have_no_alias(self):
+        cached = without_live_resources(self.mapping)
         for name, entry in self.mapping.items():
             key = entry.get("UniqueSelector")
             if key:
                 [(class_name, class_map)] = entry["mappings"].items()
                 self.assertNotIn("alias", class_map["properties"].get(key, {}), name)
+            if key and name in cached:
                 types = {kind for kind, in self.database.execute(f"select typeof({key}) from Tbl_{class_name}")}
                 self.assertLessEqual(types, {"text"}, name)
 

@@ -56,7 +56,7 @@ class CommandLine(unittest.TestCase):
         for options, hint in [(["--nonsense"], "--help"), (["file"], "--help"), (["--workers", "0"], "from 1 to 64"),
                               (["--workers"], "needs a value"), (["--log-level", "5"], "from 0 to 4"),
                               (["--request-timeout", "x"], "from 1 to 3600"), (["--auth", "users"], "none"),
-                              (["--listen", "8000"], "127.0.0.1:8000"), (["--cim", "x"], "unknown option --cim"),
+                              (["--listen", "8000"], "127.0.0.1:8000"), (["--cim", "x"], "give http://HOST:PORT"),
                               (["--listen", "localhost:8000"], "numeric")]:
             done = run(*options)
             self.assertEqual((done.returncode, done.stdout), (2, ""), options)
@@ -129,7 +129,7 @@ class Starts(unittest.TestCase):
     def test_cache_is_not_needed_where_nothing_is_cached(self):
         with Service(mapping(cached=False)) as service:
             self.assertEqual(service.get(f"{BASE}/VexoService").json()["Id"], "VexoService")
-            self.assertEqual(service.get(THING).status, 501)
+            self.assertEqual(service.get(THING).status, 503)
             self.assertFalse(service.cache_path.exists())
 
     def test_empty_mapping(self):

@@ -1,4 +1,5 @@
-// One request: its scope, its URI and the mapper that answers it, without a CIM session.
+// One request: its scope, its URI and the mapper that answers it, with a CIM session where one is
+// given.
 #ifndef TESTS_SUPPORT_REQUEST_H_
 #define TESTS_SUPPORT_REQUEST_H_
 
@@ -14,12 +15,12 @@ namespace support {
 
 struct Request
 {
-    explicit Request(const std::string& url, bool isZmqCall = false)
+    explicit Request(const std::string& url, bool isZmqCall = false, SfccSession* session = nullptr)
         : scope(odata::Scope::ForRequest(url)),
           uri(scope.NewURI()),
           // The mapper's constructor is out of the analyser's sight.
           // NOLINTNEXTLINE(clang-analyzer-optin.cplusplus.UninitializedObject)
-          mapper(nullptr, scope, uri, isZmqCall)
+          mapper(session, scope, uri, isZmqCall)
     {}
 
     // A response header; nothing when it was not set.

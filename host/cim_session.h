@@ -1,0 +1,34 @@
+// A worker's connection to the CIM object manager.
+#ifndef HOST_CIM_SESSION_H_
+#define HOST_CIM_SESSION_H_
+
+#include <SfccInterface.h>
+
+#include <memory>
+#include <string>
+
+namespace host {
+
+class CimSession
+{
+public:
+    // What mappers read through; they connect it themselves, so that a worker that serves nothing
+    // but the cache never does. Valid until renew().
+    SfccSession* get();
+
+    // To be called when a read has failed: a session stays on the connection that it once had, so
+    // that only another one sees an object manager that has come back. Returns whether the object
+    // manager can be reached now.
+    bool renew();
+
+private:
+    std::unique_ptr<SfccSession> mSession;
+};
+
+// Directs this process, and those that it forks, to the object manager at url instead of the local
+// one. To be called before anything connects. Returns false with the cause in problem.
+bool directCimTo(const std::string& url, std::string& problem);
+
+} // namespace host
+
+#endif

@@ -1,0 +1,279 @@
+#include "CmpiToJson.h"
+
+#include "CimHandles.h"
+#include "Log.h"
+
+#include <cstdint>
+#include <ctime>
+#include <string>
+
+namespace {
+
+// Groups of CMPI types, by bit.
+constexpr unsigned int kArrayBit = 0x2000;
+constexpr unsigned int kEncapsulatedBit = 0x1000;
+constexpr unsigned int kSimpleBit = 0x2;
+constexpr unsigned int kIntegerBits = 0xC0;
+constexpr unsigned int kRealBit = 0x8;
+
+// Strings that an object manager marks as numbers, booleans or date-times: strings all the same.
+constexpr unsigned short kBooleanString = 0x1602;
+constexpr unsigned short kNumericString = 0x16FC;
+constexpr unsigned short kDateTimeString = 0x1E00;
+
+constexpr const char* kJobs = "/redfish/v1/Managers/Tavix.Embedded.1/Jobs/";
+constexpr const char* kDeploymentTask = "/redfish/v1/TaskService/Tasks/OSDeployment";
+
+constexpr uint64_t kUsPerSecond = 1000000;
+
+const char* textOrNull(const char* text)
+{
+    return text == nullptr ? "NULL" : text;
+}
+
+std::string localDateTime(CMPIDateTime* dateTime)
+{
+    if (dateTime == nullptr) {
+        return {};
+    }
+    CimStatus status;
+    const uint64_t us = dateTime->ft->getBinaryFormat(dateTime, status.out());
+    if (status.failed()) {
+        LOG_AT(LOG_ERROR, "%s: Error while getting time in Binary Format", "PopulateCmpiENCValues");
+        return {};
+    }
+    const auto seconds = static_cast<time_t>(us / kUsPerSecond);
+    tm local{};
+    char buffer[32] = "";
+    if (localtime_r(&seconds, &local) == nullptr ||
+        std::strftime(buffer, sizeof buffer, "%Y-%m-%dT%H:%M:%S%z", &local) == 0) {
+        return {};
+    }
+    return buffer;
+}
+
+CMPICount sizeOf(CMPIArray* array)
+{
+    if (array == nullptr) {
+        return 0;
+    }
+    CimStatus status;
+    const CMPICount size = array->ft->getSize(array, status.out());
+    return status.failed() ? 0 : size;
+}
+
+// The id of the job that a reference names by its first key; "" where there is none to be read.
+std::string jobIdOf(CMPIObjectPath* reference)
+{
+    if (reference == nullptr) {
+        return {};
+    }
+    CimStatus status;
+    CMPIString* keyName = nullptr;
+    const CMPIData key = reference->ft->getKeyAt(reference, 0, &keyName, status.out());
+    const CimHandle<CMPIString> owned(keyName);
+    const char* id =
+        status.failed() || key.type != CMPI_string ? nullptr : charsOf(key.value.string);
+    return id == nullptr ? "" : id;
+}
+
+} // namespace
+
+int CmpiJson::PopulateCmpiENCValues(char* name, CMPIValue* value, unsigned short type,
+                                    Json::Value& out)
+{
+    LOG_SCOPE();
+    switch (type) {
+    case CMPI_string:
+    case kBooleanString:
+    case kNumericString:
+    case kDateTimeString:
+        out[name] = textOrNull(charsOf(value->string));
+        return 1;
+    case CMPI_chars:
+        out[name] = textOrNull(value->chars);
+        return 1;
+    case CMPI_dateTime:
+        out[name] = localDateTime(value->dateTime);
+        return 1;
+    case CMPI_instance:
+    case CMPI_ref:
+    case CMPI_args:
+    case CMPI_filter:
+        LOG_AT(LOG_STEP, "CmpiJson::PopulateCmpiENCValues Unsupported Data Types");
+        return 0;
+    default:
+        LOG_AT(LOG_STEP, "CmpiJson::PopulateCmpiENCValues: Did not match data types");
+        return 1;
+    }
+}
+
+int CmpiJson::PopulateCmpiSimpleValues(char* name, CMPIValue* value, unsigned short type,
+                                       Json::Value& out)
+{
+    LOG_SCOPE();
+    switch (type) {
+    case CMPI_boolean:
+        out[name] = value->boolean != 0;
+        return 1;
+    case CMPI_char16:
+        return 0;
+    default:
+        LOG_AT(LOG_STEP, "CmpiJson::PopulateCmpiSimpleValues : Did not match data types");
+        return 1;
+    }
+}
+
+int CmpiJson::PopulateCmpiRealValues(char* name, CMPIValue* value, unsigned short type,
+                                     Json::Value& out)
+{
+    LOG_SCOPE();
+    switch (type) {
+    case CMPI_real32:
+        out[name] = static_cast<double>(value->real32);
+        return 1;
+    case CMPI_real64:
+        out[name] = value->real64;
+        return 1;
+    default:
+        LOG_AT(LOG_STEP, "CmpiJson::PopulateCmpiRealValues : Did not match data types");
+        return 1;
+    }
+}
+
+// Of 32-bit values only the low 32 bits count: the client's types are as wide as a long, and not
+// every transport fills them.
+int CmpiJson::PopulateCmpiIntegerValues(char* name, CMPIValue* value, unsigned short type,
+                                        Json::Value& out)
+{
+    LOG_SCOPE();
+    switch (type) {
+    case CMPI_uint8:
+        out[name] = Json::UInt{value->uint8};
+        break;
+    case CMPI_uint16:
+        out[name] = Json::UInt{value->uint16};
+        break;
+    case CMPI_uint32:
+        out[name] = static_cast<Json::UInt>(value->uint32);
+        break;
+    case CMPI_uint64:
+        out[name] = static_cast<Json::UInt64>(value->uint64);
+        break;
+    case CMPI_sint8:
+        out[name] = Json::Int{value->sint8};
+        break;
+    case CMPI_sint16:
+        out[name] = Json::Int{value->sint16};
+        break;
+    case CMPI_sint32:
+        out[name] = static_cast<Json::Int>(value->sint32);
+        break;
+    case CMPI_sint64:
+        // Clients have always been shown 32 bits.
+        out[name] = static_cast<Json::Int>(value->sint64);
+        break;
+    default:
+        LOG_AT(LOG_STEP, "CmpiJson::PopulateCmpiIntegerValues: Did not match data types");
+    }
+    return 1;
+}
+
+int CmpiJson::CmpiDataToJson(char* name, CMPIData& data, Json::Value& out)
+{
+    LOG_SCOPE();
+    RM_ASSERT_TEXT(name != nullptr, "pProperty");
+    if (data.state == CMPI_nullValue) {
+        out[name] = Json::Value::nullSingleton();
+        return 1;
+    }
+    if ((data.type & kArrayBit) != 0) {
+        return PopulateCmpiArrayValues(name, &data.value, data.type, out);
+    }
+    if ((data.type & kEncapsulatedBit) != 0) {
+        return PopulateCmpiENCValues(name, &data.value, data.type, out);
+    }
+    if ((data.type & kSimpleBit) != 0) {
+        return PopulateCmpiSimpleValues(name, &data.value, data.type, out);
+    }
+    if ((data.type & kIntegerBits) != 0) {
+        return PopulateCmpiIntegerValues(name, &data.value, data.type, out);
+    }
+    if ((data.type & kRealBit) != 0) {
+        return PopulateCmpiRealValues(name, &data.value, data.type, out);
+    }
+    if (data.type == CMPI_null && data.state == CMPI_goodValue) {
+        return PopulateCmpiArrayValues(name, &data.value, data.type, out);
+    }
+    return 1;
+}
+
+int CmpiJson::PopulateCmpiArrayValues(char* name, CMPIValue* value, unsigned short type,
+                                      Json::Value& out)
+{
+    LOG_SCOPE();
+    const std::string countName = std::string(name) + "@odata.count";
+    if (type == CMPI_null) {
+        out[name] = Json::Value(Json::arrayValue);
+        out[countName] = 0U;
+        return 1;
+    }
+    CMPIArray* array = value->array;
+    const CMPICount count = sizeOf(array);
+    out[countName] = count;
+    for (CMPICount i = 0; i < count; ++i) {
+        CimStatus status;
+        CMPIData element = array->ft->getElementAt(array, i, status.out());
+        if (status.failed()) {
+            continue;
+        }
+        Json::Value converted(Json::objectValue);
+        CmpiDataToJson(name, element, converted);
+        out[name][i] = converted.isMember(name) ? std::move(converted[name]) : Json::Value(0);
+    }
+    return 1;
+}
+
+int CmpiJson::CmpiJobRefToJson(char* /*name*/, CMPIData data, Json::Value& /*out*/,
+                               odata::Scope& scope)
+{
+    LOG_SCOPE();
+    std::string location = jobIdOf(data.value.ref);
+    if (location.find("JID") != std::string::npos) {
+        location.insert(0, kJobs);
+    } else if (location.find("OSD") != std::string::npos) {
+        location = kDeploymentTask;
+    }
+    scope.SetHeader("Location", location.c_str());
+    return 1;
+}
+
+int CmpiJson::CmpiInstanceToJson(char* name, CMPIData data, Json::Value& out)
+{
+    return CmpiDataToJson(name, data, out);
+}
+
+int CmpiJson::InvokeOutputToJson(Json::Value& out, CMPIArgs* outArgs, odata::Scope& scope)
+{
+    LOG_SCOPE();
+    int result = 1;
+    if (outArgs == nullptr) {
+        return result;
+    }
+    CimStatus countStatus;
+    const unsigned int count = outArgs->ft->getArgCount(outArgs, countStatus.out());
+    for (unsigned int i = 0; i < count; ++i) {
+        CimStatus status;
+        CMPIString* nameString = nullptr;
+        CMPIData data = outArgs->ft->getArgAt(outArgs, i, &nameString, status.out());
+        const CimHandle<CMPIString> owned(nameString);
+        if (charsOf(nameString) == nullptr) {
+            continue;
+        }
+        char* name = static_cast<char*>(nameString->hdl);
+        // A method that started no job gives a null reference: an output like any other.
+        const bool isJob = data.type == CMPI_ref && data.state != CMPI_nullValue;
+        result = isJob ? CmpiJobRefToJson(name, data, out, scope) : CmpiDataToJson(name, data, out);
+    }
+    return result;
+}

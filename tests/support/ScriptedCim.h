@@ -1,0 +1,39 @@
+// Takes the place of the CIM client: cmciConnect() and newCMPIObjectPath() are defined here, which
+// wins over the client library's, and give objects that answer as the test has set and note what
+// they are asked for.
+#ifndef TESTS_SUPPORT_SCRIPTED_CIM_H_
+#define TESTS_SUPPORT_SCRIPTED_CIM_H_
+
+#include "CimValue.h"
+
+#include <string>
+#include <vector>
+
+namespace support {
+
+struct ScriptedCim
+{
+    CMPIrc connectStatus = CMPI_RC_OK; // a failure gives no client and a message not to be released
+    CMPIrc pathStatus = CMPI_RC_OK;
+    CMPIrc operationStatus = CMPI_RC_OK; // of the client's operations
+    const char* message = "it went wrong";
+    CMPIrc hasNextStatus = CMPI_RC_OK; // with a next element
+    bool countFails = false;           // an enumeration is no array
+    std::vector<CimMembers> instances; // the first one is what getInstance gives
+    CMPIData returnValue = {};         // of methods
+    // What was asked: "connect <arguments>", "enumInstances <path> ...", "release client".
+    std::vector<std::string> calls;
+};
+
+// The script of the current test.
+ScriptedCim& scriptedCim();
+
+// Forgets the script.
+void resetScriptedCim();
+
+// How many paths made for a call have not been released.
+int livePathsToCall();
+
+} // namespace support
+
+#endif
