@@ -1,6 +1,7 @@
 #include "connect.h"
 
 #include "client.h"
+#include "objects.h"
 
 #include <CimClientLib/cimgate_local.h>
 
@@ -66,9 +67,23 @@ std::optional<Credentials> credentialsOf(const ConnectParameters& parameters)
     return Credentials{parameters.user, textOrNone(parameters.password)};
 }
 
+// Programs made for other libraries of this interface never release the message of a failed
+// connect, and may try for ever: it belongs to the thread, until its next failed connect, and
+// releasing it does nothing.
+CMPIString* keptMessage(const std::string& problem)
+{
+    constexpr std::size_t kUsualBytes = 256;
+    static thread_local std::unique_ptr<Arena, decltype(&Arena::destroy)> kept(nullptr,
+                                                                               &Arena::destroy);
+    kept.reset(Arena::make(kUsualBytes));
+    return makeString(*kept, kept->copy(problem));
+}
+
 CMCIClient* refuse(const std::string& problem, CMPIStatus* rc)
 {
-    fail(rc, CMPI_RC_ERR_FAILED, problem.c_str());
+    if (rc != nullptr) {
+        *rc = {CMPI_RC_ERR_FAILED, keptMessage(problem)};
+    }
     return nullptr;
 }
 

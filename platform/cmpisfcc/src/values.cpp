@@ -16,6 +16,7 @@ template <typename Member>
 Member readMember(const CMPIValue* value)
 {
     Member member;
+    // NOLINTNEXTLINE(bugprone-sizeof-expression): a pointer is meant where the member is one
     std::memcpy(&member, value, sizeof(Member));
     return member;
 }

@@ -394,10 +394,9 @@ TEST(ResponseReader, refuses_what_nests_too_deeply)
         deep += "<INSTANCENAME CLASSNAME=\"A\"><VALUE.REFERENCE>";
     }
     EXPECT_THAT(read(returned(deep)).back(), HasSubstr("nested too deeply"));
-    std::string closed = R"(<INSTANCENAME CLASSNAME="A"/>)";
+    std::string closed = deep + R"(<INSTANCENAME CLASSNAME="A"/>)";
     for (int i = 0; i < 100; ++i) {
-        closed = R"(<INSTANCENAME CLASSNAME="A"><VALUE.REFERENCE>)" + closed +
-                 "</VALUE.REFERENCE></INSTANCENAME>";
+        closed += "</VALUE.REFERENCE></INSTANCENAME>";
     }
     EXPECT_THAT(
         read(returned("<VALUE.NAMEDINSTANCE>" + closed + instance("") + "</VALUE.NAMEDINSTANCE>")),

@@ -76,6 +76,19 @@ TEST_F(Connect, ARemoteObjectManagerIsNotContactedYet)
     EXPECT_THAT(mStatus.message(), StartsWith("Couldn't connect to server"));
 }
 
+TEST_F(Connect, MessageOfAFailureNeedNotBeReleasedAndMayBe)
+{
+    CMPIStatus first{};
+    CMPIStatus second{};
+    EXPECT_EQ(cmciConnect("h", "foo", nullptr, nullptr, nullptr, &first), nullptr);
+    EXPECT_THAT(CMGetCharPtr(first.msg), HasSubstr("'foo'"));
+    CMRelease(first.msg);
+    EXPECT_THAT(CMGetCharPtr(first.msg), HasSubstr("'foo'"));
+    EXPECT_EQ(cmciConnect("h", "bar", nullptr, nullptr, nullptr, &second), nullptr);
+    EXPECT_THAT(CMGetCharPtr(second.msg), HasSubstr("'bar'"));
+    EXPECT_EQ(cmciConnect("h", "bar", nullptr, nullptr, nullptr, nullptr), nullptr);
+}
+
 TEST_F(Connect, DefaultsAreSeenInTheClientsData)
 {
     const auto client = own(cmciConnect(nullptr, nullptr, nullptr, nullptr, nullptr, nullptr));
