@@ -24,7 +24,7 @@ protected:
         EXPECT_EQ(mRequest.mapper.ParseUri(RM_METHOD_GET), RM_OK);
     }
 
-    Json::Value convert(const CimValue& value, std::string property = "State")
+    Json::Value convert(const CimValue& value, std::string property = "State") const
     {
         Json::Value out;
         CMPIData data = value.Data();

@@ -117,8 +117,8 @@ struct _CMCIClient
  * listens there, connecting fails at once.
  *
  * Returns the client, or NULL and a status: CMPI_RC_ERR_FAILED for a local object manager that is
- * away, for an unknown scheme or a port that is none. The message of a failed connect is valid until
- * the thread's next failed one; it need not be released, and releasing it does nothing.
+ * away, for an unknown scheme or a port that is none. The message of a failed connect is valid
+ * until the thread's next failed one; it need not be released, and releasing it does nothing.
  */
 CMCIClient* cmciConnect(const char* hn, const char* scheme, const char* port, const char* user,
                         const char* pwd, CMPIStatus* rc);
