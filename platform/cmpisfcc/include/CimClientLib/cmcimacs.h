@@ -8,6 +8,10 @@
 #ifndef _CMCIMACS_H_
 #define _CMCIMACS_H_
 
+/* What is passed as a value may be a plain `char*` or `CMPIUint8*`, as the type beside it tells.
+   Through `void*`, for compilers that warn of the stricter alignment of the union. */
+#define CM_VALUE_POINTER(v) ((CMPIValue*)(void*)(v))
+
 /* Any object. */
 #define CMRelease(o) ((o)->ft->release((o)))
 #define CMClone(o, rc) ((o)->ft->clone((o), (rc)))
@@ -57,7 +61,7 @@
 #define CMGetProperty(i, n, rc) ((i)->ft->getProperty((i), (n), (rc)))
 #define CMGetPropertyAt(i, num, s, rc) ((i)->ft->getPropertyAt((i), (num), (s), (rc)))
 #define CMGetPropertyCount(i, rc) ((i)->ft->getPropertyCount((i), (rc)))
-#define CMSetProperty(i, n, v, t) ((i)->ft->setProperty((i), (n), (CMPIValue*)(v), (t)))
+#define CMSetProperty(i, n, v, t) ((i)->ft->setProperty((i), (n), CM_VALUE_POINTER(v), (t)))
 #define CMGetObjectPath(i, rc) ((i)->ft->getObjectPath((i), (rc)))
 #define CMSetPropertyFilter(i, pl, keys) ((i)->ft->setPropertyFilter((i), (pl), (keys)))
 
@@ -68,7 +72,7 @@
 #define CMGetNameSpace(p, rc) ((p)->ft->getNameSpace((p), (rc)))
 #define CMSetClassName(p, n) ((p)->ft->setClassName((p), (n)))
 #define CMGetClassName(p, rc) ((p)->ft->getClassName((p), (rc)))
-#define CMAddKey(p, n, v, t) ((p)->ft->addKey((p), (n), (CMPIValue*)(v), (t)))
+#define CMAddKey(p, n, v, t) ((p)->ft->addKey((p), (n), CM_VALUE_POINTER(v), (t)))
 #define CMGetKey(p, n, rc) ((p)->ft->getKey((p), (n), (rc)))
 #define CMGetKeyAt(p, i, n, rc) ((p)->ft->getKeyAt((p), (i), (n), (rc)))
 #define CMGetKeyCount(p, rc) ((p)->ft->getKeyCount((p), (rc)))
@@ -81,10 +85,10 @@
 #define CMGetArrayCount(a, rc) ((a)->ft->getSize((a), (rc)))
 #define CMGetArrayType(a, rc) ((a)->ft->getSimpleType((a), (rc)))
 #define CMGetArrayElementAt(a, n, rc) ((a)->ft->getElementAt((a), (n), (rc)))
-#define CMSetArrayElementAt(a, n, v, t) ((a)->ft->setElementAt((a), (n), (CMPIValue*)(v), (t)))
+#define CMSetArrayElementAt(a, n, v, t) ((a)->ft->setElementAt((a), (n), CM_VALUE_POINTER(v), (t)))
 
 /* Arguments. */
-#define CMAddArg(a, n, v, t) ((a)->ft->addArg((a), (n), (CMPIValue*)(v), (t)))
+#define CMAddArg(a, n, v, t) ((a)->ft->addArg((a), (n), CM_VALUE_POINTER(v), (t)))
 #define CMGetArg(a, n, rc) ((a)->ft->getArg((a), (n), (rc)))
 #define CMGetArgAt(a, p, n, rc) ((a)->ft->getArgAt((a), (p), (n), (rc)))
 #define CMGetArgCount(a, rc) ((a)->ft->getArgCount((a), (rc)))
