@@ -278,6 +278,78 @@ public:
     // "Actions/<action>/<member>". Returns RM_OK or RM_PROPERTY_UNKNOWN.
     unsigned int applyFilterOnAction(Json::Value& resource, Json::Value& selectList);
 
+    // ---- Actions ----
+
+    // Carries out a POST to an action, once ParseUri(RM_METHOD_POST) has found it: validates the
+    // body by the method's "inputs", calls the CIM method with it and converts what comes back.
+    // response     the outputs by name, those with a "value_mapping" mapped; null or an object, not
+    //              cleared first. A job that the method has started becomes the header "Location".
+    // payload      the body, an object. Not changed.
+    // returnValue  the method's return value, its low 32 bits; only set by a completed call.
+    // errorArgs    the arguments of a refusal's message, an array of up to two texts.
+    // inputs       a copy of the method's "inputs".
+    // Results: RM_OK; RM_PROPERTY_UNKNOWN, RM_PROPERTY_VALUE_NOT_IN_LIST,
+    // RM_PROPERTY_VALUE_TYPE_ERROR, RM_PROPERTY_MISSING (see ValidatePayload() and AddRefToArgs():
+    // nothing was sent); RM_INTERNAL_ERROR; those of ConvertCMPIErrortoRMError(), which aborts on a
+    // CIM status without a translation. Without a connection to the object manager the result is
+    // RM_OK too and nothing has happened: a host connects the session first. Aborts without a
+    // session, and where argument lists cannot be made.
+    unsigned int InvokeAction(Json::Value& response, Json::Value& payload,
+                              unsigned long* returnValue, Json::Value& errorArgs,
+                              Json::Value& inputs);
+
+    // Checks a body by a method's "inputs", in this order; errorArgs[0] and [1] tell the first
+    // failure. Results: RM_OK; RM_PROPERTY_UNKNOWN (name); RM_PROPERTY_VALUE_TYPE_ERROR (value,
+    // name; also parameters without "redfish_type"); RM_PROPERTY_VALUE_NOT_IN_LIST (value or array
+    // element, name); RM_PROPERTY_MISSING (name).
+    unsigned int ValidatePayload(Json::Value& payload, Json::Value& inputs, Json::Value& errorArgs);
+
+    // Whether value fits the Edm type: integers from 0 "Edm.Int64", booleans "Edm.Boolean", strings
+    // "Edm.String", any "...Collection..." and, with a full offset, "Edm.DateTimeOffset". Null,
+    // objects, numbers with a fraction, and texts with a NUL or that are not UTF-8 fit none. Of an
+    // array the last element decides; an empty one fits none. Results: RM_OK,
+    // RM_PROPERTY_VALUE_TYPE_ERROR. Aborts on a null type.
+    int ValidateValueType(Json::Value& value, const char* type);
+
+    // Whether value is one of the texts that valueMapping maps to. Results: RM_OK,
+    // RM_PROPERTY_VALUE_NOT_IN_LIST.
+    unsigned int ValidateEnumTypeInPayload(Json::Value valueMapping, std::string value);
+
+    // Appends the names of the inputs with "isrequired" to the array mandatory. Returns 0.
+    unsigned int GetMandatoryArgList(Json::Value& inputs, Json::Value& mandatory);
+
+    // Makes the path of the instance with the keys mSelectorSet, all as strings; the caller
+    // releases *path, also after a failure, unless it is null. Results: RM_OK, RM_INTERNAL_ERROR.
+    unsigned int AddSelectorSet(CMPIObjectPath** path) const;
+
+    // A value as the text of an argument or a message: "" for null, [], {} and objects, "true" and
+    // "false", reals with six significant digits, elements of an array joined by ",". A date-time
+    // becomes CIM's "20240501102030.000000:000" where type (may be null) is "Edm.DateTimeOffset".
+    std::string JsonValtoString(Json::Value& value, const char* type);
+
+    // Adds the argument argName: the CIM value that inputs[name] maps to text, as text. Adds none
+    // where there is no such value. Returns 0.
+    unsigned int PopulateMappedValues(CMPIArgs* args, std::string name, char* argName,
+                                      std::string text, Json::Value inputs);
+
+    // Adds an array as the argument argName, by the declaration inputs[argName]: with a value map
+    // the CIM values, as strings where "cim_type" is "string", else as uint16; without one the
+    // texts of the elements. Elements without a CIM value or without a text are null.
+    void addArrayValsToArg(Json::Value& value, std::string argName, CMPIArgs* args,
+                           Json::Value inputs);
+
+    // Adds the argument argName: a reference to the instance that the URI of a resource names by
+    // its two last segments. Results: RM_OK; RM_PROPERTY_VALUE_NOT_IN_LIST with errorArgs uri and
+    // name where the mapping has no such resource. Aborts on an item without "=" in its
+    // "Selectors".
+    unsigned int AddRefToArgs(CMPIArgs* args, char* argName, char* name, std::string uri,
+                              Json::Value& errorArgs);
+
+    // Replaces the integers and arrays in response (null or an object) that the method's "outputs"
+    // give a "value_mapping" by what it says; null where it lacks a value. An array that follows a
+    // longer one keeps the rest of it. returnValue is not read.
+    void AddValueMapToOutparam(Json::Value& response, CMPIData& returnValue);
+
     // ---- Responses ----
 
     // Sends body as the successful response (the status stays at the scope's default, 200).
@@ -391,6 +463,16 @@ private:
                                        Json::Value& out);
     CIMGATE_LOCAL _ResourceMapperError convertInstance(CMPIInstance* instance, Json::Value& out,
                                                        const Json::Value& selectList);
+
+    // Actions
+    CIMGATE_LOCAL const Json::Value& methodDeclaration(const char* part) const;
+    CIMGATE_LOCAL unsigned int addArguments(CMPIArgs* args, const Json::Value& payload,
+                                            const Json::Value& inputs, Json::Value& errorArgs);
+    CIMGATE_LOCAL static void addScalar(CMPIArgs* args, const std::string& name,
+                                        const std::string& argName, const Json::Value& value,
+                                        const Json::Value& inputs);
+    CIMGATE_LOCAL unsigned int callMethod(CMPIObjectPath* path, CMPIArgs* in, Json::Value& response,
+                                          unsigned long* returnValue);
 
     // Annotations
     CIMGATE_LOCAL std::string addId(Json::Value& obj, bool fromResourceObj) const;

@@ -61,8 +61,8 @@ public:
     int GetInstanceCount(CMPIEnumeration* e) const;
 
     // Calls a method of the instance that path names and stores its return value in result; what
-    // that value holds is released by nobody. path, in and out stay the caller's. Aborts without a
-    // connection.
+    // that value holds becomes the caller's to release. path, in and out stay the caller's. Aborts
+    // without a connection.
     int InvokeMethod(CMPIData& result, const std::string& methodName, CMPIObjectPath* path,
                      CMPIArgs* in, CMPIArgs* out);
 

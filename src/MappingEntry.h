@@ -10,6 +10,13 @@ inline constexpr const char* kOdataId = "@odata.id";
 inline constexpr const char* kMappings = "mappings";
 inline constexpr const char* kProperties = "properties";
 inline constexpr const char* kActions = "Actions";
+inline constexpr const char* kMethods = "methods";
+inline constexpr const char* kInputs = "inputs";
+inline constexpr const char* kOutputs = "outputs";
+inline constexpr const char* kRedfishType = "redfish_type";
+inline constexpr const char* kIsArrayType = "is_arraytype";
+inline constexpr const char* kIsRefType = "is_ref_type";
+inline constexpr const char* kIsRequired = "isrequired";
 inline constexpr const char* kLinks = "Links";
 inline constexpr const char* kTarget = "target";
 inline constexpr const char* kAlias = "alias";
@@ -36,6 +43,12 @@ inline const Json::Value& propertiesOf(const Json::Value& entry, const std::stri
 inline const Json::Value& actionsOf(const Json::Value& entry, const std::string& cimClass)
 {
     return objectOf(memberOf(classOf(entry, cimClass), kActions));
+}
+
+// The value map of a property or parameter; null or empty where it has none.
+inline const Json::Value& valueMapOf(const Json::Value& declaration)
+{
+    return objectOf(memberOf(declaration, kValueMapping));
 }
 
 } // namespace mapping

@@ -1,6 +1,6 @@
 #include "SfccInterface.h"
 
-#include "CimHandles.h"
+#include "CimText.h"
 #include "JsonAccess.h"
 #include "Log.h"
 
@@ -17,15 +17,6 @@ CimHandle<CMPIObjectPath> newPath(const std::string& nameSpace, const char* clas
                                   CimStatus& status)
 {
     return CimHandle<CMPIObjectPath>(newCMPIObjectPath(nameSpace.c_str(), className, status.out()));
-}
-
-// CMPI_chars goes as the text's address itself, in the place of that of a value.
-void addKey(CMPIObjectPath* path, const std::string& name, const std::string& text)
-{
-    auto* value = reinterpret_cast<CMPIValue*>(const_cast<char*>(text.c_str()));
-    // A path refuses no more than a name that it has; without the key, the object manager says what
-    // is wrong.
-    const CimStatus refused(path->ft->addKey(path, name.c_str(), value, CMPI_chars));
 }
 
 // The text of a string value; null where it has none or is of another type.
@@ -126,7 +117,7 @@ int SfccSession::GetInstance(CMPIInstance** out, const Json::Value& keys, const 
         const std::string name = key.name();
         const std::string value = textOf(*key);
         LOG_AT(LOG_FACT, " getInstance Keys Name (%s), Key(%s)", name.c_str(), value.c_str());
-        addKey(path.get(), name, value);
+        addTextKey(path.get(), name, value);
     }
     CimStatus status;
     *out = mClient->ft->getInstance(mClient, path.get(), kNoFlags, nullptr, status.out());

@@ -59,11 +59,6 @@ std::vector<MappedProperty> namedOf(const Json::Value& properties, const Json::V
     return named;
 }
 
-const Json::Value& valueMapOf(const Json::Value& property)
-{
-    return objectOf(memberOf(property, mapping::kValueMapping));
-}
-
 CMPIrc widen(const CMPIValue& value, unsigned int type, unsigned long long& result)
 {
     LOG_SCOPE_AS("GetCimIntValue");
@@ -175,7 +170,7 @@ void mapArray(const Json::Value& valueMap, const char* name, const CMPIData& dat
 void propertyToJson(const Json::Value& property, char* name, CMPIData& data, Json::Value& out)
 {
     LOG_SCOPE_AS("DoCMPIDataToJson");
-    const Json::Value& valueMap = valueMapOf(property);
+    const Json::Value& valueMap = mapping::valueMapOf(property);
     if (valueMap.empty()) {
         CmpiJson().CmpiDataToJson(name, data, out);
         return;
@@ -254,7 +249,7 @@ void ResourceMapper::DoPropertyValueMap(char* name, CMPIData& data, Json::Value&
 {
     const Json::Value& properties = mapping::propertiesOf(mResourceObj, mCimClass);
     Json::Value mapped;
-    mapValue(valueMapOf(memberOf(properties, name)), name, data, mapped);
+    mapValue(mapping::valueMapOf(memberOf(properties, name)), name, data, mapped);
     if (!mapped.isNull()) {
         out[name] = std::move(mapped);
     }
@@ -265,7 +260,7 @@ bool ResourceMapper::GetPropertyKeyValue(char* name, char* key, std::string& val
     RM_ASSERT_TEXT(name != nullptr, "pName != NULL");
     RM_ASSERT_TEXT(key != nullptr, "pKey != NULL");
     const Json::Value& properties = mapping::propertiesOf(mResourceObj, mCimClass);
-    return findMapped(valueMapOf(memberOf(properties, name)), name, key, value);
+    return findMapped(mapping::valueMapOf(memberOf(properties, name)), name, key, value);
 }
 
 CMPIrc ResourceMapper::GetCimIntValue(CMPIValue& value, unsigned short type,

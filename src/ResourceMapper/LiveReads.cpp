@@ -1,15 +1,10 @@
 // Reads from the CIM object manager, through the session.
 #include "CimHandles.h"
+#include "CimNameSpace.h"
 #include "Log.h"
 #include "ResourceMapper.h"
 #include "ResourceMapper/Paging.h"
 #include "SfccInterface.h"
-
-namespace {
-
-constexpr const char* kNameSpace = "root/xcim";
-
-} // namespace
 
 // An instance that the object manager does not know is nothing unexpected.
 _ResourceMapperError ResourceMapper::instanceFailure(int rc)
@@ -28,7 +23,8 @@ _ResourceMapperError ResourceMapper::GetInstance(Json::Value& out)
     }
     addUniqueSelector();
     CMPIInstance* fetched = nullptr;
-    const int rc = mpSfccHandle->GetInstance(&fetched, mSelectorSet, mCimClass.c_str(), kNameSpace);
+    const int rc =
+        mpSfccHandle->GetInstance(&fetched, mSelectorSet, mCimClass.c_str(), kCimNameSpace);
     const CimHandle<CMPIInstance> instance(fetched);
     if (rc != CMPI_RC_OK) {
         return instanceFailure(rc);
@@ -49,7 +45,7 @@ _ResourceMapperError ResourceMapper::GetCollection(Json::Value& out)
         return ConvertCMPIErrortoRMError(static_cast<CMPIrc>(rc));
     }
     CMPIEnumeration* opened = nullptr;
-    const int rc = mpSfccHandle->GetEnumerationHandle(&opened, mCimClass, kNameSpace, "");
+    const int rc = mpSfccHandle->GetEnumerationHandle(&opened, mCimClass, kCimNameSpace, "");
     const CimHandle<CMPIEnumeration> enumeration(opened);
     if (rc != CMPI_RC_OK) {
         return ConvertCMPIErrortoRMError(static_cast<CMPIrc>(rc));
@@ -103,7 +99,7 @@ void ResourceMapper::QueryInstances(Json::Value& out, const std::string& query)
         return;
     }
     CMPIEnumeration* opened = nullptr;
-    const int rc = mpSfccHandle->GetEnumerationHandle(&opened, GetCimClass(), kNameSpace, query);
+    const int rc = mpSfccHandle->GetEnumerationHandle(&opened, GetCimClass(), kCimNameSpace, query);
     const CimHandle<CMPIEnumeration> enumeration(opened);
     if (rc != CMPI_RC_OK) {
         LOG_AT(LOG_ERROR, "Could not get enum handle! (%d)", rc);

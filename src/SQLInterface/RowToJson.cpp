@@ -46,7 +46,7 @@ struct Column
 const Json::Value* ValueMapSupport(const Json::Value& propertyMap)
 {
     LOG_SCOPE();
-    const Json::Value& valueMap = objectOf(memberOf(propertyMap, mapping::kValueMapping));
+    const Json::Value& valueMap = mapping::valueMapOf(propertyMap);
     return valueMap.empty() ? nullptr : &valueMap;
 }
 
