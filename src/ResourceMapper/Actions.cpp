@@ -21,6 +21,14 @@ CimHandle<CMPIArgs> newArgs()
     return CimHandle<CMPIArgs>(native_new_CMPIArgs(status.out()));
 }
 
+template <typename Object>
+void releaseAny(Object* object)
+{
+    if (object != nullptr) {
+        CimRelease()(object);
+    }
+}
+
 // A method's return value belongs to whoever called it.
 class ReturnValue
 {
@@ -31,12 +39,21 @@ public:
         if (data.state == CMPI_nullValue) {
             return;
         }
-        if (data.type == CMPI_string && data.value.string != nullptr) {
-            CimRelease()(data.value.string);
-        } else if (data.type == CMPI_dateTime && data.value.dateTime != nullptr) {
-            CimRelease()(data.value.dateTime);
-        } else if (data.type == CMPI_chars) {
+        switch (data.type) {
+        case CMPI_string:
+            releaseAny(data.value.string);
+            break;
+        case CMPI_dateTime:
+            releaseAny(data.value.dateTime);
+            break;
+        case CMPI_ref:
+            releaseAny(data.value.ref);
+            break;
+        case CMPI_chars:
             std::free(data.value.chars); // NOLINT(cppcoreguidelines-no-malloc): made by strdup
+            break;
+        default: // numbers; methods return no arrays
+            break;
         }
     }
     ReturnValue(const ReturnValue&) = delete;

@@ -5,7 +5,7 @@ import os
 import signal
 import unittest
 
-from cimgate_host import BASE, member_entry
+from cimgate_host import BASE, member_entry, wait_until
 from service_with_log import ServiceWithLog
 from test_isolation import GOOD, NO_DEADLINE, REAL, STUCK, await_busy_workers, sample
 
@@ -34,6 +34,7 @@ class Quarantine(unittest.TestCase):
         with ServiceWithLog(*sample()) as service:
             for _ in range(ENDS):
                 self.assertEqual(service.get(REAL).status, 500)
+            wait_until(lambda: service.log().count("ended by signal") == ENDS, "the workers' end")
             workers = service.workers()
             for _ in range(20):
                 self.check_refused(service.get(REAL))
