@@ -10,6 +10,10 @@ namespace host {
 httpd::Response errorResponse(unsigned int status, const char* baseMessage,
                               const std::string& argument = {});
 
+// Methods of resources that are read, and of actions.
+inline constexpr const char* kReadMethods = "GET, HEAD";
+inline constexpr const char* kActionMethods = "POST";
+
 // 405 with the methods that the resource has.
 httpd::Response methodNotAllowed(const char* allowedMethods);
 

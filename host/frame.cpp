@@ -99,6 +99,8 @@ std::string encodeRequest(const WorkerRequest& request)
     std::string payload;
     putText(payload, request.target);
     putNumber(payload, request.mayReadLive ? 1 : 0);
+    putNumber(payload, request.isPost ? 1 : 0);
+    putText(payload, request.body);
     return framed(payload);
 }
 
@@ -135,10 +137,13 @@ bool decodeRequest(std::string_view payload, WorkerRequest& request)
 {
     FieldReader reader(payload);
     uint32_t mayReadLive = 0;
-    if (!reader.text(request.target) || !reader.number(mayReadLive) || !reader.atEnd()) {
+    uint32_t isPost = 0;
+    if (!reader.text(request.target) || !reader.number(mayReadLive) || !reader.number(isPost) ||
+        !reader.text(request.body) || !reader.atEnd()) {
         return false;
     }
     request.mayReadLive = mayReadLive != 0;
+    request.isPost = isPost != 0;
     return true;
 }
 

@@ -16,11 +16,13 @@ namespace host {
 // Bytes of length before each frame's payload.
 inline constexpr size_t kFrameHeaderBytes = sizeof(uint32_t);
 
-// A request for a worker. Reads are all it takes so far.
+// A request for a worker: a read, or an action's POST.
 struct WorkerRequest
 {
-    std::string target;      // path and query as they came
+    std::string target = {}; // path and query as they came
     bool mayReadLive = true; // false: decline what needs the CIM object manager
+    bool isPost = false;
+    std::string body = {}; // of a POST
 };
 
 // A worker that gives its request back unanswered, and why.

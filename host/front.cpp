@@ -10,6 +10,7 @@
 #include <boost/asio/signal_set.hpp>
 #include <boost/asio/steady_timer.hpp>
 #include <httpd/server.h>
+#include <strings.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -22,9 +23,6 @@ namespace host {
 namespace asio = boost::asio;
 
 namespace {
-
-// Methods of the resources: reads only, so far.
-constexpr const char* kAllowedMethods = "GET, HEAD";
 
 httpd::Response uriTooLong()
 {
@@ -71,16 +69,40 @@ void addCommonHeaders(httpd::Response& response)
     response.headers.push_back({"Cache-Control", "no-cache"});
 }
 
+bool isPost(const httpd::Request& request)
+{
+    return request.method == "POST";
+}
+
+// The methods of a URI as far as its shape tells; which URIs there are is known to workers only.
+const char* methodsOf(const odata::URI& uri)
+{
+    const unsigned int count = uri.GetSegmentCount();
+    const bool isAction = count >= 2 && std::string_view(uri.GetSegment(count - 2)) == "Actions";
+    return isAction ? kActionMethods : kReadMethods;
+}
+
+// Asked for even of an empty body: without it, any page in a browser on this machine could act here
+// with a form.
+bool hasJsonBody(const httpd::Request& request)
+{
+    constexpr std::string_view kJson = "application/json";
+    std::string_view type = httpd::findHeader(request.headers, "Content-Type");
+    type = type.substr(0, type.find(';'));
+    type = type.substr(0, type.find_last_not_of(" \t") + 1);
+    return type.size() == kJson.size() && strncasecmp(type.data(), kJson.data(), type.size()) == 0;
+}
+
 // Answers without a worker what the library is not asked for; false when a worker is needed.
 bool answeredByFront(const httpd::Request& request, httpd::Response& response)
 {
-    if (request.method != "GET" && request.method != "HEAD") {
-        response = methodNotAllowed(kAllowedMethods);
-        return true;
-    }
     odata::Scope scope = odata::Scope::ForRequest(request.target);
     const odata::URI uri = scope.NewURI();
-    if (uri.GetFault() == OL_URI_TOO_LONG) {
+    if (request.method != "GET" && request.method != "HEAD" && !isPost(request)) {
+        response = methodNotAllowed(methodsOf(uri));
+    } else if (isPost(request) && !hasJsonBody(request)) {
+        response = errorResponse(415, "UnsupportedMediaType");
+    } else if (uri.GetFault() == OL_URI_TOO_LONG) {
         response = uriTooLong();
     } else if (uri.GetFault() == OL_URI_BAD_ENCODING) {
         response = errorResponse(400, "InvalidURI", request.target);
@@ -96,6 +118,23 @@ bool answeredByFront(const httpd::Request& request, httpd::Response& response)
     return true;
 }
 
+// What is refused when workers keep ending: what ends them in a POST says nothing of reads.
+std::string watchedName(const httpd::Request& request)
+{
+    return isPost(request) ? "POST " + request.target : request.target;
+}
+
+WorkerRequest workerRequest(httpd::Request request)
+{
+    WorkerRequest forWorker;
+    forWorker.isPost = isPost(request);
+    forWorker.target = std::move(request.target);
+    if (forWorker.isPost) {
+        forWorker.body = std::move(request.body);
+    }
+    return forWorker;
+}
+
 class Front
 {
 public:
@@ -106,7 +145,7 @@ public:
 private:
     void handle(httpd::Request request, const httpd::Reply& reply);
     bool answeredWithoutWorker(const httpd::Request& request, httpd::Response& response);
-    void noteOutcome(const std::string& target, Outcome outcome);
+    void noteOutcome(const std::string& watched, Outcome outcome);
     void awaitSignal();
     void stopGracefully();
     void listen();
@@ -190,13 +229,14 @@ void Front::handle(httpd::Request request, const httpd::Reply& reply)
         reply(std::move(response));
         return;
     }
-    const std::string target = std::move(request.target);
-    mPool.submit({target}, [this, target, reply](Outcome outcome, httpd::Response answered) {
-        noteOutcome(target, outcome);
-        httpd::Response final = responseOf(outcome, std::move(answered));
-        addCommonHeaders(final);
-        reply(std::move(final));
-    });
+    const std::string watched = watchedName(request);
+    mPool.submit(workerRequest(std::move(request)),
+                 [this, watched, reply](Outcome outcome, httpd::Response answered) {
+                     noteOutcome(watched, outcome);
+                     httpd::Response final = responseOf(outcome, std::move(answered));
+                     addCommonHeaders(final);
+                     reply(std::move(final));
+                 });
 }
 
 bool Front::answeredWithoutWorker(const httpd::Request& request, httpd::Response& response)
@@ -204,21 +244,21 @@ bool Front::answeredWithoutWorker(const httpd::Request& request, httpd::Response
     if (answeredByFront(request, response)) {
         return true;
     }
-    if (mQuarantine.holds(request.target, std::chrono::steady_clock::now())) {
+    if (mQuarantine.holds(watchedName(request), std::chrono::steady_clock::now())) {
         response = temporarilyUnavailable(kQuarantineRetryAfterS);
         return true;
     }
     return false;
 }
 
-void Front::noteOutcome(const std::string& target, Outcome outcome)
+void Front::noteOutcome(const std::string& watched, Outcome outcome)
 {
     if (outcome == Outcome::Answered) {
-        mQuarantine.answered(target);
+        mQuarantine.answered(watched);
     } else if (outcome == Outcome::WorkerEnded || outcome == Outcome::TooLate) {
-        if (mQuarantine.workerEnded(target, std::chrono::steady_clock::now())) {
+        if (mQuarantine.workerEnded(watched, std::chrono::steady_clock::now())) {
             log(Severity::Error,
-                "refuses " + target + " for " + kQuarantineRetryAfterS + " s: workers end at it");
+                "refuses " + watched + " for " + kQuarantineRetryAfterS + " s: workers end at it");
         }
     }
 }

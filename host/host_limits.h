@@ -13,6 +13,13 @@ namespace host {
 // Requests that may wait for a worker: what a few clients send at once. More only wait to be late.
 inline constexpr size_t kMaxWaiting = 128;
 
+// Bodies of the requests that wait, altogether: plenty of actions, of which some may be as long as
+// a body can be.
+inline constexpr size_t kMaxWaitingBodyBytes = size_t{8} * 1024 * 1024;
+
+// How deeply the JSON of a body may be nested: parameters of actions are values and arrays of them.
+inline constexpr size_t kMaxJsonDepth = 32;
+
 // When to come back to a service that is busy, in seconds; the library's own answer to a class that
 // is still being cached is the same.
 inline constexpr const char* kRetryAfterS = "5";

@@ -8,8 +8,8 @@
 
 namespace host {
 
-// Works on targets as they came, query included: a page that ends workers says nothing of the
-// others. For one thread.
+// Works on targets as they came, query included, those of actions with "POST " in front: a page
+// that ends workers says nothing of the others. For one thread.
 class Quarantine
 {
 public:

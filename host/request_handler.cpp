@@ -1,8 +1,10 @@
 #include "request_handler.h"
 
+#include "action_handler.h"
 #include "error_body.h"
 #include "host_limits.h"
 #include "mapping_lookup.h"
+#include "scope_response.h"
 
 #include <ResourceMapper.h>
 
@@ -26,18 +28,6 @@ Source sourceOf(const ResourceMapper& mapper)
     return hasText(mapper.mResourceObj, "Selectors") ? Source::Cim : Source::MappingFile;
 }
 
-httpd::Response responseOf(const odata::Scope& scope)
-{
-    if (!scope.IsCompleted()) { // a part of it did not fit into memory
-        return errorResponse(500, "InternalError");
-    }
-    httpd::Response response;
-    response.status = static_cast<unsigned int>(scope.GetStatus());
-    response.headers.push_back({"Content-Type", scope.GetContentType()});
-    response.body = scope.GetBody();
-    return response;
-}
-
 httpd::Response answer(ResourceMapper& mapper, const odata::Scope& scope, _ResourceMapperError rc,
                        Json::Value& body)
 {
@@ -47,8 +37,8 @@ httpd::Response answer(ResourceMapper& mapper, const odata::Scope& scope, _Resou
         mapper.SendExtendedErrorResponse(rc);
     }
     httpd::Response response = responseOf(scope);
-    if (rc == RM_METHOD_NOT_ALLOWED) {
-        response.headers.push_back({"Allow", "POST"}); // only the URI of an action refuses a read
+    if (rc == RM_METHOD_NOT_ALLOWED) { // only the URI of an action refuses a read
+        response.headers.push_back({"Allow", kActionMethods});
     }
     return response;
 }
@@ -102,14 +92,16 @@ std::optional<httpd::Response> read(ResourceMapper& mapper, const odata::Scope& 
 
 } // namespace
 
-std::optional<httpd::Response> handleRead(const WorkerRequest& request, CimSession& cim)
+std::optional<httpd::Response> handleRequest(const WorkerRequest& request, CimSession& cim)
 {
     odata::Scope scope = odata::Scope::ForRequest(request.target);
     const odata::URI uri = scope.NewURI();
     ResourceMapper mapper(cim.get(), scope, uri, false);
-    std::optional<httpd::Response> response = read(mapper, scope, request.mayReadLive, cim);
-    for (size_t i = 0; response && i < scope.GetHeaderCount(); ++i) {
-        response->headers.push_back({scope.GetHeaderName(i), scope.GetHeaderValue(i)});
+    std::optional<httpd::Response> response = request.isPost
+                                                  ? handlePost(mapper, scope, request.body, cim)
+                                                  : read(mapper, scope, request.mayReadLive, cim);
+    if (response) {
+        addHeaders(scope, *response);
     }
     return response;
 }

@@ -9,9 +9,9 @@
 
 namespace host {
 
-// Answers a read of a URI, which must have at least one segment. Nothing when the resource is read
-// live and the request may not do that.
-std::optional<httpd::Response> handleRead(const WorkerRequest& request, CimSession& cim);
+// Answers a request for a URI, which must have at least one segment. Nothing when the resource is
+// read live and the request may not do that.
+std::optional<httpd::Response> handleRequest(const WorkerRequest& request, CimSession& cim);
 
 } // namespace host
 

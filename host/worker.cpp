@@ -107,7 +107,7 @@ private:
 
 std::string answerFrame(const WorkerRequest& request, CimSession& cim)
 {
-    const std::optional<httpd::Response> response = handleRead(request, cim);
+    const std::optional<httpd::Response> response = handleRequest(request, cim);
     return response ? encodeResponse(*response) : encodeDeclined(Declined::NeedsCim);
 }
 

@@ -42,11 +42,12 @@ void WorkerPool::start()
 void WorkerPool::submit(WorkerRequest request, Completion done)
 {
     const auto until = std::chrono::steady_clock::now() + mRequestTimeout;
-    if (mQueue.size() >= kMaxWaiting || isWithoutHope()) {
+    if (!hasRoomFor(request) || isWithoutHope()) {
         done(Outcome::Overloaded, {});
         return;
     }
-    mQueue.push_back({std::move(request), std::move(done), until});
+    const bool needsCim = request.isPost;
+    mQueue.push_back({std::move(request), std::move(done), until, needsCim});
     dispatch();
     armQueueTimer();
 }
@@ -179,6 +180,15 @@ void WorkerPool::replaceAfterPause()
             requestWorker();
         }
     });
+}
+
+bool WorkerPool::hasRoomFor(const WorkerRequest& request) const
+{
+    size_t bodyBytes = request.body.size();
+    for (const Task& task : mQueue) {
+        bodyBytes += task.request.body.size();
+    }
+    return mQueue.size() < kMaxWaiting && bodyBytes <= kMaxWaitingBodyBytes;
 }
 
 bool WorkerPool::isWithoutHope() const

@@ -38,7 +38,7 @@ struct Task
     WorkerRequest request;
     Completion done;
     std::chrono::steady_clock::time_point until; // its deadline
-    bool needsCim = false;                       // a worker has declined it for that
+    bool needsCim = false;                       // an action, or a worker has declined it for that
 };
 
 class Worker;
@@ -67,6 +67,7 @@ public:
     // Takes a request, which has until the request timeout from now, waiting included. One worker
     // is kept for what the data cache answers: as many requests as there are other workers may be
     // at the CIM object manager, more wait.
+    // An action is never given to a second worker once one may have begun with it.
     void submit(WorkerRequest request, Completion done);
 
     // Ends the work with the workers, and those that are at a request; requests still out are
@@ -84,6 +85,7 @@ private:
     void dispatch();
     std::deque<Task>::iterator nextTask(bool mayReadLive);
     bool mayReadLiveNow() const;
+    bool hasRoomFor(const WorkerRequest& request) const;
     bool isWithoutHope() const;
     void refuseAll();
     void becomeReady();

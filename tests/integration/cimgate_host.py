@@ -119,6 +119,13 @@ class Pending:
     def is_done(self):
         return self._process.poll() is not None
 
+    def ends_within(self, seconds):
+        try:
+            self._process.wait(seconds)
+        except subprocess.TimeoutExpired:
+            return False
+        return True
+
     def output(self):
         out, errors = self._process.communicate()
         if self._process.returncode != 0:
@@ -293,8 +300,8 @@ class Service:
     def head(self, path):
         return self.get(path, "-I")
 
-    def start_get(self, path):
-        return Pending([self.base + path])
+    def start_get(self, path, *options):
+        return Pending([*options, self.base + path])
 
     # ---- Looking at it
 

@@ -15,6 +15,11 @@ def response(method, content):
             f'<IMETHODRESPONSE NAME="{method}">{content}</IMETHODRESPONSE></SIMPLERSP></MESSAGE></CIM>')
 
 
+def method_response(method, content):
+    """The same for the call of a method."""
+    return response(method, content).replace("IMETHODRESPONSE", "METHODRESPONSE")
+
+
 def instance(cim_class, **properties):
     """An instance with texts for properties."""
     values = "".join(f'<PROPERTY NAME="{name}" TYPE="string"><VALUE>{escape(text)}</VALUE></PROPERTY>'
@@ -25,6 +30,29 @@ def instance(cim_class, **properties):
 def found(cim_class, **properties):
     """The answer to GetInstance."""
     return http(response("GetInstance", f"<IRETURNVALUE>{instance(cim_class, **properties)}</IRETURNVALUE>"))
+
+
+def parameter(name, cim_type, value):
+    """An output: a text, a list of texts and None, None, or the XML of another value."""
+    if value is None:
+        inner = ""
+    elif isinstance(value, list):
+        inner = "".join("<VALUE.NULL/>" if one is None else f"<VALUE>{escape(one)}</VALUE>" for one in value)
+        inner = f"<VALUE.ARRAY>{inner}</VALUE.ARRAY>"
+    else:
+        inner = value if value.startswith("<VALUE") else f"<VALUE>{escape(value)}</VALUE>"
+    return f'<PARAMVALUE NAME="{name}" PARAMTYPE="{cim_type}">{inner}</PARAMVALUE>'
+
+
+def method_result(method, *outputs, returns="0", return_type="uint32"):
+    """The answer to the call of a method; outputs are made by parameter(); returns is a text, or None for a method that
+    returns nothing."""
+    value = f'<RETURNVALUE PARAMTYPE="{return_type}"><VALUE>{returns}</VALUE></RETURNVALUE>' if returns else ""
+    return http(method_response(method, value + "".join(outputs)))
+
+
+def method_error(method, code, description=""):
+    return http(method_response(method, f'<ERROR CODE="{code}" DESCRIPTION="{escape(description)}"/>'))
 
 
 def cim_error(code, description="", method="GetInstance"):
@@ -38,8 +66,9 @@ def http(body, status="200 OK", content_type='application/xml; charset="utf-8"',
 
 
 class ScriptedObjectManager:
-    """answer: what every request gets, bytes to send; None keeps it waiting for release(). May be changed at any time.
-    close: whether the connection is closed after it. A context manager."""
+    """answer: what every request gets, bytes to send or a function of the request that gives them; None keeps it
+    waiting for release(). May be changed at any time. close: whether the connection is closed after it. A context
+    manager."""
 
     def __init__(self, answer, close=False, port=0):
         self.answer = answer
@@ -99,8 +128,9 @@ class ScriptedObjectManager:
                     self.requests.append(request)
                     self._changed.notify_all()
                     self._changed.wait_for(lambda: self.answer is not None)
+                    answer = self.answer
                 try:
-                    connection.sendall(self.answer)
+                    connection.sendall(answer(request) if callable(answer) else answer)
                 except OSError:
                     return
                 if self._close:

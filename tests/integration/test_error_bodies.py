@@ -42,6 +42,16 @@ CASES = [
     (f"{BASE}/VexoReal/X", 500, [("Base.1.18.InternalError", [])]),
 ]
 
+# The same for actions, with body and content type.
+JSON = "application/json"
+ACTION_CASES = [
+    (ACTION, "{}", "text/plain", 415, [("Base.1.18.UnsupportedMediaType", [])]),
+    (ACTION, "{", JSON, 400, [("Vexo.1.0.SYS405", []), ("Base.1.18.MalformedJSON", [])]),
+    (ACTION, "{}", JSON, 503, [("Base.1.18.ServiceTemporarilyUnavailable", ["5"])]),
+    (SERVICE, "{}", JSON, 405, [("Vexo.1.0.SYS402", [])]),
+    (f"{BASE}/Nope", "{}", JSON, 404, [("Vexo.1.0.SYS403", [""]), ("Base.1.18.ResourceMissingAtURI", [""])]),
+]
+
 
 def sample():
     text = {"cim_type": "string"}
@@ -104,9 +114,16 @@ class ErrorBodies(unittest.TestCase):
     def test_body_of_a_refused_method(self):
         messages = [("Vexo.1.0.SYS402", []), ("Base.1.18.OperationNotAllowed", [])]
         with ServiceWithLog(*sample()) as service:
-            for method in ("POST", "PUT", "PATCH", "DELETE", "OPTIONS"):
+            for method in ("PUT", "PATCH", "DELETE", "OPTIONS"):
                 with self.subTest(method=method):
                     self.check(service.get(THING, "-X", method), 405, messages)
+
+    def test_body_of_every_error_of_an_action(self):
+        with ServiceWithLog(*sample()) as service:
+            for uri, body, content_type, status, messages in ACTION_CASES:
+                with self.subTest(uri=uri, body=body):
+                    answer = service.get(uri, "-X", "POST", "-d", body, "-H", f"Content-Type: {content_type}")
+                    self.check(answer, status, messages)
 
     def test_errors_take_one_line(self):
         with ServiceWithLog(*sample()) as service:

@@ -136,19 +136,41 @@ class UrisAndMethods(unittest.TestCase):
 
     # ---- Methods
 
+    def check_not_allowed(self, answer, allowed, *messages):
+        self.assertEqual((answer.status, answer.get("Allow"), answer.messages()), (405, allowed, list(messages)))
+        self.check_common_headers(answer)
+
     def test_other_methods_are_not_allowed(self):
-        for method in ("POST", "PUT", "PATCH", "DELETE", "OPTIONS", "TRACE", "BREW"):
+        for method in ("PUT", "PATCH", "DELETE", "OPTIONS", "TRACE", "BREW", "post"):
             for uri in (THING, THINGS, ACTION, f"{BASE}/Nope", "/", "/%zz"):
-                answer = self.service.get(uri, "-X", method)
-                self.assertEqual(answer.status, 405, (method, uri))
-                self.assertEqual(answer.get("Allow"), "GET, HEAD")
-                self.assertEqual(answer.messages(), [("Vexo.SYS402", []), ("Base.OperationNotAllowed", [])])
-                self.check_common_headers(answer)
+                with self.subTest(method=method, uri=uri):
+                    self.check_not_allowed(self.service.get(uri, "-X", method),
+                                           "POST" if uri == ACTION else "GET, HEAD",
+                                           ("Vexo.SYS402", []), ("Base.OperationNotAllowed", []))
 
     def test_body_of_a_refused_method_does_not_matter(self):
         for body in ("{}", "{", "x" * 100000):
-            answer = self.service.get(ACTION, "-X", "POST", "-d", body, "-H", "Content-Type: application/json")
+            answer = self.service.get(ACTION, "-X", "PATCH", "-d", body, "-H", "Content-Type: application/json")
             self.assertEqual(answer.status, 405)
+
+    def post(self, uri):
+        return self.service.get(uri, "-X", "POST", "-d", "{", "-H", "Content-Type: application/json")
+
+    def test_posting_to_what_is_read_is_not_allowed(self):
+        for uri in (THINGS, SERVICE, THINGS + "/", f"{SERVICE}?$select=A"):
+            self.check_not_allowed(self.post(uri), "GET, HEAD", ("Vexo.SYS402", []))
+
+    def test_posting_to_nothing_is_not_found(self):
+        for uri, argument in (("/", "/"), (f"{BASE}/Nope", ""), (f"{THINGS}/T.1", "VexoThingCollection"),
+                              (f"{ACTION}/x", "")):
+            answer = self.post(uri)
+            self.assertEqual((answer.status, answer.messages()), (
+                404, [("Vexo.SYS403", [argument]), ("Base.ResourceMissingAtURI", [argument])]), uri)
+
+    def test_without_an_object_manager_nobody_knows_of_an_instance_to_post_to(self):
+        for key in ("T.1", "T.9"):
+            answer = self.post(f"{BASE}/VexoThing/{key}")
+            self.assertEqual((answer.status, answer.get("Retry-After")), (503, "5"))
 
     def test_reading_an_action_is_not_allowed(self):
         for uri in (ACTION, ACTION + "/"):

@@ -96,6 +96,19 @@ TEST(Frame, WhetherARequestMayReadLiveMakesTheRoundTrip)
     }
 }
 
+TEST(Frame, ActionMakesTheRoundTrip)
+{
+    const std::string body = "{\"a\":\0\xff}"s;
+    host::WorkerRequest request;
+    ASSERT_TRUE(
+        host::decodeRequest(payloadOf(host::encodeRequest({"/a", true, true, body})), request));
+    EXPECT_TRUE(request.isPost);
+    EXPECT_EQ(request.body, body);
+    ASSERT_TRUE(host::decodeRequest(payloadOf(host::encodeRequest({"/a"})), request));
+    EXPECT_FALSE(request.isPost);
+    EXPECT_EQ(request.body, "");
+}
+
 TEST(Frame, DeclinedMakesTheRoundTripAndIsNoResponse)
 {
     for (const auto reason : {host::Declined::NeedsCim, host::Declined::CacheReplaced}) {
@@ -126,7 +139,7 @@ TEST(Frame, TruncatedPayloadsAreRefusedAtEveryByte)
     for (size_t bytes = 0; bytes < response.size(); ++bytes) {
         EXPECT_FALSE(decodes(response.substr(0, bytes))) << bytes;
     }
-    const std::string request(payloadOf(host::encodeRequest({"/a"})));
+    const std::string request(payloadOf(host::encodeRequest({"/a", true, true, "{}"})));
     for (size_t bytes = 0; bytes < request.size(); ++bytes) {
         host::WorkerRequest decoded;
         EXPECT_FALSE(host::decodeRequest(request.substr(0, bytes), decoded)) << bytes;

@@ -67,10 +67,17 @@ protected:
         return worker;
     }
 
-    std::shared_ptr<Result> submit(const std::string& target)
+    std::shared_ptr<Result> submit(const std::string& target) { return submitRequest({target}); }
+
+    std::shared_ptr<Result> submitAction(const std::string& target, const std::string& body)
+    {
+        return submitRequest({target, true, true, body});
+    }
+
+    std::shared_ptr<Result> submitRequest(const host::WorkerRequest& request)
     {
         auto result = std::make_shared<Result>();
-        mPool->submit({target}, [result](Outcome outcome, const httpd::Response& response) {
+        mPool->submit(request, [result](Outcome outcome, const httpd::Response& response) {
             ++result->calls;
             result->outcome = outcome;
             result->body = response.body;
@@ -603,6 +610,55 @@ TEST_F(WorkerPoolTest, LiveReadThatWaitsTooLongIsRefused)
     EXPECT_EQ(live->outcome, Outcome::Overloaded);
     ASSERT_TRUE(ends(slow));
     EXPECT_EQ(slow->outcome, Outcome::TooLate);
+}
+
+// ---- Actions
+
+TEST_F(WorkerPoolTest, ActionWaitsForAWorkerThatMayReadLive)
+{
+    start(2);
+    FakeWorker first = readyWorker();
+    FakeWorker second = readyWorker();
+    ASSERT_TRUE(runUntil(mContext, [&] { return mReady == 1; }));
+    const auto slow = submit("/slow");
+    const auto action = submitAction("/action", "{}");
+    const auto cached = submit("/cached");
+    EXPECT_EQ(first.readTarget(), "/slow");
+    EXPECT_EQ(second.readTarget(), "/cached");
+    first.answer({200, {}, "slow"});
+    const host::WorkerRequest request = first.readRequest();
+    EXPECT_EQ(request.target, "/action");
+    EXPECT_TRUE(request.isPost);
+    EXPECT_EQ(request.body, "{}");
+    first.answer({202, {}, "begun"});
+    ASSERT_TRUE(ends(action));
+    EXPECT_EQ(action->body, "begun");
+}
+
+TEST_F(WorkerPoolTest, ActionOfAWorkerThatEndsIsGivenToNoOther)
+{
+    start(2);
+    FakeWorker first = readyWorker();
+    FakeWorker second = readyWorker();
+    ASSERT_TRUE(runUntil(mContext, [&] { return mReady == 1; }));
+    const auto action = submitAction("/action", "{}");
+    EXPECT_EQ(first.readTarget(), "/action");
+    first.close();
+    ASSERT_TRUE(ends(action));
+    EXPECT_EQ(action->outcome, Outcome::WorkerEnded);
+    const auto next = submit("/next");
+    EXPECT_EQ(second.readTarget(), "/next");
+}
+
+TEST_F(WorkerPoolTest, BodiesThatWaitAreLimitedTogether)
+{
+    FakeWorker worker = startWithOne();
+    const auto begun = submitAction("/begun", std::string(host::kMaxWaitingBodyBytes, 'x'));
+    const auto waiting = submitAction("/waiting", std::string(host::kMaxWaitingBodyBytes - 1, 'x'));
+    const auto fits = submitAction("/fits", "x");
+    EXPECT_EQ(begun->calls + waiting->calls + fits->calls, 0);
+    EXPECT_EQ(submitAction("/refused", "x")->outcome, Outcome::Overloaded);
+    EXPECT_EQ(submit("/without a body")->calls, 0);
 }
 
 // ---- A data cache that is replaced, or not there
