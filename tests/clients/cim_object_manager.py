@@ -80,6 +80,20 @@ def class_element(name, properties, keys=(), superclass=None, qualifiers=(), met
     return f"<CLASS NAME={quoteattr(name)}{parent}>{inner}{methods}</CLASS>"
 
 
+def method_element(name, parameters, kind="uint32"):
+    """parameters: name -> kind, as for properties."""
+    inner = ""
+    for parameter, parameter_kind in parameters.items():
+        start = f"NAME={quoteattr(parameter)}"
+        if parameter_kind.startswith("ref:"):
+            inner += f"<PARAMETER.REFERENCE {start} REFERENCECLASS={quoteattr(parameter_kind.removeprefix('ref:'))}/>"
+        elif parameter_kind.endswith("[]"):
+            inner += f'<PARAMETER.ARRAY {start} TYPE="{parameter_kind[:-2]}"/>'
+        else:
+            inner += f'<PARAMETER {start} TYPE="{parameter_kind}"/>'
+    return f'<METHOD NAME={quoteattr(name)} TYPE="{kind}">{inner}</METHOD>'
+
+
 def instance_element(class_name, properties):
     """properties: name -> (kind, value)."""
     inner = "".join(property_element(name, kind, value) for name, (kind, value) in properties.items())

@@ -1,17 +1,52 @@
-"""A small repository with a superclass, all kinds of values, and an association."""
+"""A small repository with a superclass, all kinds of values, an association, and methods."""
 
-from cim_object_manager import InstancePath, class_element, declaration, instance_element
+import json
 
-STOP = ('<METHOD NAME="Stop" TYPE="uint32"><PARAMETER NAME="Seconds" TYPE="uint16">'
-        '<QUALIFIER NAME="In" TYPE="boolean"><VALUE>TRUE</VALUE></QUALIFIER></PARAMETER></METHOD>')
+from cim_object_manager import (NAMESPACE, InstancePath, class_element, declaration, instance_element,
+                                method_element)
+
+METHODS = "".join([
+    # Nobody describes what it does.
+    method_element("Stop", {"Seconds": "uint16"}),
+    method_element("SetSpeed", {"Speed": "uint32", "Zone": "ref:XCIM_Zone", "Active": "boolean", "At": "datetime",
+                                "States": "uint16[]", "Names": "string[]", "OldSpeed": "uint32", "Zones": "uint8[]",
+                                "Comment": "string", "MessageID": "string"}),
+    method_element("Calibrate", {"Job": "ref:XCIM_Job"}),
+    method_element("Wait", {"Seconds": "uint16"}),
+])
+
+DESCRIPTIONS = {
+    "XCIM_Fan.SetSpeed": [
+        {"when": [{"input": "Speed", "is": None}], "error": {"code": 4, "description": "how fast?"}},
+        {"when": [{"input": "Zone", "exists": False}], "return": 6,
+         "outputs": {"MessageID": "SYS419", "Names": [{"input": "Zone", "key": "Tag"}]}},
+        {"when": [{"object": "this", "property": "Speed", "is": {"input": "Speed"}}], "return": 5},
+        {"return": 0,
+         "outputs": {"Zone": {"input": "Zone"}, "Active": {"input": "Active"}, "At": {"input": "At"},
+                     "States": {"input": "States"}, "Names": {"input": "Names"}, "OldSpeed": 1000, "Zones": [],
+                     "Comment": "a <b> & \"c\""},
+         "set": [{"object": "this", "properties": {"Speed": {"input": "Speed"}}}]},
+    ],
+    "XCIM_Fan.Calibrate": [
+        {"return": 4096, "outputs": {"Job": {"job": True}},
+         "job": {"class": "XCIM_Job", "seconds": 0, "steps": [{"percent": 100, "properties": {"State": 7}}]}},
+    ],
+    "XCIM_Fan.Wait": [
+        {"when": [{"input": "Seconds", "is": 600}], "delay": 600, "return": 600},
+        {"when": [{"input": "Seconds", "is": 1}], "delay": 1, "return": 1},
+        {"delay": 1, "error": {"code": 7, "description": "nobody waits so long"}},
+    ],
+}
 
 CLASSES = declaration([
     class_element("XCIM_Element", {"ElementName": "string"}, qualifiers=["Abstract"]),
     class_element("XCIM_Fan", {"DeviceID": "string", "Slot": "uint16", "Speed": ("uint32", 1000), "Offset": "sint8",
                                "Load": "real32", "Active": "boolean", "Installed": "datetime", "States": "uint16[]",
                                "Names": "string[]"},
-                  keys=["DeviceID", "Slot"], superclass="XCIM_Element", methods=STOP),
+                  keys=["DeviceID", "Slot"], superclass="XCIM_Element", methods=METHODS),
     class_element("XCIM_BigFan", {"Blades": "uint8"}, superclass="XCIM_Fan"),
+    class_element("XCIM_Job", {"InstanceID": "string", "State": "uint16", "PercentComplete": "uint16"},
+                  keys=["InstanceID"]),
     class_element("XCIM_Zone", {"Tag": "string"}, keys=["Tag"], superclass="XCIM_Element"),
     class_element("XCIM_Dependency", {"Antecedent": "ref:XCIM_Element", "Dependent": "ref:XCIM_Element"},
                   keys=["Antecedent", "Dependent"], qualifiers=["Association"]),
@@ -39,4 +74,5 @@ INSTANCES = declaration([
         "Dependent": ("ref:XCIM_Zone", InstancePath("XCIM_Zone", Tag="rear"))}),
 ])
 
-FILES = {"10-classes.xml": CLASSES, "20-instances.xml": INSTANCES}
+FILES = {"10-classes.xml": CLASSES, "20-instances.xml": INSTANCES,
+         "10-classes.methods.json": json.dumps({"namespace": NAMESPACE, "methods": DESCRIPTIONS})}

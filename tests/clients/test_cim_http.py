@@ -2,11 +2,13 @@
 """CIM-XML over bare HTTP: headers, refusals, large answers, many clients, and what the program says at its start."""
 
 import http.client
+import json
 import signal
 import socket
 import subprocess
 import tempfile
 import threading
+import time
 import unittest
 import xml.etree.ElementTree as ElementTree
 from pathlib import Path
@@ -31,6 +33,16 @@ def query(text):
     parameters = "".join(f'<IPARAMVALUE NAME="{name}"><VALUE>{value}</VALUE></IPARAMVALUE>'
                          for name, value in (("QueryLanguage", "CQL"), ("Query", text)))
     return message("ExecQuery", parameters)
+
+
+def wait_call(seconds):
+    """A call of the method Wait of a fan's class."""
+    names = "".join(f'<NAMESPACE NAME="{name}"/>' for name in NAMESPACE.split("/"))
+    return ('<?xml version="1.0" encoding="utf-8"?><CIM CIMVERSION="2.0" DTDVERSION="2.0">'
+            '<MESSAGE ID="42" PROTOCOLVERSION="1.0"><SIMPLEREQ><METHODCALL NAME="Wait"><LOCALCLASSPATH>'
+            f'<LOCALNAMESPACEPATH>{names}</LOCALNAMESPACEPATH><CLASSNAME NAME="XCIM_Fan"/></LOCALCLASSPATH>'
+            f'<PARAMVALUE NAME="Seconds" PARAMTYPE="string"><VALUE>{seconds}</VALUE></PARAMVALUE>'
+            "</METHODCALL></SIMPLEREQ></MESSAGE></CIM>")
 
 
 def headers_for(operation, **changes):
@@ -173,6 +185,37 @@ class Http(unittest.TestCase):
         self.assertEqual([key.findtext("KEYVALUE") for key in path], ["F1", "1"])
 
 
+class SlowMethods(unittest.TestCase):
+    CLASS_PATH = f"{NAMESPACE}:XCIM_Fan"
+
+    def setUp(self):
+        self.manager = ObjectManager(FILES).start()
+        self.addCleanup(self.manager.discard)
+
+    def send(self, seconds):
+        """A connection that waits for the answer of the method."""
+        connection = http.client.HTTPConnection("127.0.0.1", self.manager.port, timeout=PATIENCE_S)
+        self.addCleanup(connection.close)
+        connection.request("POST", "/cimom", wait_call(seconds), headers_for("Wait", CIMObject=self.CLASS_PATH))
+        return connection
+
+    def test_answers_and_errors_are_held_back(self):
+        for seconds, expected in ((1, b"<VALUE>1</VALUE>"), (2, b'<ERROR CODE="7"')):
+            start = time.monotonic()
+            with Connection(self.manager) as connection:
+                response, body = connection.call("Wait", wait_call(seconds), CIMObject=self.CLASS_PATH)
+            self.assertEqual(response.status, 200)
+            self.assertIn(expected, body)
+            self.assertGreaterEqual(time.monotonic() - start, 1)
+
+    def test_others_are_served_meanwhile_and_stopping_does_not_wait(self):
+        self.send(600)
+        self.send(600).close()
+        with Connection(self.manager) as connection:
+            self.assertEqual(connection.call("EnumerateInstances")[0].status, 200)
+        self.manager.stop()
+
+
 class Size(unittest.TestCase):
     def test_large_answers_for_many_clients_at_once(self):
         properties = {f"Property{number:02}": "string" for number in range(BIG_PROPERTIES - 1)}
@@ -224,6 +267,16 @@ class Start(unittest.TestCase):
         for text, hint in (("", "broken.xml: "), ("<CIM>", "broken.xml: "),
                            (declaration([class_element("A", {}, superclass="B")]), "broken.xml: class A")):
             manager = ObjectManager({"broken.xml": text})
+            status, out, log = manager.fail()
+            manager.discard()
+            self.assertEqual((status, out), (1, ""))
+            self.assertIn(hint, log)
+
+    def test_broken_method_descriptions_are_named(self):
+        for text, hint in (("{", "broken.methods.json: it is not JSON"),
+                           (json.dumps({"namespace": NAMESPACE, "methods": {"XCIM_Fan.Fly": [{}]}}),
+                            "broken.methods.json: XCIM_Fan.Fly: the class declares no such method")):
+            manager = ObjectManager({**FILES, "broken.methods.json": text})
             status, out, log = manager.fail()
             manager.discard()
             self.assertEqual((status, out), (1, ""))

@@ -17,6 +17,7 @@ import subprocess
 import tempfile
 import time
 import unittest
+import xml.etree.ElementTree as ElementTree
 from pathlib import Path
 
 import cimgate_host
@@ -27,6 +28,10 @@ MAPPING_FILE = SOURCE_DIR / "data" / "resourcemapping.json"
 CHASSIS = "/redfish/v1/Vexo/Chassis/System.Embedded.1"
 SYSTEM = "/redfish/v1/Vexo/Systems/System.Embedded.1"
 MANAGER = "/redfish/v1/Vexo/Managers/Tavix.Embedded.1"
+
+# Jobs are where every "Location" says, and not below the vendor's own URIs.
+JOBS = "/redfish/v1/Managers/Tavix.Embedded.1/Jobs"
+JOBS_ENTRIES = ("Jobs", "VexoJobs")
 
 # Where a crawl begins: nothing links to these.
 ENTRY_URIS = [
@@ -162,6 +167,18 @@ def instance_uri(entry, key):
     return entry["@odata.id"] + "/" + key.replace("#", "%23")
 
 
+def declared_methods():
+    """The methods of the CIM classes: (class, method) -> parameter -> (CIM type, whether it is an array)."""
+    methods = {}
+    for path in (SOURCE_DIR / "data" / "sample" / "cim").glob("*.xml"):
+        for cim_class in ElementTree.parse(path).iter("CLASS"):
+            for method in cim_class.iter("METHOD"):
+                methods[cim_class.get("NAME"), method.get("NAME")] = {
+                    parameter.get("NAME"): (parameter.get("TYPE", "reference"), parameter.tag == "PARAMETER.ARRAY")
+                    for parameter in method if parameter.tag.startswith("PARAMETER")}
+    return methods
+
+
 class SampleData(unittest.TestCase):
     """What the sample promises to contain."""
 
@@ -222,8 +239,15 @@ class SampleData(unittest.TestCase):
 
     def test_every_entry_is_named_like_the_last_segment_of_its_uri(self):
         for name, entry in self.mapping.items():
-            self.assertEqual(entry["@odata.id"].rsplit("/", 1)[1], name)
-            self.assertIn("Vexo", name)
+            if name not in JOBS_ENTRIES:
+                self.assertEqual(entry["@odata.id"].rsplit("/", 1)[1], name)
+                self.assertIn("Vexo", name)
+
+    def test_jobs_have_their_uri_from_one_entry_and_their_properties_from_another(self):
+        resource, registering = (self.mapping[name] for name in JOBS_ENTRIES)
+        self.assertEqual(resource["@odata.id"], JOBS)
+        self.assertEqual(registering["@odata.id"], JOBS)
+        self.assertTrue(resource["UniqueSelector"])
 
     def test_every_action_has_a_method(self):
         methods = 0
@@ -237,6 +261,17 @@ class SampleData(unittest.TestCase):
                     self.assertIn("outputs", method, action)
                     methods += 1
         self.assertGreaterEqual(methods, 4)
+
+    def test_every_method_is_declared_as_it_is_mapped(self):
+        declared = declared_methods()
+        for name, entry in self.mapping.items():
+            for class_name, class_map in entry["mappings"].items():
+                for method, description in class_map.get("methods", {}).items():
+                    parameters = {values.get("alias") or parameter:
+                                  (values["cim_type"], values.get("is_arraytype", False))
+                                  for group in ("inputs", "outputs")
+                                  for parameter, values in description[group].items()}
+                    self.assertEqual(declared[class_name, method], parameters, name)
 
     def test_cache_is_replaced_as_a_whole(self):
         with tempfile.TemporaryDirectory() as directory:

@@ -1,3 +1,4 @@
+#include "described_behaviour.h"
 #include "object_manager.h"
 #include "options.h"
 #include "repository.h"
@@ -32,10 +33,11 @@ int main(int argc, char** argv)
     }
     (void)std::signal(SIGPIPE, SIG_IGN);
     cimomd::Repository repository;
-    if (!repository.load(options.repositoryDirectory, problem)) {
+    cimomd::DescribedBehaviour methods;
+    if (!repository.load(options.repositoryDirectory, problem) ||
+        !methods.load(options.repositoryDirectory, repository, problem)) {
         return complain(problem, EXIT_FAILURE);
     }
-    cimomd::NoBehaviour methods;
     cimomd::ObjectManager manager(repository, methods, options.address);
     if (!cimomd::serve(manager, options, problem)) {
         return complain(problem, EXIT_FAILURE);

@@ -20,6 +20,28 @@ const cimxml::Parameter* findParameter(const cimxml::Method& method, const std::
     return found == method.parameters.end() ? nullptr : &*found;
 }
 
+// Many a client gives a point in time the suffix of an interval: "20240501102030.000000:000". No
+// interval has millions of days, so what is a date in its first digits is taken for one, of UTC.
+void settleDateTime(cimxml::Scalar& scalar)
+{
+    constexpr size_t kSign = 21;
+    auto* const text = std::get_if<std::string>(&scalar);
+    if (text != nullptr && text->size() > kSign && (*text)[kSign] == ':' && *text >= "19") {
+        (*text)[kSign] = '+';
+        if (!cimxml::isDateTime(*text)) {
+            (*text)[kSign] = ':';
+        }
+    }
+}
+
+void settleDateTimes(cimxml::Value& value)
+{
+    if (value.type == cimxml::Type::DateTime) {
+        settleDateTime(value.scalar);
+        std::for_each(value.elements.begin(), value.elements.end(), settleDateTime);
+    }
+}
+
 bool readInputs(const cimxml::Method& method, std::vector<cimxml::MethodParameter> given,
                 std::vector<cimxml::MethodParameter>& inputs, cimxml::CimError& error)
 {
@@ -35,6 +57,7 @@ bool readInputs(const cimxml::Method& method, std::vector<cimxml::MethodParamete
                             std::string(cimxml::typeName(declared->type)) +
                             (declared->isArray ? "[]" : ""));
         }
+        settleDateTimes(input.value);
         input.name = declared->name;
         inputs.push_back(std::move(input));
     }
@@ -42,11 +65,6 @@ bool readInputs(const cimxml::Method& method, std::vector<cimxml::MethodParamete
 }
 
 } // namespace
-
-bool NoBehaviour::invoke(const MethodCall& call, MethodResult& /*result*/, cimxml::CimError& error)
-{
-    return fail(error, kMethodNotAvailable, "the method " + call.method.name + " is not available");
-}
 
 bool callMethod(NameSpace& nameSpace, const cimxml::ExtrinsicRequest& request,
                 MethodBehaviour& behaviour, MethodResult& result, cimxml::CimError& error)

@@ -8,6 +8,7 @@
 #include <cimxml/request.h>
 #include <cimxml/types.h>
 
+#include <chrono>
 #include <optional>
 #include <vector>
 
@@ -26,6 +27,8 @@ struct MethodResult
 {
     std::optional<cimxml::MethodParameter> returnValue;
     std::vector<cimxml::MethodParameter> outputs;
+    // How long the answer, or the error, is held back.
+    std::chrono::milliseconds delay{0};
 };
 
 class MethodBehaviour
@@ -39,13 +42,9 @@ public:
     // Returns false with a CIM error when the method cannot be carried out: kMethodNotAvailable
     // when it has no behaviour. It may change instances of the namespace.
     virtual bool invoke(const MethodCall& call, MethodResult& result, cimxml::CimError& error) = 0;
-};
 
-// No method has any behaviour.
-class NoBehaviour : public MethodBehaviour
-{
-public:
-    bool invoke(const MethodCall& call, MethodResult& result, cimxml::CimError& error) override;
+    // Brings instances that change by themselves up to date; called before each operation.
+    virtual void advance() {}
 };
 
 // Finds the method that a request calls and has it carried out.

@@ -67,27 +67,32 @@ CalledOperation calledBy(const cimxml::ExtrinsicRequest& request)
 
 } // namespace
 
-httpd::Response ObjectManager::answer(const httpd::Request& request)
+ObjectManager::Answer ObjectManager::answer(const httpd::Request& request)
 {
     Refusal refusal;
     if (!checkHeaders(request, refusal)) {
-        return refusalResponse(refusal);
+        return {refusalResponse(refusal)};
     }
     const auto decoded = cimxml::decodeRequest(request.body);
     if (const auto* const fault = std::get_if<cimxml::RequestFault>(&decoded)) {
-        return refusalResponse(refusalOf(*fault));
+        return {refusalResponse(refusalOf(*fault))};
     }
-    return std::visit(
-        [&](const auto& called) {
-            return checkRepeated(request, calledBy(called), refusal)
-                       ? messageResponse(answer(called))
-                       : refusalResponse(refusal);
-        },
-        std::get<cimxml::Request>(decoded));
+    const auto& called = std::get<cimxml::Request>(decoded);
+    if (!std::visit([&](const auto& one) { return checkRepeated(request, calledBy(one), refusal); },
+                    called)) {
+        return {refusalResponse(refusal)};
+    }
+    if (const auto* const intrinsic = std::get_if<cimxml::IntrinsicRequest>(&called)) {
+        return {messageResponse(answer(*intrinsic))};
+    }
+    std::chrono::milliseconds delay{0};
+    std::string text = answer(std::get<cimxml::ExtrinsicRequest>(called), delay);
+    return {messageResponse(std::move(text)), delay};
 }
 
 std::string ObjectManager::answer(const cimxml::IntrinsicRequest& request)
 {
+    mMethods.advance();
     std::string text;
     cimxml::CimError error;
     return callIntrinsic(request, text, error)
@@ -122,11 +127,15 @@ bool ObjectManager::callIntrinsic(const cimxml::IntrinsicRequest& request, std::
     return true;
 }
 
-std::string ObjectManager::answer(const cimxml::ExtrinsicRequest& request)
+std::string ObjectManager::answer(const cimxml::ExtrinsicRequest& request,
+                                  std::chrono::milliseconds& delay)
 {
+    mMethods.advance();
     MethodResult result;
     cimxml::CimError error;
-    if (!callExtrinsic(request, result, error)) {
+    const bool isDone = callExtrinsic(request, result, error);
+    delay = result.delay;
+    if (!isDone) {
         return cimxml::encodeMethodErrorResponse(request.messageId, request.method, error);
     }
     return cimxml::encodeMethodResponse(request.messageId, request.method,

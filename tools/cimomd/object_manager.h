@@ -10,6 +10,7 @@
 #include <cimxml/request.h>
 #include <httpd/server.h>
 
+#include <chrono>
 #include <string>
 
 namespace cimomd {
@@ -22,12 +23,20 @@ public:
         : mRepository(repository), mMethods(methods), mHost(host)
     {}
 
+    // An answer and how long it is to be held back, to play a method that takes its time. What the
+    // method does is done.
+    struct Answer
+    {
+        httpd::Response response;
+        std::chrono::milliseconds delay{0};
+    };
+
     // Answers a request, whatever it is.
-    httpd::Response answer(const httpd::Request& request);
+    Answer answer(const httpd::Request& request);
 
     // Carry out what a request's body says; the answer is a whole CIM-XML message.
     std::string answer(const cimxml::IntrinsicRequest& request);
-    std::string answer(const cimxml::ExtrinsicRequest& request);
+    std::string answer(const cimxml::ExtrinsicRequest& request, std::chrono::milliseconds& delay);
 
 private:
     bool callIntrinsic(const cimxml::IntrinsicRequest& request, std::string& answer,

@@ -1,48 +1,15 @@
 #include "repository.h"
 
+#include "repository_files.h"
 #include "values.h"
 
 #include <algorithm>
-#include <filesystem>
-#include <fstream>
 #include <functional>
-#include <iterator>
-#include <system_error>
 #include <utility>
 
 namespace cimomd {
 
 namespace {
-
-namespace fs = std::filesystem;
-
-bool listFiles(const std::string& directory, std::vector<std::string>& paths, std::string& problem)
-{
-    std::error_code error;
-    for (fs::directory_iterator entry(directory, error), end; !error && entry != end;
-         entry.increment(error)) {
-        if (entry->path().extension() == ".xml") {
-            paths.push_back(entry->path().string());
-        }
-    }
-    std::sort(paths.begin(), paths.end());
-    if (error || paths.empty()) {
-        problem = directory + ": " + (error ? error.message() : "there is no *.xml file");
-        return false;
-    }
-    return true;
-}
-
-bool readFile(const std::string& path, std::string& text, std::string& problem)
-{
-    std::ifstream file(path, std::ios::binary);
-    text.assign(std::istreambuf_iterator<char>(file), {});
-    if (!file.is_open() || file.bad()) {
-        problem = path + ": it cannot be read";
-        return false;
-    }
-    return true;
-}
 
 bool readFiles(const std::vector<std::string>& paths,
                const std::function<void(const std::string&, cimxml::Declarations)>& take,
@@ -102,8 +69,15 @@ bool Repository::load(const std::string& directory, std::string& problem)
     const auto take = [&files](const std::string& path, cimxml::Declarations declarations) {
         files.push_back({path, std::move(declarations)});
     };
-    return listFiles(directory, paths, problem) && readFiles(paths, take, problem) &&
-           addClasses(files, problem) && addInstances(files, problem);
+    if (!listFiles(directory, ".xml", paths, problem)) {
+        return false;
+    }
+    if (paths.empty()) {
+        problem = directory + ": there is no *.xml file";
+        return false;
+    }
+    return readFiles(paths, take, problem) && addClasses(files, problem) &&
+           addInstances(files, problem);
 }
 
 bool Repository::addClasses(std::vector<File>& files, std::string& problem)

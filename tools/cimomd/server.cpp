@@ -4,11 +4,14 @@
 
 #include <boost/asio/io_context.hpp>
 #include <boost/asio/signal_set.hpp>
+#include <boost/asio/steady_timer.hpp>
 #include <httpd/server.h>
 
 #include <csignal>
 #include <cstdint>
 #include <cstdio>
+#include <memory>
+#include <utility>
 
 namespace cimomd {
 
@@ -35,8 +38,8 @@ public:
         : mSignals(mContext, SIGTERM, SIGINT),
           mServer(
               mContext,
-              [&manager](const httpd::Request& request, const httpd::Reply& reply) {
-                  reply(manager.answer(request));
+              [this, &manager](const httpd::Request& request, httpd::Reply reply) {
+                  send(manager.answer(request), std::move(reply));
               },
               [](unsigned int status) {
                   return refusalResponse({status, {}, "the HTTP request cannot be read"});
@@ -47,10 +50,26 @@ public:
     bool run(const Options& options, std::string& problem);
 
 private:
+    void send(ObjectManager::Answer answer, httpd::Reply reply);
+
     boost::asio::io_context mContext{1};
     boost::asio::signal_set mSignals;
     httpd::Server mServer;
 };
+
+// Others are served while an answer is held back.
+void Service::send(ObjectManager::Answer answer, httpd::Reply reply)
+{
+    if (answer.delay.count() == 0) {
+        reply(std::move(answer.response));
+        return;
+    }
+    const auto timer = std::make_shared<boost::asio::steady_timer>(mContext, answer.delay);
+    timer->async_wait([timer, response = std::move(answer.response),
+                       reply = std::move(reply)](boost::system::error_code /*error*/) mutable {
+        reply(std::move(response));
+    });
+}
 
 bool Service::run(const Options& options, std::string& problem)
 {

@@ -1,6 +1,7 @@
 // The operations: which parameters they take, and how they fail.
 #include "SampleModel.h"
 #include "cim_status.h"
+#include "described_behaviour.h"
 #include "object_manager.h"
 
 #include <TempDirectory.h>
@@ -77,7 +78,9 @@ protected:
         cimomd::ObjectManager manager(mRepository, behaviour, mHost);
         cimxml::ObjectPath full = object;
         full.nameSpace = "root/xcim";
-        return manager.answer(cimxml::ExtrinsicRequest{"7", method, full, isInstance, inputs});
+        std::chrono::milliseconds delay{0};
+        return manager.answer(cimxml::ExtrinsicRequest{"7", method, full, isInstance, inputs},
+                              delay);
     }
 
     static std::string code(unsigned int status)
@@ -88,7 +91,7 @@ protected:
     const std::string mHost = "127.0.0.1";
     support::TempDirectory mDirectory;
     cimomd::Repository mRepository;
-    cimomd::NoBehaviour mNone;
+    cimomd::DescribedBehaviour mNone;
     cimomd::ObjectManager mManager{mRepository, mNone, mHost};
     cimxml::ObjectPath mFan = path("Fan", {{"Id", "f"}});
 };

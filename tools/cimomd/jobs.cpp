@@ -1,0 +1,126 @@
+#include "jobs.h"
+
+#include "cim_status.h"
+
+#include <algorithm>
+#include <utility>
+
+namespace cimomd {
+
+namespace {
+
+constexpr unsigned int kDone = 100;
+constexpr size_t kDigits = 12;
+constexpr const char* kPercentProperty = "PercentComplete";
+
+std::string idOf(const std::string& prefix, uint64_t number)
+{
+    std::string digits = std::to_string(number);
+    digits.insert(0, kDigits - std::min(kDigits, digits.size()), '0');
+    return prefix + digits;
+}
+
+unsigned int percentAt(const PlannedJob& job, TimePoint now)
+{
+    if (now - job.start >= job.duration) {
+        return kDone;
+    }
+    const auto elapsed =
+        std::chrono::duration_cast<std::chrono::milliseconds>(std::max(now, job.start) - job.start);
+    return static_cast<unsigned int>(elapsed.count() * kDone / job.duration.count());
+}
+
+// The name of the only key of a job class; whoever gets a reference takes its first key for the id.
+cimxml::ObjectPath pathOf(const ClassEntry& cls, const std::string& id)
+{
+    cimxml::ObjectPath path;
+    path.className = cls.definition.name;
+    path.keys.push_back(
+        {cls.definition.properties[cls.keys.front()].name, cimxml::Type::String, id});
+    return path;
+}
+
+cimxml::Property propertyOf(const std::string& name, const std::string& value)
+{
+    cimxml::Property property;
+    property.name = name;
+    property.value = cimxml::Value::of(cimxml::Type::String, value);
+    return property;
+}
+
+void setPercent(PlannedJob& job, unsigned int percent)
+{
+    cimxml::CimError ignored;
+    const StoredInstance* const stored = job.nameSpace->find(job.path, ignored);
+    if (stored != nullptr && stored->cls->findProperty(kPercentProperty) != nullptr) {
+        cimxml::Instance changes;
+        changes.properties.push_back(propertyOf(kPercentProperty, std::to_string(percent)));
+        (void)job.nameSpace->modify(job.path, changes, nullptr, ignored);
+    }
+}
+
+bool advanceTo(PlannedJob& job, unsigned int percent)
+{
+    setPercent(job, percent);
+    auto step = job.steps.begin();
+    for (; step != job.steps.end() && step->percent <= percent; ++step) {
+        for (const InstanceChange& change : step->changes) {
+            cimxml::CimError ignored;
+            (void)job.nameSpace->modify(change.path, change.properties, nullptr, ignored);
+        }
+    }
+    job.steps.erase(job.steps.begin(), step);
+    return percent == kDone;
+}
+
+} // namespace
+
+bool Jobs::plan(const JobDescription& description, NameSpace& nameSpace, const CallValues& call,
+                PlannedJob& planned, cimxml::CimError& error)
+{
+    const ClassEntry* const cls = nameSpace.findClass(description.className, error);
+    if (cls == nullptr) {
+        return false;
+    }
+    planned.nameSpace = &nameSpace;
+    planned.start = call.now;
+    planned.duration = description.duration;
+    cimxml::CimError ignored;
+    do {
+        planned.path = pathOf(*cls, idOf(description.prefix, ++mLastNumber));
+    } while (nameSpace.find(planned.path, ignored) != nullptr);
+    CallValues known{call.nameSpace, call.inputs, call.called, call.now, &planned.path};
+    if (!evaluateProperties(description.properties, known, *cls, planned.instance, error)) {
+        return false;
+    }
+    for (const JobStep& step : description.steps) {
+        known.now = planned.start + planned.duration * step.percent / kDone;
+        PlannedJob::Step& made = planned.steps.emplace_back(PlannedJob::Step{step.percent, {}});
+        InstanceChange& own = made.changes.emplace_back(InstanceChange{planned.path, {}});
+        if (!evaluateProperties(step.properties, known, *cls, own.properties, error) ||
+            !evaluateChanges(step.changes, known, made.changes, error)) {
+            return false;
+        }
+    }
+    return true;
+}
+
+bool Jobs::start(PlannedJob planned, cimxml::CimError& error)
+{
+    const cimxml::KeyBinding& key = planned.path.keys.front();
+    planned.instance.properties.push_back(propertyOf(key.name, std::get<std::string>(key.value)));
+    if (planned.nameSpace->create(planned.instance, error) == nullptr) {
+        return false;
+    }
+    const TimePoint begin = planned.start;
+    mRunning.push_back(std::move(planned));
+    advance(begin);
+    return true;
+}
+
+void Jobs::advance(TimePoint now)
+{
+    mRunning.remove_if([now](PlannedJob& job) { return advanceTo(job, percentAt(job, now)); });
+}
+
+} // namespace cimomd
