@@ -130,9 +130,55 @@ Json::Value collectionEntry(const std::string& name, const std::string& member)
     return entry;
 }
 
+struct Parameter
+{
+    const char* name;
+    const char* redfishType;
+    bool isArray;
+    const char* cimValue; // of a value map with redfishValue and one more; null without a map
+    const char* redfishValue;
+};
+
+constexpr std::array<Parameter, 9> kTaskParameters = {{
+    {"Comment", "Edm.String", false, nullptr, nullptr},
+    {"Level", "Edm.String", false, "3", "Deep"},
+    {"Modes", "Collection(Edm.String)", true, "2", "OK"},
+    {"Names", "Collection(Edm.String)", true, nullptr, nullptr},
+    {"Owner", "Edm.String", false, nullptr, nullptr},
+    {"Passes", "Edm.Int64", false, nullptr, nullptr},
+    {"StartTime", "Edm.DateTimeOffset", false, nullptr, nullptr},
+    {"Thorough", "Edm.Boolean", false, nullptr, nullptr},
+    {"Title", "Edm.String", false, nullptr, nullptr},
+}};
+
+Json::Value taskServiceEntry()
+{
+    Json::Value entry = resourceEntry("VexoTaskService");
+    entry["Selectors"] = "InstanceID=Task.1";
+    Json::Value& mapping = entry["mappings"]["XCIM_TaskService"];
+    mapping["key_properties"].append("InstanceID");
+    mapping["Actions"]["#VexoTaskService.StartTask"]["target"] = kActionUrl;
+    Json::Value& method = mapping["methods"]["StartTask"];
+    method["inputs"]["Drive"]["redfish_type"] = "Edm.String";
+    method["inputs"]["Drive"]["is_ref_type"] = true;
+    for (const Parameter& parameter : kTaskParameters) {
+        Json::Value& input = method["inputs"][parameter.name];
+        input["redfish_type"] = parameter.redfishType;
+        input["is_arraytype"] = parameter.isArray;
+        input["isrequired"] = true;
+        if (parameter.cimValue != nullptr) {
+            input["value_mapping"]["5"] = "Warning";
+            input["value_mapping"][parameter.cimValue] = parameter.redfishValue;
+        }
+    }
+    method["outputs"]["Result"]["value_mapping"]["0"] = "Passed";
+    return entry;
+}
+
 void writeMapping(const std::string& path, unsigned int resourcePairs)
 {
     Json::Value mapping(Json::objectValue);
+    mapping["VexoTaskService"] = taskServiceEntry();
     for (unsigned int i = 0; i < resourcePairs; ++i) {
         const std::string name = "VexoDisk" + std::to_string(i);
         mapping[name] = instanceEntry(name, "XCIM_Disk" + std::to_string(i));

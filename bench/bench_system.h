@@ -18,6 +18,16 @@ inline constexpr const char* kInstanceKey = "Disk.Bay.17:Enclosure.1";
 inline constexpr const char* kPageUrl =
     "/redfish/v1/Vexo/Systems/System.Embedded.1/VexoDisk0Collection";
 
+// An action with ten parameters, and a body with all of them.
+inline constexpr const char* kActionUrl =
+    "/redfish/v1/Vexo/Systems/System.Embedded.1/VexoTaskService/"
+    "Actions/VexoTaskService.StartTask";
+inline constexpr const char* kActionBody =
+    R"({"Title": "Surface scan", "Owner": "operator", "Comment": "monthly", "Level": "Deep",
+        "Passes": 12, "Thorough": true, "StartTime": "2024-05-01T10:20:30+02:00",
+        "Modes": ["OK", "Warning"], "Names": ["first", "second"],
+        "Drive": "/redfish/v1/Vexo/Systems/System.Embedded.1/VexoDisk0/Disk.Bay.17:Enclosure.1"})";
+
 // Writes mapping.json and cache.db into a directory that exists, which must not hold them yet. A
 // pair of resources is an instance resource and its collection. Throws std::runtime_error.
 void writeSystem(const std::string& directory, unsigned int resourcePairs);

@@ -1,7 +1,7 @@
 #!/usr/bin/python3
-"""Live reads of one instance through the library, beside a bare libcurl request for it:  live_bench.py BUILD
+"""Live requests through the library, beside bare libcurl requests for the same:  live_bench.py BUILD
 
-The object manager holds the rows of the measured cache.
+Reads an instance and calls a method. The object manager holds the rows of the measured cache.
 """
 
 import json
@@ -19,6 +19,15 @@ CIM_CLASS = "XCIM_Disk0"
 KEY = "InstanceID"
 HEADER_BYTES = 8  # of an array's cell: its kind and the number of elements
 SEPARATOR = "#░#"
+
+# The service whose action is measured.
+SERVICE_CLASS = "XCIM_TaskService"
+PARAMETERS = {"Comment": "string", "Level": "uint16", "Modes": "uint16[]", "Names": "string[]", "Owner": "string",
+              "Passes": "uint32", "StartTime": "datetime", "Thorough": "boolean", "Title": "string"}
+OUTPUTS = {"Result": "uint16", "Messages": "string[]"}
+METHODS = {"namespace": "root/xcim",
+           "methods": {f"{SERVICE_CLASS}.StartTask": [{"return": 0, "outputs": {"Result": 0, "Messages": ["done"]}}]}}
+KEY_QUALIFIER = '<QUALIFIER NAME="Key" TYPE="boolean"><VALUE>TRUE</VALUE></QUALIFIER>'
 
 
 def value_xml(cell, cim_type):
@@ -38,18 +47,34 @@ def property_xml(name, entry, value):
     return f'<{element} NAME="{name}" TYPE="{entry["cim_type"]}">{value}</{element}>'
 
 
+def parameter_xml(name, cim_type):
+    if cim_type.endswith("[]"):
+        return f'<PARAMETER.ARRAY NAME="{name}" TYPE="{cim_type[:-2]}"/>'
+    return f'<PARAMETER NAME="{name}" TYPE="{cim_type}"/>'
+
+
+def service_objects():
+    """The task service's class and its one instance."""
+    parameters = "".join(parameter_xml(name, cim_type) for name, cim_type in (PARAMETERS | OUTPUTS).items())
+    key = f'<PROPERTY NAME="{KEY}" TYPE="string">'
+    return [f'<CLASS NAME="{SERVICE_CLASS}">{key}{KEY_QUALIFIER}</PROPERTY>'
+            f'<METHOD NAME="StartTask" TYPE="uint32">{parameters}'
+            f'<PARAMETER.REFERENCE NAME="Drive" REFERENCECLASS="{CIM_CLASS}"/></METHOD></CLASS>',
+            f'<INSTANCE CLASSNAME="{SERVICE_CLASS}">{key}<VALUE>Task.1</VALUE></PROPERTY></INSTANCE>']
+
+
 def write_repository(system, repository):
-    """Declares the class and the instances of the cache's table."""
+    """Declares classes and instances: those of the cache's table, and the service."""
     properties = json.loads((system / "mapping.json").read_text())["VexoDisk0"]["mappings"][CIM_CLASS]["properties"]
-    key = '<QUALIFIER NAME="Key" TYPE="boolean"><VALUE>TRUE</VALUE></QUALIFIER>'
-    declared = "".join(property_xml(name, entry, key if name == KEY else "") for name, entry in properties.items())
-    objects = [f'<CLASS NAME="{CIM_CLASS}">{declared}</CLASS>']
+    declared = "".join(property_xml(name, entry, KEY_QUALIFIER if name == KEY else "") for name, entry in properties.items())
+    objects = [f'<CLASS NAME="{CIM_CLASS}">{declared}</CLASS>', *service_objects()]
     cache = sqlite3.connect(system / "cache.db")
     for row in cache.execute(f"SELECT {', '.join(properties)} FROM Tbl_{CIM_CLASS}"):
         cells = "".join(property_xml(name, properties[name], value_xml(cell, properties[name]["cim_type"]))
                         for name, cell in zip(properties, row))
         objects.append(f'<INSTANCE CLASSNAME="{CIM_CLASS}">{cells}</INSTANCE>')
     cache.close()
+    (repository / "service.methods.json").write_text(json.dumps(METHODS))
     (repository / "disks.xml").write_text(
         '<?xml version="1.0" encoding="utf-8"?><CIM CIMVERSION="2.0" DTDVERSION="2.0"><DECLARATION><DECLGROUP>'
         '<LOCALNAMESPACEPATH><NAMESPACE NAME="root"/><NAMESPACE NAME="xcim"/></LOCALNAMESPACEPATH>'
@@ -65,7 +90,8 @@ def main():
         subprocess.run([build / "bench/write_bench_system", system], check=True, stdout=subprocess.DEVNULL)
         write_repository(system, repository)
         with running([build / "tools/cimomd/cimgate-cimomd", "--listen", "127.0.0.1:0", "--repository", repository]) as manager:
-            subprocess.run([build / "bench/live_benchmark", manager.base, system], check=True, stderr=subprocess.DEVNULL)
+            for program in ("live_benchmark", "action_benchmark"):
+                subprocess.run([build / "bench" / program, manager.base, system], check=True, stderr=subprocess.DEVNULL)
 
 
 main()

