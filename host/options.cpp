@@ -3,7 +3,7 @@
 #include "host_limits.h"
 
 #include <ResourceMapper.h>
-#include <arpa/inet.h>
+#include <httpd/listen_address.h>
 
 #include <algorithm>
 #include <charconv>
@@ -15,7 +15,6 @@ namespace host {
 namespace {
 
 constexpr unsigned int kMaxLogLevel = 4;
-constexpr unsigned int kMaxPort = 65535;
 
 bool readNumber(const std::string& text, unsigned int low, unsigned int high, unsigned int& value)
 {
@@ -24,51 +23,19 @@ bool readNumber(const std::string& text, unsigned int low, unsigned int high, un
     return error == std::errc() && parsed == end && value >= low && value <= high;
 }
 
-// Splits "127.0.0.1:8000" or "[::1]:8000"; false when text is neither.
-bool splitEndpoint(const std::string& text, std::string& address, unsigned int& port)
-{
-    const size_t colon = text.rfind(':');
-    if (colon == std::string::npos || !readNumber(text.substr(colon + 1), 0, kMaxPort, port)) {
-        return false;
-    }
-    address = text.substr(0, colon);
-    in_addr v4{};
-    in6_addr v6{};
-    if (address.starts_with('[') && address.ends_with(']')) {
-        address = address.substr(1, address.size() - 2);
-        return inet_pton(AF_INET6, address.c_str(), &v6) == 1;
-    }
-    return inet_pton(AF_INET, address.c_str(), &v4) == 1;
-}
-
-bool isLoopback(const std::string& address)
-{
-    in6_addr v6{};
-    if (inet_pton(AF_INET6, address.c_str(), &v6) == 1) {
-        return IN6_IS_ADDR_LOOPBACK(&v6) != 0;
-    }
-    in_addr v4{};
-    constexpr uint32_t kLoopbackNet = 127;
-    return inet_pton(AF_INET, address.c_str(), &v4) == 1 && ntohl(v4.s_addr) >> 24 == kLoopbackNet;
-}
-
 bool readListen(const std::string& text, Options& options, std::string& problem)
 {
-    std::string address;
-    unsigned int port = 0;
-    if (!splitEndpoint(text, address, port)) {
+    if (!httpd::readListenAddress(text, options.address, options.port)) {
         problem = "--listen " + text +
                   ": give a numeric address and a port, for example 127.0.0.1:8000 or [::1]:8000";
         return false;
     }
-    if (!isLoopback(address)) {
+    if (!httpd::isLoopback(options.address)) {
         problem = "--listen " + text +
                   ": without authentication (--auth none) only loopback addresses are served; "
                   "give 127.0.0.1:PORT or [::1]:PORT";
         return false;
     }
-    options.address = address;
-    options.port = static_cast<uint16_t>(port);
     return true;
 }
 

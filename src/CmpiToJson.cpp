@@ -1,10 +1,10 @@
 #include "CmpiToJson.h"
 
 #include "CimHandles.h"
+#include "LocalTime.h"
 #include "Log.h"
 
 #include <cstdint>
-#include <ctime>
 #include <string>
 
 namespace {
@@ -24,8 +24,6 @@ constexpr unsigned short kDateTimeString = 0x1E00;
 constexpr const char* kJobs = "/redfish/v1/Managers/Tavix.Embedded.1/Jobs/";
 constexpr const char* kDeploymentTask = "/redfish/v1/TaskService/Tasks/OSDeployment";
 
-constexpr uint64_t kUsPerSecond = 1000000;
-
 const char* textOrNull(const char* text)
 {
     return text == nullptr ? "NULL" : text;
@@ -42,14 +40,7 @@ std::string localDateTime(CMPIDateTime* dateTime)
         LOG_AT(LOG_ERROR, "%s: Error while getting time in Binary Format", "PopulateCmpiENCValues");
         return {};
     }
-    const auto seconds = static_cast<time_t>(us / kUsPerSecond);
-    tm local{};
-    char buffer[32] = "";
-    if (localtime_r(&seconds, &local) == nullptr ||
-        std::strftime(buffer, sizeof buffer, "%Y-%m-%dT%H:%M:%S%z", &local) == 0) {
-        return {};
-    }
-    return buffer;
+    return localTimeText(static_cast<time_t>(us / kUsPerSecond));
 }
 
 CMPICount sizeOf(CMPIArray* array)

@@ -1,5 +1,6 @@
 #include "SQLInterface/RowToJson.h"
 
+#include "LocalTime.h"
 #include "Log.h"
 #include "MappingEntry.h"
 #include "SQLInterface.h"
@@ -13,7 +14,6 @@
 #include <cstddef>
 #include <cstdlib>
 #include <cstring>
-#include <ctime>
 #include <iterator>
 #include <memory>
 #include <new>
@@ -27,7 +27,6 @@ constexpr const char* kElementSeparator = "#\xE2\x96\x91#";
 constexpr int kStringArray = 1;
 // Arrays of numbers above this many elements are not converted.
 constexpr int kMaxNumberElements = 1023;
-constexpr long long kUsPerSecond = 1000000;
 
 // What a cell that stores a number stands for.
 enum class NumberType { Uint64, Sint64, Sint, Uint, Boolean, DateTime };
@@ -122,14 +121,7 @@ std::vector<Column> GetColumnNames(sqlite3_stmt* stmt, const Json::Value& entry,
 // Local time of microseconds since the epoch, "" where the calendar does not reach.
 std::string localDateTime(const char* text)
 {
-    const auto seconds = static_cast<time_t>(std::strtoll(text, nullptr, 10) / kUsPerSecond);
-    tm local{};
-    char buffer[32] = "";
-    if (localtime_r(&seconds, &local) == nullptr ||
-        std::strftime(buffer, sizeof buffer, "%Y-%m-%dT%H:%M:%S%z", &local) == 0) {
-        return {};
-    }
-    return buffer;
+    return localTimeText(static_cast<time_t>(std::strtoll(text, nullptr, 10) / kUsPerSecond));
 }
 
 NumberType numberTypeOf(const Json::Value& propertyMap, const std::string& className)

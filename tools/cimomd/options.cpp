@@ -1,53 +1,19 @@
 #include "options.h"
 
-#include <arpa/inet.h>
-
-#include <charconv>
-#include <system_error>
+#include <httpd/listen_address.h>
 
 namespace cimomd {
 
 namespace {
 
-bool readPort(const std::string& text, uint16_t& port)
-{
-    const char* const end = text.data() + text.size();
-    const auto [parsed, error] = std::from_chars(text.data(), end, port);
-    return error == std::errc() && parsed == end;
-}
-
-// Splits "127.0.0.1:5988" or "[::1]:5988"; false when text is neither.
-bool splitEndpoint(const std::string& text, std::string& address, uint16_t& port)
-{
-    const size_t colon = text.rfind(':');
-    if (colon == std::string::npos || !readPort(text.substr(colon + 1), port)) {
-        return false;
-    }
-    address = text.substr(0, colon);
-    in_addr v4{};
-    in6_addr v6{};
-    if (address.starts_with('[') && address.ends_with(']')) {
-        address = address.substr(1, address.size() - 2);
-        return inet_pton(AF_INET6, address.c_str(), &v6) == 1;
-    }
-    return inet_pton(AF_INET, address.c_str(), &v4) == 1;
-}
-
-bool isLoopback(const std::string& address)
-{
-    in6_addr v6{};
-    return inet_pton(AF_INET6, address.c_str(), &v6) == 1 ? IN6_IS_ADDR_LOOPBACK(&v6) != 0
-                                                          : address.starts_with("127.");
-}
-
 bool readListen(const std::string& text, Options& options, std::string& problem)
 {
-    if (!splitEndpoint(text, options.address, options.port)) {
+    if (!httpd::readListenAddress(text, options.address, options.port)) {
         problem = "--listen " + text +
                   ": give a numeric address and a port, for example 127.0.0.1:5988 or [::1]:5988";
         return false;
     }
-    if (!isLoopback(options.address)) {
+    if (!httpd::isLoopback(options.address)) {
         problem = "--listen " + text +
                   ": it asks nobody for a password, so only loopback addresses are served; give "
                   "127.0.0.1:PORT or [::1]:PORT";
