@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstdint>
 #include <cstring>
 
@@ -26,6 +27,7 @@ struct DateTimeObject : CMPIDateTime
 
 struct ArrayObject : CMPIArray
 {
+    CMPIType elementType = CMPI_null;
     std::vector<CimValue> elements;
 };
 
@@ -43,6 +45,8 @@ struct InstanceObject : CMPIInstance
 struct ArgsObject : CMPIArgs
 {
     CimMembers arguments;
+    std::vector<std::string> names; // of what was added
+    std::vector<std::string> added;
 };
 
 // Releasing what belongs to another object.
@@ -100,10 +104,24 @@ CMPIDateTimeFT* dateTimeTable()
     return &table;
 }
 
-CMPIArrayFT* arrayTable()
+// Sets an element to a copy of a string or of a number.
+CMPIStatus setElement(CMPIArray* base, CMPICount index, CMPIValue* value, CMPIType type)
 {
-    static CMPIArrayFT table = [] {
-        auto made = borrowedTable<CMPIArrayFT>(&refuseRelease<CMPIArray>);
+    auto* array = static_cast<ArrayObject*>(base);
+    if (index >= array->elements.size() || type != array->elementType) {
+        ADD_FAILURE() << "element " << index << " of type " << type << " does not fit";
+        return {CMPI_RC_ERR_FAILED, nullptr};
+    }
+    array->elements[index] = type == CMPI_string
+                                 ? CimValue::Text(static_cast<const char*>(value->string->hdl))
+                                 : CimValue::Number(type, value->uint16);
+    return kOk;
+}
+
+CMPIArrayFT* arrayTable(bool isOwned)
+{
+    const auto make = [](CMPIStatus (*releaseIt)(CMPIArray*)) {
+        auto made = borrowedTable<CMPIArrayFT>(releaseIt);
         made.getSize = [](CMPIArray* array, CMPIStatus* rc) {
             setStatus(rc, CMPI_RC_OK);
             return static_cast<CMPICount>(static_cast<ArrayObject*>(array)->elements.size());
@@ -113,9 +131,12 @@ CMPIArrayFT* arrayTable()
             setStatus(rc, element.ReadStatus(), "no element");
             return element.Data();
         };
+        made.setElementAt = &setElement;
         return made;
-    }();
-    return &table;
+    };
+    static CMPIArrayFT borrowed = make(&refuseRelease<CMPIArray>);
+    static CMPIArrayFT owned = make(&release<ArrayObject, CMPIArray>);
+    return isOwned ? &owned : &borrowed;
 }
 
 CMPIObjectPathFT* pathTable(bool isOwned)
@@ -173,6 +194,68 @@ CMPIInstanceFT* instanceTable()
     return &table;
 }
 
+std::string quoted(const char* text)
+{
+    return '"' + std::string(text) + '"';
+}
+
+std::string described(const ArrayObject& array)
+{
+    std::string text;
+    for (const CimValue& element : array.elements) {
+        const CMPIData data = element.Data();
+        text += text.empty() ? "" : ", ";
+        if (data.state == CMPI_nullValue) {
+            text += "null";
+        } else if (data.type == CMPI_string) {
+            text += quoted(static_cast<const char*>(data.value.string->hdl));
+        } else {
+            text += std::to_string(data.value.uint16);
+        }
+    }
+    return "[" + text + "]";
+}
+
+std::string described(CMPIObjectPath* path)
+{
+    CMPIString* text = path->ft->toString(path, nullptr);
+    std::string copy = static_cast<const char*>(text->hdl);
+    (void)text->ft->release(text);
+    return copy;
+}
+
+// What a value is as an argument.
+std::string described(const CMPIValue* value, CMPIType type)
+{
+    if (type == CMPI_chars) {
+        return "chars " + quoted(reinterpret_cast<const char*>(value));
+    }
+    if (type == CMPI_ref) {
+        return "ref " + described(value->ref);
+    }
+    if (type != CMPI_stringA && type != CMPI_uint16A) {
+        ADD_FAILURE() << "argument of type " << type;
+        return "?";
+    }
+    const auto* array = static_cast<const ArrayObject*>(value->array);
+    EXPECT_EQ(array->elementType | CMPI_ARRAY, type) << "another type than the array's";
+    return (type == CMPI_stringA ? "stringA " : "uint16A ") + described(*array);
+}
+
+// A name that is there already is refused, as clients do.
+CMPIStatus addArgument(CMPIArgs* base, const char* name, CMPIValue* value, CMPIType type)
+{
+    auto* args = static_cast<ArgsObject*>(base);
+    if (std::find(args->names.begin(), args->names.end(), name) != args->names.end()) {
+        CMPIStatus refused = kOk;
+        setStatus(&refused, CMPI_RC_ERR_ALREADY_EXISTS, "exists");
+        return refused;
+    }
+    args->names.emplace_back(name);
+    args->added.push_back(std::string(name) + " " + described(value, type));
+    return kOk;
+}
+
 CMPIArgsFT* argsTable()
 {
     static CMPIArgsFT table = [] {
@@ -184,6 +267,7 @@ CMPIArgsFT* argsTable()
         made.getArgAt = [](CMPIArgs* args, unsigned int index, CMPIString** name, CMPIStatus* rc) {
             return read(static_cast<ArgsObject*>(args)->arguments, index, name, rc);
         };
+        made.addArg = &addArgument;
         return made;
     }();
     return &table;
@@ -291,7 +375,7 @@ CimValue CimValue::Array(CMPIType elementType, std::vector<CimValue> elements)
     CimValue made;
     auto object = std::make_shared<ArrayObject>();
     object->elements = std::move(elements);
-    object->ft = arrayTable();
+    object->ft = arrayTable(false);
     made.mData.type = static_cast<CMPIType>(elementType | CMPI_ARRAY);
     made.mData.value.array = object.get();
     made.mObject = object;
@@ -349,6 +433,26 @@ CMPIArgs* newCimArgs(CimMembers arguments)
     object->arguments = std::move(arguments);
     ++liveObjects;
     return object;
+}
+
+CMPIArray* newCimArray(CMPICount size, CMPIType elementType)
+{
+    auto* object = new ArrayObject();
+    object->ft = arrayTable(true);
+    object->elementType = elementType;
+    object->elements.assign(size, CimValue::Null(elementType));
+    ++liveObjects;
+    return object;
+}
+
+const std::vector<std::string>& addedArguments(CMPIArgs* args)
+{
+    return static_cast<ArgsObject*>(args)->added;
+}
+
+void fillCimArgs(CMPIArgs* args, CimMembers arguments)
+{
+    static_cast<ArgsObject*>(args)->arguments = std::move(arguments);
 }
 
 int liveCimObjects()

@@ -50,7 +50,15 @@ CMPIString* newCimString(const std::string& text);
 CMPIInstance* newCimInstance(CimMembers properties, CimMembers keys = {});
 CMPIObjectPath* newCimPath(CimMembers keys);
 // An argument without a name has the name "".
-CMPIArgs* newCimArgs(CimMembers arguments);
+CMPIArgs* newCimArgs(CimMembers arguments = {});
+// Null elements of one type, to be set.
+CMPIArray* newCimArray(CMPICount size, CMPIType elementType);
+
+// What was added to a list of arguments, in order: `Mode chars "3"`, `Codes uint16A [3, null]`,
+// `Job ref <path>`. Other types fail the test.
+const std::vector<std::string>& addedArguments(CMPIArgs* args);
+// Makes these the content of a list of arguments.
+void fillCimArgs(CMPIArgs* args, CimMembers arguments);
 
 // How many of them, names of keys and arguments included, have not been released.
 int liveCimObjects();

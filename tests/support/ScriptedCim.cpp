@@ -1,5 +1,8 @@
 #include "ScriptedCim.h"
 
+#include <CimClientLib/native.h>
+
+#include <algorithm>
 #include <memory>
 
 namespace support {
@@ -9,6 +12,7 @@ namespace {
 struct PathToCall : CMPIObjectPath
 {
     std::string text; // "<name space>:<class>" and the keys
+    std::vector<std::string> keys;
 };
 
 // An enumeration's own array: never released by who asks for it.
@@ -113,6 +117,21 @@ CMPIEnumeration* newEnumeration()
     return enumeration.release();
 }
 
+CMPIData invokeMethod(CMCIClient* /*client*/, CMPIObjectPath* path, const char* method,
+                      CMPIArgs* in, CMPIArgs* out, CMPIStatus* rc)
+{
+    if (in != nullptr) {
+        script.arguments = addedArguments(in);
+    }
+    const std::string text = "invokeMethod " + textOf(path) + " " + method +
+                             (in == nullptr ? " without" : " with") +
+                             (out == nullptr ? " without" : " with");
+    if (call(text, rc) && out != nullptr) {
+        fillCimArgs(out, script.outputs);
+    }
+    return script.returnValue;
+}
+
 CMCIClientFT* clientTable()
 {
     static CMCIClientFT table = [] {
@@ -137,17 +156,25 @@ CMCIClientFT* clientTable()
             const std::string text = "getInstance " + textOf(path) + options(flags, properties);
             return call(text, rc) ? newCimInstance(script.instances.at(0)) : nullptr;
         };
-        made.invokeMethod = [](CMCIClient*, CMPIObjectPath* path, const char* method, CMPIArgs* in,
-                               CMPIArgs* out, CMPIStatus* rc) {
-            call("invokeMethod " + textOf(path) + " " + method +
-                     (in == nullptr ? " without" : " with") +
-                     (out == nullptr ? " without" : " with"),
-                 rc);
-            return script.returnValue;
-        };
+        made.invokeMethod = &invokeMethod;
         return made;
     }();
     return &table;
+}
+
+// A name that is there already is refused, as clients do.
+CMPIStatus addKey(CMPIObjectPath* base, const char* name, CMPIValue* value, CMPIType type)
+{
+    auto* path = static_cast<PathToCall*>(base);
+    if (std::find(path->keys.begin(), path->keys.end(), name) != path->keys.end()) {
+        CMPIStatus refused = kOk;
+        setStatus(&refused, CMPI_RC_ERR_ALREADY_EXISTS, "exists");
+        return refused;
+    }
+    const char* text = type == CMPI_chars ? reinterpret_cast<const char*>(value) : "?";
+    path->keys.emplace_back(name);
+    path->text += std::string(" ") + name + "=" + text;
+    return kOk;
 }
 
 CMPIObjectPathFT* pathTable()
@@ -159,10 +186,10 @@ CMPIObjectPathFT* pathTable()
             --livePaths;
             return kOk;
         };
-        made.addKey = [](CMPIObjectPath* path, const char* name, CMPIValue* value, CMPIType type) {
-            const char* text = type == CMPI_chars ? reinterpret_cast<const char*>(value) : "?";
-            static_cast<PathToCall*>(path)->text += std::string(" ") + name + "=" + text;
-            return kOk;
+        made.addKey = &addKey;
+        made.toString = [](CMPIObjectPath* path, CMPIStatus* rc) {
+            setStatus(rc, CMPI_RC_OK);
+            return newCimString(textOf(path));
         };
         return made;
     }();
@@ -208,7 +235,7 @@ extern "C" CMPIObjectPath* newCMPIObjectPath(const char* nameSpace, const char* 
                                              CMPIStatus* rc)
 {
     support::setStatus(rc, support::script.pathStatus, support::script.message);
-    if (support::script.pathStatus != CMPI_RC_OK) {
+    if (support::script.pathStatus != CMPI_RC_OK && !support::script.failedPathIsGiven) {
         return nullptr;
     }
     auto* path = new support::PathToCall();
@@ -216,4 +243,32 @@ extern "C" CMPIObjectPath* newCMPIObjectPath(const char* nameSpace, const char* 
     path->text = std::string(nameSpace) + ":" + className;
     ++support::livePaths;
     return path;
+}
+
+extern "C" CMPIArgs* native_new_CMPIArgs(CMPIStatus* rc)
+{
+    std::optional<unsigned int>& left = support::script.argumentLists;
+    const bool isMade = left.value_or(1) > 0;
+    support::setStatus(rc, isMade ? CMPI_RC_OK : CMPI_RC_ERR_FAILED, support::script.message);
+    if (!isMade) {
+        return nullptr;
+    }
+    if (left.has_value()) {
+        --*left;
+    }
+    return support::newCimArgs();
+}
+
+extern "C" CMPIArray* native_new_CMPIArray(CMPICount size, CMPIType type, CMPIStatus* rc)
+{
+    const bool fails = support::script.arraysFail;
+    support::setStatus(rc, fails ? CMPI_RC_ERR_FAILED : CMPI_RC_OK, support::script.message);
+    return fails ? nullptr : support::newCimArray(size, type);
+}
+
+extern "C" CMPIString* native_new_CMPIString(const char* text, CMPIStatus* rc)
+{
+    const bool fails = support::script.stringsFail;
+    support::setStatus(rc, fails ? CMPI_RC_ERR_FAILED : CMPI_RC_OK, support::script.message);
+    return fails ? nullptr : support::newCimString(text);
 }

@@ -279,6 +279,42 @@ TEST_F(MethodOutput, LocationFollowsTheKindOfId)
     EXPECT_EQ(mRequest.Header("Location"), "/redfish/v1/Managers/Tavix.Embedded.1/Jobs/OSD_JID");
 }
 
+TEST_F(MethodOutput, JobIsNoMemberOfTheBody)
+{
+    Json::Value out = support::json(R"({"Job": "before"})");
+    char name[] = "Job";
+    const CimMembers job = jobNamed(CimValue::Text("JID_1"));
+    EXPECT_EQ(CmpiJson().CmpiJobRefToJson(name, job[0].second.Data(), out, mRequest.scope), 1);
+    EXPECT_THAT(out, IsJson(R"({"Job": "before"})"));
+    EXPECT_EQ(mRequest.Header("Location"), "/redfish/v1/Managers/Tavix.Embedded.1/Jobs/JID_1");
+    EXPECT_EQ(countLogged(3, "CmpiJobRefToJson", "Entering"), 1);
+    EXPECT_EQ(countLogged(3, "CmpiJobRefToJson", "Leaving"), 1);
+}
+
+TEST_F(MethodOutput, JobIsNamedByItsFirstKey)
+{
+    convert({{"Job", CimValue::Reference(
+                         {{"A", CimValue::Text("first")}, {"B", CimValue::Text("JID_2")}})}});
+    EXPECT_EQ(mRequest.Header("Location"), "first");
+}
+
+TEST_F(MethodOutput, LastOfSeveralJobsIsTheLocation)
+{
+    CimMembers arguments = jobNamed(CimValue::Text("JID_1"));
+    arguments.emplace_back("Text", CimValue::Text("x"));
+    arguments.push_back(jobNamed(CimValue::Text("JID_2")).front());
+    EXPECT_THAT(convert(arguments), IsJson(R"({"Text": "x"})"));
+    EXPECT_EQ(mRequest.Header("Location"), "/redfish/v1/Managers/Tavix.Embedded.1/Jobs/JID_2");
+}
+
+TEST_F(MethodOutput, ArrayOfReferencesIsNoJob)
+{
+    EXPECT_THAT(
+        convert({{"Jobs", CimValue::Array(CMPI_ref, {jobNamed(CimValue::Text("J"))[0].second})}}),
+        IsJson(R"({"Jobs": [0], "Jobs@odata.count": 1})"));
+    EXPECT_EQ(mRequest.Header("Location"), std::nullopt);
+}
+
 TEST_F(MethodOutput, JobWhoseIdCannotBeReadHasAnEmptyLocation)
 {
     for (const CimMembers& arguments :
