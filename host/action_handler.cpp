@@ -48,14 +48,9 @@ httpd::Response refuseUri(ResourceMapper& mapper, const odata::Scope& scope,
 
 // Why the method was not called, or failed. It is not called again: it may have done its work.
 httpd::Response refuseAction(ResourceMapper& mapper, const odata::Scope& scope, unsigned int code,
-                             Json::Value& errorArgs, CimSession& cim)
+                             Json::Value& errorArgs)
 {
     switch (code) {
-    case RM_INTERNAL_ERROR:
-        if (!cim.renew()) {
-            return temporarilyUnavailable(kRetryAfterS);
-        }
-        break;
     case RM_PROPERTY_UNKNOWN:
     case RM_PROPERTY_VALUE_NOT_IN_LIST:
     case RM_PROPERTY_VALUE_TYPE_ERROR:
@@ -130,10 +125,12 @@ httpd::Response handlePost(ResourceMapper& mapper, const odata::Scope& scope,
         mapper.SendExtendedErrorResponse(RM_MALFORMED_JSON);
         return responseOf(scope);
     }
-    // The library calls an action without a connection done.
-    if (cim.get()->Connect() != CMPI_RC_OK) {
+    // Looked for anew each time: 503 invites clients to repeat the action, so that it must mean
+    // that nothing was sent. (Without a connection the library would call the action done.)
+    if (!cim.renew()) {
         return temporarilyUnavailable(kRetryAfterS);
     }
+    mapper.mpSfccHandle = cim.get();
     Json::Value outputs(Json::objectValue);
     Json::Value errorArgs(Json::arrayValue);
     Json::Value inputs;
@@ -141,7 +138,7 @@ httpd::Response handlePost(ResourceMapper& mapper, const odata::Scope& scope,
     const unsigned int code =
         mapper.InvokeAction(outputs, payload, &returnValue, errorArgs, inputs);
     if (code != RM_OK) {
-        return refuseAction(mapper, scope, code, errorArgs, cim);
+        return refuseAction(mapper, scope, code, errorArgs);
     }
     sendOutcome(mapper, scope, returnValue, outputs);
     return responseOf(scope);

@@ -16,9 +16,9 @@ public:
     // but the cache never does. Valid until renew().
     SfccSession* get();
 
-    // To be called when a read has failed: a session stays on the connection that it once had, so
-    // that only another one sees an object manager that has come back. Returns whether the object
-    // manager can be reached now.
+    // To be called when a read has failed, and before an action: a session stays on the connection
+    // that it once had, so that only another one sees an object manager that has come back. Returns
+    // whether the object manager can be reached now.
     bool renew();
 
 private:

@@ -300,8 +300,9 @@ public:
 
     // Checks a body by a method's "inputs", in this order; errorArgs[0] and [1] tell the first
     // failure. Results: RM_OK; RM_PROPERTY_UNKNOWN (name); RM_PROPERTY_VALUE_TYPE_ERROR (value,
-    // name; also parameters without "redfish_type", and texts anywhere in the value that have a NUL
-    // or are not UTF-8, which CIM cannot carry); RM_PROPERTY_VALUE_NOT_IN_LIST (value or array
+    // name; also parameters without "redfish_type", and texts anywhere in the value that CIM
+    // cannot carry: control characters but tabs and line breaks, bytes that are not UTF-8);
+    // RM_PROPERTY_VALUE_NOT_IN_LIST (value or array
     // element, name); RM_PROPERTY_MISSING (name).
     unsigned int ValidatePayload(Json::Value& payload, Json::Value& inputs, Json::Value& errorArgs);
 
@@ -340,8 +341,8 @@ public:
 
     // Adds the argument argName: a reference to the instance that the URI of a resource names by
     // its two last segments. Results: RM_OK; RM_PROPERTY_VALUE_NOT_IN_LIST with errorArgs uri and
-    // name where the mapping has no such resource. Aborts on an item without "=" in its
-    // "Selectors".
+    // name where the mapping has no such resource, or the URI is above 1024 bytes, more than some
+    // CIM clients have room for. Aborts on an item without "=" in its "Selectors".
     unsigned int AddRefToArgs(CMPIArgs* args, char* argName, char* name, std::string uri,
                               Json::Value& errorArgs);
 

@@ -39,6 +39,10 @@ public:
         if (data.state == CMPI_nullValue) {
             return;
         }
+        if ((data.type & CMPI_ARRAY) != 0) {
+            releaseAny(data.value.array);
+            return;
+        }
         switch (data.type) {
         case CMPI_string:
             releaseAny(data.value.string);
@@ -52,7 +56,7 @@ public:
         case CMPI_chars:
             std::free(data.value.chars); // NOLINT(cppcoreguidelines-no-malloc): made by strdup
             break;
-        default: // numbers; methods return no arrays
+        default: // numbers
             break;
         }
     }

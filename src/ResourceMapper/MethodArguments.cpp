@@ -145,13 +145,16 @@ void addFixedKeys(CMPIObjectPath* path, std::string fixed)
     }
 }
 
+// SFCC keeps the key of a reference in a buffer of 2048 bytes and does not look.
+constexpr size_t kMaxUriBytes = 1024;
+
 // A resource's URI by its two last segments; both are empty where it has no such shape.
 struct ResourceAddress
 {
     explicit ResourceAddress(const std::string& uri)
     {
         const size_t slash = uri.rfind('/');
-        if (slash == std::string::npos) {
+        if (slash == std::string::npos || uri.size() > kMaxUriBytes) {
             return;
         }
         const std::string prefix = uri.substr(0, slash);

@@ -5,7 +5,7 @@
 #include "MappingEntry.h"
 #include "ResourceMapper.h"
 #include "ResourceMapper/Actions.h"
-#include "Utf8.h"
+#include "XmlText.h"
 
 #include <cstring>
 
@@ -68,13 +68,11 @@ int validateType(const Json::Value& value, const char* type)
     }
 }
 
-// CIM has no text with a NUL, and none that is not UTF-8: what arrived would not be what was sent.
-// Of an array every element counts.
+// What arrived of any other text would not be what was sent. Of an array every element counts.
 bool hasOnlyCimTexts(const Json::Value& value)
 {
     if (value.isString()) {
-        const std::string text = value.asString();
-        return text.find('\0') == std::string::npos && isUtf8(text);
+        return isXmlText(value.asString());
     }
     bool isFine = true;
     for (Json::ArrayIndex i = 0; value.isArray() && isFine && i < value.size(); ++i) {
@@ -160,6 +158,9 @@ unsigned int listMandatory(const Json::Value& inputs, Json::Value& mandatory)
 {
     LOG_SCOPE_AS("GetMandatoryArgList");
     const Json::Value& declared = objectOf(inputs);
+    if (!mandatory.isNull() && !mandatory.isArray()) {
+        mandatory = Json::Value(Json::arrayValue);
+    }
     for (auto input = declared.begin(); input != declared.end(); ++input) {
         if (flagOf(*input, mapping::kIsRequired)) {
             LOG_AT(LOG_FACT, "GetMandatoryArgList  %s", input.name().c_str());

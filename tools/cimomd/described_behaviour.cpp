@@ -153,9 +153,12 @@ bool DescribedBehaviour::carryOut(const MethodCase& described, const MethodCall&
     if (described.job && !mJobs.start(std::move(job), error)) {
         return false;
     }
-    return std::all_of(changes.begin(), changes.end(), [&](const InstanceChange& change) {
-        return call.nameSpace.modify(change.path, change.properties, nullptr, error);
-    });
+    const bool isChanged =
+        std::all_of(changes.begin(), changes.end(), [&](const InstanceChange& change) {
+            return call.nameSpace.modify(change.path, change.properties, nullptr, error);
+        });
+    mJobs.advance(values.now); // after the changes, which a job's first steps build on
+    return isChanged;
 }
 
 void DescribedBehaviour::advance()

@@ -232,6 +232,20 @@ bool evaluate(const ValueSource& source, const CallValues& call, const ValueUse&
                               std::string(cimxml::typeName(use.type)) + (use.isArray ? "[]" : ""));
 }
 
+std::string changedKey(const std::vector<Assignment>& assignments, const ClassEntry& cls)
+{
+    for (const size_t index : cls.keys) {
+        const std::string& key = cls.definition.properties[index].name;
+        if (std::any_of(assignments.begin(), assignments.end(),
+                        [&key](const Assignment& assignment) {
+                            return cimxml::equalsIgnoreCase(assignment.name, key);
+                        })) {
+            return key;
+        }
+    }
+    return {};
+}
+
 bool findTargets(const ObjectSource& source, const CallValues& call,
                  std::vector<const StoredInstance*>& targets, cimxml::CimError& error)
 {
@@ -270,6 +284,9 @@ bool evaluateChanges(const std::vector<Change>& changes, const CallValues& call,
             return false;
         }
         for (const StoredInstance* const target : targets) {
+            if (const std::string key = changedKey(change.properties, *target->cls); !key.empty()) {
+                return fail(error, kFailed, "the key " + key + " cannot be changed");
+            }
             InstanceChange made{target->path, {}};
             if (!evaluateProperties(change.properties, call, *target->cls, made.properties,
                                     error)) {

@@ -59,6 +59,9 @@ bool evaluateProperties(const std::vector<Assignment>& assignments, const CallVa
                         const ClassEntry& cls, cimxml::Instance& properties,
                         cimxml::CimError& error);
 
+// The name of a key that the assignments would change; empty when they change none.
+std::string changedKey(const std::vector<Assignment>& assignments, const ClassEntry& cls);
+
 // Appends what the changes are, one for each instance.
 bool evaluateChanges(const std::vector<Change>& changes, const CallValues& call,
                      std::vector<InstanceChange>& evaluated, cimxml::CimError& error);

@@ -40,6 +40,7 @@ public:
 private:
     bool wrong(const std::string& what);
     bool input(const InputSource& source);
+    bool sources(const ValueSource& source, const std::string& where);
     bool value(const ValueSource& source, const ValueUse& use);
     bool condition(const CallCondition& condition);
     bool output(const Assignment& output);
@@ -73,7 +74,7 @@ bool Checker::input(const InputSource& source)
            wrong("the parameter " + source.name + " is no reference and has no keys");
 }
 
-bool Checker::value(const ValueSource& source, const ValueUse& use)
+bool Checker::sources(const ValueSource& source, const std::string& where)
 {
     for (const ScalarSource& item : source.items) {
         const auto* const named = std::get_if<InputSource>(&item);
@@ -81,8 +82,16 @@ bool Checker::value(const ValueSource& source, const ValueUse& use)
             return false;
         }
         if (std::holds_alternative<JobSource>(item) && !mHasJob) {
-            return wrong(use.name + " is to be the job, but the case has no \"job\"");
+            return wrong(where + " is to be the job, but the case has no \"job\"");
         }
+    }
+    return true;
+}
+
+bool Checker::value(const ValueSource& source, const ValueUse& use)
+{
+    if (!sources(source, use.name)) {
+        return false;
     }
     const std::vector<cimxml::MethodParameter> noInputs;
     cimxml::Value ignored;
@@ -115,7 +124,7 @@ bool Checker::properties(const std::vector<Assignment>& assignments, const Class
 {
     return std::all_of(assignments.begin(), assignments.end(), [&](const Assignment& assignment) {
         if (cls == nullptr) {
-            return true;
+            return sources(assignment.value, assignment.name);
         }
         const cimxml::Property* const property = cls->findProperty(assignment.name);
         if (property == nullptr) {
@@ -131,15 +140,8 @@ bool Checker::changes(const std::vector<Assignment>& assignments, const ClassEnt
     if (!properties(assignments, cls)) {
         return false;
     }
-    return cls == nullptr ||
-           std::all_of(cls->keys.begin(), cls->keys.end(), [&](const size_t index) {
-               const std::string& key = cls->definition.properties[index].name;
-               const bool isSet = std::any_of(
-                   assignments.begin(), assignments.end(), [&key](const Assignment& assignment) {
-                       return cimxml::equalsIgnoreCase(assignment.name, key);
-                   });
-               return !isSet || wrong("the key " + key + " cannot be changed");
-           });
+    const std::string key = cls == nullptr ? std::string() : changedKey(assignments, *cls);
+    return key.empty() || wrong("the key " + key + " cannot be changed");
 }
 
 bool Checker::condition(const CallCondition& condition)

@@ -112,9 +112,7 @@ bool Jobs::start(PlannedJob planned, cimxml::CimError& error)
     if (planned.nameSpace->create(planned.instance, error) == nullptr) {
         return false;
     }
-    const TimePoint begin = planned.start;
     mRunning.push_back(std::move(planned));
-    advance(begin);
     return true;
 }
 

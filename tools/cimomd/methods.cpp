@@ -51,6 +51,13 @@ bool readInputs(const cimxml::Method& method, std::vector<cimxml::MethodParamete
             return fail(error, kInvalidParameter,
                         "the method " + method.name + " has no parameter " + input.name);
         }
+        const auto isSame = [declared](const cimxml::MethodParameter& other) {
+            return other.name == declared->name;
+        };
+        if (std::any_of(inputs.begin(), inputs.end(), isSame)) {
+            return fail(error, kInvalidParameter,
+                        "the parameter " + declared->name + " is given twice");
+        }
         if (!convertTo(declared->type, declared->isArray, input.value)) {
             return fail(error, kInvalidParameter,
                         "the parameter " + declared->name + " is not of type " +

@@ -220,7 +220,6 @@ HttpTransport::HttpTransport(const Endpoint& endpoint,
     set(handle, CURLOPT_POST, 1L);
     set(handle, CURLOPT_BUFFERSIZE, kBufferBytes);
     set(handle, CURLOPT_LOW_SPEED_LIMIT, 1L);
-    set(handle, CURLOPT_LOW_SPEED_TIME, mLimits.stallTimeoutSeconds);
     set(handle, CURLOPT_TIMEOUT_MS, mLimits.operationTimeoutMs);
     (void)curl_easy_setopt(handle, CURLOPT_HEADERFUNCTION, &Transfer::onHeader);
     (void)curl_easy_setopt(handle, CURLOPT_WRITEFUNCTION, &Transfer::onBody);
@@ -294,6 +293,8 @@ HttpOutcome HttpTransport::post(const HttpRequest& request, BodySink& sink)
     (void)curl_easy_setopt(handle, CURLOPT_WRITEDATA, &transfer);
     // libcurl repeats by itself what it has sent on a kept connection that then breaks.
     set(handle, CURLOPT_FRESH_CONNECT, request.isRepeatable ? 0L : 1L);
+    // A method may take long before it says anything; the time altogether ends it.
+    set(handle, CURLOPT_LOW_SPEED_TIME, request.isRepeatable ? mLimits.stallTimeoutSeconds : 0L);
     const CURLcode code = curl_easy_perform(handle);
     (void)curl_easy_setopt(handle, CURLOPT_HTTPHEADER, nullptr);
     if (transfer.isOutOfMemory()) {

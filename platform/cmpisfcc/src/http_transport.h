@@ -19,7 +19,8 @@ namespace cmpisfcc {
 struct TransportLimits
 {
     long connectTimeoutMs = 10'000;
-    // Without a byte from the object manager; providers of slow hardware take their time.
+    // Without a byte from the object manager; providers of slow hardware take their time. Not for
+    // what changes something: giving up would not undo it.
     long stallTimeoutSeconds = 60;
     // Altogether.
     long operationTimeoutMs = 600'000;

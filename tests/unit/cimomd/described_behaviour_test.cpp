@@ -229,6 +229,15 @@ TEST_F(DescribedBehaviour, DescribedErrorsAndDelaysAreHandedOn)
     EXPECT_EQ(mModel.call("Stop", "f").result.delay, std::chrono::seconds(20));
 }
 
+TEST_F(DescribedBehaviour, InputThatIsGivenTwiceIsRefused)
+{
+    describe(R"({"return": 0})");
+    const auto outcome = mModel.call("Stop", "f", {{"Seconds", "1"}, {"SECONDS", "2"}});
+    EXPECT_FALSE(outcome.isDone);
+    EXPECT_EQ(outcome.error.code, 4U);
+    EXPECT_EQ(outcome.error.description, "the parameter Seconds is given twice");
+}
+
 TEST_F(DescribedBehaviour, PointInTimeWithTheSuffixOfAnIntervalIsTakenForOne)
 {
     describe(R"({"set": [{"object": "this", "properties": {"Since": {"input": "At"}}}]})");

@@ -91,6 +91,27 @@ TEST_F(JobsTest, NobodyLookedInBetweenAndTheStepsStillHaveTheirTimes)
     EXPECT_EQ(job("1", "Ended"), "20240501102040.000000+000");
 }
 
+TEST_F(JobsTest, FirstStepsComeAfterTheChangesOfTheCall)
+{
+    describe(R"({"set": [{"object": "this", "properties": {"Speed": 1}}],
+        "job": {"class": "Job", "seconds": 0,
+                "steps": [{"percent": 100, "set": [{"object": "this", "properties": {"Speed": 2}}]}]}})");
+    start();
+    EXPECT_EQ(mModel.fan("f", "Speed"), "2");
+}
+
+TEST_F(JobsTest, CallThatFailsStartsNoneAndChangesNothing)
+{
+    describe(R"({"job": {"class": "Job", "seconds": 10},
+        "set": [{"object": "this", "properties": {"Speed": 1}},
+                {"object": {"input": "Other"}, "properties": {"Id": "h"}}]})");
+    const auto outcome = mModel.call("Stop", "f", {{"Other", "Fan.Id=\"g\""}});
+    EXPECT_FALSE(outcome.isDone);
+    EXPECT_EQ(outcome.error.description, "the key Id cannot be changed");
+    EXPECT_EQ(mModel.fan("f", "Speed"), "100");
+    EXPECT_EQ(job("1", "State"), "no such instance");
+}
+
 TEST_F(JobsTest, DoneJobsChangeNothingMore)
 {
     describe(kCase);

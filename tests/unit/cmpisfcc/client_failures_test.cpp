@@ -217,6 +217,21 @@ TEST_F(ClientFailures, SilenceEndsInATimeout)
     expectRecovery();
 }
 
+TEST_F(ClientFailures, OnlyTheTimeAltogetherEndsASilentMethod)
+{
+    cmpisfcc::TransportLimits limits;
+    limits.stallTimeoutSeconds = 1;
+    limits.operationTimeoutMs = 2500;
+    connect(limits);
+    mServer.add({"", Then::Stall});
+    const auto path = own(newCMPIObjectPath("root/xcim", "XCIM_Fan", nullptr));
+    const auto begin = std::chrono::steady_clock::now();
+    (void)mClient->ft->invokeMethod(mClient.get(), path.get(), "Slow", nullptr, nullptr,
+                                    mStatus.out());
+    EXPECT_EQ(mStatus.code(), CMPI_RC_ERR_FAILED);
+    EXPECT_GE(std::chrono::steady_clock::now() - begin, std::chrono::milliseconds(2400));
+}
+
 TEST_F(ClientFailures, AnAnswerThatStopsHalfWayEndsInATimeout)
 {
     cmpisfcc::TransportLimits limits;

@@ -144,6 +144,14 @@ TEST_F(HostilePayload, TextThatCimCannotCarryAmongElements)
     }
 }
 
+TEST_F(HostilePayload, TextOfCharactersThatXmlLacks)
+{
+    for (const char* text : {"a\x01", "\x1b[0m", "\x0b", "\xef\xbf\xbe", "a\xef\xbf\xbf"}) {
+        expectMistyped("Text", text, text);
+    }
+    EXPECT_EQ(invokeWith("Text", "\t\r\n\x7f\xc2\x80\xef\xbf\xbd"), RM_OK);
+}
+
 TEST_F(HostilePayload, TextOfAnyPlaneIsSent)
 {
     EXPECT_EQ(invokeWith("Text", "\xc3\xa4\xe2\x82\xac\xf0\x9f\x98\x80 <&\"'>\n"), RM_OK);

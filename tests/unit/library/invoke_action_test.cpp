@@ -285,6 +285,9 @@ TEST_F(InvokeAction, ReturnValueThatIsAnObjectIsReleased)
     scriptedCim().returnValue = {CMPI_ref, CMPI_goodValue, {}};
     scriptedCim().returnValue.value.ref = support::newCimPath({});
     EXPECT_EQ(post("{}"), RM_OK);
+    scriptedCim().returnValue = {CMPI_stringA, CMPI_goodValue, {}};
+    scriptedCim().returnValue.value.array = support::newCimArray(1, CMPI_string);
+    EXPECT_EQ(post("{}"), RM_OK);
 }
 
 // A copy that is made with malloc(), as the local transport hands it over.

@@ -66,6 +66,16 @@ TEST_F(References, HaveTheKeysThatTheMappingNames)
     EXPECT_THAT(add("/r/Twice/7"), ElementsAre("Cim ref root/xcim:XCIM_Twice Id=fixed"));
 }
 
+TEST_F(References, OfMoreThan1024BytesAreRefused)
+{
+    const std::string base = "/r/Plain/";
+    EXPECT_EQ(add(base + std::string(1024 - base.size(), 'a')).size(), 1U);
+    const std::string tooLong = base + std::string(1025 - base.size(), 'a');
+    EXPECT_THAT(add(tooLong), IsEmpty());
+    EXPECT_EQ(mResult, RM_PROPERTY_VALUE_NOT_IN_LIST);
+    EXPECT_EQ(mErrorArgs[0].asString(), tooLong);
+}
+
 TEST_F(References, WithoutAUniqueKeyLogNone)
 {
     add("/r/Fixed/7");

@@ -1,4 +1,4 @@
-#include "Utf8.h"
+#include "XmlText.h"
 
 #include <cstddef>
 
@@ -14,7 +14,7 @@ struct Form
 };
 
 constexpr Form kForms[] = {
-    {0x00, 0x7F, 0, 0, 0},       {0xC2, 0xDF, 1, 0x80, 0xBF}, {0xE0, 0xE0, 2, 0xA0, 0xBF},
+    {0x20, 0x7F, 0, 0, 0},       {0xC2, 0xDF, 1, 0x80, 0xBF}, {0xE0, 0xE0, 2, 0xA0, 0xBF},
     {0xE1, 0xEC, 2, 0x80, 0xBF}, {0xED, 0xED, 2, 0x80, 0x9F}, {0xEE, 0xEF, 2, 0x80, 0xBF},
     {0xF0, 0xF0, 3, 0x90, 0xBF}, {0xF1, 0xF3, 3, 0x80, 0xBF}, {0xF4, 0xF4, 3, 0x80, 0x8F},
 };
@@ -40,12 +40,26 @@ bool beginsWith(std::string_view text, const Form& form)
     return true;
 }
 
+bool isForbidden(std::string_view character)
+{
+    return character == "\xEF\xBF\xBE" || character == "\xEF\xBF\xBF"; // U+FFFE, U+FFFF
+}
+
+bool isBreak(char byte)
+{
+    return byte == '\t' || byte == '\n' || byte == '\r';
+}
+
 // Bytes of the character that text begins with; 0 where there is none.
 size_t characterBytes(std::string_view text)
 {
+    if (isBreak(text[0])) {
+        return 1;
+    }
     for (const Form& form : kForms) {
+        const size_t bytes = size_t{form.following} + 1;
         if (beginsWith(text, form)) {
-            return size_t{form.following} + 1;
+            return isForbidden(text.substr(0, bytes)) ? 0 : bytes;
         }
     }
     return 0;
@@ -53,7 +67,7 @@ size_t characterBytes(std::string_view text)
 
 } // namespace
 
-bool isUtf8(std::string_view text)
+bool isXmlText(std::string_view text)
 {
     while (!text.empty()) {
         const size_t bytes = characterBytes(text);
