@@ -36,6 +36,12 @@ struct ScalarCase
     int result;
 };
 
+// Names the case in the tests' output, which would show the structure's bytes, its gaps included.
+void PrintTo(const ScalarCase& scalar, std::ostream* stream)
+{
+    *stream << scalar.json;
+}
+
 class CmpiScalar : public CmpiConversion, public ::testing::WithParamInterface<ScalarCase>
 {};
 
@@ -154,6 +160,11 @@ struct ArrayCase
     std::vector<CimValue> elements;
     const char* json;
 };
+
+void PrintTo(const ArrayCase& array, std::ostream* stream)
+{
+    *stream << array.json;
+}
 
 class CmpiArray : public CmpiConversion, public ::testing::WithParamInterface<ArrayCase>
 {};

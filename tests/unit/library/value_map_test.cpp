@@ -152,6 +152,12 @@ struct IntegerCase
     unsigned long long widened;
 };
 
+// Names the case in the tests' output, which would show the structure's bytes, its gaps included.
+void PrintTo(const IntegerCase& integer, std::ostream* stream)
+{
+    *stream << integer.type << ' ' << integer.value;
+}
+
 class CimInteger : public ValueMap, public ::testing::WithParamInterface<IntegerCase>
 {};
 
