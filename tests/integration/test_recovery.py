@@ -190,13 +190,14 @@ class Recovery(unittest.TestCase):
             self.check_good(service)
             footprint = Footprint(service)
             for index in range(len(wires)):
-                wires.send(index, THING)
+                wires.send(index, f"{THING}?n={index}")  # each a target of its own: none is refused for the workers' ends
                 if index % 10 == 9:
                     for pid in service.workers():
                         with contextlib.suppress(ProcessLookupError):
                             os.kill(pid, signal.SIGKILL)
             statuses = [answer.status for answer in wires.read_answers(len(wires))]
-            self.assertEqual(set(statuses) - {200, 500}, set())
+            # 503 where no worker gets ready in time.
+            self.assertEqual(set(statuses) - {200, 500, 503}, set())
             self.assertIn(200, statuses)
             for _ in range(10):
                 self.check_good(service)
