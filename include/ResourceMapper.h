@@ -302,8 +302,7 @@ public:
     // failure. Results: RM_OK; RM_PROPERTY_UNKNOWN (name); RM_PROPERTY_VALUE_TYPE_ERROR (value,
     // name; also parameters without "redfish_type", and texts anywhere in the value that CIM
     // cannot carry: control characters but tabs and line breaks, bytes that are not UTF-8);
-    // RM_PROPERTY_VALUE_NOT_IN_LIST (value or array
-    // element, name); RM_PROPERTY_MISSING (name).
+    // RM_PROPERTY_VALUE_NOT_IN_LIST (value or array element, name); RM_PROPERTY_MISSING (name).
     unsigned int ValidatePayload(Json::Value& payload, Json::Value& inputs, Json::Value& errorArgs);
 
     // Whether value fits the Edm type: integers from 0 "Edm.Int64", booleans "Edm.Boolean", strings

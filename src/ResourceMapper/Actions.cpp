@@ -124,8 +124,7 @@ unsigned int ResourceMapper::addArguments(CMPIArgs* args, const Json::Value& pay
     for (auto member = payload.begin(); member != payload.end(); ++member) {
         std::string name = member.name();
         const Json::Value& declaration = memberOf(inputs, name);
-        const Json::Value& alias = memberOf(declaration, mapping::kAlias);
-        std::string argName = textOf(alias);
+        std::string argName = textOf(declaration, mapping::kAlias);
         if (argName.empty()) {
             argName = name;
         }
@@ -183,7 +182,7 @@ void ResourceMapper::AddValueMapToOutparam(Json::Value& response, CMPIData& /*re
     Json::Value collected(Json::arrayValue);
     for (auto declared = outputs.begin(); declared != outputs.end(); ++declared) {
         const std::string name = declared.name();
-        const Json::Value& map = mapping::valueMapOf(memberOf(outputs, name));
+        const Json::Value& map = mapping::valueMapOf(*declared);
         if (map.empty()) {
             continue;
         }
