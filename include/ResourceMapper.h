@@ -187,6 +187,23 @@ public:
     // cache; message queue only (aborts otherwise). Failures are logged and leave out without data.
     void QueryInstances(Json::Value& out, const std::string& clause, bool fromCache);
 
+    // ---- Mapped resources ----
+
+    // Adds to out (null or an object) what a container embeds, for the message queue: of each
+    // resource in the "instances" of its entry one instance, under the resource's name. Only the
+    // data cache is read.
+    // container  the name of an entry, NUL-terminated.
+    // id         NUL-terminated, below 128 bytes. The "KeyRegex" and "QueryClause" of each resource
+    //            turn it into the key or the SQL condition of the instance. It is pasted into SQL
+    //            as it is: a caller lets no quotes and no comment marks from outside through.
+    // Results: RM_OK; RM_DATA_NOT_CACHED where a resource's class is not ready in the cache: what
+    // comes before it is in out. A resource that the mapping lacks, whose expression is wrong or
+    // does not match, or that has no such instance, is logged and left out. Aborts on a container
+    // that the mapping lacks and, where an instance is found by its key, on an empty key, on a
+    // collection, and on a class with other than one key property.
+    _ResourceMapperError GetMappedResources(const char* container, const char* id,
+                                            Json::Value& out);
+
     // ---- Query options and select ----
 
     // A numeric option (OL_OPTION_TOP, OL_OPTION_SKIP): stores its value, or 0 when absent, and
@@ -456,6 +473,11 @@ private:
                                                     const Json::Value& selectList, bool forActions,
                                                     const std::string& unique, Json::Value& output);
     CIMGATE_LOCAL void removeUnmappedKey(Json::Value& object, const std::string& unique) const;
+
+    // Mapped resources
+    CIMGATE_LOCAL _ResourceMapperError embed(const std::string& name, const std::string& key,
+                                             bool isCondition, Json::Value& out);
+    CIMGATE_LOCAL void readEmbedded(const std::string& key, bool isCondition, Json::Value& result);
 
     // Live reads
     CIMGATE_LOCAL _ResourceMapperError instanceFailure(int rc);

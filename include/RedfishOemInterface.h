@@ -1,0 +1,16 @@
+// Composite data of a resource, for another component of the controller that embeds it: without a
+// web request and without CIM.
+#ifndef REDFISH_OEM_INTERFACE_H_
+#define REDFISH_OEM_INTERFACE_H_
+
+#include "CimgateExport.h"
+
+#include <json/json.h>
+
+// Adds to out (null or an object) what a container of the mapping file embeds for this id: see
+// ResourceMapper::GetMappedResources() for the arguments, which are only read, and for what aborts.
+// Its result is not passed on: a caller that has to tell data that is not cached from none calls
+// GetMappedResources() itself. LoadDatabase() must have opened the data cache. Any thread.
+CIMGATE_EXPORT void getResourceOemData(char* container, char* id, Json::Value& out);
+
+#endif
