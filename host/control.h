@@ -16,20 +16,21 @@ enum class ControlKind : uint32_t {
     Loaded,       // the mapping file is loaded; no class of it is cached
     LoadedCached, // it is loaded, and its workers need the data cache
     Failed,       // it is not; text says why
-    Worker,       // a worker has been forked: id, pid and its socket
-    NoWorker,     // none could be forked; text says why
+    Forked,       // a process has been forked: id, pid and its socket
+    NotForked,    // none could be forked; text says why
     // From the front
-    Spawn, // fork a worker
-    Kill   // end the worker with this id
+    SpawnWorker,      // fork a worker
+    SpawnOemEndpoint, // fork the holder of the message-queue endpoint that text names
+    Kill              // end the process with this id
 };
 
 struct ControlMessage
 {
-    ControlKind kind = ControlKind::Spawn;
-    uint32_t id = 0; // names a worker for good: pids come back
+    ControlKind kind = ControlKind::SpawnWorker;
+    uint32_t id = 0; // names a process for good: pids come back
     pid_t pid = 0;
     std::string text;
-    FileDescriptor socket; // only with Worker; lost when its receiver has too many open files
+    FileDescriptor socket; // only with Forked; lost when its receiver has too many open files
 };
 
 // Sends one message; false when the other end is gone, or does not keep up.

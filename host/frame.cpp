@@ -99,7 +99,7 @@ std::string encodeRequest(const WorkerRequest& request)
     std::string payload;
     putText(payload, request.target);
     putNumber(payload, request.mayReadLive ? 1 : 0);
-    putNumber(payload, request.isPost ? 1 : 0);
+    putNumber(payload, static_cast<uint32_t>(request.kind));
     putText(payload, request.body);
     return framed(payload);
 }
@@ -127,6 +127,15 @@ std::string encodeDeclined(Declined reason)
     return framed(std::string(reason == Declined::NeedsCim ? kNeedsCim : kCacheReplaced));
 }
 
+std::string encodeNumbered(uint32_t number, std::string_view message)
+{
+    std::string payload;
+    payload.reserve(2 * sizeof number + message.size());
+    putNumber(payload, number);
+    putText(payload, message);
+    return framed(payload);
+}
+
 bool decodeLength(const char* header, uint32_t& bytes)
 {
     std::memcpy(&bytes, header, sizeof bytes);
@@ -137,13 +146,14 @@ bool decodeRequest(std::string_view payload, WorkerRequest& request)
 {
     FieldReader reader(payload);
     uint32_t mayReadLive = 0;
-    uint32_t isPost = 0;
-    if (!reader.text(request.target) || !reader.number(mayReadLive) || !reader.number(isPost) ||
-        !reader.text(request.body) || !reader.atEnd()) {
+    uint32_t kind = 0;
+    if (!reader.text(request.target) || !reader.number(mayReadLive) || !reader.number(kind) ||
+        !reader.text(request.body) || !reader.atEnd() ||
+        kind > static_cast<uint32_t>(RequestKind::OemData)) {
         return false;
     }
     request.mayReadLive = mayReadLive != 0;
-    request.isPost = isPost != 0;
+    request.kind = static_cast<RequestKind>(kind);
     return true;
 }
 
@@ -176,6 +186,12 @@ bool decodeDeclined(std::string_view payload, Declined& reason)
 {
     reason = payload == kNeedsCim ? Declined::NeedsCim : Declined::CacheReplaced;
     return payload == kNeedsCim || payload == kCacheReplaced;
+}
+
+bool decodeNumbered(std::string_view payload, uint32_t& number, std::string& message)
+{
+    FieldReader reader(payload);
+    return reader.number(number) && reader.text(message) && reader.atEnd();
 }
 
 } // namespace host

@@ -1,6 +1,6 @@
-// What the front and a worker say to each other, as frames on a stream socket: four bytes of length
-// (host byte order; both ends are one machine), then the fields. Neither end trusts the other's
-// lengths.
+// What the front and the processes that work for it say to each other, as frames on a stream
+// socket: four bytes of length (host byte order; both ends are one machine), then the fields. No
+// end trusts the other's lengths.
 #ifndef HOST_FRAME_H_
 #define HOST_FRAME_H_
 
@@ -16,13 +16,19 @@ namespace host {
 // Bytes of length before each frame's payload.
 inline constexpr size_t kFrameHeaderBytes = sizeof(uint32_t);
 
-// A request for a worker: a read, or an action's POST.
+enum class RequestKind : uint32_t {
+    Read,
+    Action, // a POST
+    OemData // what a container embeds, for the message queue
+};
+
+// A request for a worker.
 struct WorkerRequest
 {
-    std::string target = {}; // path and query as they came
+    std::string target = {}; // path and query as they came; of OemData the container
     bool mayReadLive = true; // false: decline what needs the CIM object manager
-    bool isPost = false;
-    std::string body = {}; // of a POST
+    RequestKind kind = RequestKind::Read;
+    std::string body = {}; // of an Action the body, of OemData the id
 };
 
 // A worker that gives its request back unanswered, and why.
@@ -34,8 +40,10 @@ enum class Declined {
 // Payload and its length in front of it.
 std::string encodeRequest(const WorkerRequest& request);
 std::string encodeResponse(const httpd::Response& response);
-std::string encodeReady(); // a worker's first frame
+std::string encodeReady(); // the first frame of a process that works for the front
 std::string encodeDeclined(Declined reason);
+// A message of the message queue, either way; the number is the request's.
+std::string encodeNumbered(uint32_t number, std::string_view message);
 
 // The payload's length, from kFrameHeaderBytes bytes; false when it is above kMaxFrameBytes
 // (host_limits.h).
@@ -47,6 +55,7 @@ bool decodeRequest(std::string_view payload, WorkerRequest& request);
 bool decodeResponse(std::string_view payload, httpd::Response& response);
 bool isReady(std::string_view payload);
 bool decodeDeclined(std::string_view payload, Declined& reason);
+bool decodeNumbered(std::string_view payload, uint32_t& number, std::string& message);
 
 } // namespace host
 

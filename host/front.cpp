@@ -3,6 +3,8 @@
 #include "error_body.h"
 #include "host_limits.h"
 #include "log.h"
+#include "oem_message.h"
+#include "oem_server.h"
 #include "quarantine.h"
 #include "worker_pool.h"
 
@@ -60,6 +62,21 @@ httpd::Response responseOf(Outcome outcome, httpd::Response answered)
         break;
     }
     return errorResponse(500, "InternalError");
+}
+
+std::string oemAnswerOf(Outcome outcome, const httpd::Response& answered)
+{
+    switch (outcome) {
+    case Outcome::Answered:
+        return answered.body;
+    case Outcome::TooLate:
+        return oemError(OemFault::TooLate);
+    case Outcome::Overloaded:
+        return oemError(OemFault::Busy);
+    case Outcome::WorkerEnded:
+        break;
+    }
+    return oemError(OemFault::WorkerEnded);
 }
 
 // What every response carries (DSP0266, "Response headers").
@@ -127,9 +144,9 @@ std::string watchedName(const httpd::Request& request)
 WorkerRequest workerRequest(httpd::Request request)
 {
     WorkerRequest forWorker;
-    forWorker.isPost = isPost(request);
     forWorker.target = std::move(request.target);
-    if (forWorker.isPost) {
+    if (isPost(request)) {
+        forWorker.kind = RequestKind::Action;
         forWorker.body = std::move(request.body);
     }
     return forWorker;
@@ -144,10 +161,14 @@ public:
 
 private:
     void handle(httpd::Request request, const httpd::Reply& reply);
+    void handleOem(const std::string& text, const OemServer::Reply& reply);
     bool answeredWithoutWorker(const httpd::Request& request, httpd::Response& response);
     void noteOutcome(const std::string& watched, Outcome outcome);
     void awaitSignal();
     void stopGracefully();
+    void stopWhenDrained();
+    void makeOemServer();
+    void workersReady();
     void listen();
     bool goesOnUnready();
     void fail(const std::string& cause);
@@ -158,10 +179,13 @@ private:
     asio::signal_set mSignals;
     asio::steady_timer mStopTimer;
     Quarantine mQuarantine;
+    SpawnerLink mSpawner;
     WorkerPool mPool;
     httpd::Server mServer;
+    std::unique_ptr<OemServer> mOemServer; // null without an endpoint
     int mExitStatus = EXIT_SUCCESS;
     bool mIsStopping = false;
+    int mUndrained = 0; // servers that still have requests to answer, once it stops
 };
 
 Front::Front(const Options& options, const Spawner& spawner)
@@ -169,9 +193,9 @@ Front::Front(const Options& options, const Spawner& spawner)
       mUsesCache(spawner.usesCache),
       mSignals(mContext, SIGTERM, SIGINT, SIGHUP),
       mStopTimer(mContext),
-      mPool(mContext, spawner.control.get(), options.workers,
-            std::chrono::seconds(options.requestTimeoutS),
-            {[this] { listen(); }, [this] { return goesOnUnready(); },
+      mSpawner(mContext, spawner.control.get(), [this](const std::string& cause) { fail(cause); }),
+      mPool(mContext, mSpawner, options.workers, std::chrono::seconds(options.requestTimeoutS),
+            {[this] { workersReady(); }, [this] { return goesOnUnready(); },
              [this](const std::string& cause) {
                  fail(cause);
              }}),
@@ -185,14 +209,33 @@ Front::Front(const Options& options, const Spawner& spawner)
               addCommonHeaders(response);
               return response;
           })
-{}
+{
+    if (!options.oemEndpoint.empty()) {
+        makeOemServer();
+    }
+}
+
+void Front::makeOemServer()
+{
+    mOemServer = std::make_unique<OemServer>(
+        mContext, mSpawner, mOptions.oemEndpoint,
+        [this](const std::string& text, const OemServer::Reply& reply) { handleOem(text, reply); },
+        OemServer::Events{[this] { listen(); },
+                          [this](const std::string& cause) {
+                              fail(cause);
+                          }});
+}
 
 int Front::run()
 {
     awaitSignal();
     mPool.start();
     mContext.run();
+    mSpawner.stop();
     mServer.stop();
+    if (mOemServer != nullptr) {
+        mOemServer->stop();
+    }
     mPool.stop();
     return mExitStatus;
 }
@@ -218,7 +261,18 @@ void Front::stopGracefully()
     mIsStopping = true;
     mStopTimer.expires_after(kStopGrace);
     mStopTimer.async_wait([this](boost::system::error_code /*error*/) { mContext.stop(); });
-    mServer.drain([this] { mContext.stop(); });
+    mUndrained = mOemServer == nullptr ? 1 : 2;
+    mServer.drain([this] { stopWhenDrained(); });
+    if (mOemServer != nullptr) {
+        mOemServer->drain([this] { stopWhenDrained(); });
+    }
+}
+
+void Front::stopWhenDrained()
+{
+    if (--mUndrained == 0) {
+        mContext.stop();
+    }
 }
 
 void Front::handle(httpd::Request request, const httpd::Reply& reply)
@@ -236,6 +290,26 @@ void Front::handle(httpd::Request request, const httpd::Reply& reply)
                      httpd::Response final = responseOf(outcome, std::move(answered));
                      addCommonHeaders(final);
                      reply(std::move(final));
+                 });
+}
+
+void Front::handleOem(const std::string& text, const OemServer::Reply& reply)
+{
+    OemRequest request;
+    if (const auto fault = readOemRequest(text, request)) {
+        reply(oemError(*fault));
+        return;
+    }
+    const std::string watched = "OEM " + request.container + " " + request.id;
+    if (mQuarantine.holds(watched, std::chrono::steady_clock::now())) {
+        reply(oemError(OemFault::Busy));
+        return;
+    }
+    WorkerRequest forWorker{request.container, false, RequestKind::OemData, request.id};
+    mPool.submit(std::move(forWorker),
+                 [this, watched, reply](Outcome outcome, const httpd::Response& answered) {
+                     noteOutcome(watched, outcome);
+                     reply(oemAnswerOf(outcome, answered));
                  });
 }
 
@@ -260,6 +334,15 @@ void Front::noteOutcome(const std::string& watched, Outcome outcome)
             log(Severity::Error,
                 "refuses " + watched + " for " + kQuarantineRetryAfterS + " s: workers end at it");
         }
+    }
+}
+
+void Front::workersReady()
+{
+    if (mOemServer != nullptr) {
+        mOemServer->start();
+    } else {
+        listen();
     }
 }
 

@@ -34,9 +34,10 @@ inline constexpr unsigned int kMaxRequestTimeoutS = 3600;
 inline constexpr unsigned int kMaxWorkers = 64;
 inline constexpr unsigned int kMinDefaultWorkers = 2;
 
-// Address space of a worker. A page of the largest collections takes a tenth; what needs more than
-// this is a conversion that never ends.
-inline constexpr uint32_t kWorkerMemoryBytes = 256U * 1024 * 1024;
+// Address space of a worker, and of the process that holds the message-queue endpoint. A page of
+// the largest collections takes a tenth; what needs more than this is a conversion that never ends,
+// or a message that does not.
+inline constexpr uint32_t kProcessMemoryBytes = 256U * 1024 * 1024;
 
 // How long a new worker may take to open the data cache. Opening reads nothing; this ends workers
 // that hang, for example on a file that is a pipe.
@@ -51,6 +52,26 @@ inline constexpr std::chrono::milliseconds kMaxBackOff{5000};
 // not likely to get ready: its clients are told to come back.
 inline constexpr std::chrono::milliseconds kMaxWaitedBackOff{1000};
 
+// ---- The message-queue endpoint ----
+
+// Requests that are with the front at a time: enough for all workers, few enough that HTTP's
+// requests find room in the queue. More wait in ZeroMQ.
+inline constexpr size_t kMaxOemAtOnce = 16;
+
+// Requests of one client, and answers that it does not take, which ZeroMQ keeps. A client that has
+// sent more is not read from; further answers are dropped.
+inline constexpr int kMaxOemQueued = 16;
+
+// A request is a name and an id of 127 bytes; ZeroMQ closes the connection of a client that sends
+// more than this.
+inline constexpr int64_t kMaxOemRequestBytes = int64_t{64} * 1024;
+
+// Parts of a message in front of its empty part: one for the client and one for each proxy.
+inline constexpr ptrdiff_t kMaxOemEnvelopeParts = 8;
+
+// How long the last answers may take to leave when the service stops.
+inline constexpr int kOemLingerMs = 500;
+
 // ---- Requests that end workers ----
 
 // A target at which this many workers have ended in a row is answered without one for a while: each
@@ -64,7 +85,7 @@ inline constexpr const char* kQuarantineRetryAfterS = "60";
 // mapping with a fault has.
 inline constexpr size_t kMaxWatchedTargets = 64;
 
-// ---- Frames between the front and a worker ----
+// ---- Frames between the front and the processes that work for it ----
 
 // The largest payload. An answer in the making exists several times over, as JSON values and as
 // text, so that a worker's memory ends before this.

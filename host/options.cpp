@@ -4,6 +4,7 @@
 
 #include <ResourceMapper.h>
 #include <httpd/listen_address.h>
+#include <sys/un.h>
 
 #include <algorithm>
 #include <charconv>
@@ -15,6 +16,7 @@ namespace host {
 namespace {
 
 constexpr unsigned int kMaxLogLevel = 4;
+constexpr size_t kMaxSocketPathBytes = sizeof(sockaddr_un::sun_path) - 1;
 
 bool readNumber(const std::string& text, unsigned int low, unsigned int high, unsigned int& value)
 {
@@ -36,6 +38,20 @@ bool readListen(const std::string& text, Options& options, std::string& problem)
                   "give 127.0.0.1:PORT or [::1]:PORT";
         return false;
     }
+    return true;
+}
+
+bool readOemEndpoint(const std::string& text, Options& options, std::string& problem)
+{
+    constexpr std::string_view kScheme = "ipc://";
+    const bool isIpcPath = text.starts_with("ipc:///");
+    if (!isIpcPath || text.size() - kScheme.size() > kMaxSocketPathBytes) {
+        problem = "--oem-endpoint " + text + ": give ipc:// and an absolute path of at most " +
+                  std::to_string(kMaxSocketPathBytes) +
+                  " bytes, for example ipc:///run/cimgate/oem.sock";
+        return false;
+    }
+    options.oemEndpoint = text;
     return true;
 }
 
@@ -92,6 +108,7 @@ constexpr OptionEntry kEntries[] = {
     {"--cache", &Options::cachePath, nullptr},
     {"--cim", &Options::cimUrl, nullptr},
     {"--registries", &Options::registryDirectory, nullptr},
+    {"--oem-endpoint", nullptr, readOemEndpoint},
     {"--auth", nullptr, readAuth},
     {"--workers", nullptr, readWorkers},
     {"--log-level", nullptr, readLogLevel},
@@ -140,6 +157,8 @@ std::string helpText()
            "  --cim URL               CIM object manager for classes that are not cached\n"
            "                          (default: the local one, http://127.0.0.1:5988)\n"
            "  --registries DIR        message registries (default: the installed ones)\n"
+           "  --oem-endpoint ipc:///PATH\n"
+           "                          message queue that hands out OEM data (default: none)\n"
            "  --auth none             no authentication; the only mode\n"
            "  --workers N             worker processes, 1 to 64 (default: one for each core, at "
            "least 2)\n"

@@ -16,6 +16,7 @@ struct Options
     std::string cachePath;             // data cache
     std::string cimUrl;                // CIM object manager; empty for the local one
     std::string registryDirectory;     // message registries; empty for the installed ones
+    std::string oemEndpoint;           // "ipc:///PATH" of the message queue; empty for none
     unsigned int workers = 0;          // worker processes
     int logLevel = 1;                  // 0 to 4, as LogMessage.h describes them
     unsigned int requestTimeoutS = 30;

@@ -4,6 +4,7 @@
 #include "error_body.h"
 #include "host_limits.h"
 #include "mapping_lookup.h"
+#include "oem_handler.h"
 #include "scope_response.h"
 
 #include <ResourceMapper.h>
@@ -94,10 +95,15 @@ std::optional<httpd::Response> read(ResourceMapper& mapper, const odata::Scope& 
 
 std::optional<httpd::Response> handleRequest(const WorkerRequest& request, CimSession& cim)
 {
+    if (request.kind == RequestKind::OemData) {
+        httpd::Response response;
+        response.body = handleOemData(request.target, request.body);
+        return response;
+    }
     odata::Scope scope = odata::Scope::ForRequest(request.target);
     const odata::URI uri = scope.NewURI();
     ResourceMapper mapper(cim.get(), scope, uri, false);
-    std::optional<httpd::Response> response = request.isPost
+    std::optional<httpd::Response> response = request.kind == RequestKind::Action
                                                   ? handlePost(mapper, scope, request.body, cim)
                                                   : read(mapper, scope, request.mayReadLive, cim);
     if (response) {

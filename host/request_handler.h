@@ -9,8 +9,8 @@
 
 namespace host {
 
-// Answers a request for a URI, which must have at least one segment. Nothing when the resource is
-// read live and the request may not do that.
+// Answers a request; a URI must have at least one segment. Nothing when the resource is read live
+// and the request may not do that.
 std::optional<httpd::Response> handleRequest(const WorkerRequest& request, CimSession& cim);
 
 } // namespace host

@@ -4,6 +4,7 @@
 #include "host_limits.h"
 #include "log.h"
 #include "mapping_lookup.h"
+#include "oem_process.h"
 #include "worker.h"
 
 #include <ResourceMapper.h>
@@ -13,6 +14,7 @@
 #include <sys/socket.h>
 #include <sys/wait.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <chrono>
 #include <csignal>
@@ -49,7 +51,22 @@ std::string loadMapping()
     }
 }
 
-// The spawner's side of the control socket, and the workers it has to answer for.
+struct Child
+{
+    pid_t pid;
+    const char* name; // in the log
+};
+
+// What it runs, in a process that was forked for it.
+[[noreturn]] void runChild(const ControlMessage& request, FileDescriptor socket)
+{
+    if (request.kind == ControlKind::SpawnOemEndpoint) {
+        runOemProcess(std::move(socket), request.text);
+    }
+    runWorker(std::move(socket));
+}
+
+// The spawner's side of the control socket, and the processes it has to answer for.
 class SpawnerProcess
 {
 public:
@@ -60,15 +77,15 @@ public:
 private:
     void serve();
     void childrenEnded();
-    void spawn();
-    pid_t forkWorker(FileDescriptor& front, FileDescriptor& worker);
+    void spawn(const ControlMessage& request);
+    pid_t forkChild(const ControlMessage& request, FileDescriptor& front, FileDescriptor& child);
     void kill(uint32_t id);
     void reap(int options);
-    void endWorkers();
+    void endChildren();
 
     FileDescriptor mControl;
     FileDescriptor mChildSignals;
-    std::map<uint32_t, pid_t> mWorkers; // not yet reaped, so that their pids are still theirs
+    std::map<uint32_t, Child> mChildren; // not yet reaped, so that their pids are still theirs
     uint32_t mLastId = 0;
 };
 
@@ -92,7 +109,7 @@ void SpawnerProcess::run()
             serve();
         }
     }
-    endWorkers();
+    endChildren();
     std::exit(EXIT_SUCCESS); // NOLINT(concurrency-mt-unsafe): the process has one thread
 }
 
@@ -118,10 +135,10 @@ void SpawnerProcess::serve()
         if (receiveControl(mControl.get(), message) != Received::Message) {
             return;
         }
-        if (message.kind == ControlKind::Spawn) {
-            spawn();
-        } else if (message.kind == ControlKind::Kill) {
+        if (message.kind == ControlKind::Kill) {
             kill(message.id);
+        } else {
+            spawn(message);
         }
     }
 }
@@ -133,20 +150,21 @@ void SpawnerProcess::childrenEnded()
     reap(WNOHANG);
 }
 
-void SpawnerProcess::spawn()
+void SpawnerProcess::spawn(const ControlMessage& request)
 {
     int ends[2] = {-1, -1};
     const bool havePair = socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends) == 0;
     FileDescriptor front(ends[0]);
-    FileDescriptor worker(ends[1]);
-    const pid_t pid = havePair ? forkWorker(front, worker) : -1;
+    FileDescriptor child(ends[1]);
+    const pid_t pid = havePair ? forkChild(request, front, child) : -1;
     ControlMessage answer;
     if (pid < 0) {
-        answer.kind = ControlKind::NoWorker;
+        answer.kind = ControlKind::NotForked;
         answer.text = errorText();
     } else {
-        mWorkers[++mLastId] = pid;
-        answer.kind = ControlKind::Worker;
+        const bool isWorker = request.kind == ControlKind::SpawnWorker;
+        mChildren[++mLastId] = {pid, isWorker ? "worker " : "message-queue endpoint "};
+        answer.kind = ControlKind::Forked;
         answer.id = mLastId;
         answer.pid = pid;
         answer.socket = std::move(front);
@@ -154,7 +172,8 @@ void SpawnerProcess::spawn()
     (void)sendControl(mControl.get(), answer); // a front that is gone shows at the next receive
 }
 
-pid_t SpawnerProcess::forkWorker(FileDescriptor& front, FileDescriptor& worker)
+pid_t SpawnerProcess::forkChild(const ControlMessage& request, FileDescriptor& front,
+                                FileDescriptor& child)
 {
     const pid_t self = getpid();
     const pid_t pid = fork();
@@ -171,13 +190,13 @@ pid_t SpawnerProcess::forkWorker(FileDescriptor& front, FileDescriptor& worker)
     front.reset();
     mControl.reset();
     mChildSignals.reset();
-    runWorker(std::move(worker));
+    runChild(request, std::move(child));
 }
 
 void SpawnerProcess::kill(uint32_t id)
 {
-    if (const auto worker = mWorkers.find(id); worker != mWorkers.end()) {
-        (void)::kill(worker->second, SIGKILL);
+    if (const auto child = mChildren.find(id); child != mChildren.end()) {
+        (void)::kill(child->second.pid, SIGKILL);
     }
 }
 
@@ -185,30 +204,36 @@ void SpawnerProcess::reap(int options)
 {
     int status = 0;
     for (pid_t pid = waitpid(-1, &status, options); pid > 0; pid = waitpid(-1, &status, options)) {
-        std::erase_if(mWorkers, [pid](const auto& worker) { return worker.second == pid; });
+        const auto ended =
+            std::find_if(mChildren.begin(), mChildren.end(),
+                         [pid](const auto& child) { return child.second.pid == pid; });
+        if (ended == mChildren.end()) {
+            continue;
+        }
+        const std::string name = ended->second.name + std::to_string(pid);
+        mChildren.erase(ended);
         if (WIFSIGNALED(status)) {
-            log(Severity::Error, "worker " + std::to_string(pid) + " ended by signal " +
-                                     std::to_string(WTERMSIG(status)));
+            log(Severity::Error, name + " ended by signal " + std::to_string(WTERMSIG(status)));
         } else if (WEXITSTATUS(status) != 0) {
-            log(Severity::Error, "worker " + std::to_string(pid) + " ended with status " +
-                                     std::to_string(WEXITSTATUS(status)));
+            log(Severity::Error,
+                name + " ended with status " + std::to_string(WEXITSTATUS(status)));
         }
     }
 }
 
-// The front has closed the workers' sockets: most end by themselves.
-void SpawnerProcess::endWorkers()
+// The front has closed the children's sockets: most end by themselves.
+void SpawnerProcess::endChildren()
 {
     using std::chrono::steady_clock;
     const auto until = steady_clock::now() + kWorkerEndGrace;
-    while (!mWorkers.empty() && steady_clock::now() < until) {
+    while (!mChildren.empty() && steady_clock::now() < until) {
         constexpr int kPollMs = 100;
         pollfd wait{mChildSignals.get(), POLLIN, 0};
         (void)poll(&wait, 1, kPollMs);
         childrenEnded();
     }
-    for (const auto& [id, pid] : mWorkers) {
-        (void)::kill(pid, SIGKILL);
+    for (const auto& [id, child] : mChildren) {
+        (void)::kill(child.pid, SIGKILL);
     }
     reap(0);
 }

@@ -1,5 +1,6 @@
 // The spawner: a small process, forked before any thread, listener or key exists, that loads the
-// mapping file and forks workers from its pages when the front asks.
+// mapping file and forks workers from its pages when the front asks, and the process that holds the
+// message-queue endpoint.
 #ifndef HOST_SPAWNER_H_
 #define HOST_SPAWNER_H_
 
@@ -19,10 +20,10 @@ struct Spawner
 };
 
 // Forks the spawner and waits until it has loaded the mapping file (ResourceMapper::RmfPath).
-// Returns false with the cause in problem. Closing control ends the spawner and its workers.
+// Returns false with the cause in problem. Closing control ends the spawner and what it has forked.
 bool startSpawner(Spawner& spawner, std::string& problem);
 
-// Waits until the spawner, and with it every worker, has ended.
+// Waits until the spawner, and with it all that it has forked, has ended.
 void awaitSpawner(Spawner& spawner);
 
 } // namespace host

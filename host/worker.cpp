@@ -1,85 +1,20 @@
 #include "worker.h"
 
 #include "cim_session.h"
-#include "frame.h"
-#include "host_limits.h"
+#include "frame_io.h"
 #include "mapping_lookup.h"
+#include "process_limits.h"
 #include "request_handler.h"
 
 #include <ResourceMapper.h>
 #include <sys/prctl.h>
-#include <sys/resource.h>
-#include <sys/socket.h>
 #include <sys/stat.h>
 
-#include <cerrno>
-#include <csignal>
 #include <cstdlib>
 
 namespace host {
 
 namespace {
-
-// Sanitizers reserve terabytes of address space.
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-constexpr bool kLimitMemory = false;
-#else
-constexpr bool kLimitMemory = true;
-#endif
-
-void limitResources()
-{
-    const rlimit noCore{0, 0};
-    (void)setrlimit(RLIMIT_CORE, &noCore);
-    if (kLimitMemory) {
-        const rlimit memory{kWorkerMemoryBytes, kWorkerMemoryBytes};
-        (void)setrlimit(RLIMIT_AS, &memory);
-    }
-}
-
-// Reads exactly size bytes; false when the front is gone.
-bool readBytes(int socket, char* buffer, size_t size)
-{
-    while (size > 0) {
-        const ssize_t got = recv(socket, buffer, size, 0);
-        if (got < 0 && errno == EINTR) {
-            continue;
-        }
-        if (got <= 0) {
-            return false;
-        }
-        buffer += got;
-        size -= static_cast<size_t>(got);
-    }
-    return true;
-}
-
-bool writeBytes(int socket, const std::string& bytes)
-{
-    size_t sent = 0;
-    while (sent < bytes.size()) {
-        const ssize_t put = send(socket, bytes.data() + sent, bytes.size() - sent, MSG_NOSIGNAL);
-        if (put < 0 && errno == EINTR) {
-            continue;
-        }
-        if (put < 0) {
-            return false;
-        }
-        sent += static_cast<size_t>(put);
-    }
-    return true;
-}
-
-bool readRequest(int socket, WorkerRequest& request)
-{
-    char header[kFrameHeaderBytes];
-    uint32_t bytes = 0;
-    if (!readBytes(socket, header, sizeof header) || !decodeLength(header, bytes)) {
-        return false;
-    }
-    std::string payload(bytes, '\0');
-    return readBytes(socket, payload.data(), payload.size()) && decodeRequest(payload, request);
-}
 
 // Which file the data cache's path names. A writer that must not be seen half-way puts a new file
 // in the old one's place; whoever has the old one open would read it for ever.
@@ -105,6 +40,12 @@ private:
     bool mIsNoted = false;
 };
 
+bool readRequest(int socket, WorkerRequest& request)
+{
+    std::string payload;
+    return receiveFrame(socket, payload) && decodeRequest(payload, request);
+}
+
 std::string answerFrame(const WorkerRequest& request, CimSession& cim)
 {
     const std::optional<httpd::Response> response = handleRequest(request, cim);
@@ -123,14 +64,14 @@ void runWorker(FileDescriptor socket)
         cache.note();
         (void)LoadDatabase(); // ends the process where the cache cannot be opened
     }
-    bool isConnected = writeBytes(socket.get(), encodeReady());
+    bool isConnected = sendFrame(socket.get(), encodeReady());
     WorkerRequest request;
     while (isConnected && readRequest(socket.get(), request)) {
         if (cache.isReplaced()) {
-            (void)writeBytes(socket.get(), encodeDeclined(Declined::CacheReplaced));
+            (void)sendFrame(socket.get(), encodeDeclined(Declined::CacheReplaced));
             break;
         }
-        isConnected = writeBytes(socket.get(), answerFrame(request, cim));
+        isConnected = sendFrame(socket.get(), answerFrame(request, cim));
     }
     std::exit(EXIT_SUCCESS); // NOLINT(concurrency-mt-unsafe): the process has one thread
 }

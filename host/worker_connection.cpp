@@ -4,7 +4,6 @@
 #include "log.h"
 
 #include <boost/asio/buffer.hpp>
-#include <boost/asio/read.hpp>
 #include <boost/asio/write.hpp>
 
 namespace host {
@@ -24,7 +23,7 @@ Worker::Worker(WorkerPool& pool, asio::io_context& context, ControlMessage& mess
 void Worker::start()
 {
     armDeadline(steady_clock::now() + kReadyTimeout);
-    readFrame();
+    awaitFrame();
 }
 
 void Worker::assign(Task task)
@@ -76,30 +75,15 @@ void Worker::writeRequest(const WorkerRequest& request)
         [self = shared_from_this(), frame](error_code /*error*/, size_t /*bytes*/) {});
 }
 
-void Worker::readFrame()
+void Worker::awaitFrame()
 {
-    asio::async_read(mSocket, asio::buffer(mHeader),
-                     [self = shared_from_this()](error_code error, size_t /*bytes*/) {
-                         uint32_t bytes = 0;
-                         if (error || !decodeLength(self->mHeader, bytes)) {
-                             self->gone();
-                         } else {
-                             self->readPayload(bytes);
-                         }
-                     });
-}
-
-void Worker::readPayload(uint32_t bytes)
-{
-    mPayload.resize(bytes);
-    asio::async_read(mSocket, asio::buffer(mPayload),
-                     [self = shared_from_this()](error_code error, size_t /*bytes*/) {
-                         if (error) {
-                             self->gone();
-                         } else {
-                             self->frameRead();
-                         }
-                     });
+    readFrame(mSocket, mFrame, [self = shared_from_this()](bool isRead) {
+        if (isRead) {
+            self->frameRead();
+        } else {
+            self->gone();
+        }
+    });
 }
 
 void Worker::frameRead()
@@ -109,10 +93,10 @@ void Worker::frameRead()
     }
     if (mIsReady) {
         answerRead();
-    } else if (isReady(mPayload)) {
+    } else if (isReady(mFrame.payload)) {
         mIsReady = true;
         disarmDeadline();
-        readFrame();
+        awaitFrame();
         mPool->workerReady(*this);
     } else {
         gone();
@@ -123,18 +107,18 @@ void Worker::answerRead()
 {
     httpd::Response response;
     Declined reason{};
-    if (mTask && !mIsEnding && decodeDeclined(mPayload, reason)) {
+    if (mTask && !mIsEnding && decodeDeclined(mFrame.payload, reason)) {
         declined(reason);
         return;
     }
-    if (!mTask || mIsEnding || !decodeResponse(mPayload, response)) {
+    if (!mTask || mIsEnding || !decodeResponse(mFrame.payload, response)) {
         gone();
         return;
     }
     // Memory of the largest answer so far is not kept for years.
-    mPayload = std::string();
+    mFrame.payload = std::string();
     disarmDeadline();
-    readFrame();
+    awaitFrame();
     complete(Outcome::Answered, std::move(response));
     if (mPool != nullptr) {
         mPool->workerFree(*this);
@@ -154,7 +138,7 @@ void Worker::declined(Declined reason)
         gone();
         return;
     }
-    readFrame();
+    awaitFrame();
     mPool->workerFree(*this);
 }
 
@@ -174,7 +158,7 @@ void Worker::end()
 {
     if (!mIsEnding) {
         mIsEnding = true;
-        mPool->endWorker(mId);
+        mPool->mSpawner.end(mId);
     }
 }
 

@@ -2,9 +2,8 @@
 #ifndef HOST_WORKER_CONNECTION_H_
 #define HOST_WORKER_CONNECTION_H_
 
+#include "frame_io.h"
 #include "worker_pool.h"
-
-#include <boost/asio/local/stream_protocol.hpp>
 
 #include <optional>
 
@@ -33,8 +32,7 @@ public:
     void close();
 
 private:
-    void readFrame();
-    void readPayload(uint32_t bytes);
+    void awaitFrame();
     void frameRead();
     void answerRead();
     void declined(Declined reason);
@@ -51,8 +49,7 @@ private:
     boost::asio::steady_timer mDeadline;
     uint32_t mId;
     pid_t mPid;
-    char mHeader[kFrameHeaderBytes] = {};
-    std::string mPayload;
+    FrameBuffer mFrame;
     std::optional<Task> mTask;
     bool mIsReady = false;
     bool mIsEnding = false; // the spawner has been asked to end it

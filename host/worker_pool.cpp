@@ -11,29 +11,25 @@ namespace host {
 namespace asio = boost::asio;
 using boost::system::error_code;
 
-WorkerPool::WorkerPool(asio::io_context& context, int control, unsigned int workers,
+WorkerPool::WorkerPool(asio::io_context& context, SpawnerLink& spawner, unsigned int workers,
                        std::chrono::seconds requestTimeout, Events events)
     : mContext(context),
-      mControl(context, control),
+      mSpawner(spawner),
       mRespawnTimer(context),
       mQueueTimer(context),
       mWanted(workers),
       mRequestTimeout(requestTimeout),
       mEvents(std::move(events))
-{
-    mControl.native_non_blocking(true);
-}
+{}
 
 // NOLINTNEXTLINE(bugprone-exception-escape): only cancelling a timer could throw, and it does not
 WorkerPool::~WorkerPool()
 {
     stop();
-    (void)mControl.release(); // belongs to whoever gave it
 }
 
 void WorkerPool::start()
 {
-    awaitControl();
     for (unsigned int i = 0; i < mWanted; ++i) {
         requestWorker();
     }
@@ -46,7 +42,7 @@ void WorkerPool::submit(WorkerRequest request, Completion done)
         done(Outcome::Overloaded, {});
         return;
     }
-    const bool needsCim = request.isPost;
+    const bool needsCim = request.kind == RequestKind::Action;
     mQueue.push_back({std::move(request), std::move(done), until, needsCim});
     dispatch();
     armQueueTimer();
@@ -67,7 +63,7 @@ void WorkerPool::dispatch()
         }
         Task task = std::move(*next);
         mQueue.erase(next);
-        task.request.mayReadLive = mayReadLive;
+        task.request.mayReadLive = mayReadLive && task.request.kind != RequestKind::OemData;
         worker.assign(std::move(task));
     }
 }
@@ -91,8 +87,6 @@ void WorkerPool::stop()
     mIsStopped = true;
     mRespawnTimer.cancel();
     mQueueTimer.cancel();
-    error_code ignored;
-    mControl.cancel(ignored);
     mQueue.clear();
     for (const auto& worker : mWorkers) {
         worker->close();
@@ -100,44 +94,19 @@ void WorkerPool::stop()
     mWorkers.clear();
 }
 
-void WorkerPool::awaitControl()
+void WorkerPool::workerSpawned(ControlMessage& message)
 {
-    mControl.async_wait(asio::posix::stream_descriptor::wait_read, [this](error_code error) {
-        if (!error && !mIsStopped) {
-            controlReadable();
-        }
-    });
-}
-
-void WorkerPool::controlReadable()
-{
-    ControlMessage message;
-    const Received received = receiveControl(mControl.native_handle(), message);
-    if (received == Received::Gone) {
-        mEvents.failed("the spawner has ended");
+    --mRequested;
+    if (mIsStopped) {
         return;
     }
-    if (received == Received::Message) {
-        handleControl(message);
-    }
-    if (!mIsStopped) {
-        awaitControl();
-    }
-}
-
-void WorkerPool::handleControl(ControlMessage& message)
-{
-    mRequested -= std::min<size_t>(mRequested, 1);
-    if (message.kind == ControlKind::Worker && message.socket.isOpen()) {
-        const auto worker = std::make_shared<Worker>(*this, mContext, message);
-        mWorkers.push_back(worker);
-        worker->start();
-    } else if (message.kind == ControlKind::Worker) { // the kernel drops what it cannot number
-        endWorker(message.id);
-        noWorker("cannot take over a worker: too many open file descriptors");
-    } else {
+    if (!message.socket.isOpen()) {
         noWorker("cannot fork a worker: " + message.text);
+        return;
     }
+    const auto worker = std::make_shared<Worker>(*this, mContext, message);
+    mWorkers.push_back(worker);
+    worker->start();
 }
 
 void WorkerPool::noWorker(const std::string& cause)
@@ -153,16 +122,8 @@ void WorkerPool::noWorker(const std::string& cause)
 void WorkerPool::requestWorker()
 {
     ++mRequested;
-    ControlMessage message;
-    message.kind = ControlKind::Spawn;
-    send(message);
-}
-
-void WorkerPool::send(const ControlMessage& message)
-{
-    if (!sendControl(mControl.native_handle(), message) && !mIsStopped) {
-        mEvents.failed("the spawner has ended, or does not answer");
-    }
+    mSpawner.spawn(ControlKind::SpawnWorker, {},
+                   [this](ControlMessage& message) { workerSpawned(message); });
 }
 
 void WorkerPool::replaceAfterPause()
@@ -250,14 +211,6 @@ void WorkerPool::workerGone(const Worker& worker)
         log(Severity::Error, "a worker ended before it had a request");
         replaceAfterPause();
     }
-}
-
-void WorkerPool::endWorker(uint32_t id)
-{
-    ControlMessage message;
-    message.kind = ControlKind::Kill;
-    message.id = id;
-    send(message);
 }
 
 void WorkerPool::dropExpired()

@@ -5,11 +5,10 @@
 #ifndef HOST_WORKER_POOL_H_
 #define HOST_WORKER_POOL_H_
 
-#include "control.h"
 #include "frame.h"
+#include "spawner_link.h"
 
 #include <boost/asio/io_context.hpp>
-#include <boost/asio/posix/stream_descriptor.hpp>
 #include <boost/asio/steady_timer.hpp>
 
 #include <chrono>
@@ -54,8 +53,8 @@ public:
         std::function<void(const std::string&)> failed; // the service cannot go on
     };
 
-    // control is the socket to the spawner, which must outlive the pool.
-    WorkerPool(boost::asio::io_context& context, int control, unsigned int workers,
+    // The link must outlive the pool.
+    WorkerPool(boost::asio::io_context& context, SpawnerLink& spawner, unsigned int workers,
                std::chrono::seconds requestTimeout, Events events);
     ~WorkerPool(); // NOLINT(bugprone-exception-escape): see its definition
     WorkerPool(const WorkerPool&) = delete;
@@ -77,9 +76,7 @@ public:
 private:
     friend class Worker;
 
-    void awaitControl();
-    void controlReadable();
-    void handleControl(ControlMessage& message);
+    void workerSpawned(ControlMessage& message);
     void noWorker(const std::string& cause);
     void requestWorker();
     void dispatch();
@@ -91,7 +88,6 @@ private:
     void becomeReady();
     void dropExpired();
     void armQueueTimer();
-    void send(const ControlMessage& message);
     void replaceAfterPause();
 
     // From a worker
@@ -99,17 +95,16 @@ private:
     void workerFree(Worker& worker);
     void workerDeclined(Task task, Declined reason);
     void workerGone(const Worker& worker);
-    void endWorker(uint32_t id);
 
     boost::asio::io_context& mContext;
-    boost::asio::posix::stream_descriptor mControl;
+    SpawnerLink& mSpawner;
     boost::asio::steady_timer mRespawnTimer;
     boost::asio::steady_timer mQueueTimer;
     unsigned int mWanted;
     std::chrono::seconds mRequestTimeout;
     Events mEvents;
     std::vector<std::shared_ptr<Worker>> mWorkers;
-    size_t mRequested = 0; // workers that the spawner has been asked for and has not announced
+    size_t mRequested = 0; // workers that the spawner has been asked for and has not forked
     std::deque<Task> mQueue;
     std::chrono::milliseconds mBackOff{0};
     unsigned int mReady = 0; // counts up to mWanted while the service starts

@@ -96,7 +96,7 @@ void ask(const std::string& target, bool isPost)
     host::CimSession cim;
     host::WorkerRequest request;
     request.target = target;
-    request.isPost = isPost;
+    request.kind = isPost ? host::RequestKind::Action : host::RequestKind::Read;
     request.body = "{}";
     const auto answer = host::handleRequest(request, cim);
     if (!answer) {

@@ -86,7 +86,7 @@ FakeSpawner::FakeSpawner(boost::asio::io_context& context) : mContext(context)
     std::array<int, 2> ends{-1, -1};
     EXPECT_EQ(socketpair(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC | SOCK_NONBLOCK, 0, ends.data()),
               0);
-    mPoolEnd = host::FileDescriptor(ends[0]);
+    mFrontEnd = host::FileDescriptor(ends[0]);
     mFarEnd = host::FileDescriptor(ends[1]);
 }
 
@@ -115,7 +115,7 @@ FakeWorker FakeSpawner::announceWorker()
     std::array<int, 2> ends{-1, -1};
     EXPECT_EQ(socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends.data()), 0);
     host::ControlMessage message;
-    message.kind = host::ControlKind::Worker;
+    message.kind = host::ControlKind::Forked;
     message.id = ++mLastId;
     message.socket = host::FileDescriptor(ends[0]);
     send(message);

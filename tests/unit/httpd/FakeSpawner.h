@@ -55,8 +55,8 @@ class FakeSpawner
 public:
     explicit FakeSpawner(boost::asio::io_context& context);
 
-    // The pool's end of the control socket.
-    int poolEnd() const { return mPoolEnd.get(); }
+    // The front's end of the control socket.
+    int frontEnd() const { return mFrontEnd.get(); }
 
     // The next message of the pool. nextIs() also compares its kind.
     host::ControlMessage next();
@@ -73,7 +73,7 @@ public:
 
 private:
     boost::asio::io_context& mContext;
-    host::FileDescriptor mPoolEnd;
+    host::FileDescriptor mFrontEnd;
     host::FileDescriptor mFarEnd;
     uint32_t mLastId = 0;
 };

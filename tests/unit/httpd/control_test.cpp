@@ -51,7 +51,7 @@ TEST_F(Control, SocketTravelsWithTheMessage)
     ASSERT_EQ(pipe(pipeEnds), 0);
     const FileDescriptor readEnd(pipeEnds[0]);
     ControlMessage sent;
-    sent.kind = ControlKind::Worker;
+    sent.kind = ControlKind::Forked;
     sent.socket = FileDescriptor(pipeEnds[1]);
     ASSERT_TRUE(host::sendControl(mNear.get(), sent));
     sent.socket.reset();
@@ -67,7 +67,7 @@ TEST_F(Control, SocketTravelsWithTheMessage)
 TEST_F(Control, SocketThatNobodyCanTakeIsMissingFromItsMessage)
 {
     ControlMessage sent;
-    sent.kind = ControlKind::Worker;
+    sent.kind = ControlKind::Forked;
     sent.socket = FileDescriptor(dup(mNear.get()));
     ASSERT_TRUE(host::sendControl(mNear.get(), sent));
     rlimit before{};
@@ -79,7 +79,7 @@ TEST_F(Control, SocketThatNobodyCanTakeIsMissingFromItsMessage)
     const Received received = host::receiveControl(mFar.get(), got);
     ASSERT_EQ(setrlimit(RLIMIT_NOFILE, &before), 0);
     EXPECT_EQ(received, Received::Message);
-    EXPECT_EQ(got.kind, ControlKind::Worker);
+    EXPECT_EQ(got.kind, ControlKind::Forked);
     EXPECT_FALSE(got.socket.isOpen());
 }
 

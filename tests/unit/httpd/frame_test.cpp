@@ -100,12 +100,12 @@ TEST(Frame, ActionMakesTheRoundTrip)
 {
     const std::string body = "{\"a\":\0\xff}"s;
     host::WorkerRequest request;
-    ASSERT_TRUE(
-        host::decodeRequest(payloadOf(host::encodeRequest({"/a", true, true, body})), request));
-    EXPECT_TRUE(request.isPost);
+    ASSERT_TRUE(host::decodeRequest(
+        payloadOf(host::encodeRequest({"/a", true, host::RequestKind::Action, body})), request));
+    EXPECT_EQ(request.kind, host::RequestKind::Action);
     EXPECT_EQ(request.body, body);
     ASSERT_TRUE(host::decodeRequest(payloadOf(host::encodeRequest({"/a"})), request));
-    EXPECT_FALSE(request.isPost);
+    EXPECT_EQ(request.kind, host::RequestKind::Read);
     EXPECT_EQ(request.body, "");
 }
 
@@ -139,7 +139,8 @@ TEST(Frame, TruncatedPayloadsAreRefusedAtEveryByte)
     for (size_t bytes = 0; bytes < response.size(); ++bytes) {
         EXPECT_FALSE(decodes(response.substr(0, bytes))) << bytes;
     }
-    const std::string request(payloadOf(host::encodeRequest({"/a", true, true, "{}"})));
+    const std::string request(
+        payloadOf(host::encodeRequest({"/a", true, host::RequestKind::OemData, "{}"})));
     for (size_t bytes = 0; bytes < request.size(); ++bytes) {
         host::WorkerRequest decoded;
         EXPECT_FALSE(host::decodeRequest(request.substr(0, bytes), decoded)) << bytes;

@@ -98,12 +98,12 @@ protected:
     ControlMessage spawn() const
     {
         ControlMessage message;
-        message.kind = ControlKind::Spawn;
+        message.kind = ControlKind::SpawnWorker;
         EXPECT_TRUE(host::sendControl(mSpawner.control.get(), message));
         ControlMessage answer;
         EXPECT_TRUE(hasInput(mSpawner.control.get()));
         EXPECT_EQ(host::receiveControl(mSpawner.control.get(), answer), Received::Message);
-        EXPECT_EQ(answer.kind, ControlKind::Worker);
+        EXPECT_EQ(answer.kind, ControlKind::Forked);
         EXPECT_TRUE(answer.socket.isOpen());
         EXPECT_GT(answer.pid, 0);
         return answer;

@@ -36,8 +36,11 @@ class WorkerPoolTest : public testing::Test
 protected:
     void start(unsigned int workers, seconds requestTimeout = kLongTimeout)
     {
+        mLink = std::make_unique<host::SpawnerLink>(
+            mContext, mSpawner.frontEnd(),
+            [this](const std::string& cause) { mFailures.push_back(cause); });
         mPool = std::make_unique<host::WorkerPool>(
-            mContext, mSpawner.poolEnd(), workers, requestTimeout,
+            mContext, *mLink, workers, requestTimeout,
             host::WorkerPool::Events{[this] { ++mReady; },
                                      [this] {
                                          ++mNotReady;
@@ -52,7 +55,7 @@ protected:
     // Announces a worker that has been asked for, and lets it get ready.
     FakeWorker readyWorker()
     {
-        EXPECT_TRUE(mSpawner.nextIs(ControlKind::Spawn));
+        EXPECT_TRUE(mSpawner.nextIs(ControlKind::SpawnWorker));
         FakeWorker worker = mSpawner.announceWorker();
         worker.sendReady();
         return worker;
@@ -71,7 +74,7 @@ protected:
 
     std::shared_ptr<Result> submitAction(const std::string& target, const std::string& body)
     {
-        return submitRequest({target, true, true, body});
+        return submitRequest({target, true, host::RequestKind::Action, body});
     }
 
     std::shared_ptr<Result> submitRequest(const host::WorkerRequest& request)
@@ -107,6 +110,7 @@ protected:
 
     boost::asio::io_context mContext{1};
     FakeSpawner mSpawner{mContext};
+    std::unique_ptr<host::SpawnerLink> mLink;
     std::unique_ptr<host::WorkerPool> mPool;
     int mReady = 0;
     int mNotReady = 0;
@@ -119,7 +123,7 @@ TEST_F(WorkerPoolTest, IsReadyWhenAllFirstWorkersAre)
     start(3);
     FakeWorker first = readyWorker();
     FakeWorker second = readyWorker();
-    ASSERT_TRUE(mSpawner.nextIs(ControlKind::Spawn));
+    ASSERT_TRUE(mSpawner.nextIs(ControlKind::SpawnWorker));
     FakeWorker third = mSpawner.announceWorker();
     settle();
     EXPECT_EQ(mReady, 0);
@@ -133,7 +137,7 @@ TEST_F(WorkerPoolTest, IsReadyWhenAllFirstWorkersAre)
 TEST_F(WorkerPoolTest, FramesMayComeByteByByte)
 {
     start(1);
-    ASSERT_TRUE(mSpawner.nextIs(ControlKind::Spawn));
+    ASSERT_TRUE(mSpawner.nextIs(ControlKind::SpawnWorker));
     FakeWorker worker = mSpawner.announceWorker();
     for (const char byte : host::encodeReady()) {
         EXPECT_EQ(mReady, 0);
@@ -154,7 +158,7 @@ TEST_F(WorkerPoolTest, FramesMayComeByteByByte)
 TEST_F(WorkerPoolTest, FirstWorkerThatEndsBeforeItIsReadyStopsTheStart)
 {
     start(1);
-    ASSERT_TRUE(mSpawner.nextIs(ControlKind::Spawn));
+    ASSERT_TRUE(mSpawner.nextIs(ControlKind::SpawnWorker));
     mSpawner.announceWorker().close();
     EXPECT_TRUE(runUntil(mContext, [&] { return mNotReady == 1; }));
     EXPECT_EQ(mReady, 0);
@@ -163,7 +167,7 @@ TEST_F(WorkerPoolTest, FirstWorkerThatEndsBeforeItIsReadyStopsTheStart)
 TEST_F(WorkerPoolTest, FirstWorkerThatSaysSomethingElseStopsTheStart)
 {
     start(1);
-    ASSERT_TRUE(mSpawner.nextIs(ControlKind::Spawn));
+    ASSERT_TRUE(mSpawner.nextIs(ControlKind::SpawnWorker));
     FakeWorker worker = mSpawner.announceWorker();
     worker.answer({200, {}, "ready"});
     EXPECT_TRUE(runUntil(mContext, [&] { return mNotReady == 1; }));
@@ -174,9 +178,9 @@ TEST_F(WorkerPoolTest, FirstWorkerThatSaysSomethingElseStopsTheStart)
 TEST_F(WorkerPoolTest, FirstForkThatFailsStopsTheStart)
 {
     start(1);
-    ASSERT_TRUE(mSpawner.nextIs(ControlKind::Spawn));
+    ASSERT_TRUE(mSpawner.nextIs(ControlKind::SpawnWorker));
     host::ControlMessage message;
-    message.kind = ControlKind::NoWorker;
+    message.kind = ControlKind::NotForked;
     message.text = "Resource temporarily unavailable";
     mSpawner.send(message);
     EXPECT_TRUE(runUntil(mContext, [&] { return !mFailures.empty(); }));
@@ -190,9 +194,9 @@ TEST_F(WorkerPoolTest, LaterForkThatFailsIsTriedAgain)
     first.close();
     ASSERT_TRUE(ends(result));
     expectKilled(first.id());
-    ASSERT_TRUE(mSpawner.nextIs(ControlKind::Spawn));
+    ASSERT_TRUE(mSpawner.nextIs(ControlKind::SpawnWorker));
     host::ControlMessage message;
-    message.kind = ControlKind::NoWorker;
+    message.kind = ControlKind::NotForked;
     mSpawner.send(message);
     FakeWorker second = readyWorker();
     const auto next = submit("/b");
@@ -223,10 +227,10 @@ TEST_F(WorkerPoolTest, WorkerWithoutASocketIsReplaced)
     first.close();
     ASSERT_TRUE(ends(result));
     expectKilled(first.id());
-    ASSERT_TRUE(mSpawner.nextIs(ControlKind::Spawn));
+    ASSERT_TRUE(mSpawner.nextIs(ControlKind::SpawnWorker));
     constexpr uint32_t kLostId = 77;
     host::ControlMessage message;
-    message.kind = ControlKind::Worker;
+    message.kind = ControlKind::Forked;
     message.id = kLostId;
     mSpawner.send(message);
     expectKilled(kLostId);
@@ -239,9 +243,9 @@ TEST_F(WorkerPoolTest, WorkerWithoutASocketIsReplaced)
 TEST_F(WorkerPoolTest, FirstWorkerWithoutASocketStopsTheStart)
 {
     start(1);
-    ASSERT_TRUE(mSpawner.nextIs(ControlKind::Spawn));
+    ASSERT_TRUE(mSpawner.nextIs(ControlKind::SpawnWorker));
     host::ControlMessage message;
-    message.kind = ControlKind::Worker;
+    message.kind = ControlKind::Forked;
     mSpawner.send(message);
     EXPECT_TRUE(runUntil(mContext, [&] { return !mFailures.empty(); }));
     EXPECT_THAT(mFailures, ElementsAre(HasSubstr("file descriptors")));
@@ -258,7 +262,7 @@ TEST_F(WorkerPoolTest, SpawnerThatEndsIsReported)
 TEST_F(WorkerPoolTest, SpawnerThatDoesNotKeepUpIsReported)
 {
     const host::ControlMessage filler;
-    while (host::sendControl(mSpawner.poolEnd(), filler)) {
+    while (host::sendControl(mSpawner.frontEnd(), filler)) {
     }
     start(1);
     EXPECT_THAT(mFailures, ElementsAre(HasSubstr("does not answer")));
@@ -371,7 +375,7 @@ TEST_F(WorkerPoolTest, WorkerThatHasEndedAlreadyWhenItGetsARequest)
     ASSERT_TRUE(ends(result));
     EXPECT_EQ(result->outcome, Outcome::WorkerEnded);
     expectKilled(worker.id());
-    EXPECT_TRUE(mSpawner.nextIs(ControlKind::Spawn));
+    EXPECT_TRUE(mSpawner.nextIs(ControlKind::SpawnWorker));
 }
 
 TEST_F(WorkerPoolTest, AnswerCountsEvenIfTheWorkerEndsRightAfterIt)
@@ -385,7 +389,7 @@ TEST_F(WorkerPoolTest, AnswerCountsEvenIfTheWorkerEndsRightAfterIt)
     EXPECT_EQ(result->outcome, Outcome::Answered);
     EXPECT_EQ(result->body, "last");
     expectKilled(worker.id());
-    EXPECT_TRUE(mSpawner.nextIs(ControlKind::Spawn));
+    EXPECT_TRUE(mSpawner.nextIs(ControlKind::SpawnWorker));
     EXPECT_EQ(result->calls, 1);
 }
 
@@ -467,7 +471,7 @@ TEST_F(WorkerPoolTest, WorkerPastItsDeadlineIsReplacedWhenItHasEnded)
     settle();
     EXPECT_FALSE(mSpawner.hasMessage());
     first.close();
-    EXPECT_TRUE(mSpawner.nextIs(ControlKind::Spawn));
+    EXPECT_TRUE(mSpawner.nextIs(ControlKind::SpawnWorker));
 }
 
 TEST_F(WorkerPoolTest, RequestThatWaitedTooLongIsRefused)
@@ -509,7 +513,8 @@ TEST_F(WorkerPoolTest, NothingIsStartedAfterStop)
     worker.answer({200, {}, ""});
     worker.close();
     mSpawner.close();
-    mPool->stop(); // with news from the worker and the spawner on their way
+    mLink->stop(); // with news from the worker and the spawner on their way
+    mPool->stop();
     settle();
     EXPECT_EQ(lost->calls, 0);
     EXPECT_THAT(mFailures, IsEmpty());
@@ -529,7 +534,7 @@ TEST_P(DamagedAnswer, CostsItsRequestAndTheWorker)
     EXPECT_EQ(result->outcome, Outcome::WorkerEnded);
     expectKilled(worker.id());
     EXPECT_TRUE(worker.isClosedByPool());
-    EXPECT_TRUE(mSpawner.nextIs(ControlKind::Spawn));
+    EXPECT_TRUE(mSpawner.nextIs(ControlKind::SpawnWorker));
 }
 
 std::string lengthOnly(uint32_t bytes)
@@ -628,7 +633,7 @@ TEST_F(WorkerPoolTest, ActionWaitsForAWorkerThatMayReadLive)
     first.answer({200, {}, "slow"});
     const host::WorkerRequest request = first.readRequest();
     EXPECT_EQ(request.target, "/action");
-    EXPECT_TRUE(request.isPost);
+    EXPECT_EQ(request.kind, host::RequestKind::Action);
     EXPECT_EQ(request.body, "{}");
     first.answer({202, {}, "begun"});
     ASSERT_TRUE(ends(action));
@@ -685,7 +690,7 @@ TEST_F(WorkerPoolTest, WhereNoWorkerGetsReadyRequestsAreRefusedSoon)
     const auto early = submit("/early");
     for (int ends = 0; !early->outcome.has_value(); ++ends) {
         ASSERT_LT(ends, 10);
-        ASSERT_TRUE(mSpawner.nextIs(ControlKind::Spawn));
+        ASSERT_TRUE(mSpawner.nextIs(ControlKind::SpawnWorker));
         FakeWorker worker = mSpawner.announceWorker();
         worker.close();
         expectKilled(worker.id());

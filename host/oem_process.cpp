@@ -1,0 +1,203 @@
+#include "oem_process.h"
+
+#include "frame_io.h"
+#include "host_limits.h"
+#include "process_limits.h"
+
+#include <sys/prctl.h>
+#include <sys/socket.h>
+#include <sys/stat.h>
+#include <sys/un.h>
+#include <zmq.hpp>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdio>
+#include <cstdlib>
+#include <map>
+#include <system_error>
+#include <vector>
+
+namespace host {
+
+namespace {
+
+// Owner and group may ask.
+constexpr mode_t kSocketMask = 0117;
+
+using Parts = std::vector<zmq::message_t>;
+
+std::string errorText()
+{
+    return std::generic_category().message(errno);
+}
+
+// Whether a process accepts connections at a socket.
+bool isServed(const std::string& path)
+{
+    sockaddr_un address{};
+    address.sun_family = AF_UNIX;
+    path.copy(address.sun_path, sizeof address.sun_path - 1);
+    const FileDescriptor probe(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
+    // One that has no room for another connection now is served, too.
+    return connect(probe.get(), reinterpret_cast<sockaddr*>(&address), sizeof address) == 0 ||
+           errno == EAGAIN;
+}
+
+// Binding removes whatever is at the path: only what a former process has left may be.
+bool mayBind(const std::string& path, std::string& problem)
+{
+    struct stat found
+    {};
+    if (lstat(path.c_str(), &found) != 0) {
+        problem = errno == ENOENT ? "" : errorText();
+    } else if (!S_ISSOCK(found.st_mode)) {
+        problem = "there is something that is no socket: remove it or name another path";
+    } else if (isServed(path)) {
+        problem = "another process answers there: stop it or name another path";
+    }
+    return problem.empty();
+}
+
+class OemProcess
+{
+public:
+    explicit OemProcess(FileDescriptor front);
+
+    bool open(const std::string& endpoint, std::string& problem);
+    void serve();
+
+private:
+    bool passRequest();
+    bool passAnswer();
+    Parts receiveParts();
+
+    FileDescriptor mFront;
+    zmq::context_t mContext;
+    zmq::socket_t mClients;
+    std::map<uint32_t, Parts> mEnvelopes; // of requests that are not answered yet
+    uint32_t mLastNumber = 0;
+};
+
+OemProcess::OemProcess(FileDescriptor front)
+    : mFront(std::move(front)), mClients(mContext, zmq::socket_type::router)
+{
+    mClients.set(zmq::sockopt::maxmsgsize, kMaxOemRequestBytes);
+    mClients.set(zmq::sockopt::rcvhwm, kMaxOemQueued);
+    mClients.set(zmq::sockopt::sndhwm, kMaxOemQueued);
+    mClients.set(zmq::sockopt::linger, kOemLingerMs);
+}
+
+bool OemProcess::open(const std::string& endpoint, std::string& problem)
+{
+    if (!mayBind(endpoint.substr(endpoint.find('/') + 2), problem)) {
+        return false;
+    }
+    (void)umask(kSocketMask);
+    try {
+        mClients.bind(endpoint);
+    } catch (const zmq::error_t& error) {
+        problem = error.what();
+        return false;
+    }
+    return sendFrame(mFront.get(), encodeReady());
+}
+
+// Until the front is gone. Requests above the limit wait in ZeroMQ's queues.
+void OemProcess::serve()
+{
+    bool isConnected = true;
+    while (isConnected) {
+        zmq_pollitem_t waits[] = {{nullptr, mFront.get(), ZMQ_POLLIN, 0},
+                                  {mClients.handle(), 0, ZMQ_POLLIN, 0}};
+        const bool takesRequests = mEnvelopes.size() < kMaxOemAtOnce;
+        if (zmq_poll(waits, takesRequests ? 2 : 1, -1) < 0) {
+            continue; // interrupted
+        }
+        if (waits[0].revents != 0) {
+            isConnected = passAnswer();
+        }
+        if (isConnected && waits[1].revents != 0) {
+            isConnected = passRequest();
+        }
+    }
+}
+
+Parts OemProcess::receiveParts()
+{
+    Parts parts;
+    do {
+        parts.emplace_back();
+        if (!mClients.recv(parts.back(), zmq::recv_flags::dontwait)) {
+            return {};
+        }
+    } while (parts.back().more());
+    return parts;
+}
+
+// A message is an envelope, which ends with an empty part, and the request. What has no envelope
+// cannot be answered.
+bool OemProcess::passRequest()
+{
+    Parts envelope = receiveParts();
+    const auto delimiter = std::find_if(envelope.begin(), envelope.end(),
+                                        [](const zmq::message_t& part) { return part.empty(); });
+    if (delimiter == envelope.end() || delimiter - envelope.begin() > kMaxOemEnvelopeParts) {
+        return true;
+    }
+    // Several parts are as malformed as none.
+    const bool isOnePart = envelope.end() - delimiter == 2;
+    const std::string request = isOnePart ? envelope.back().to_string() : std::string();
+    envelope.erase(delimiter + 1, envelope.end());
+    mEnvelopes[++mLastNumber] = std::move(envelope);
+    return sendFrame(mFront.get(), encodeNumbered(mLastNumber, request));
+}
+
+bool OemProcess::passAnswer()
+{
+    std::string payload;
+    std::string answer;
+    uint32_t number = 0;
+    if (!receiveFrame(mFront.get(), payload) || !decodeNumbered(payload, number, answer)) {
+        return false;
+    }
+    auto waiting = mEnvelopes.extract(number);
+    if (waiting.empty()) {
+        return false;
+    }
+    for (zmq::message_t& part : waiting.mapped()) {
+        (void)mClients.send(part, zmq::send_flags::sndmore);
+    }
+    (void)mClients.send(zmq::buffer(answer), zmq::send_flags::none);
+    return true;
+}
+
+bool serveEndpoint(FileDescriptor front, const std::string& endpoint)
+{
+    std::string problem;
+    try {
+        OemProcess process(std::move(front));
+        if (process.open(endpoint, problem)) {
+            process.serve();
+            return true;
+        }
+    } catch (const std::exception& error) {
+        problem = error.what();
+    }
+    (void)std::fprintf(stderr, "cimgated: --oem-endpoint %s: %s\n", endpoint.c_str(),
+                       problem.c_str());
+    return false;
+}
+
+} // namespace
+
+void runOemProcess(FileDescriptor front, const std::string& endpoint)
+{
+    (void)prctl(PR_SET_NAME, "cimgated-oem");
+    limitResources();
+    const bool wasServed = serveEndpoint(std::move(front), endpoint);
+    // NOLINTNEXTLINE(concurrency-mt-unsafe): ZeroMQ's threads have ended
+    std::exit(wasServed ? EXIT_SUCCESS : EXIT_FAILURE);
+}
+
+} // namespace host
