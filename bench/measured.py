@@ -23,11 +23,12 @@ class Program:
         self.base = base
 
     def processes(self):
-        """Name -> process id. The service is a front, its child the spawner, and the workers below that."""
+        """Name -> process id. The service is a front, its child the spawner, and below that the workers and what holds
+        the message queue."""
         found = {"front": self.process.pid}
         for spawner in children_of(self.process.pid):
             found["spawner"] = spawner
-            found |= {f"worker {i}": pid for i, pid in enumerate(children_of(spawner), 1)}
+            found |= {f"{name_of(pid)} {i}": pid for i, pid in enumerate(children_of(spawner), 1)}
         return found
 
     def cpu_seconds(self):
@@ -41,6 +42,10 @@ class Program:
 
 def children_of(pid):
     return sorted(int(child) for child in Path(f"/proc/{pid}/task/{pid}/children").read_text(encoding="ascii").split())
+
+
+def name_of(pid):
+    return Path(f"/proc/{pid}/comm").read_text(encoding="ascii").strip().removeprefix("cimgated-")
 
 
 def cpu_seconds(pid):
@@ -68,14 +73,15 @@ def running(command):
 
 
 @contextlib.contextmanager
-def running_service(build_dir, workers):
-    """The service; yields it with the paths of the instance and the page."""
+def running_service(build_dir, workers, prepare=lambda directory: []):
+    """The service; yields it with the paths of the instance and the page. prepare(directory) may change the mapping that
+    lies there, and returns more options."""
     with tempfile.TemporaryDirectory(prefix="cimgate-bench-") as directory:
         written = subprocess.run([f"{build_dir}/bench/write_bench_system", directory], check=True,
                                  stdout=subprocess.PIPE, text=True)
         instance, page = written.stdout.split()
         command = [f"{build_dir}/host/cimgated", "--listen", "127.0.0.1:0", "--rmf", f"{directory}/mapping.json",
-                   "--cache", f"{directory}/cache.db", "--registries", str(REGISTRIES), "--workers", str(workers)]
+                   "--cache", f"{directory}/cache.db", "--registries", str(REGISTRIES), "--workers", str(workers), *prepare(directory)]
         with running(command) as service:
             yield service, instance, page
 

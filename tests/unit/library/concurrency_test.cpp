@@ -1,5 +1,6 @@
 #include "LibraryTest.h"
 #include "LogMessage.h"
+#include "RedfishOemInterface.h"
 
 #include <barrier>
 #include <functional>
@@ -59,6 +60,31 @@ TEST_F(Concurrency, ThreadsShareTheDataCache)
             ASSERT_EQ(request.mapper.ParseUri(RM_METHOD_GET), RM_OK);
             ASSERT_EQ(request.mapper.GetInstance(body, true), RM_OK);
             EXPECT_EQ(body["Size"].asInt(), 10 + number);
+        }
+    });
+}
+
+TEST_F(Concurrency, ThreadsEmbedDataOfTheirOwn)
+{
+    mMapping.Write(R"({
+        "Rack": {"instances": {"Box": {}, "Lid": {"KeyRegex": "([0-9])$",
+                                                  "QueryClause": "Box = '#p1'"}}},
+        "Box": {"UniqueSelector": "Id", "mappings": {"XCIM_Box": {"is_cached": true,
+            "key_properties": ["Id"], "properties": {"Size": {"cim_type": "uint32"}}}}},
+        "Lid": {"mappings": {"XCIM_Lid": {"is_cached": true, "properties": {"Colour": {}}}}}})");
+    openCache("create table Tbl_CMPIReady (ClassName); "
+              "insert into Tbl_CMPIReady values ('XCIM_Box'), ('XCIM_Lid'); "
+              "create table Tbl_XCIM_Box (Id, Size); create table Tbl_XCIM_Lid (Box, Colour); "
+              "insert into Tbl_XCIM_Box values ('Box.0', 10), ('Box.1', 11); "
+              "insert into Tbl_XCIM_Lid values ('0', 'red'), ('1', 'blue')");
+    together([](int number) {
+        for (int round = 0; round < 20; ++round) {
+            std::string container = "Rack";
+            std::string id = "Box." + std::to_string(number);
+            Json::Value out;
+            getResourceOemData(container.data(), id.data(), out);
+            EXPECT_EQ(out["Box"]["Size"].asInt(), 10 + number);
+            EXPECT_EQ(out["Lid"]["Colour"].asString(), number == 0 ? "red" : "blue");
         }
     });
 }
