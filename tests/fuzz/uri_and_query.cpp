@@ -1,67 +1,22 @@
-// Any bytes as the target of a request to the sample system, which has a sound mapping and a sound
-// cache: no client may end the process, and each gets a well-formed answer.
-#include "TempDirectory.h"
+// Any bytes as the target of a request to the sample system: no client may end the process, and
+// each gets a well-formed answer.
 #include "checks.h"
 #include "request_handler.h"
+#include "sample_system.h"
 
-#include <ExtendedErrorInfoHandling.h>
-#include <ResourceMapper.h>
 #include <odata/odata.h>
-#include <sqlite3.h>
 
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
-#include <filesystem>
-#include <fstream>
-#include <iterator>
 #include <memory>
-#include <set>
 #include <string>
 
 namespace {
 
 // Shorter than many an option, so that some copies are cut.
 constexpr size_t kShortBufferBytes = 16;
-
-std::string textOfFile(const std::filesystem::path& path)
-{
-    std::ifstream file(path, std::ios::binary);
-    return {std::istreambuf_iterator<char>(file), {}};
-}
-
-// The scripts of the sample system, in the order of their names.
-void fillCache(const std::string& path)
-{
-    const std::filesystem::directory_iterator scripts(CIMGATE_DATA_DIR "/sample");
-    sqlite3* cache = nullptr;
-    int rc = sqlite3_open(path.c_str(), &cache);
-    for (const auto& script : std::set<std::filesystem::path>(begin(scripts), end(scripts))) {
-        if (script.extension() != ".sql") {
-            continue;
-        }
-        rc = rc != SQLITE_OK
-                 ? rc
-                 : sqlite3_exec(cache, textOfFile(script).c_str(), nullptr, nullptr, nullptr);
-    }
-    sqlite3_close(cache);
-    fuzz::require(rc == SQLITE_OK, "the sample system fills a cache");
-}
-
-struct SampleSystem
-{
-    SampleSystem()
-    {
-        ExtendedErrorInfoHandling::SetRegistryDirectory(CIMGATE_DATA_DIR "/registries");
-        ResourceMapper::RmfPath = CIMGATE_DATA_DIR "/resourcemapping.json";
-        SQLInterface::DataCachePath = directory.File("cache.db");
-        fillCache(SQLInterface::DataCachePath);
-        fuzz::require(LoadDatabase() == SQLITE_OK, "the cache opens");
-    }
-
-    support::TempDirectory directory;
-};
 
 // A URI is readable whatever is wrong with it.
 void inspect(const odata::URI& uri)
@@ -117,7 +72,7 @@ void ask(const std::string& target, bool isPost)
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
 {
-    static const SampleSystem kSystem;
+    static const fuzz::SampleSystem kSystem;
     const std::string target(data, data + size);
     odata::Scope scope = odata::Scope::ForRequest(target);
     const odata::URI uri = scope.NewURI();

@@ -1,0 +1,49 @@
+// Any bytes as a request to the message queue of the sample system, and as an id: whoever asks gets
+// a well-formed answer, and an id that reaches the library has nothing in it that SQL would read.
+#include "checks.h"
+#include "oem_handler.h"
+#include "oem_message.h"
+#include "sample_system.h"
+
+#include <ResourceMapper.h>
+
+#include <cstddef>
+#include <cstdint>
+#include <string>
+
+namespace {
+
+// As the spawner does it before there is any worker.
+void loadMapping()
+{
+    odata::Scope scope = odata::Scope::New();
+    const odata::URI uri = scope.NewURI();
+    (void)ResourceMapper(nullptr, scope, uri, true).checkResource("", true);
+}
+
+void ask(const std::string& container, const std::string& id)
+{
+    fuzz::requireJsonObject(host::handleOemData(container, id));
+    fuzz::require(!host::isOemId(id) || id.find_first_of("'\"`;/*[]()% \\") == std::string::npos,
+                  "no accepted id ends a text or a statement");
+    fuzz::require(!host::isOemId(id) || id.find("--") == std::string::npos,
+                  "no accepted id begins a comment");
+}
+
+} // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
+{
+    static const fuzz::SampleSystem kSystem;
+    static const bool kIsLoaded = (loadMapping(), true);
+    (void)kIsLoaded;
+    const std::string text(data, data + size);
+    host::OemRequest request;
+    if (const auto fault = host::readOemRequest(text, request)) {
+        fuzz::requireJsonObject(host::oemError(*fault, text));
+    } else {
+        ask(request.container, request.id);
+    }
+    ask("DriveOem", text);
+    return 0;
+}
