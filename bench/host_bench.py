@@ -3,7 +3,6 @@
 body of the same size:  host_bench.py BUILD_DIR [SECONDS]
 """
 
-import statistics
 import sys
 
 import measured
@@ -20,10 +19,6 @@ def measure(program, path, connections, seconds):
     return requests / elapsed, (program.cpu_seconds() - before) * 1e6 / requests
 
 
-def median_of(samples):
-    return tuple(statistics.median(column) for column in zip(*samples))
-
-
 def compare(build_dir, service, name, path, seconds):
     body = measured.body_of(service.base + path)
     with measured.running([f"{build_dir}/bench/constant_server", str(len(body))]) as constant:
@@ -32,7 +27,7 @@ def compare(build_dir, service, name, path, seconds):
             for _ in range(ROUNDS):  # in turn, so that what else the machine does falls on both
                 own.append(measure(service, path, connections, seconds))
                 floor.append(measure(constant, path, connections, seconds))
-            (rate, cpu), (floor_rate, floor_cpu) = median_of(own), median_of(floor)
+            (rate, cpu), (floor_rate, floor_cpu) = measured.median_of(own), measured.median_of(floor)
             print(f"{name:9} {len(body):6} {connections:5} {rate:9.0f} {cpu:8.0f} {floor_rate:9.0f} {floor_cpu:8.0f}",
                   flush=True)
 

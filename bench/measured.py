@@ -3,6 +3,7 @@
 import contextlib
 import os
 import re
+import statistics
 import subprocess
 import tempfile
 import urllib.request
@@ -101,3 +102,8 @@ def load(base, paths, connections, seconds):
     if failed:
         raise SystemExit(f"{failed} of {requests} requests failed:\n{report}")
     return requests, microseconds / 1e6
+
+
+def median_of(samples):
+    """The median of each column of a list of tuples."""
+    return tuple(statistics.median(column) for column in zip(*samples))

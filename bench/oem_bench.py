@@ -4,7 +4,6 @@ one kept-alive connection, by turns:  oem_bench.py BUILD_DIR [SECONDS]
 """
 
 import json
-import statistics
 import subprocess
 import sys
 from pathlib import Path
@@ -38,16 +37,12 @@ def measure(build_dir, service, clients, seconds, target):
     return count * 1e6 / microseconds, (service.cpu_seconds() - before) * 1e6 / count, size
 
 
-def median_of(samples):
-    return tuple(statistics.median(column) for column in zip(*samples))
-
-
 def compare(build_dir, service, clients, seconds, queue, plain):
     own, reads = [], []
     for _ in range(ROUNDS):  # in turn, so that what else the machine does falls on both
         own.append(measure(build_dir, service, clients, seconds, queue))
         reads.append(measure(build_dir, service, clients, seconds, plain))
-    (rate, cpu, size), (plain_rate, plain_cpu, plain_size) = median_of(own), median_of(reads)
+    (rate, cpu, size), (plain_rate, plain_cpu, plain_size) = measured.median_of(own), measured.median_of(reads)
     print(f"{clients:7} {size:7.0f} {rate:8.0f} {cpu:8.0f} {plain_size:9.0f} {plain_rate:8.0f} {plain_cpu:8.0f} "
           f"{rate / plain_rate:7.2f} {cpu / plain_cpu:7.2f}", flush=True)
 

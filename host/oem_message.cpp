@@ -53,6 +53,14 @@ bool isIdCharacter(char c)
            std::string_view("._:#-").find(c) != std::string_view::npos;
 }
 
+// The name goes to the library, where a NUL would end it, and into the log, where a line break
+// would.
+bool hasControlCharacter(const std::string& name)
+{
+    return std::any_of(name.begin(), name.end(),
+                       [](char c) { return static_cast<unsigned char>(c) < ' '; });
+}
+
 bool readText(const Json::Value& object, const char* name, std::string& text)
 {
     const Json::Value& member = object[name];
@@ -77,7 +85,7 @@ std::optional<OemFault> readOemRequest(std::string_view text, OemRequest& reques
     Json::Value object;
     if (!parseObject(text, object) || object.size() != 2 ||
         !readText(object, "container", request.container) || !readText(object, "id", request.id) ||
-        request.container.find('\0') != std::string::npos) { // the library's names end there
+        hasControlCharacter(request.container)) {
         return OemFault::MalformedRequest;
     }
     if (!isOemId(request.id)) {

@@ -12,7 +12,7 @@ namespace host {
 
 struct OemRequest
 {
-    std::string container; // without NUL
+    std::string container; // without control characters
     std::string id;
 };
 
