@@ -66,7 +66,8 @@ inline constexpr int kMaxOemQueued = 16;
 // more than this.
 inline constexpr int64_t kMaxOemRequestBytes = int64_t{64} * 1024;
 
-// Parts of a message in front of its empty part: one for the client and one for each proxy.
+// Frames in front of a message's empty one, as the client sends them: numbers of its own, and one
+// for each proxy.
 inline constexpr ptrdiff_t kMaxOemEnvelopeParts = 8;
 
 // How long the last answers may take to leave when the service stops.

@@ -1,13 +1,17 @@
 #include "oem_process.h"
 
+#include "errno_text.h"
 #include "frame_io.h"
 #include "host_limits.h"
 #include "process_limits.h"
 
+#include <fcntl.h>
+#include <sys/file.h>
 #include <sys/prctl.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
 #include <sys/un.h>
+#include <unistd.h>
 #include <zmq.hpp>
 
 #include <algorithm>
@@ -15,7 +19,6 @@
 #include <cstdio>
 #include <cstdlib>
 #include <map>
-#include <system_error>
 #include <vector>
 
 namespace host {
@@ -27,21 +30,15 @@ constexpr mode_t kSocketMask = 0117;
 
 using Parts = std::vector<zmq::message_t>;
 
-std::string errorText()
-{
-    return std::generic_category().message(errno);
-}
-
-// Whether a process accepts connections at a socket.
+// Whether a socket may belong to a living process: all but one that refuses connections.
 bool isServed(const std::string& path)
 {
     sockaddr_un address{};
     address.sun_family = AF_UNIX;
     path.copy(address.sun_path, sizeof address.sun_path - 1);
     const FileDescriptor probe(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
-    // One that has no room for another connection now is served, too.
     return connect(probe.get(), reinterpret_cast<sockaddr*>(&address), sizeof address) == 0 ||
-           errno == EAGAIN;
+           errno != ECONNREFUSED;
 }
 
 // Binding removes whatever is at the path: only what a former process has left may be.
@@ -50,7 +47,7 @@ bool mayBind(const std::string& path, std::string& problem)
     struct stat found
     {};
     if (lstat(path.c_str(), &found) != 0) {
-        problem = errno == ENOENT ? "" : errorText();
+        problem = errno == ENOENT ? "" : errnoText();
     } else if (!S_ISSOCK(found.st_mode)) {
         problem = "there is something that is no socket: remove it or name another path";
     } else if (isServed(path)) {
@@ -62,9 +59,11 @@ bool mayBind(const std::string& path, std::string& problem)
 class OemProcess
 {
 public:
-    explicit OemProcess(FileDescriptor front);
+    explicit OemProcess(int front);
 
+    // False with the cause in problem.
     bool open(const std::string& endpoint, std::string& problem);
+    // Until the front is gone.
     void serve();
 
 private:
@@ -72,15 +71,15 @@ private:
     bool passAnswer();
     Parts receiveParts();
 
-    FileDescriptor mFront;
+    int mFront; // the socket to it
+    std::string mPath;
     zmq::context_t mContext;
     zmq::socket_t mClients;
     std::map<uint32_t, Parts> mEnvelopes; // of requests that are not answered yet
     uint32_t mLastNumber = 0;
 };
 
-OemProcess::OemProcess(FileDescriptor front)
-    : mFront(std::move(front)), mClients(mContext, zmq::socket_type::router)
+OemProcess::OemProcess(int front) : mFront(front), mClients(mContext, zmq::socket_type::router)
 {
     mClients.set(zmq::sockopt::maxmsgsize, kMaxOemRequestBytes);
     mClients.set(zmq::sockopt::rcvhwm, kMaxOemQueued);
@@ -90,7 +89,15 @@ OemProcess::OemProcess(FileDescriptor front)
 
 bool OemProcess::open(const std::string& endpoint, std::string& problem)
 {
-    if (!mayBind(endpoint.substr(endpoint.find('/') + 2), problem)) {
+    mPath = endpoint.substr(endpoint.find('/') + 2);
+    const std::string directory = mPath.substr(0, mPath.rfind('/') + 1);
+    // Two services that start at the same time must not both find that nobody answers.
+    const FileDescriptor lock(::open(directory.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    if (!lock.isOpen() || flock(lock.get(), LOCK_EX) != 0) {
+        problem = directory + ": " + errnoText();
+        return false;
+    }
+    if (!mayBind(mPath, problem)) {
         return false;
     }
     (void)umask(kSocketMask);
@@ -98,17 +105,16 @@ bool OemProcess::open(const std::string& endpoint, std::string& problem)
         mClients.bind(endpoint);
     } catch (const zmq::error_t& error) {
         problem = error.what();
-        return false;
     }
-    return sendFrame(mFront.get(), encodeReady());
+    return problem.empty();
 }
 
-// Until the front is gone. Requests above the limit wait in ZeroMQ's queues.
+// Requests above the limit wait in ZeroMQ's queues.
 void OemProcess::serve()
 {
-    bool isConnected = true;
+    bool isConnected = sendFrame(mFront, encodeReady());
     while (isConnected) {
-        zmq_pollitem_t waits[] = {{nullptr, mFront.get(), ZMQ_POLLIN, 0},
+        zmq_pollitem_t waits[] = {{nullptr, mFront, ZMQ_POLLIN, 0},
                                   {mClients.handle(), 0, ZMQ_POLLIN, 0}};
         const bool takesRequests = mEnvelopes.size() < kMaxOemAtOnce;
         if (zmq_poll(waits, takesRequests ? 2 : 1, -1) < 0) {
@@ -121,6 +127,7 @@ void OemProcess::serve()
             isConnected = passRequest();
         }
     }
+    (void)unlink(mPath.c_str()); // while nobody else can have opened it
 }
 
 Parts OemProcess::receiveParts()
@@ -142,7 +149,8 @@ bool OemProcess::passRequest()
     Parts envelope = receiveParts();
     const auto delimiter = std::find_if(envelope.begin(), envelope.end(),
                                         [](const zmq::message_t& part) { return part.empty(); });
-    if (delimiter == envelope.end() || delimiter - envelope.begin() > kMaxOemEnvelopeParts) {
+    const ptrdiff_t sentInFront = delimiter - envelope.begin() - 1; // the first names the client
+    if (delimiter == envelope.end() || sentInFront > kMaxOemEnvelopeParts) {
         return true;
     }
     // Several parts are as malformed as none.
@@ -150,7 +158,7 @@ bool OemProcess::passRequest()
     const std::string request = isOnePart ? envelope.back().to_string() : std::string();
     envelope.erase(delimiter + 1, envelope.end());
     mEnvelopes[++mLastNumber] = std::move(envelope);
-    return sendFrame(mFront.get(), encodeNumbered(mLastNumber, request));
+    return sendFrame(mFront, encodeNumbered(mLastNumber, request));
 }
 
 bool OemProcess::passAnswer()
@@ -158,7 +166,7 @@ bool OemProcess::passAnswer()
     std::string payload;
     std::string answer;
     uint32_t number = 0;
-    if (!receiveFrame(mFront.get(), payload) || !decodeNumbered(payload, number, answer)) {
+    if (!receiveFrame(mFront, payload) || !decodeNumbered(payload, number, answer)) {
         return false;
     }
     auto waiting = mEnvelopes.extract(number);
@@ -172,11 +180,11 @@ bool OemProcess::passAnswer()
     return true;
 }
 
-bool serveEndpoint(FileDescriptor front, const std::string& endpoint)
+bool serveEndpoint(int front, const std::string& endpoint)
 {
     std::string problem;
     try {
-        OemProcess process(std::move(front));
+        OemProcess process(front);
         if (process.open(endpoint, problem)) {
             process.serve();
             return true;
@@ -195,7 +203,8 @@ void runOemProcess(FileDescriptor front, const std::string& endpoint)
 {
     (void)prctl(PR_SET_NAME, "cimgated-oem");
     limitResources();
-    const bool wasServed = serveEndpoint(std::move(front), endpoint);
+    // The socket stays open until the end: the front ends a process whose socket closes.
+    const bool wasServed = serveEndpoint(front.get(), endpoint);
     // NOLINTNEXTLINE(concurrency-mt-unsafe): ZeroMQ's threads have ended
     std::exit(wasServed ? EXIT_SUCCESS : EXIT_FAILURE);
 }

@@ -23,16 +23,19 @@ public:
     OemConnection(OemServer& server, asio::io_context& context, ControlMessage& message)
         : mServer(&server),
           mSocket(context, asio::local::stream_protocol(), message.socket.release()),
+          mReadyTimer(context),
           mId(message.id)
     {}
 
     uint32_t id() const { return mId; }
     bool isIdle() const { return mUnanswered == 0; }
 
-    void awaitFrame();
+    void start();
     void close();
 
 private:
+    void armReadyTimer();
+    void awaitFrame();
     void frameRead();
     void take(uint32_t number, const std::string& request);
     void answer(uint32_t number, const std::string& text);
@@ -42,12 +45,30 @@ private:
 
     OemServer* mServer; // null once closed
     asio::local::stream_protocol::socket mSocket;
+    asio::steady_timer mReadyTimer;
     uint32_t mId;
     FrameBuffer mFrame;
     std::deque<std::string> mAnswers; // the first is being written
     size_t mUnanswered = 0;           // requests whose answers are not written yet
     bool mIsReady = false;
 };
+
+void OemConnection::start()
+{
+    armReadyTimer();
+    awaitFrame();
+}
+
+// A path on a file system that hangs would never be opened.
+void OemConnection::armReadyTimer()
+{
+    mReadyTimer.expires_after(kReadyTimeout);
+    mReadyTimer.async_wait([self = shared_from_this()](error_code error) {
+        if (!error && self->mServer != nullptr && !self->mIsReady) {
+            self->gone();
+        }
+    });
+}
 
 void OemConnection::awaitFrame()
 {
@@ -66,6 +87,7 @@ void OemConnection::awaitFrame()
 void OemConnection::close()
 {
     mServer = nullptr;
+    mReadyTimer.cancel();
     error_code ignored;
     mSocket.close(ignored);
 }
@@ -76,6 +98,7 @@ void OemConnection::frameRead()
     std::string request;
     if (!mIsReady && isReady(mFrame.payload)) {
         mIsReady = true;
+        mReadyTimer.cancel();
         mServer->endpointReady();
     } else if (mIsReady && decodeNumbered(mFrame.payload, number, request)) {
         take(number, request);
@@ -174,6 +197,7 @@ void OemServer::tellDrained()
 
 void OemServer::stop()
 {
+    mIsStopped = true;
     mRespawnTimer.cancel();
     if (mConnection != nullptr) {
         mConnection->close();
@@ -189,13 +213,16 @@ void OemServer::spawn()
 
 void OemServer::spawned(ControlMessage& message)
 {
+    if (mIsStopped) {
+        return;
+    }
     if (!message.socket.isOpen()) {
         log(Severity::Error, "cannot fork a process for " + mEndpoint + ": " + message.text);
         spawnAfterPause();
         return;
     }
     mConnection = std::make_shared<OemConnection>(*this, mContext, message);
-    mConnection->awaitFrame();
+    mConnection->start();
 }
 
 void OemServer::spawnAfterPause()

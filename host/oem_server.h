@@ -33,7 +33,7 @@ public:
         std::function<void(const std::string&)> failed; // it could not be opened at first
     };
 
-    // The link must outlive the server.
+    // The link must outlive the server, and be stopped before it goes.
     OemServer(boost::asio::io_context& context, SpawnerLink& spawner, std::string endpoint,
               Handler handler, Events events);
     ~OemServer(); // NOLINT(bugprone-exception-escape): see its definition
@@ -69,9 +69,10 @@ private:
     boost::asio::steady_timer mRespawnTimer;
     std::chrono::milliseconds mBackOff{0};
     std::shared_ptr<OemConnection> mConnection; // null while there is no process
-    std::function<void()> mDrained; // null once called
+    std::function<void()> mDrained;             // null once called
     bool mIsStarting = true;
     bool mIsDraining = false;
+    bool mIsStopped = false;
 };
 
 } // namespace host

@@ -9,7 +9,8 @@
 namespace host {
 
 // Works on targets as they came, query included, those of actions with "POST " in front: a page
-// that ends workers says nothing of the others. For one thread.
+// that ends workers says nothing of the others. Of the message queue a target is "OEM ", container
+// and id. For one thread.
 class Quarantine
 {
 public:

@@ -1,6 +1,7 @@
 #include "spawner.h"
 
 #include "control.h"
+#include "errno_text.h"
 #include "host_limits.h"
 #include "log.h"
 #include "mapping_lookup.h"
@@ -21,16 +22,10 @@
 #include <cstdlib>
 #include <cstring>
 #include <map>
-#include <system_error>
 
 namespace host {
 
 namespace {
-
-std::string errorText()
-{
-    return std::generic_category().message(errno);
-}
 
 // Loads the mapping file without answering a request; "" when that worked.
 std::string loadMapping()
@@ -160,7 +155,7 @@ void SpawnerProcess::spawn(const ControlMessage& request)
     ControlMessage answer;
     if (pid < 0) {
         answer.kind = ControlKind::NotForked;
-        answer.text = errorText();
+        answer.text = errnoText();
     } else {
         const bool isWorker = request.kind == ControlKind::SpawnWorker;
         mChildren[++mLastId] = {pid, isWorker ? "worker " : "message-queue endpoint "};
@@ -244,7 +239,7 @@ bool startSpawner(Spawner& spawner, std::string& problem)
 {
     int ends[2] = {-1, -1};
     if (socketpair(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0, ends) != 0) {
-        problem = "cannot make a socket pair: " + errorText();
+        problem = "cannot make a socket pair: " + errnoText();
         return false;
     }
     FileDescriptor front(ends[0]);
@@ -252,7 +247,7 @@ bool startSpawner(Spawner& spawner, std::string& problem)
     const pid_t parent = getpid();
     spawner.pid = fork();
     if (spawner.pid < 0) {
-        problem = "cannot fork: " + errorText();
+        problem = "cannot fork: " + errnoText();
         return false;
     }
     if (spawner.pid == 0) {

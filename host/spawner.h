@@ -1,6 +1,6 @@
 // The spawner: a small process, forked before any thread, listener or key exists, that loads the
-// mapping file and forks workers from its pages when the front asks, and the process that holds the
-// message-queue endpoint.
+// mapping file. When the front asks, it forks workers from its pages, and the process that holds
+// the message-queue endpoint.
 #ifndef HOST_SPAWNER_H_
 #define HOST_SPAWNER_H_
 

@@ -198,9 +198,11 @@ public:
     //            as it is: a caller lets no quotes and no comment marks from outside through.
     // Results: RM_OK; RM_DATA_NOT_CACHED where a resource's class is not ready in the cache: what
     // comes before it is in out. A resource that the mapping lacks, whose expression is wrong or
-    // does not match, or that has no such instance, is logged and left out. Aborts on a container
-    // that the mapping lacks and, where an instance is found by its key, on an empty key, on a
-    // collection, and on a class with other than one key property.
+    // does not match, or that has no such instance, is logged and left out. A collection that is
+    // found by a condition has its annotations only, and those after it no "Links". Aborts on a
+    // container that the mapping lacks, a mapping that cannot be loaded and, where an instance is
+    // found by its key, on an empty key, on a collection, and on a class with other than one key
+    // property.
     _ResourceMapperError GetMappedResources(const char* container, const char* id,
                                             Json::Value& out);
 

@@ -8,8 +8,6 @@
 
 namespace {
 
-constexpr int kWrongUsage = 2;
-
 constexpr const char* kUsage = "usage: cimgate COMMAND [ARGUMENT]...\n"
                                "\n"
                                "  oem     asks a running cimgated for the data that a container "
@@ -31,5 +29,5 @@ int main(int argc, char** argv)
         return oem::run({arguments.begin() + 1, arguments.end()});
     }
     (void)std::fputs(kUsage, stderr);
-    return kWrongUsage;
+    return oem::kWrongUsage;
 }

@@ -16,7 +16,6 @@ namespace oem {
 
 namespace {
 
-constexpr int kWrongUsage = 2;
 constexpr unsigned int kMaxTimeoutS = 3600;
 constexpr std::chrono::seconds kConnectTime{2};
 
@@ -35,7 +34,7 @@ constexpr const char* kUsage =
 struct Options
 {
     std::string endpoint = "ipc:///run/cimgate/oem.sock";
-    unsigned int timeoutS = 35; // more than cimgated takes
+    unsigned int timeoutS = 35; // above cimgated's deadline, unless that is set
     std::string container;
     std::string id;
     bool help = false;
@@ -121,7 +120,7 @@ bool ask(const Options& options, std::string& text)
 {
     // ZeroMQ would wait for somebody to open the endpoint.
     const std::string path = options.endpoint.substr(options.endpoint.find('/') + 2);
-    if (access(path.c_str(), R_OK | W_OK) != 0) {
+    if (access(path.c_str(), W_OK) != 0) {
         text = nobodyAnswers(options, std::generic_category().message(errno));
         return false;
     }
@@ -165,7 +164,10 @@ int printAnswer(const std::string& text)
     }
     Json::StreamWriterBuilder builder;
     builder["indentation"] = "  ";
-    (void)std::printf("%s\n", Json::writeString(builder, answer).c_str());
+    const std::string output = Json::writeString(builder, answer) + "\n";
+    if (std::fputs(output.c_str(), stdout) < 0 || std::fflush(stdout) != 0) {
+        return complain("cannot write to standard output", EXIT_FAILURE);
+    }
     return EXIT_SUCCESS;
 }
 

@@ -7,8 +7,10 @@
 
 namespace oem {
 
+inline constexpr int kWrongUsage = 2;
+
 // Runs the command with its arguments. Returns the exit status: 0 the data is printed, 1 there is
-// none and standard error says why, 2 wrong usage.
+// none and standard error says why, kWrongUsage.
 int run(const std::vector<std::string>& arguments);
 
 } // namespace oem
