@@ -58,9 +58,12 @@ inline constexpr std::chrono::milliseconds kMaxWaitedBackOff{1000};
 // requests find room in the queue. More wait in ZeroMQ.
 inline constexpr size_t kMaxOemAtOnce = 16;
 
-// Requests of one client, and answers that it does not take, which ZeroMQ keeps. A client that has
-// sent more is not read from; further answers are dropped.
-inline constexpr int kMaxOemQueued = 16;
+// Requests of one client that ZeroMQ keeps; one that has sent more is not read from.
+inline constexpr int kMaxOemQueuedRequests = 16;
+
+// Answers to one client that ZeroMQ keeps; it drops more. It learns that a client has taken some
+// only once that is half of them, so that 500 may be on their way to one that takes them all.
+inline constexpr int kMaxOemQueuedAnswers = 1000;
 
 // A request is a name and an id of 127 bytes; ZeroMQ closes the connection of a client that sends
 // more than this.

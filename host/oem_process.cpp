@@ -82,8 +82,8 @@ private:
 OemProcess::OemProcess(int front) : mFront(front), mClients(mContext, zmq::socket_type::router)
 {
     mClients.set(zmq::sockopt::maxmsgsize, kMaxOemRequestBytes);
-    mClients.set(zmq::sockopt::rcvhwm, kMaxOemQueued);
-    mClients.set(zmq::sockopt::sndhwm, kMaxOemQueued);
+    mClients.set(zmq::sockopt::rcvhwm, kMaxOemQueuedRequests);
+    mClients.set(zmq::sockopt::sndhwm, kMaxOemQueuedAnswers);
     mClients.set(zmq::sockopt::linger, kOemLingerMs);
 }
 
@@ -93,7 +93,7 @@ bool OemProcess::open(const std::string& endpoint, std::string& problem)
     const std::string directory = mPath.substr(0, mPath.rfind('/') + 1);
     // Two services that start at the same time must not both find that nobody answers.
     const FileDescriptor lock(::open(directory.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-    if (!lock.isOpen() || flock(lock.get(), LOCK_EX) != 0) {
+    if (!lock.isOpen() || flock(lock.get(), LOCK_EX | LOCK_NB) != 0) {
         problem = directory + ": " + errnoText();
         return false;
     }

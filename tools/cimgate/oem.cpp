@@ -141,7 +141,8 @@ bool ask(const Options& options, std::string& text)
     }
     zmq::message_t answer;
     if (!socket.recv(answer)) {
-        text = "no answer within " + std::to_string(options.timeoutS) + " s";
+        text = options.endpoint + ": no answer within " + std::to_string(options.timeoutS) +
+               " s; look into the service's log, or give it longer with --timeout";
         return false;
     }
     text = answer.to_string();
