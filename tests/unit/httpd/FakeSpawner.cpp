@@ -33,7 +33,7 @@ void FakeWorker::answer(const httpd::Response& response)
 bool FakeWorker::receive(size_t bytes)
 {
     return runUntil(mContext, [&] {
-        std::array<char, 4096> buffer{};
+        std::array<char, 65536> buffer{};
         const ssize_t got = recv(mSocket.get(), buffer.data(), buffer.size(), MSG_DONTWAIT);
         if (got > 0) {
             mReceived.append(buffer.data(), static_cast<size_t>(got));
@@ -49,21 +49,26 @@ void FakeWorker::decline(host::Declined reason)
     send(host::encodeDeclined(reason));
 }
 
-host::WorkerRequest FakeWorker::readRequest()
+std::string FakeWorker::readPayload()
 {
     uint32_t bytes = 0;
     EXPECT_TRUE(receive(host::kFrameHeaderBytes));
     if (mReceived.size() < host::kFrameHeaderBytes ||
         !host::decodeLength(mReceived.data(), bytes)) {
-        ADD_FAILURE() << "no request";
+        ADD_FAILURE() << "no frame";
         return {};
     }
     const size_t frameBytes = host::kFrameHeaderBytes + bytes;
     EXPECT_TRUE(receive(frameBytes));
-    host::WorkerRequest request;
-    EXPECT_TRUE(host::decodeRequest(
-        std::string_view(mReceived).substr(host::kFrameHeaderBytes, bytes), request));
+    std::string payload = mReceived.substr(host::kFrameHeaderBytes, bytes);
     mReceived.erase(0, frameBytes);
+    return payload;
+}
+
+host::WorkerRequest FakeWorker::readRequest()
+{
+    host::WorkerRequest request;
+    EXPECT_TRUE(host::decodeRequest(readPayload(), request));
     return request;
 }
 
@@ -74,7 +79,7 @@ bool FakeWorker::discard(size_t bytes)
     return hasCome;
 }
 
-bool FakeWorker::isClosedByPool()
+bool FakeWorker::isClosedByFront()
 {
     (void)receive(SIZE_MAX);
     EXPECT_EQ(mReceived, "");

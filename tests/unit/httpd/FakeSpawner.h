@@ -1,5 +1,5 @@
-// The far side of a worker pool's sockets: the test plays the spawner and the workers, in the
-// thread that also runs the pool.
+// The far side of the front's sockets to other processes: the test plays the spawner and what it
+// forks, in the thread that also runs the part of the front under test.
 #ifndef FAKE_SPAWNER_H_
 #define FAKE_SPAWNER_H_
 
@@ -14,7 +14,7 @@
 #include <string>
 #include <string_view>
 
-// A worker's end of its socket.
+// A worker's end of its socket, or that of the process that holds the message-queue endpoint.
 class FakeWorker
 {
 public:
@@ -27,6 +27,9 @@ public:
     void answer(const httpd::Response& response);
     void decline(host::Declined reason);
 
+    // The payload of the next frame.
+    std::string readPayload();
+
     // The next request, and its target.
     host::WorkerRequest readRequest();
     std::string readTarget() { return readRequest().target; }
@@ -34,8 +37,8 @@ public:
     // Reads this many bytes of whatever comes; false when they do not come.
     bool discard(size_t bytes);
 
-    // Whether the pool closes the socket.
-    bool isClosedByPool();
+    // Whether the front closes the socket.
+    bool isClosedByFront();
 
     // Ends like a process that ends.
     void close() { mSocket.reset(); }
@@ -58,14 +61,14 @@ public:
     // The front's end of the control socket.
     int frontEnd() const { return mFrontEnd.get(); }
 
-    // The next message of the pool. nextIs() also compares its kind.
+    // The next message of the front. nextIs() also compares its kind.
     host::ControlMessage next();
     bool nextIs(host::ControlKind kind);
 
-    // Whether the pool has sent anything more, without letting it work any further.
+    // Whether the front has sent anything more, without letting it work any further.
     bool hasMessage();
 
-    // Announces a worker, as the answer to a Spawn.
+    // Announces a process, as the answer to a Spawn....
     FakeWorker announceWorker();
 
     void send(const host::ControlMessage& message);

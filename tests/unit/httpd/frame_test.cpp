@@ -1,4 +1,4 @@
-// Frames between the front and a worker, honest and hostile.
+// Frames between the front and the processes that work for it, honest and hostile.
 #include "frame.h"
 #include "host_limits.h"
 
@@ -107,6 +107,65 @@ TEST(Frame, ActionMakesTheRoundTrip)
     ASSERT_TRUE(host::decodeRequest(payloadOf(host::encodeRequest({"/a"})), request));
     EXPECT_EQ(request.kind, host::RequestKind::Read);
     EXPECT_EQ(request.body, "");
+}
+
+TEST(Frame, RequestOfTheMessageQueueMakesTheRoundTrip)
+{
+    host::WorkerRequest request;
+    ASSERT_TRUE(host::decodeRequest(
+        payloadOf(host::encodeRequest({"DriveOem", false, host::RequestKind::OemData, "Disk.1"})),
+        request));
+    EXPECT_EQ(request.kind, host::RequestKind::OemData);
+    EXPECT_EQ(request.target, "DriveOem");
+    EXPECT_EQ(request.body, "Disk.1");
+    EXPECT_FALSE(request.mayReadLive);
+}
+
+TEST(Frame, RequestOfAnotherKindIsRefused)
+{
+    const auto decodesKind = [](uint32_t kind) {
+        host::WorkerRequest request;
+        return host::decodeRequest(field("/a") + number(1) + number(kind) + field(""), request);
+    };
+    const auto last = static_cast<uint32_t>(host::RequestKind::OemData);
+    for (uint32_t kind = 0; kind <= last; ++kind) {
+        EXPECT_TRUE(decodesKind(kind)) << kind;
+    }
+    for (const uint32_t kind : {last + 1, 0x100U, 0x80000000U, UINT32_MAX}) {
+        EXPECT_FALSE(decodesKind(kind)) << kind;
+    }
+}
+
+TEST(Frame, NumberedMessageMakesTheRoundTrip)
+{
+    for (const uint32_t sent : {0U, 1U, 0x80000000U, UINT32_MAX}) {
+        for (const std::string& text : {""s, "{}"s, "bytes\0of\nall\xffkinds"s, "ready"s}) {
+            const std::string frame = host::encodeNumbered(sent, text);
+            EXPECT_EQ(lengthOf(frame), frame.size() - host::kFrameHeaderBytes);
+            uint32_t got = sent + 1;
+            std::string message = "old";
+            ASSERT_TRUE(host::decodeNumbered(payloadOf(frame), got, message));
+            EXPECT_EQ(got, sent);
+            EXPECT_EQ(message, text);
+            EXPECT_FALSE(host::isReady(payloadOf(frame)));
+        }
+    }
+}
+
+TEST(Frame, DamagedNumberedMessageIsRefused)
+{
+    uint32_t got = 0;
+    std::string message;
+    const std::string whole = number(7) + field("text");
+    ASSERT_TRUE(host::decodeNumbered(whole, got, message));
+    for (size_t bytes = 0; bytes < whole.size(); ++bytes) {
+        EXPECT_FALSE(host::decodeNumbered(whole.substr(0, bytes), got, message)) << bytes;
+    }
+    EXPECT_FALSE(host::decodeNumbered(whole + "x", got, message));
+    for (const uint32_t lie : {3U, 5U, 0x7fffffffU, 0x80000000U, UINT32_MAX}) {
+        EXPECT_FALSE(host::decodeNumbered(number(7) + number(lie) + "text", got, message)) << lie;
+    }
+    EXPECT_FALSE(host::decodeNumbered(payloadOf(host::encodeReady()), got, message));
 }
 
 TEST(Frame, DeclinedMakesTheRoundTripAndIsNoResponse)

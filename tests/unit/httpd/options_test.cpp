@@ -38,6 +38,7 @@ TEST(Options, Defaults)
     EXPECT_EQ(options.rmfPath, "/usr/share/cimgate/resourcemapping.json");
     EXPECT_EQ(options.cachePath, "/var/run/cmpidatacache/CMPI_DataCache.db");
     EXPECT_EQ(options.registryDirectory, "");
+    EXPECT_EQ(options.oemEndpoint, "");
     EXPECT_EQ(options.workers, std::max(2U, std::thread::hardware_concurrency()));
     EXPECT_EQ(options.logLevel, 1);
     EXPECT_EQ(options.requestTimeoutS, 30U);
@@ -66,8 +67,8 @@ TEST(Options, HelpEndsTheReading)
 
 TEST(Options, HelpNamesEveryOption)
 {
-    for (const char* name : {"--listen", "--rmf", "--cache", "--registries", "--auth", "--workers",
-                             "--log-level", "--request-timeout", "--help"}) {
+    for (const char* name : {"--listen", "--rmf", "--cache", "--registries", "--oem-endpoint",
+                             "--auth", "--workers", "--log-level", "--request-timeout", "--help"}) {
         EXPECT_THAT(host::helpText(), HasSubstr(name));
     }
 }
@@ -94,6 +95,36 @@ TEST(Options, OnlyLoopbackWithoutAuthentication)
     for (const char* text : {"0.0.0.0:8000", "192.168.0.1:80", "128.0.0.1:80", "[::]:80",
                              "[fe80::1]:80", "[::ffff:10.0.0.1]:80"}) {
         EXPECT_THAT(problemOf({"--listen", text}), HasSubstr("loopback")) << text;
+    }
+}
+
+// The kernel's limit for the path of a socket.
+constexpr size_t kLongestPath = 107;
+
+TEST(Options, OemEndpointIsAnAbsolutePath)
+{
+    const std::string longest = "ipc:///" + std::string(kLongestPath - 1, 'x');
+    for (const std::string& text : {std::string("ipc:///run/cimgate/oem.sock"),
+                                    std::string("ipc:///a=b"), std::string("ipc:///x"), longest}) {
+        EXPECT_EQ(parsed({"--oem-endpoint", text}).oemEndpoint, text);
+        EXPECT_EQ(parsed({"--oem-endpoint=" + text}).oemEndpoint, text);
+    }
+}
+
+TEST(Options, OtherOemEndpointsAreRefused)
+{
+    const std::string tooLong = "ipc:///" + std::string(kLongestPath, 'x');
+    for (const std::string& text :
+         {std::string("/run/cimgate/oem.sock"), std::string("ipc://"), std::string("ipc:"),
+          std::string("ipc://oem.sock"), std::string("ipc://./oem.sock"), std::string("ipc://*"),
+          std::string("ipc://@oem"), std::string("IPC:///oem.sock"),
+          std::string(" ipc:///oem.sock"), std::string("ipc:/oem.sock"),
+          std::string("tcp://127.0.0.1:5555"), std::string("inproc://oem"),
+          std::string("ws:///oem.sock"), tooLong}) {
+        EXPECT_EQ(problemOf({"--oem-endpoint", text}),
+                  "--oem-endpoint " + text +
+                      ": give ipc:// and an absolute path of at most 107 bytes, for example "
+                      "ipc:///run/cimgate/oem.sock");
     }
 }
 
@@ -130,6 +161,8 @@ TEST(Options, MissingValuesAreNamed)
     EXPECT_THAT(problemOf({"--cache"}), HasSubstr("--cache needs a value"));
     EXPECT_THAT(problemOf({"--cache="}), HasSubstr("--cache needs a value"));
     EXPECT_THAT(problemOf({"--rmf", ""}), HasSubstr("--rmf needs a value"));
+    EXPECT_EQ(problemOf({"--oem-endpoint"}),
+              "--oem-endpoint needs a value; cimgated --help lists the options");
 }
 
 TEST(Options, Urls)
