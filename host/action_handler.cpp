@@ -130,7 +130,6 @@ httpd::Response handlePost(ResourceMapper& mapper, const odata::Scope& scope,
     if (!cim.renew()) {
         return temporarilyUnavailable(kRetryAfterS);
     }
-    mapper.mpSfccHandle = cim.get();
     Json::Value outputs(Json::objectValue);
     Json::Value errorArgs(Json::arrayValue);
     Json::Value inputs;

@@ -12,18 +12,12 @@ constexpr const char* kUser = "root";
 
 } // namespace
 
-SfccSession* CimSession::get()
-{
-    if (!mSession) {
-        mSession = std::make_unique<SfccSession>(kUser);
-    }
-    return mSession.get();
-}
+CimSession::CimSession() : mSession(std::in_place, kUser) {}
 
 bool CimSession::renew()
 {
-    mSession.reset();
-    return get()->Connect() == CMPI_RC_OK;
+    mSession.emplace(kUser);
+    return mSession->Connect() == CMPI_RC_OK;
 }
 
 // Looked up, since the library of that name on a controller may be another one.

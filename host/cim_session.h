@@ -4,7 +4,7 @@
 
 #include <SfccInterface.h>
 
-#include <memory>
+#include <optional>
 #include <string>
 
 namespace host {
@@ -12,9 +12,11 @@ namespace host {
 class CimSession
 {
 public:
-    // What mappers read through; they connect it themselves, so that a worker that serves nothing
-    // but the cache never does. Valid until renew().
-    SfccSession* get();
+    CimSession();
+
+    // What mappers read through, always the same object; they connect it themselves, so that a
+    // worker that serves nothing but the cache never does.
+    SfccSession* get() { return &*mSession; }
 
     // To be called when a read has failed, and before an action: a session stays on the connection
     // that it once had, so that only another one sees an object manager that has come back. Returns
@@ -22,7 +24,7 @@ public:
     bool renew();
 
 private:
-    std::unique_ptr<SfccSession> mSession;
+    std::optional<SfccSession> mSession; // never empty
 };
 
 // Directs this process, and those that it forks, to the object manager at url instead of the local

@@ -11,6 +11,7 @@
 #include <ResourceMapper.h>
 #include <boost/asio/signal_set.hpp>
 #include <boost/asio/steady_timer.hpp>
+#include <httpd/listen_address.h>
 #include <httpd/server.h>
 #include <strings.h>
 #include <unistd.h>
@@ -353,12 +354,12 @@ void Front::listen()
     }
     std::string problem;
     if (!mServer.listen(mOptions.address, mOptions.port, problem)) {
-        fail("cannot listen on " + urlOf(mOptions.address, mOptions.port) + ": " + problem +
+        fail("cannot listen on " + httpd::urlOf(mOptions.address, mOptions.port) + ": " + problem +
              "; choose another address with --listen");
         return;
     }
     (void)std::printf("cimgated: listening on %s\n",
-                      urlOf(mOptions.address, mServer.port()).c_str());
+                      httpd::urlOf(mOptions.address, mServer.port()).c_str());
     (void)std::fflush(stdout);
 }
 

@@ -17,27 +17,27 @@ constexpr size_t kMaxIdBytes = 127;
 struct FaultEntry
 {
     OemFault fault;
-    const char* reason;
     _ResourceMapperError code;
+    const char* reason;
     const char* message; // behind the subject, where there is one
 };
 
 constexpr FaultEntry kFaults[] = {
-    {OemFault::MalformedRequest, "MalformedRequest", RM_MALFORMED_JSON,
+    {OemFault::MalformedRequest, RM_MALFORMED_JSON, "MalformedRequest",
      "The request must be one frame with the JSON object {\"container\": \"...\", \"id\": "
      "\"...\"}."},
-    {OemFault::InvalidId, "InvalidId", RM_PROPERTY_VALUE_ERROR,
+    {OemFault::InvalidId, RM_PROPERTY_VALUE_ERROR, "InvalidId",
      "The id must be 1 to 127 letters, digits and . _ : # - without -- in it."},
-    {OemFault::UnknownContainer, "UnknownContainer", RM_RESOURCE_NOT_IN_RMF,
+    {OemFault::UnknownContainer, RM_RESOURCE_NOT_IN_RMF, "UnknownContainer",
      "is no entry of the mapping file."},
-    {OemFault::NotCached, "NotCached", RM_DATA_NOT_CACHED,
+    {OemFault::NotCached, RM_DATA_NOT_CACHED, "NotCached",
      "is not ready in the data cache: ask again in 5 seconds."},
-    {OemFault::Busy, "Busy", RM_INTERNAL_ERROR,
+    {OemFault::Busy, RM_INTERNAL_ERROR, "Busy",
      "The service is busy, or this request has ended workers: ask again in 5 seconds, or in a "
      "minute."},
-    {OemFault::TooLate, "TooLate", RM_INTERNAL_ERROR,
+    {OemFault::TooLate, RM_INTERNAL_ERROR, "TooLate",
      "The request passed its deadline: ask again."},
-    {OemFault::WorkerEnded, "WorkerEnded", RM_INTERNAL_ERROR,
+    {OemFault::WorkerEnded, RM_INTERNAL_ERROR, "WorkerEnded",
      "The worker that had the request ended: the service's log says why."},
 };
 

@@ -31,9 +31,6 @@ std::string helpText();
 bool parseOptions(const std::vector<std::string>& arguments, Options& options,
                   std::string& problem);
 
-// "http://127.0.0.1:8000"; an IPv6 address stands in brackets.
-std::string urlOf(const std::string& address, uint16_t port);
-
 } // namespace host
 
 #endif

@@ -9,8 +9,10 @@
 // should ignore SIGPIPE.
 //
 // Operations return the CIM status (CMPIrc, 0 is success) unless they say otherwise. A failure is
-// logged at level 1 with the status and its message; the message itself is released here. Broken
-// invariants log "Assertion '...' failed" at level 1 and abort the process. No operation throws.
+// logged at level 1 with the status and its message, "(null)" where there is none and always for
+// GetNextInstance(); the message itself is released here, but for that of Connect(), whose client
+// is gone by then. Broken invariants log "Assertion '...' failed" at level 1 and abort the process.
+// No operation throws.
 #ifndef SFCC_INTERFACE_H_
 #define SFCC_INTERFACE_H_
 

@@ -9,18 +9,6 @@
 
 namespace {
 
-// Groups of CMPI types, by bit.
-constexpr unsigned int kArrayBit = 0x2000;
-constexpr unsigned int kEncapsulatedBit = 0x1000;
-constexpr unsigned int kSimpleBit = 0x2;
-constexpr unsigned int kIntegerBits = 0xC0;
-constexpr unsigned int kRealBit = 0x8;
-
-// Strings that an object manager marks as numbers, booleans or date-times: strings all the same.
-constexpr unsigned short kBooleanString = 0x1602;
-constexpr unsigned short kNumericString = 0x16FC;
-constexpr unsigned short kDateTimeString = 0x1E00;
-
 constexpr const char* kJobs = "/redfish/v1/Managers/Tavix.Embedded.1/Jobs/";
 constexpr const char* kDeploymentTask = "/redfish/v1/TaskService/Tasks/OSDeployment";
 
@@ -76,9 +64,9 @@ int CmpiJson::PopulateCmpiENCValues(char* name, CMPIValue* value, unsigned short
     LOG_SCOPE();
     switch (type) {
     case CMPI_string:
-    case kBooleanString:
-    case kNumericString:
-    case kDateTimeString:
+    case CMPI_booleanString:
+    case CMPI_numericString:
+    case CMPI_dateTimeString:
         out[name] = textOrNull(charsOf(value->string));
         return 1;
     case CMPI_chars:
@@ -178,19 +166,19 @@ int CmpiJson::CmpiDataToJson(char* name, CMPIData& data, Json::Value& out)
         out[name] = Json::Value::nullSingleton();
         return 1;
     }
-    if ((data.type & kArrayBit) != 0) {
+    if ((data.type & CMPI_ARRAY) != 0) {
         return PopulateCmpiArrayValues(name, &data.value, data.type, out);
     }
-    if ((data.type & kEncapsulatedBit) != 0) {
+    if ((data.type & CMPI_ENC) != 0) {
         return PopulateCmpiENCValues(name, &data.value, data.type, out);
     }
-    if ((data.type & kSimpleBit) != 0) {
+    if ((data.type & CMPI_SIMPLE) != 0) {
         return PopulateCmpiSimpleValues(name, &data.value, data.type, out);
     }
-    if ((data.type & kIntegerBits) != 0) {
+    if ((data.type & CMPI_INTEGER) != 0) {
         return PopulateCmpiIntegerValues(name, &data.value, data.type, out);
     }
-    if ((data.type & kRealBit) != 0) {
+    if ((data.type & CMPI_REAL) != 0) {
         return PopulateCmpiRealValues(name, &data.value, data.type, out);
     }
     if (data.type == CMPI_null && data.state == CMPI_goodValue) {

@@ -74,6 +74,7 @@ int SfccSession::GetEnumerationHandle(CMPIEnumeration** out, const std::string& 
     RM_ASSERT_TEXT(mClient != nullptr, "cc != NULL");
     RM_ASSERT_TEXT(out != nullptr, "ppEnumHandle != NULL");
     RM_ASSERT_TEXT(!className.empty(), "!ClassName.empty()");
+    *out = nullptr;
     LOG_AT(LOG_FACT, "Trying ENUM operation for class(%s), nameSpace(%s)", className.c_str(),
            nameSpace.c_str());
     CimStatus pathStatus;
@@ -104,6 +105,7 @@ int SfccSession::GetInstance(CMPIInstance** out, const Json::Value& keys, const 
     LOG_SCOPE();
     RM_ASSERT_TEXT(mClient != nullptr, "cc != NULL");
     RM_ASSERT_TEXT(className != nullptr, "pcimClass != NULL");
+    *out = nullptr;
     LOG_AT(LOG_FACT, "getInstance Class Name (%s), NameSpace (%s)", className, nameSpace.c_str());
     CimStatus pathStatus;
     const CimHandle<CMPIObjectPath> path = newPath(nameSpace, className, pathStatus);
@@ -139,7 +141,8 @@ int SfccSession::GetNextInstance(CMPIEnumeration* e, CMPIData& data)
         CimStatus ignored;
         data = e->ft->getNext(e, ignored.out());
     } else if (hasNext) {
-        LOG_AT(LOG_ERROR, "GetNextInstance: rc(%d) msg(%s)", status.code(), CimStatus().message());
+        // Asking for the next element gives no message.
+        LOG_AT(LOG_ERROR, "GetNextInstance: rc(%d) msg(%s)", status.code(), "(null)");
     }
     LOG_AT(LOG_STEP, "Leaving");
     return isTaken ? 1 : 0;

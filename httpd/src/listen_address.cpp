@@ -44,4 +44,10 @@ bool isLoopback(const std::string& address)
     return inet_pton(AF_INET, address.c_str(), &v4) == 1 && ntohl(v4.s_addr) >> 24 == kLoopbackNet;
 }
 
+std::string urlOf(const std::string& address, uint16_t port)
+{
+    const bool isV6 = address.find(':') != std::string::npos;
+    return "http://" + (isV6 ? "[" + address + "]" : address) + ":" + std::to_string(port);
+}
+
 } // namespace httpd

@@ -12,10 +12,6 @@
 
 namespace {
 
-// Bits of CMPI types.
-constexpr unsigned int kIntegerBits = 0xC0;
-constexpr unsigned int kArrayBit = 0x2000;
-constexpr unsigned int kStringBits = 0x1600;
 constexpr unsigned int kSignedTypes = CMPI_sint8; // the smallest of their codes
 
 // A property to convert: its name, NUL-terminated, and its entry in the mapping file.
@@ -89,7 +85,7 @@ CMPIrc widen(const CMPIValue& value, unsigned int type, unsigned long long& resu
         result = static_cast<unsigned long long>(value.sint64);
         break;
     default:
-        return (type & kIntegerBits) == 0 ? CMPI_RC_ERR_NOT_SUPPORTED : CMPI_RC_OK;
+        return (type & CMPI_INTEGER) == 0 ? CMPI_RC_ERR_NOT_SUPPORTED : CMPI_RC_OK;
     }
     return CMPI_RC_OK;
 }
@@ -105,15 +101,15 @@ std::string decimalOf(const CMPIData& data)
 // What a value is looked up by in a value map; nothing for types that cannot be mapped.
 std::optional<std::string> lookupKeyOf(const CMPIData& data)
 {
-    if ((data.type & kArrayBit) != 0) {
+    if ((data.type & CMPI_ARRAY) != 0) {
         return std::nullopt;
     }
-    if ((data.type & kStringBits) == kStringBits) {
+    if ((data.type & CMPI_string) == CMPI_string) {
         const char* p = data.type == CMPI_chars ? data.value.chars : charsOf(data.value.string);
         RM_ASSERT_TEXT(p != nullptr, "p != NULL");
         return p;
     }
-    if ((data.type & kIntegerBits) != 0) {
+    if ((data.type & CMPI_INTEGER) != 0) {
         return decimalOf(data);
     }
     return std::nullopt;
@@ -176,7 +172,7 @@ void propertyToJson(const Json::Value& property, char* name, CMPIData& data, Jso
         return;
     }
     LOG_AT(LOG_STEP, "%s property requires  value-valuemap conversion", name);
-    if ((data.type & kArrayBit) != 0) {
+    if ((data.type & CMPI_ARRAY) != 0) {
         mapArray(valueMap, name, data, out);
         return;
     }

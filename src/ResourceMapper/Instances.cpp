@@ -155,12 +155,10 @@ void ResourceMapper::completeAnswer(Json::Value& answer)
 {
     LOG_SCOPE_AS("ApplyFilterToGetInstance");
     const std::string unique = textOf(mResourceObj, mapping::kUniqueSelector);
-    const Json::Value& properties = classProperties();
+    (void)classProperties(); // logs, as every shaping of an answer does
     LOG_AT(LOG_STEP, "%s", kNoSelect);
     (void)annotate(answer, Json::Value::nullSingleton(), true);
-    if (!hasMember(properties, unique)) {
-        answer.removeMember(unique);
-    }
+    removeUnmappedKey(answer, unique);
 }
 
 // Puts into output, under their aliases, the members of data that selectList leaves. Where it may

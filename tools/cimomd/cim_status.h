@@ -15,7 +15,6 @@ constexpr unsigned int kInvalidParameter = 4;
 constexpr unsigned int kInvalidClass = 5;
 constexpr unsigned int kNotFound = 6;
 constexpr unsigned int kNotSupported = 7;
-constexpr unsigned int kInvalidSuperclass = 10;
 constexpr unsigned int kAlreadyExists = 11;
 constexpr unsigned int kNoSuchProperty = 12;
 constexpr unsigned int kTypeMismatch = 13;

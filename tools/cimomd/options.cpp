@@ -87,10 +87,4 @@ bool parseOptions(const std::vector<std::string>& arguments, Options& options, s
     return true;
 }
 
-std::string urlOf(const std::string& address, uint16_t port)
-{
-    const bool isV6 = address.find(':') != std::string::npos;
-    return "http://" + (isV6 ? "[" + address + "]" : address) + ":" + std::to_string(port);
-}
-
 } // namespace cimomd

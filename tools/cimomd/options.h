@@ -24,9 +24,6 @@ std::string helpText();
 bool parseOptions(const std::vector<std::string>& arguments, Options& options,
                   std::string& problem);
 
-// "http://127.0.0.1:5988"; an IPv6 address stands in brackets.
-std::string urlOf(const std::string& address, uint16_t port);
-
 } // namespace cimomd
 
 #endif

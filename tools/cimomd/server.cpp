@@ -5,6 +5,7 @@
 #include <boost/asio/io_context.hpp>
 #include <boost/asio/signal_set.hpp>
 #include <boost/asio/steady_timer.hpp>
+#include <httpd/listen_address.h>
 #include <httpd/server.h>
 
 #include <csignal>
@@ -74,14 +75,14 @@ void Service::send(ObjectManager::Answer answer, httpd::Reply reply)
 bool Service::run(const Options& options, std::string& problem)
 {
     if (!mServer.listen(options.address, options.port, problem)) {
-        problem = "cannot listen on " + urlOf(options.address, options.port) + ": " + problem +
-                  "; choose another address with --listen";
+        problem = "cannot listen on " + httpd::urlOf(options.address, options.port) + ": " +
+                  problem + "; choose another address with --listen";
         return false;
     }
     mSignals.async_wait(
         [this](boost::system::error_code /*error*/, int /*signal*/) { mContext.stop(); });
     (void)std::printf("cimgate-cimomd: listening on %s\n",
-                      urlOf(options.address, mServer.port()).c_str());
+                      httpd::urlOf(options.address, mServer.port()).c_str());
     (void)std::fflush(stdout);
     mContext.run();
     mServer.stop();

@@ -14,6 +14,9 @@ bool readListenAddress(const std::string& text, std::string& address, uint16_t& 
 // Whether a numeric address is one of this machine's own.
 bool isLoopback(const std::string& address);
 
+// "http://127.0.0.1:8000"; an IPv6 address stands in brackets.
+std::string urlOf(const std::string& address, uint16_t port);
+
 } // namespace httpd
 
 #endif

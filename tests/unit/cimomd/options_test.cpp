@@ -71,10 +71,4 @@ TEST(Options, UnknownOptionsAndMissingValuesAreNamed)
     EXPECT_THAT(problemOf({"--listen="}), HasSubstr("--listen needs a value"));
 }
 
-TEST(Options, Urls)
-{
-    EXPECT_EQ(cimomd::urlOf("127.0.0.1", 5988), "http://127.0.0.1:5988");
-    EXPECT_EQ(cimomd::urlOf("::1", 80), "http://[::1]:80");
-}
-
 } // namespace

@@ -4,6 +4,7 @@
 #include <ResourceMapper.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <httpd/listen_address.h>
 
 #include <thread>
 
@@ -167,8 +168,8 @@ TEST(Options, MissingValuesAreNamed)
 
 TEST(Options, Urls)
 {
-    EXPECT_EQ(host::urlOf("127.0.0.1", 8000), "http://127.0.0.1:8000");
-    EXPECT_EQ(host::urlOf("::1", 80), "http://[::1]:80");
+    EXPECT_EQ(httpd::urlOf("127.0.0.1", 8000), "http://127.0.0.1:8000");
+    EXPECT_EQ(httpd::urlOf("::1", 80), "http://[::1]:80");
 }
 
 } // namespace
