@@ -21,7 +21,7 @@ INSTANCE_URI = ("/redfish/v1/Vexo/Chassis/System.Embedded.1/Power/PowerSupplies/
 PUBLIC_SYMBOL = re.compile(
     r"(vtable for |typeinfo for |typeinfo name for )?"
     r"((ResourceMapper|SQLInterface|SfccSession|CmpiJson)(::|@@|$)"
-    r"|(LoadDatabase|logMessage|AppendExtendedErrorMessages)\()")
+    r"|(LoadDatabase|getResourceOemData|logMessage|AppendExtendedErrorMessages)\()")
 
 # Headers that are not called like their class.
 HEADERS = {"SfccSession": "SfccInterface.h", "CmpiJson": "CmpiToJson.h"}
@@ -113,7 +113,8 @@ class InstalledTree(unittest.TestCase):
         names = [name for _, kind, name in (line.split(" ", 2) for line in lines) if kind != "A"]
         # The address sanitizer marks each global variable with a symbol of its own.
         names = [name for name in names if not name.startswith("__odr_asan")]
-        for public in ("LoadDatabase(", "logMessage(", "ResourceMapper::ParseUri(", "SQLInterface::SQLToJson("):
+        for public in ("LoadDatabase(", "getResourceOemData(", "logMessage(", "ResourceMapper::ParseUri(",
+                       "SQLInterface::SQLToJson("):
             self.assertTrue(any(name.startswith(public) for name in names), public)
         self.assertEqual([name for name in names if not PUBLIC_SYMBOL.match(name)], [])
         for name in names:
@@ -151,9 +152,11 @@ class InstalledTree(unittest.TestCase):
             with (share / name).open(encoding="utf-8") as file:
                 self.assertIsInstance(json.load(file), dict, name)
 
-    def test_service_is_installed_and_finds_its_libraries(self):
+    def test_programs_are_installed_and_find_their_libraries(self):
         environment = {key: value for key, value in os.environ.items() if key != "LD_LIBRARY_PATH"}
-        self.assertIn("--listen", run(self.prefix / "bin" / "cimgated", "--help", env=environment))
+        for program, arguments, word in (("cimgated", [], "--oem-endpoint"), ("cimgate", ["oem"], "--endpoint"),
+                                         ("cimgate-cimomd", [], "--repository")):
+            self.assertIn(word, run(self.prefix / "bin" / program, *arguments, "--help", env=environment))
 
 
 if __name__ == "__main__":
