@@ -62,6 +62,11 @@ TWO_WAY_LINKS = {
 }
 
 
+def without_containers(mapping):
+    """The entries of resources; containers only embed those, for the message queue."""
+    return {name: entry for name, entry in mapping.items() if "instances" not in entry}
+
+
 def without_live_resources(mapping):
     """The entries that are answered without an object manager: cached ones, and services without instances."""
     def is_live(entry):
@@ -78,7 +83,7 @@ class Sample(cimgate_host.Service):
     def __init__(self):
         text = MAPPING_FILE.read_text(encoding="utf-8")
         super().__init__(text)
-        self.mapping = without_live_resources(json.loads(text))
+        self.mapping = without_live_resources(without_containers(json.loads(text)))
         subprocess.run([SOURCE_DIR / "scripts" / "make-sample-cache", self.cache_path], check=True)
 
     def stop(self, signal_number=signal.SIGTERM):
@@ -190,8 +195,9 @@ class SampleData(unittest.TestCase):
         subprocess.run([SOURCE_DIR / "scripts" / "make-sample-cache", cls.cache], check=True)
         cls.database = sqlite3.connect(cls.cache)
         cls.addClassCleanup(cls.database.close)
-        with MAPPING_FILE.open(encoding="utf-8") as file:
-            cls.mapping = json.load(file)
+        entries = json.loads(MAPPING_FILE.read_text(encoding="utf-8"))
+        cls.mapping = without_containers(entries)
+        cls.containers = {name: entry for name, entry in entries.items() if name not in cls.mapping}
 
     def tables(self):
         return [name for name, in self.database.execute("select name from sqlite_master where type = 'table'")]
@@ -248,6 +254,16 @@ class SampleData(unittest.TestCase):
         self.assertEqual(resource["@odata.id"], JOBS)
         self.assertEqual(registering["@odata.id"], JOBS)
         self.assertTrue(resource["UniqueSelector"])
+
+    def test_containers_have_no_uri_and_embed_cached_instances_that_have_one_key(self):
+        self.assertEqual(sorted(self.containers), ["DriveOem", "MemoryOem"])
+        for name, container in self.containers.items():
+            self.assertNotIn("Vexo", name)
+            for embedded in container["instances"]:
+                entry = self.mapping[embedded]
+                [class_map] = entry["mappings"].values()
+                self.assertTrue(class_map["is_cached"], embedded)
+                self.assertEqual(class_map["key_properties"], [entry["UniqueSelector"]], embedded)
 
     def test_every_action_has_a_method(self):
         methods = 0

@@ -43,7 +43,7 @@ class SampleActions(unittest.TestCase):
         self.mapping = json.loads(text)
         # Actions and live reads are all that is asked for: without cached classes the service wants no cache.
         for entry in self.mapping.values():
-            for class_map in entry["mappings"].values():
+            for class_map in entry.get("mappings", {}).values():
                 class_map["is_cached"] = False
         self.service = self.enterContext(ServiceWithLog(self.mapping, options=("--cim", manager.url)))
 
@@ -174,7 +174,7 @@ class SampleActions(unittest.TestCase):
 
     def test_every_action_of_the_mapping_is_a_method_of_the_object_manager(self):
         for entry in self.mapping.values():
-            for class_map in entry["mappings"].values():
+            for class_map in entry.get("mappings", {}).values():
                 for action in class_map.get("Actions", {}).values():
                     answer = self.post(action["target"])
                     # Each has a parameter that it needs.
