@@ -50,7 +50,7 @@ httpd::Response unreadable(unsigned int status)
     }
 }
 
-httpd::Response responseOf(Outcome outcome, httpd::Response answered)
+httpd::Response answerTo(Outcome outcome, httpd::Response answered)
 {
     switch (outcome) {
     case Outcome::Answered:
@@ -288,7 +288,7 @@ void Front::handle(httpd::Request request, const httpd::Reply& reply)
     mPool.submit(workerRequest(std::move(request)),
                  [this, watched, reply](Outcome outcome, httpd::Response answered) {
                      noteOutcome(watched, outcome);
-                     httpd::Response final = responseOf(outcome, std::move(answered));
+                     httpd::Response final = answerTo(outcome, std::move(answered));
                      addCommonHeaders(final);
                      reply(std::move(final));
                  });

@@ -7,6 +7,8 @@
 
 class ExtendedErrorInfoHandling;
 
+constexpr unsigned int kInternalServerError = 500; // HTTP
+
 struct GenericErrorMessage
 {
     unsigned int code; // _ResourceMapperError

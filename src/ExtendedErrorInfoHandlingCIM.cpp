@@ -10,8 +10,6 @@
 
 namespace {
 
-constexpr unsigned int kInternalServerError = 500;
-
 // Searched from the top, first match wins; ended by a row of zeros.
 constexpr GenericErrorMessage Rf_GenericErrorMessages[] = {
     {RM_INTERNAL_ERROR, 500, "SYS446", "InternalError"},

@@ -9,11 +9,6 @@
 namespace cimxml {
 namespace {
 
-bool isNamed(pugi::xml_node node, const char* name)
-{
-    return std::strcmp(node.name(), name) == 0;
-}
-
 bool flag(pugi::xml_node element, const char* name, bool otherwise = false)
 {
     const pugi::xml_attribute attribute = element.attribute(name);

@@ -13,11 +13,6 @@ namespace {
 
 using Kind = XmlToken::Kind;
 
-bool isNamed(pugi::xml_node node, const char* name)
-{
-    return std::strcmp(node.name(), name) == 0;
-}
-
 bool isClassName(pugi::xml_node element)
 {
     return isNamed(element, "CLASSNAME");

@@ -183,6 +183,11 @@ const Method* Class::findMethod(std::string_view methodName) const
     return findNamed(methods, methodName);
 }
 
+const Parameter* Method::findParameter(std::string_view parameterName) const
+{
+    return findNamed(parameters, parameterName);
+}
+
 const Qualifier* findQualifier(const std::vector<Qualifier>& qualifiers, std::string_view name)
 {
     return findNamed(qualifiers, name);

@@ -17,11 +17,6 @@ pugi::xml_node firstElement(pugi::xml_node parent)
     return child;
 }
 
-bool isNamed(pugi::xml_node node, const char* name)
-{
-    return std::strcmp(node.name(), name) == 0;
-}
-
 // What a numeric key without a TYPE is.
 Type numericType(std::string_view text)
 {

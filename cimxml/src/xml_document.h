@@ -5,6 +5,7 @@
 #include <pugixml.hpp>
 
 #include <cstddef>
+#include <cstring>
 #include <string>
 #include <string_view>
 
@@ -27,6 +28,11 @@ pugi::xml_parse_result parseElement(char* xml, std::size_t bytes, pugi::xml_docu
 // All text of an element, where several pieces (by CDATA or comments between them) make it up too.
 // Followed by a zero byte; valid until the document ends.
 std::string_view elementText(pugi::xml_node element);
+
+inline bool isNamed(pugi::xml_node node, const char* name)
+{
+    return std::strcmp(node.name(), name) == 0;
+}
 
 // A whole text that is one element, perhaps with an XML declaration.
 class XmlDocument

@@ -7,7 +7,6 @@
 namespace {
 
 constexpr const char* kJsonContent = "application/json";
-constexpr unsigned int kInternalServerError = 500;
 constexpr unsigned int kBadRequest = 400;
 // A message takes no more arguments than this.
 constexpr size_t kMaxArguments = 3;

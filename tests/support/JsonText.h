@@ -8,6 +8,7 @@
 #include <memory>
 #include <stdexcept>
 #include <string>
+#include <vector>
 
 namespace support {
 
@@ -35,6 +36,16 @@ MATCHER_P(IsJson, text, "is " + std::string(text))
 {
     *result_listener << "which is " << compact(arg);
     return compact(arg) == compact(json(text));
+}
+
+// The ids of a list of messages, registry and version included, in order.
+inline std::vector<std::string> idsOf(const Json::Value& messages)
+{
+    std::vector<std::string> ids;
+    for (const Json::Value& message : messages) {
+        ids.push_back(message["MessageId"].asString());
+    }
+    return ids;
 }
 
 } // namespace support

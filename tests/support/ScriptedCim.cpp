@@ -33,7 +33,7 @@ ScriptedCim script;
 int livePaths = 0;
 // NOLINTEND(cppcoreguidelines-avoid-non-const-global-variables)
 
-constexpr CMPIStatus kOk = {CMPI_RC_OK, nullptr};
+constexpr CMPIStatus kSuccess = {CMPI_RC_OK, nullptr};
 
 std::string textOrNull(const char* text)
 {
@@ -69,7 +69,7 @@ CMPIEnumerationFT* enumerationTable()
             }
             delete enumeration;
             script.calls.emplace_back("release enumeration");
-            return kOk;
+            return kSuccess;
         };
         made.hasNext = [](CMPIEnumeration* base, CMPIStatus* rc) -> CMPIBoolean {
             auto* enumeration = static_cast<Enumeration*>(base);
@@ -139,7 +139,7 @@ CMCIClientFT* clientTable()
         made.release = [](CMCIClient* client) {
             delete client;
             script.calls.emplace_back("release client");
-            return kOk;
+            return kSuccess;
         };
         made.enumInstances = [](CMCIClient*, CMPIObjectPath* path, CMPIFlags flags,
                                 char** properties, CMPIStatus* rc) -> CMPIEnumeration* {
@@ -167,14 +167,14 @@ CMPIStatus addKey(CMPIObjectPath* base, const char* name, CMPIValue* value, CMPI
 {
     auto* path = static_cast<PathToCall*>(base);
     if (std::find(path->keys.begin(), path->keys.end(), name) != path->keys.end()) {
-        CMPIStatus refused = kOk;
+        CMPIStatus refused = kSuccess;
         setStatus(&refused, CMPI_RC_ERR_ALREADY_EXISTS, "exists");
         return refused;
     }
     const char* text = type == CMPI_chars ? reinterpret_cast<const char*>(value) : "?";
     path->keys.emplace_back(name);
     path->text += std::string(" ") + name + "=" + text;
-    return kOk;
+    return kSuccess;
 }
 
 CMPIObjectPathFT* pathTable()
@@ -184,7 +184,7 @@ CMPIObjectPathFT* pathTable()
         made.release = [](CMPIObjectPath* path) {
             delete static_cast<PathToCall*>(path);
             --livePaths;
-            return kOk;
+            return kSuccess;
         };
         made.addKey = &addKey;
         made.toString = [](CMPIObjectPath* path, CMPIStatus* rc) {
@@ -227,7 +227,7 @@ extern "C" CMCIClient* cmciConnect(const char* hn, const char* scheme, const cha
         *rc = {support::script.connectStatus, kMessage.Data().value.string};
         return nullptr;
     }
-    *rc = support::kOk;
+    *rc = support::kSuccess;
     return new CMCIClient{nullptr, support::clientTable()};
 }
 

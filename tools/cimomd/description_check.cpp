@@ -11,14 +11,6 @@ namespace cimomd {
 
 namespace {
 
-const cimxml::Parameter* findParameter(const cimxml::Method& method, const std::string& name)
-{
-    const auto found =
-        std::find_if(method.parameters.begin(), method.parameters.end(),
-                     [&name](const auto& one) { return cimxml::equalsIgnoreCase(one.name, name); });
-    return found == method.parameters.end() ? nullptr : &*found;
-}
-
 bool isConstant(const ValueSource& source)
 {
     return std::all_of(source.items.begin(), source.items.end(), [](const ScalarSource& item) {
@@ -66,7 +58,7 @@ bool Checker::wrong(const std::string& what)
 
 bool Checker::input(const InputSource& source)
 {
-    const cimxml::Parameter* const parameter = findParameter(mMethod, source.name);
+    const cimxml::Parameter* const parameter = mMethod.findParameter(source.name);
     if (parameter == nullptr) {
         return wrong("the method " + mMethod.name + " has no parameter " + source.name);
     }
@@ -105,7 +97,7 @@ bool Checker::objectClass(const ObjectSource& object, const ClassEntry*& cls)
 {
     cls = std::holds_alternative<CalledObject>(object) ? &mClass : nullptr;
     if (const auto* const named = std::get_if<InputSource>(&object)) {
-        const cimxml::Parameter* const parameter = findParameter(mMethod, named->name);
+        const cimxml::Parameter* const parameter = mMethod.findParameter(named->name);
         if (!named->key.empty() || parameter == nullptr ||
             parameter->type != cimxml::Type::Reference) {
             return wrong("the object is no parameter of " + mMethod.name + " that is a reference");
@@ -158,7 +150,7 @@ bool Checker::condition(const CallCondition& condition)
     if (!input(condition.input)) {
         return false;
     }
-    const cimxml::Parameter& parameter = *findParameter(mMethod, condition.input.name);
+    const cimxml::Parameter& parameter = *mMethod.findParameter(condition.input.name);
     const bool isAboutInstance = condition.test == CallCondition::Test::Exists ||
                                  condition.test == CallCondition::Test::IsMissing;
     if (isAboutInstance && parameter.type != cimxml::Type::Reference) {
@@ -173,7 +165,7 @@ bool Checker::condition(const CallCondition& condition)
 
 bool Checker::output(const Assignment& output)
 {
-    const cimxml::Parameter* const parameter = findParameter(mMethod, output.name);
+    const cimxml::Parameter* const parameter = mMethod.findParameter(output.name);
     return parameter == nullptr
                ? input({output.name})
                : value(output.value, {parameter->type, parameter->isArray, parameter->name});

@@ -164,14 +164,14 @@ std::string percentDecoded(std::string_view text)
 
 std::string percentEncoded(std::string_view text)
 {
-    constexpr std::string_view kDigits = "0123456789ABCDEF";
+    constexpr std::string_view kHexDigits = "0123456789ABCDEF";
     std::string encoded;
     for (const char c : text) {
         const auto byte = static_cast<unsigned char>(c);
         if (byte > 0x20 && byte < 0x7F && c != '%') {
             encoded += c;
         } else {
-            encoded += {'%', kDigits[byte >> 4U], kDigits[byte & 0xFU]};
+            encoded += {'%', kHexDigits[byte >> 4U], kHexDigits[byte & 0xFU]};
         }
     }
     return encoded;

@@ -11,15 +11,6 @@ namespace cimomd {
 
 namespace {
 
-const cimxml::Parameter* findParameter(const cimxml::Method& method, const std::string& name)
-{
-    const auto found = std::find_if(method.parameters.begin(), method.parameters.end(),
-                                    [&name](const cimxml::Parameter& parameter) {
-                                        return cimxml::equalsIgnoreCase(parameter.name, name);
-                                    });
-    return found == method.parameters.end() ? nullptr : &*found;
-}
-
 // Many a client gives a point in time the suffix of an interval: "20240501102030.000000:000". No
 // interval has millions of days, so what is a date in its first digits is taken for one, of UTC.
 void settleDateTime(cimxml::Scalar& scalar)
@@ -46,7 +37,7 @@ bool readInputs(const cimxml::Method& method, std::vector<cimxml::MethodParamete
                 std::vector<cimxml::MethodParameter>& inputs, cimxml::CimError& error)
 {
     for (cimxml::MethodParameter& input : given) {
-        const cimxml::Parameter* const declared = findParameter(method, input.name);
+        const cimxml::Parameter* const declared = method.findParameter(input.name);
         if (declared == nullptr) {
             return fail(error, kInvalidParameter,
                         "the method " + method.name + " has no parameter " + input.name);

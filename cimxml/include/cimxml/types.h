@@ -183,6 +183,8 @@ struct Method
     std::string classOrigin = {};
     std::vector<Parameter> parameters = {};
     std::vector<Qualifier> qualifiers = {};
+
+    const Parameter* findParameter(std::string_view parameterName) const;
 };
 
 struct Class

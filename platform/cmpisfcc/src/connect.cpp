@@ -21,11 +21,6 @@ constexpr const char* kLoopback = "127.0.0.1";
 // NOLINTNEXTLINE(cppcoreguidelines-avoid-non-const-global-variables)
 std::optional<Endpoint> directedTo;
 
-std::string textOrNone(const char* text)
-{
-    return text == nullptr ? "" : text;
-}
-
 bool isLocal(const ConnectParameters& parameters)
 {
     // NOLINTNEXTLINE(concurrency-mt-unsafe): nobody writes the environment

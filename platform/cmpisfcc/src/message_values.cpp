@@ -12,11 +12,6 @@ namespace {
 
 using cimxml::Type;
 
-std::string textOrNone(const char* text)
-{
-    return text == nullptr ? "" : text;
-}
-
 // Embedded objects are strings that hold XML.
 std::optional<Type> messageType(CMPIType element)
 {

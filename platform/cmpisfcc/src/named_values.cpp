@@ -1,29 +1,15 @@
 #include "objects.h"
 #include "values.h"
 
+#include <cimxml/types.h>
+
 #include <algorithm>
 
 namespace cmpisfcc {
 
-namespace {
-
-char lower(char c)
-{
-    return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
-}
-
-} // namespace
-
 bool sameName(const char* left, const char* right)
 {
-    while (lower(*left) == lower(*right)) {
-        if (*left == '\0') {
-            return true;
-        }
-        ++left;
-        ++right;
-    }
-    return false;
+    return cimxml::equalsIgnoreCase(left, right);
 }
 
 NamedValue* NamedValues::find(const char* name) const

@@ -9,6 +9,7 @@
 #include "status.h"
 
 #include <memory>
+#include <string>
 #include <string_view>
 #include <type_traits>
 
@@ -197,6 +198,11 @@ inline const char* charsOf(const CMPIString* string)
 
 // Names compare without regard to (ASCII) case.
 bool sameName(const char* left, const char* right);
+
+inline std::string textOrNone(const char* text)
+{
+    return text == nullptr ? "" : text;
+}
 
 } // namespace cmpisfcc
 

@@ -8,19 +8,15 @@
 #include <string_view>
 #include <vector>
 
-namespace {
-
-struct Header
-{
-    std::string name;
-    std::string value;
-};
-
-} // namespace
-
 // NOLINTNEXTLINE(readability-identifier-naming): the C interface fixes the name
 struct OL_Scope
 {
+    struct Header
+    {
+        std::string name;
+        std::string value;
+    };
+
     std::string requestUrl;
     int status = 200;
     std::deque<Header> headers; // a deque: texts that were handed out stay where they are
@@ -70,12 +66,11 @@ bool store(OL_Scope& scope, Store step) noexcept
     return !scope.isIncomplete;
 }
 
-void setHeader(OL_Scope& scope, Header header)
+void setHeader(OL_Scope& scope, OL_Scope::Header header)
 {
-    const auto same =
-        std::find_if(scope.headers.begin(), scope.headers.end(), [&header](const Header& other) {
-            return isSameName(other.name, header.name);
-        });
+    const auto same = std::find_if(
+        scope.headers.begin(), scope.headers.end(),
+        [&header](const OL_Scope::Header& other) { return isSameName(other.name, header.name); });
     if (same == scope.headers.end()) {
         scope.headers.push_back(std::move(header));
     } else {
@@ -131,7 +126,7 @@ OL_URI* OL_Scope_NewURI(OL_Scope* scope)
 void OL_Scope_SetHeader(OL_Scope* scope, const char* name, const char* value)
 {
     store(*scope, [&] {
-        Header header{std::string(headerText(name)), std::string(headerText(value))};
+        OL_Scope::Header header{std::string(headerText(name)), std::string(headerText(value))};
         if (!header.name.empty()) {
             setHeader(*scope, std::move(header));
         }

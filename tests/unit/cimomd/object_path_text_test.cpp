@@ -5,7 +5,7 @@
 
 namespace {
 
-cimxml::ObjectPath read(std::string_view text)
+cimxml::ObjectPath readPath(std::string_view text)
 {
     cimxml::ObjectPath path;
     EXPECT_TRUE(cimomd::readObjectPath(text, path)) << text;
@@ -15,7 +15,7 @@ cimxml::ObjectPath read(std::string_view text)
 TEST(ObjectPathText, AllParts)
 {
     const cimxml::ObjectPath path =
-        read("//host:5988/root/xcim:XCIM_Fan.Name=\"a\\\"b\\\\,.:=\",Slot=7");
+        readPath("//host:5988/root/xcim:XCIM_Fan.Name=\"a\\\"b\\\\,.:=\",Slot=7");
     EXPECT_EQ(path.host, "host:5988");
     EXPECT_EQ(path.nameSpace, "root/xcim");
     EXPECT_EQ(path.className, "XCIM_Fan");
@@ -28,8 +28,8 @@ TEST(ObjectPathText, AllParts)
 
 TEST(ObjectPathText, AllButTheClassMayBeMissing)
 {
-    EXPECT_EQ(read("XCIM_Fan").className, "XCIM_Fan");
-    const cimxml::ObjectPath path = read("XCIM_Fan.Name=\"root:x\"");
+    EXPECT_EQ(readPath("XCIM_Fan").className, "XCIM_Fan");
+    const cimxml::ObjectPath path = readPath("XCIM_Fan.Name=\"root:x\"");
     EXPECT_EQ(path.nameSpace, "");
     EXPECT_EQ(std::get<std::string>(path.keys.at(0).value), "root:x");
 }

@@ -196,19 +196,19 @@ TEST_F(OperationsTest, MethodsThatAreNotThere)
 TEST_F(OperationsTest, MethodsGetTheirInputsInTheDeclaredTypes)
 {
     Recorder recorder;
-    cimxml::MethodParameter seconds;
-    seconds.name = "SECONDS";
-    seconds.value = cimxml::Value::of(Type::String, std::string("5"));
-    EXPECT_THAT(invoke(recorder, "stop", path("BigFan", {{"Id", "big"}}), true, {seconds}),
+    cimxml::MethodParameter waiting;
+    waiting.name = "SECONDS";
+    waiting.value = cimxml::Value::of(Type::String, std::string("5"));
+    EXPECT_THAT(invoke(recorder, "stop", path("BigFan", {{"Id", "big"}}), true, {waiting}),
                 HasSubstr("<VALUE>4096</VALUE>"));
     EXPECT_EQ(recorder.mSaw, "Stop of an instance Seconds=uint16 5");
     invoke(recorder, "Stop", path("Fan", {}), false);
     EXPECT_EQ(recorder.mSaw, "Stop of the class");
-    seconds.value.scalar = std::string("soon");
-    EXPECT_THAT(invoke(recorder, "Stop", mFan, true, {seconds}),
+    waiting.value.scalar = std::string("soon");
+    EXPECT_THAT(invoke(recorder, "Stop", mFan, true, {waiting}),
                 HasSubstr(code(cimomd::kInvalidParameter)));
-    seconds.name = "Hours";
-    EXPECT_THAT(invoke(recorder, "Stop", mFan, true, {seconds}),
+    waiting.name = "Hours";
+    EXPECT_THAT(invoke(recorder, "Stop", mFan, true, {waiting}),
                 HasSubstr(code(cimomd::kInvalidParameter)));
 }
 

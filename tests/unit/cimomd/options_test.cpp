@@ -18,7 +18,7 @@ cimomd::Options parsed(const Arguments& arguments)
     return options;
 }
 
-std::string problemOf(const Arguments& arguments)
+std::string optionsProblem(const Arguments& arguments)
 {
     cimomd::Options options;
     std::string problem;
@@ -33,7 +33,7 @@ TEST(Options, OnlyTheRepositoryIsNeeded)
     EXPECT_EQ(options.address, "127.0.0.1");
     EXPECT_EQ(options.port, 5988);
     EXPECT_FALSE(options.help);
-    EXPECT_THAT(problemOf({}), HasSubstr("--repository is missing"));
+    EXPECT_THAT(optionsProblem({}), HasSubstr("--repository is missing"));
 }
 
 TEST(Options, ValuesAsNextArgumentOrAfterAnEqualsSign)
@@ -56,19 +56,20 @@ TEST(Options, ListenNeedsANumericLoopbackAddressAndAPort)
 {
     for (const char* text : {"5988", "127.0.0.1", "127.0.0.1:", "127.0.0.1:x", "127.0.0.1:65536",
                              "127.0.0.1:-1", "localhost:5988", "::1:5988", "[::1]"}) {
-        EXPECT_THAT(problemOf({"--listen", text}), HasSubstr("for example 127.0.0.1:5988")) << text;
+        EXPECT_THAT(optionsProblem({"--listen", text}), HasSubstr("for example 127.0.0.1:5988"))
+            << text;
     }
     for (const char* text : {"0.0.0.0:5988", "192.168.0.1:5988", "[::]:5988"}) {
-        EXPECT_THAT(problemOf({"--listen", text}), HasSubstr("only loopback")) << text;
+        EXPECT_THAT(optionsProblem({"--listen", text}), HasSubstr("only loopback")) << text;
     }
 }
 
 TEST(Options, UnknownOptionsAndMissingValuesAreNamed)
 {
-    EXPECT_THAT(problemOf({"--port", "1"}), HasSubstr("unknown option --port;"));
-    EXPECT_THAT(problemOf({"dir"}), HasSubstr("unknown option dir;"));
-    EXPECT_THAT(problemOf({"--repository"}), HasSubstr("--repository needs a value"));
-    EXPECT_THAT(problemOf({"--listen="}), HasSubstr("--listen needs a value"));
+    EXPECT_THAT(optionsProblem({"--port", "1"}), HasSubstr("unknown option --port;"));
+    EXPECT_THAT(optionsProblem({"dir"}), HasSubstr("unknown option dir;"));
+    EXPECT_THAT(optionsProblem({"--repository"}), HasSubstr("--repository needs a value"));
+    EXPECT_THAT(optionsProblem({"--listen="}), HasSubstr("--listen needs a value"));
 }
 
 } // namespace

@@ -10,7 +10,7 @@ using cimomd::Operand;
 using cimomd::Query;
 using cimomd::QueryLanguage;
 
-Query read(std::string_view text, QueryLanguage language = QueryLanguage::Cql)
+Query readQuery(std::string_view text, QueryLanguage language = QueryLanguage::Cql)
 {
     Query query;
     std::string problem;
@@ -18,7 +18,7 @@ Query read(std::string_view text, QueryLanguage language = QueryLanguage::Cql)
     return query;
 }
 
-std::string problemOf(std::string_view text)
+std::string queryProblem(std::string_view text)
 {
     Query query;
     std::string problem;
@@ -66,20 +66,20 @@ std::string describe(const Condition& condition)
 // The condition of a query.
 std::string where(const std::string& text)
 {
-    const Query query = read("SELECT * FROM C WHERE " + text);
+    const Query query = readQuery("SELECT * FROM C WHERE " + text);
     return query.where.empty() ? "" : describe(query.where.front());
 }
 
 TEST(Query, SelectsAllOrSomePropertiesOfAClass)
 {
-    Query query = read("SELECT * FROM XCIM_Fan");
+    Query query = readQuery("SELECT * FROM XCIM_Fan");
     EXPECT_TRUE(query.properties.empty());
     EXPECT_EQ(query.className, "XCIM_Fan");
     EXPECT_TRUE(query.where.empty());
-    query = read("select Name,XCIM_FAN.Speed , f.Unit from XCIM_Fan f where f.Speed>1");
+    query = readQuery("select Name,XCIM_FAN.Speed , f.Unit from XCIM_Fan f where f.Speed>1");
     EXPECT_EQ(query.properties, (std::vector<std::string>{"Name", "Speed", "Unit"}));
     EXPECT_EQ(describe(query.where.front()), "(> Speed #1)");
-    EXPECT_EQ(read("SELECT f.Name FROM XCIM_Fan AS f").properties.front(), "Name");
+    EXPECT_EQ(readQuery("SELECT f.Name FROM XCIM_Fan AS f").properties.front(), "Name");
 }
 
 TEST(Query, Comparisons)
@@ -120,8 +120,10 @@ TEST(Query, NullAndLike)
 TEST(Query, PatternsAreThoseOfTheLanguage)
 {
     const char* text = "SELECT * FROM C WHERE A LIKE 'F%'";
-    EXPECT_FALSE(read(text, QueryLanguage::Cql).where[0].parts[0].parts[0].pattern.matches("Fan"));
-    EXPECT_TRUE(read(text, QueryLanguage::Wql).where[0].parts[0].parts[0].pattern.matches("Fan"));
+    EXPECT_FALSE(
+        readQuery(text, QueryLanguage::Cql).where[0].parts[0].parts[0].pattern.matches("Fan"));
+    EXPECT_TRUE(
+        readQuery(text, QueryLanguage::Wql).where[0].parts[0].parts[0].pattern.matches("Fan"));
 }
 
 TEST(Query, QuotesAndBackslashesInTexts)
@@ -135,33 +137,33 @@ TEST(Query, QuotesAndBackslashesInTexts)
 
 TEST(Query, ProblemsSayWhere)
 {
-    EXPECT_EQ(problemOf(""), "expected SELECT at offset 0, where the query ends");
-    EXPECT_EQ(problemOf("SELECT"), "expected a property at offset 6, where the query ends");
-    EXPECT_EQ(problemOf("SELECT A, FROM C"), "expected FROM at offset 15");
-    EXPECT_EQ(problemOf("SELECT * FROM"), "expected a class at offset 13, where the query ends");
-    EXPECT_EQ(problemOf("SELECT * FROM C AS"),
+    EXPECT_EQ(queryProblem(""), "expected SELECT at offset 0, where the query ends");
+    EXPECT_EQ(queryProblem("SELECT"), "expected a property at offset 6, where the query ends");
+    EXPECT_EQ(queryProblem("SELECT A, FROM C"), "expected FROM at offset 15");
+    EXPECT_EQ(queryProblem("SELECT * FROM"), "expected a class at offset 13, where the query ends");
+    EXPECT_EQ(queryProblem("SELECT * FROM C AS"),
               "expected the alias of the class at offset 18, where the query ends");
-    EXPECT_EQ(problemOf("SELECT * FROM C WHERE A"),
+    EXPECT_EQ(queryProblem("SELECT * FROM C WHERE A"),
               "expected a comparison at offset 23, where the query ends");
-    EXPECT_EQ(problemOf("SELECT * FROM C WHERE (A=1"),
+    EXPECT_EQ(queryProblem("SELECT * FROM C WHERE (A=1"),
               "expected \")\" at offset 26, where the query ends");
-    EXPECT_EQ(problemOf("SELECT * FROM C WHERE A=1 B"),
+    EXPECT_EQ(queryProblem("SELECT * FROM C WHERE A=1 B"),
               "expected the end of the query at offset 26");
-    EXPECT_EQ(problemOf("SELECT * FROM C WHERE A IS 5"), "expected NULL at offset 27");
-    EXPECT_EQ(problemOf("SELECT * FROM C WHERE A LIKE 5"),
+    EXPECT_EQ(queryProblem("SELECT * FROM C WHERE A IS 5"), "expected NULL at offset 27");
+    EXPECT_EQ(queryProblem("SELECT * FROM C WHERE A LIKE 5"),
               "expected a pattern in quotes at offset 29");
-    EXPECT_EQ(problemOf("SELECT * FROM C WHERE A = 'x"),
+    EXPECT_EQ(queryProblem("SELECT * FROM C WHERE A = 'x"),
               "a text without its closing quote at offset 26");
-    EXPECT_EQ(problemOf("SELECT * FROM C; "), "an unexpected character at offset 15");
-    EXPECT_EQ(problemOf("SELECT x.A FROM C"), "x is not the class that is selected from");
-    EXPECT_EQ(problemOf("SELECT * FROM C WHERE 1 = 1"),
+    EXPECT_EQ(queryProblem("SELECT * FROM C; "), "an unexpected character at offset 15");
+    EXPECT_EQ(queryProblem("SELECT x.A FROM C"), "x is not the class that is selected from");
+    EXPECT_EQ(queryProblem("SELECT * FROM C WHERE 1 = 1"),
               "expected a comparison of a property before this at offset 27, where the query ends");
 }
 
 TEST(Query, NestingIsLimited)
 {
     const std::string deep(100, '(');
-    EXPECT_EQ(problemOf("SELECT * FROM C WHERE " + deep), "conditions are nested too deep");
+    EXPECT_EQ(queryProblem("SELECT * FROM C WHERE " + deep), "conditions are nested too deep");
     const std::string fine(60, '(');
     EXPECT_EQ(where(fine + "A=1" + std::string(60, ')')), "(= A #1)");
 }

@@ -23,7 +23,7 @@ std::string document(const std::string& groups)
            groups + "\n</DECLARATION>\n</CIM>\n";
 }
 
-cimxml::Declarations read(const std::string& text)
+cimxml::Declarations readDeclarations(const std::string& text)
 {
     cimxml::Declarations declarations;
     std::string problem;
@@ -41,11 +41,12 @@ std::string problemOf(const std::string& text)
 
 TEST(Declarations, give_classes_and_instances_in_their_namespace)
 {
-    const auto all = read(document("<DECLGROUP>" + kNameSpace +
-                                   "<QUALIFIER.DECLARATION NAME='Key' TYPE='boolean'><SCOPE "
-                                   "CLASS='true'/></QUALIFIER.DECLARATION>"
-                                   "<VALUE.OBJECT><CLASS NAME='A'/></VALUE.OBJECT><VALUE.OBJECT>" +
-                                   kInstance + "</VALUE.OBJECT></DECLGROUP>"));
+    const auto all =
+        readDeclarations(document("<DECLGROUP>" + kNameSpace +
+                                  "<QUALIFIER.DECLARATION NAME='Key' TYPE='boolean'><SCOPE "
+                                  "CLASS='true'/></QUALIFIER.DECLARATION>"
+                                  "<VALUE.OBJECT><CLASS NAME='A'/></VALUE.OBJECT><VALUE.OBJECT>" +
+                                  kInstance + "</VALUE.OBJECT></DECLGROUP>"));
     ASSERT_EQ(all.classes.size(), 1U);
     EXPECT_EQ(all.classes[0].nameSpace, "root/xcim");
     EXPECT_EQ(all.classes[0].cls.name, "A");
@@ -57,11 +58,11 @@ TEST(Declarations, give_classes_and_instances_in_their_namespace)
 
 TEST(Declarations, may_name_their_objects)
 {
-    const auto all =
-        read(document("<DECLGROUP.WITHNAME><NAMESPACEPATH><HOST>h</HOST>" + kNameSpace +
-                      "</NAMESPACEPATH><VALUE.NAMEDOBJECT>" + kName + kInstance +
-                      "</VALUE.NAMEDOBJECT><VALUE.NAMEDOBJECT><CLASS NAME='A'/></VALUE.NAMEDOBJECT>"
-                      "</DECLGROUP.WITHNAME>"));
+    const auto all = readDeclarations(
+        document("<DECLGROUP.WITHNAME><NAMESPACEPATH><HOST>h</HOST>" + kNameSpace +
+                 "</NAMESPACEPATH><VALUE.NAMEDOBJECT>" + kName + kInstance +
+                 "</VALUE.NAMEDOBJECT><VALUE.NAMEDOBJECT><CLASS NAME='A'/></VALUE.NAMEDOBJECT>"
+                 "</DECLGROUP.WITHNAME>"));
     ASSERT_EQ(all.instances.size(), 1U);
     EXPECT_EQ(all.instances[0].nameSpace, "root/xcim");
     EXPECT_EQ(lineOf(all.instances[0].path), "A.Id=\"k\"");
@@ -70,7 +71,7 @@ TEST(Declarations, may_name_their_objects)
 
 TEST(Declarations, may_give_whole_paths)
 {
-    const auto all = read(document(
+    const auto all = readDeclarations(document(
         "<DECLGROUP.WITHPATH><VALUE.OBJECTWITHLOCALPATH><LOCALINSTANCEPATH>" + kNameSpace + kName +
         "</LOCALINSTANCEPATH>" + kInstance +
         "</VALUE.OBJECTWITHLOCALPATH><VALUE.OBJECTWITHPATH><CLASSPATH><NAMESPACEPATH><HOST>h</"
@@ -87,8 +88,9 @@ TEST(Declarations, may_give_whole_paths)
 
 TEST(Declarations, add_up_over_groups_and_documents)
 {
-    cimxml::Declarations all = read(document("<DECLGROUP/><DECLGROUP><VALUE.OBJECT>"
-                                             "<CLASS NAME='A'/></VALUE.OBJECT></DECLGROUP>"));
+    cimxml::Declarations all =
+        readDeclarations(document("<DECLGROUP/><DECLGROUP><VALUE.OBJECT>"
+                                  "<CLASS NAME='A'/></VALUE.OBJECT></DECLGROUP>"));
     std::string problem;
     ASSERT_TRUE(cimxml::readDeclarations(document("<DECLGROUP><VALUE.OBJECT><CLASS NAME='B'/>"
                                                   "</VALUE.OBJECT></DECLGROUP>"),

@@ -14,7 +14,7 @@ using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
 
-const cimxml::ObjectPath kPath = {
+const cimxml::ObjectPath kWrittenPath = {
     "h", "root/xcim", "XCIM_Thing", {{"Id", Type::String, std::string("a\"b")}}};
 
 cimxml::Instance thing(const Value& value)
@@ -25,7 +25,7 @@ cimxml::Instance thing(const Value& value)
     return instance;
 }
 
-std::vector<std::string> read(const std::string& answer)
+std::vector<std::string> readBack(const std::string& answer)
 {
     Recorder recorder;
     cimxml::ResponseReader reader(recorder);
@@ -42,7 +42,7 @@ std::string written(const Value& value)
 
 std::string roundTrip(const Value& value)
 {
-    return read(written(value)).at(1);
+    return readBack(written(value)).at(1);
 }
 
 TEST(ResponseWriter, writes_a_whole_message)
@@ -63,17 +63,17 @@ TEST(ResponseWriter, writes_every_kind_of_object)
     cimxml::Class cls;
     cls.name = "XCIM_Thing";
     cimxml::ResponseWriter writer("1", "Any");
-    writer.addNamedInstance(kPath, thing(five));
-    writer.addInstanceName(kPath);
-    writer.addObjectPath(kPath);
-    writer.addClassPath(kPath);
-    writer.addObjectWithPath(kPath, thing(five));
-    writer.addClassWithPath(kPath, cls);
+    writer.addNamedInstance(kWrittenPath, thing(five));
+    writer.addInstanceName(kWrittenPath);
+    writer.addObjectPath(kWrittenPath);
+    writer.addClassPath(kWrittenPath);
+    writer.addObjectWithPath(kWrittenPath, thing(five));
+    writer.addClassWithPath(kWrittenPath, cls);
     writer.addObject(thing(five));
     writer.addClass(cls);
     writer.addValue(five);
     writer.addValue(Value::null(Type::Uint8));
-    EXPECT_THAT(read(writer.finish()),
+    EXPECT_THAT(readBack(writer.finish()),
                 ElementsAre("instance XCIM_Thing at XCIM_Thing.Id=\"a\"b\"", "A uint8 '5'",
                             "path XCIM_Thing.Id=\"a\"b\"",
                             "path //h/root/xcim:XCIM_Thing.Id=\"a\"b\"",
@@ -95,9 +95,9 @@ TEST(ResponseWriter, writes_every_type_so_that_it_reads_back)
     EXPECT_EQ(roundTrip(Value::of(Type::Real64, -1e-300)), "A real64 '-1.0e-300'");
     EXPECT_EQ(roundTrip(Value::of(Type::DateTime, std::string("20240229235959.123456+060"))),
               "A datetime '20240229235959.123456+060'");
-    EXPECT_EQ(
-        roundTrip(Value::of(Type::Reference, std::make_shared<const cimxml::ObjectPath>(kPath))),
-        "A reference '[//h/root/xcim:XCIM_Thing.Id=\"a\"b\"]'");
+    EXPECT_EQ(roundTrip(Value::of(Type::Reference,
+                                  std::make_shared<const cimxml::ObjectPath>(kWrittenPath))),
+              "A reference '[//h/root/xcim:XCIM_Thing.Id=\"a\"b\"]'");
     EXPECT_EQ(roundTrip(Value::of(Type::String, std::string())), "A string ''");
     EXPECT_EQ(roundTrip(Value::null(Type::String)), "A string null");
 }
@@ -121,7 +121,7 @@ TEST(ResponseWriter, escapes_what_xml_reads_otherwise)
 
 TEST(ResponseWriter, keeps_line_ends_in_attributes)
 {
-    EXPECT_THAT(read(cimxml::encodeErrorResponse("1", "Op", {4, "a\n\t\r\"b"})),
+    EXPECT_THAT(readBack(cimxml::encodeErrorResponse("1", "Op", {4, "a\n\t\r\"b"})),
                 ElementsAre("error 4 a\n\t\r\"b"));
 }
 
@@ -141,9 +141,9 @@ TEST(ResponseWriter, replaces_what_xml_cannot_carry)
 
 TEST(Responses, tell_that_nothing_is_returned)
 {
-    EXPECT_THAT(read(cimxml::encodeEmptyResponse("1", "DeleteInstance")), IsEmpty());
+    EXPECT_THAT(readBack(cimxml::encodeEmptyResponse("1", "DeleteInstance")), IsEmpty());
     cimxml::ResponseWriter writer("1", "EnumerateInstances");
-    EXPECT_THAT(read(writer.finish()), IsEmpty());
+    EXPECT_THAT(readBack(writer.finish()), IsEmpty());
 }
 
 TEST(Responses, tell_what_a_method_returns)
@@ -154,11 +154,11 @@ TEST(Responses, tell_what_a_method_returns)
     cimxml::MethodParameter object = {.name = "Object",
                                       .value = Value::of(Type::String, std::string("<a/>")),
                                       .embedded = cimxml::Embedded::Instance};
-    EXPECT_THAT(read(cimxml::encodeMethodResponse("1", "Reset", &result, {untyped, object})),
+    EXPECT_THAT(readBack(cimxml::encodeMethodResponse("1", "Reset", &result, {untyped, object})),
                 ElementsAre("returned uint32 '0'", "output Text untyped string 'x'",
                             "output Object instance string '<a/>'"));
-    EXPECT_THAT(read(cimxml::encodeMethodResponse("1", "Reset", nullptr, {})), IsEmpty());
-    EXPECT_THAT(read(cimxml::encodeMethodErrorResponse("1", "Reset", {17, "no such method"})),
+    EXPECT_THAT(readBack(cimxml::encodeMethodResponse("1", "Reset", nullptr, {})), IsEmpty());
+    EXPECT_THAT(readBack(cimxml::encodeMethodErrorResponse("1", "Reset", {17, "no such method"})),
                 ElementsAre("error 17 no such method"));
 }
 

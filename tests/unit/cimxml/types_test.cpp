@@ -8,7 +8,7 @@ namespace {
 using cimxml::ObjectPath;
 using cimxml::Type;
 
-ObjectPath thing(std::vector<cimxml::KeyBinding> keys)
+ObjectPath thingPath(std::vector<cimxml::KeyBinding> keys)
 {
     return {"host", "root/xcim", "XCIM_Thing", std::move(keys)};
 }
@@ -49,9 +49,9 @@ TEST(Find, ignores_case)
 
 TEST(SamePath, ignores_case_of_names_order_of_keys_and_where_the_object_is)
 {
-    const ObjectPath a =
-        thing({{"Id", Type::String, std::string("x")}, {"Port", Type::Uint32, std::uint64_t{1}}});
-    ObjectPath b = thing(
+    const ObjectPath a = thingPath(
+        {{"Id", Type::String, std::string("x")}, {"Port", Type::Uint32, std::uint64_t{1}}});
+    ObjectPath b = thingPath(
         {{"PORT", Type::Uint64, std::uint64_t{1}, true}, {"ID", Type::String, std::string("x")}});
     b.className = "xcim_thing";
     b.host = "";
@@ -61,30 +61,31 @@ TEST(SamePath, ignores_case_of_names_order_of_keys_and_where_the_object_is)
 
 TEST(SamePath, compares_key_values_exactly)
 {
-    const ObjectPath a = thing({{"Id", Type::String, std::string("x")}});
-    EXPECT_FALSE(cimxml::samePath(a, thing({{"Id", Type::String, std::string("X")}})));
-    EXPECT_FALSE(cimxml::samePath(a, thing({{"Name", Type::String, std::string("x")}})));
-    EXPECT_FALSE(cimxml::samePath(a, thing({})));
-    EXPECT_FALSE(cimxml::samePath(thing({{"Port", Type::String, std::string("1")}}),
-                                  thing({{"Port", Type::Uint8, std::uint64_t{1}}})));
+    const ObjectPath a = thingPath({{"Id", Type::String, std::string("x")}});
+    EXPECT_FALSE(cimxml::samePath(a, thingPath({{"Id", Type::String, std::string("X")}})));
+    EXPECT_FALSE(cimxml::samePath(a, thingPath({{"Name", Type::String, std::string("x")}})));
+    EXPECT_FALSE(cimxml::samePath(a, thingPath({})));
+    EXPECT_FALSE(cimxml::samePath(thingPath({{"Port", Type::String, std::string("1")}}),
+                                  thingPath({{"Port", Type::Uint8, std::uint64_t{1}}})));
 }
 
 TEST(SamePath, looks_into_references)
 {
     const auto reference = [](const char* id) {
-        return std::make_shared<const ObjectPath>(thing({{"Id", Type::String, std::string(id)}}));
+        return std::make_shared<const ObjectPath>(
+            thingPath({{"Id", Type::String, std::string(id)}}));
     };
-    const ObjectPath a = thing({{"Part", Type::Reference, reference("x")}});
-    EXPECT_TRUE(cimxml::samePath(a, thing({{"part", Type::Reference, reference("x")}})));
-    EXPECT_FALSE(cimxml::samePath(a, thing({{"part", Type::Reference, reference("y")}})));
+    const ObjectPath a = thingPath({{"Part", Type::Reference, reference("x")}});
+    EXPECT_TRUE(cimxml::samePath(a, thingPath({{"part", Type::Reference, reference("x")}})));
+    EXPECT_FALSE(cimxml::samePath(a, thingPath({{"part", Type::Reference, reference("y")}})));
 }
 
 TEST(PathText, shows_class_and_keys)
 {
-    EXPECT_EQ(cimxml::pathText(thing({{"Id", Type::String, std::string("x")},
-                                      {"Port", Type::Uint32, std::uint64_t{1}}})),
+    EXPECT_EQ(cimxml::pathText(thingPath({{"Id", Type::String, std::string("x")},
+                                          {"Port", Type::Uint32, std::uint64_t{1}}})),
               "XCIM_Thing.Id=\"x\",Port=1");
-    EXPECT_EQ(cimxml::pathText(thing({})), "XCIM_Thing");
+    EXPECT_EQ(cimxml::pathText(thingPath({})), "XCIM_Thing");
 }
 
 TEST(Value, of_nothing_is_null)

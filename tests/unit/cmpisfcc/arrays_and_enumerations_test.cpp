@@ -90,8 +90,6 @@ Owner<CMPIEnumeration> makeEnumeration()
     return own(static_cast<CMPIEnumeration*>(enumeration.release()));
 }
 
-} // namespace
-
 TEST(Enumeration, IsWalkedOnce)
 {
     const auto enumeration = makeEnumeration();
@@ -128,3 +126,5 @@ TEST(Enumeration, AClonedElementOutlivesIt)
     CMPIArray* cloned = CMToArray(clone.get(), nullptr);
     EXPECT_EQ(CMGetArrayCount(cloned, nullptr), 2U);
 }
+
+} // namespace

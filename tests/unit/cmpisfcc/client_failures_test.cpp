@@ -58,8 +58,6 @@ protected:
     Owner<CMCIClient> mClient;
 };
 
-} // namespace
-
 TEST_F(ClientFailures, TheObjectManagersErrorIsPassedOn)
 {
     replyBody(CannedServer::message(
@@ -284,3 +282,5 @@ TEST_F(ClientFailures, AMethodIsNotSentTwice)
     EXPECT_EQ(result.state, CMPI_nullValue | CMPI_notFound);
     EXPECT_EQ(mServer.requests().size(), 2U);
 }
+
+} // namespace

@@ -65,8 +65,6 @@ protected:
     Status mStatus;
 };
 
-} // namespace
-
 TEST_F(ClientOperations, RequestsCarryTheHeadersOfCimOperations)
 {
     mServer.addXml(CannedServer::returning("EnumerateInstances", ""));
@@ -335,3 +333,5 @@ TEST_F(ClientOperations, AClientCannotBeCloned)
     EXPECT_EQ(mStatus.code(), CMPI_RC_ERR_NOT_SUPPORTED);
     EXPECT_EQ(mStatus.message(), "Clone function not supported");
 }
+
+} // namespace

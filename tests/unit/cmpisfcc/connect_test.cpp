@@ -59,8 +59,6 @@ protected:
     Status mStatus;
 };
 
-} // namespace
-
 TEST_F(Connect, ARemoteObjectManagerIsNotContactedYet)
 {
     const ClosedPort closed;
@@ -191,3 +189,5 @@ TEST_F(Connect, ThreadsWithAClientEachNeedNoLock)
     work();
     other.join();
 }
+
+} // namespace

@@ -16,8 +16,6 @@ std::string textOfBinary(CMPIUint64 usec, bool interval)
     return taken(CMGetStringFormat(time.get(), nullptr));
 }
 
-} // namespace
-
 TEST(DateTime, KeepsItsTextAsGiven)
 {
     for (const char* text :
@@ -78,3 +76,5 @@ TEST(DateTime, RefusesOtherText)
     }
     EXPECT_EQ(native_new_CMPIDateTime_fromChars(nullptr, nullptr), nullptr);
 }
+
+} // namespace

@@ -16,8 +16,6 @@ CMPIStatus setChars(CMPIInstance* instance, const char* name, const char* text)
     return CMSetProperty(instance, name, const_cast<char*>(text), CMPI_chars);
 }
 
-} // namespace
-
 TEST(Instance, BeginsWithTheKeysOfItsPath)
 {
     const auto instance = makeInstance();
@@ -178,3 +176,5 @@ TEST(Args, KeepTheirOrderAndRefuseASecondOfAName)
     const auto clone = own(CMClone(args.get(), nullptr));
     EXPECT_EQ(textOf(CMGetArg(clone.get(), "Text", nullptr)), "t");
 }
+
+} // namespace

@@ -18,8 +18,6 @@ CMPIStatus addChars(CMPIObjectPath* path, const char* name, const char* text)
     return CMAddKey(path, name, const_cast<char*>(text), CMPI_chars);
 }
 
-} // namespace
-
 TEST(ObjectPath, HasTheNamesItWasMadeWith)
 {
     Status status;
@@ -224,3 +222,5 @@ TEST(Value, IsWrittenAsText)
     EXPECT_EQ(written(CMPI_char16, value), "\xc3\xa9");
     EXPECT_EQ(value2Chars(CMPI_uint8, nullptr), nullptr);
 }
+
+} // namespace

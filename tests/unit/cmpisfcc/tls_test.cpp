@@ -108,8 +108,6 @@ protected:
     Status mStatus;
 };
 
-} // namespace
-
 TEST_F(Tls, APeerThatTheTrustStoreKnowsIsTalkedTo)
 {
     start();
@@ -175,3 +173,5 @@ TEST_F(Tls, AClientWithoutACertificateFailsWhereThePeerWantsOne)
     EXPECT_NE(mStatus.message(), "(none)");
     EXPECT_TRUE(mServer.requests().empty());
 }
+
+} // namespace

@@ -11,8 +11,17 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 #include <string>
 #include <string_view>
+
+// A frame of which only the length that it announces is there.
+inline std::string lengthOnly(uint32_t bytes)
+{
+    std::string text(sizeof bytes, '\0');
+    std::memcpy(text.data(), &bytes, sizeof bytes);
+    return text;
+}
 
 // A worker's end of its socket, or that of the process that holds the message-queue endpoint.
 class FakeWorker

@@ -14,6 +14,8 @@
 #include <utility>
 #include <vector>
 
+inline constexpr const char* kGet = "GET /x HTTP/1.1\r\nHost: h\r\n\r\n";
+
 class ServerTest : public testing::Test
 {
 protected:

@@ -1,4 +1,5 @@
 // Frames on real sockets, whole and in pieces.
+#include "FakeSpawner.h"
 #include "HttpClient.h"
 #include "file_descriptor.h"
 #include "frame_io.h"
@@ -10,7 +11,6 @@
 
 #include <array>
 #include <chrono>
-#include <cstring>
 #include <future>
 #include <optional>
 #include <thread>
@@ -19,13 +19,6 @@ namespace {
 
 constexpr std::chrono::seconds kLongEnough{10};
 constexpr size_t kMoreThanASocketTakes = 8UL * 1024 * 1024;
-
-std::string lengthOnly(uint32_t bytes)
-{
-    std::string text(sizeof bytes, '\0');
-    std::memcpy(text.data(), &bytes, sizeof bytes);
-    return text;
-}
 
 class FrameIo : public testing::Test
 {

@@ -317,8 +317,6 @@ TEST_F(ServerTest, ClientThatAsksOnAndOnWithoutAnAnswerIsNotReadAnyFurther)
     EXPECT_THAT(mRequests, SizeIs(1));
 }
 
-constexpr const char* kGet = "GET /x HTTP/1.1\r\nHost: h\r\n\r\n";
-
 TEST_F(ServerTest, ConnectionsAboveTheLimitWaitWhileNoneIsIdle)
 {
     httpd::Limits limits;

@@ -9,8 +9,6 @@ using testing::HasSubstr;
 using testing::MatchesRegex;
 using testing::SizeIs;
 
-constexpr const char* kGet = "GET /x HTTP/1.1\r\nHost: h\r\n\r\n";
-
 TEST_F(ServerTest, AnswerCarriesStatusHeadersLengthAndDate)
 {
     start();

@@ -5,8 +5,6 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <cstring>
-
 namespace {
 
 using host::ControlKind;
@@ -275,13 +273,6 @@ TEST_P(DamagedAnswer, CostsItsRequestAndTheWorker)
     expectKilled(worker.id());
     EXPECT_TRUE(worker.isClosedByFront());
     EXPECT_TRUE(mSpawner.nextIs(ControlKind::SpawnWorker));
-}
-
-std::string lengthOnly(uint32_t bytes)
-{
-    std::string text(sizeof bytes, '\0');
-    std::memcpy(text.data(), &bytes, sizeof bytes);
-    return text;
 }
 
 INSTANTIATE_TEST_SUITE_P(

@@ -4,6 +4,7 @@
 namespace {
 
 using support::countLogged;
+using support::idsOf;
 using support::IsJson;
 using support::json;
 using support::logged;
@@ -14,15 +15,6 @@ using ::testing::ElementsAreArray;
 using ::testing::IsEmpty;
 
 using Ids = std::vector<std::string>;
-
-Ids idsOf(const Json::Value& messages)
-{
-    Ids ids;
-    for (const Json::Value& message : messages) {
-        ids.push_back(message["MessageId"].asString());
-    }
-    return ids;
-}
 
 Json::Value errorMessages(const Request& request)
 {
@@ -100,7 +92,7 @@ struct MessageRow
     const char* base; // null for none
 };
 
-constexpr MessageRow kRows[] = {
+constexpr MessageRow kMessageRows[] = {
     {"SYS405", 400, "MalformedJSON"},
     {"SYS403", 404, "ResourceMissingAtURI"},
     {"SYS402", 405, nullptr},
@@ -125,7 +117,7 @@ constexpr const char* kBaseFound =
 
 TEST_F(ActionResponse, ErrorWithAStandardMessageHasItsStatus)
 {
-    for (const MessageRow& row : kRows) {
+    for (const MessageRow& row : kMessageRows) {
         SCOPED_TRACE(row.id);
         support::LogCapture::Reset();
         Request request("/r/X");

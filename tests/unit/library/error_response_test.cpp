@@ -5,6 +5,7 @@
 namespace {
 
 using support::countLogged;
+using support::idsOf;
 using support::IsJson;
 using support::json;
 using support::LogCapture;
@@ -18,16 +19,6 @@ using Ids = std::vector<std::string>;
 Json::Value messagesOf(const Json::Value& body)
 {
     return body["error"]["@Message.ExtendedInfo"];
-}
-
-// The ids of a list of messages, registry and version included, in order.
-Ids idsOf(const Json::Value& messages)
-{
-    Ids ids;
-    for (const Json::Value& message : messages) {
-        ids.push_back(message["MessageId"].asString());
-    }
-    return ids;
 }
 
 // The arguments of the message with this id.
@@ -56,7 +47,7 @@ struct ErrorRow
     const char* base;    // null for none
 };
 
-constexpr ErrorRow kRows[] = {
+constexpr ErrorRow kErrorRows[] = {
     {1, 403, "KTX0506", "InsufficientPrivilege"},
     {2, 500, "SYS446", "InternalError"},
     {3, 404, "SYS403", "ResourceMissingAtURI"},
@@ -104,7 +95,7 @@ protected:
 
 TEST_F(ErrorResponse, EachCodeHasItsStatusAndMessages)
 {
-    for (const ErrorRow& row : kRows) {
+    for (const ErrorRow& row : kErrorRows) {
         SCOPED_TRACE(row.code);
         Request request("/r/X");
         request.mapper.SendExtendedErrorResponse(static_cast<_ResourceMapperError>(row.code));
@@ -181,7 +172,7 @@ class AppendMessages : public ErrorResponse
 
 TEST_F(AppendMessages, KnownCodeGivesItsStatusAndMessages)
 {
-    for (const ErrorRow& row : kRows) {
+    for (const ErrorRow& row : kErrorRows) {
         SCOPED_TRACE(row.code);
         ExtendedErrorInfoHandling info;
         unsigned int status = 0;
@@ -269,7 +260,7 @@ TEST_F(AppendMessages, LinesNameTheirSourceFile)
 TEST_F(ErrorResponse, MessageIdOfACodeIsThatOfItsRow)
 {
     Request request("/r/X");
-    for (const ErrorRow& row : kRows) {
+    for (const ErrorRow& row : kErrorRows) {
         EXPECT_STREQ(request.mapper.ReturnQERMErrCode(row.code), row.product) << row.code;
     }
     for (const unsigned int code : {0U, 18U, 19U, 4294967295U}) {

@@ -16,7 +16,7 @@ using support::StatementTrace;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 
-constexpr const char* kMapping = R"({
+constexpr const char* kInstanceMapping = R"({
     "VexoBox": {
         "@odata.id": "/r/VexoBox", "@odata.type": "#Box", "@odata.context": "/ctx",
         "Name": "Box", "Description": "A box", "UniqueSelector": "Key",
@@ -42,7 +42,7 @@ constexpr const char* kMapping = R"({
 class Instance : public support::LibraryTest
 {
 protected:
-    Instance() { mMapping.Write(kMapping); }
+    Instance() { mMapping.Write(kInstanceMapping); }
 
     void SetUp() override
     {

@@ -12,8 +12,8 @@ using support::Request;
 using support::scriptedCim;
 using ::testing::ElementsAre;
 
-constexpr const char* kNextLink = "Members@odata.nextLink";
-constexpr const char* kCount = "Members@odata.count";
+constexpr const char* kLiveNextLink = "Members@odata.nextLink";
+constexpr const char* kLiveCount = "Members@odata.count";
 
 class LiveCollection : public support::LiveTest
 {
@@ -97,13 +97,13 @@ protected:
         const Json::Value& members = answer.body["Members"];
         ASSERT_TRUE(members.isArray());
         ASSERT_EQ(members.size(), page.members);
-        EXPECT_EQ(answer.body[kCount].asInt(), page.instances);
+        EXPECT_EQ(answer.body[kLiveCount].asInt(), page.instances);
         for (Json::ArrayIndex i = 0; i < members.size(); ++i) {
             EXPECT_EQ(members[i]["SizeMM"].asInt(), page.first + static_cast<int>(i));
         }
-        EXPECT_EQ(answer.body.isMember(kNextLink), page.nextLink != nullptr);
+        EXPECT_EQ(answer.body.isMember(kLiveNextLink), page.nextLink != nullptr);
         if (page.nextLink != nullptr) {
-            EXPECT_EQ(answer.body[kNextLink].asString(),
+            EXPECT_EQ(answer.body[kLiveNextLink].asString(),
                       std::string("/r/VexoBoxes") + page.nextLink);
         }
     }
@@ -235,7 +235,7 @@ TEST_F(LiveCollection, EnumerationThatBreaksOffKeepsItsCount)
     const Answer answer = get("");
     ASSERT_EQ(answer.result, RM_OK);
     EXPECT_THAT(answer.body["Members"], IsJson("[]"));
-    EXPECT_EQ(answer.body[kCount].asInt(), 3);
+    EXPECT_EQ(answer.body[kLiveCount].asInt(), 3);
 }
 
 TEST_F(LiveCollection, FailuresOfTheObjectManagerAreConverted)

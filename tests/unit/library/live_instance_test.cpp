@@ -12,7 +12,7 @@ using ::testing::Contains;
 using ::testing::ElementsAre;
 using ::testing::UnorderedElementsAre;
 
-constexpr const char* kMapping = R"({
+constexpr const char* kLiveMapping = R"({
     "VexoBox": {
         "@odata.id": "/r/VexoBox", "@odata.type": "#Box", "@odata.context": "/ctx",
         "Name": "Box", "Description": "A box", "UniqueSelector": "Key",
@@ -37,7 +37,7 @@ constexpr const char* kMapping = R"({
 class LiveInstance : public support::LiveTest
 {
 protected:
-    LiveInstance() { mMapping.Write(kMapping); }
+    LiveInstance() { mMapping.Write(kLiveMapping); }
 
     void SetUp() override { scriptedCim().instances = {box()}; }
 

@@ -101,9 +101,9 @@ TEST_F(MappingFile, FileThatIsNoObjectIsMalformed)
 
 TEST_F(MappingFile, FileNestedTooDeeplyIsMalformed)
 {
-    constexpr int kDepth = 5000;
+    constexpr int kNesting = 5000;
     std::string text = "{\"VexoBox\": ";
-    text.append(kDepth, '[').append(kDepth, ']').append("}");
+    text.append(kNesting, '[').append(kNesting, ']').append("}");
     mMapping.Write(text);
     EXPECT_EQ(getBox(), RM_MALFORMED_JSON);
     EXPECT_FALSE(ResourceMapper::RmfFileLoaded);

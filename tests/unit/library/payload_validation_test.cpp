@@ -40,7 +40,7 @@ protected:
 
 // ---- The passes ----
 
-struct BodyCase
+struct PayloadCase
 {
     const char* inputs;
     const char* body;
@@ -48,12 +48,12 @@ struct BodyCase
     const char* errorArgs;
 };
 
-void PrintTo(const BodyCase& body, std::ostream* stream)
+void PrintTo(const PayloadCase& body, std::ostream* stream)
 {
     *stream << body.body << " as " << body.inputs;
 }
 
-class ValidatedBody : public Validation, public ::testing::WithParamInterface<BodyCase>
+class ValidatedBody : public Validation, public ::testing::WithParamInterface<PayloadCase>
 {};
 
 TEST_P(ValidatedBody, HasAVerdict)
@@ -67,8 +67,9 @@ TEST_P(ValidatedBody, HasAVerdict)
 
 constexpr const char* kText = R"({"A": {"redfish_type": "Edm.String"}})";
 constexpr const char* kNumber = R"({"A": {"redfish_type": "Edm.Int64"}})";
-constexpr const char* kTexts = R"({"A": {"redfish_type": "Edm.String", "is_arraytype": true}})";
-constexpr const char* kNumbers = R"({"A": {"redfish_type": "Edm.Int64", "is_arraytype": true}})";
+constexpr const char* kTextArray = R"({"A": {"redfish_type": "Edm.String", "is_arraytype": true}})";
+constexpr const char* kNumberArray =
+    R"({"A": {"redfish_type": "Edm.Int64", "is_arraytype": true}})";
 constexpr const char* kMapped =
     R"({"A": {"redfish_type": "Edm.String", "value_mapping": {"2": "On", "3": "Off"}}})";
 constexpr const char* kMappedTexts = R"({"A": {"redfish_type": "Edm.String", "is_arraytype": true,
@@ -76,103 +77,103 @@ constexpr const char* kMappedTexts = R"({"A": {"redfish_type": "Edm.String", "is
 
 INSTANTIATE_TEST_SUITE_P(
     Unknown, ValidatedBody,
-    ::testing::Values(BodyCase{kText, R"({"B": "x"})", RM_PROPERTY_UNKNOWN, R"(["B"])"},
-                      BodyCase{kText, R"({"a": "x"})", RM_PROPERTY_UNKNOWN, R"(["a"])"},
-                      BodyCase{kText, R"({"": "x"})", RM_PROPERTY_UNKNOWN, R"([""])"},
-                      BodyCase{"null", R"({"A": null})", RM_PROPERTY_UNKNOWN, R"(["A"])"},
-                      BodyCase{"{}", R"({"A": 1, "B": 1})", RM_PROPERTY_UNKNOWN, R"(["A"])"},
-                      BodyCase{kText, R"({"C": 1, "B": 1, "A": "x"})", RM_PROPERTY_UNKNOWN,
-                               R"(["B"])"},
-                      BodyCase{R"({"A": {}})", "{}", RM_OK, "null"},
-                      BodyCase{"null", "{}", RM_OK, "null"}, BodyCase{"{}", "{}", RM_OK, "null"},
-                      BodyCase{"{}", "null", RM_OK, "null"}));
+    ::testing::Values(
+        PayloadCase{kText, R"({"B": "x"})", RM_PROPERTY_UNKNOWN, R"(["B"])"},
+        PayloadCase{kText, R"({"a": "x"})", RM_PROPERTY_UNKNOWN, R"(["a"])"},
+        PayloadCase{kText, R"({"": "x"})", RM_PROPERTY_UNKNOWN, R"([""])"},
+        PayloadCase{"null", R"({"A": null})", RM_PROPERTY_UNKNOWN, R"(["A"])"},
+        PayloadCase{"{}", R"({"A": 1, "B": 1})", RM_PROPERTY_UNKNOWN, R"(["A"])"},
+        PayloadCase{kText, R"({"C": 1, "B": 1, "A": "x"})", RM_PROPERTY_UNKNOWN, R"(["B"])"},
+        PayloadCase{R"({"A": {}})", "{}", RM_OK, "null"}, PayloadCase{"null", "{}", RM_OK, "null"},
+        PayloadCase{"{}", "{}", RM_OK, "null"}, PayloadCase{"{}", "null", RM_OK, "null"}));
 
 INSTANTIATE_TEST_SUITE_P(
     Type, ValidatedBody,
     ::testing::Values(
-        BodyCase{kText, R"({"A": "x"})", RM_OK, "null"},
-        BodyCase{kText, R"({"A": 5})", RM_PROPERTY_VALUE_TYPE_ERROR, R"(["5", "A"])"},
-        BodyCase{kText, R"({"A": true})", RM_PROPERTY_VALUE_TYPE_ERROR, R"(["true", "A"])"},
-        BodyCase{kText, R"({"A": null})", RM_PROPERTY_VALUE_TYPE_ERROR, R"(["", "A"])"},
-        BodyCase{kText, R"({"A": {"x": 1}})", RM_PROPERTY_VALUE_TYPE_ERROR, R"(["", "A"])"},
-        BodyCase{kNumber, R"({"A": "x"})", RM_PROPERTY_VALUE_TYPE_ERROR, R"(["x", "A"])"},
-        BodyCase{kNumber, R"({"A": 2.5})", RM_PROPERTY_VALUE_TYPE_ERROR, R"(["2.5", "A"])"},
-        BodyCase{kNumber, R"({"A": 1234567.0})", RM_PROPERTY_VALUE_TYPE_ERROR,
-                 R"(["1.23457e+06", "A"])"},
-        BodyCase{kNumber, R"({"A": -5})", RM_PROPERTY_VALUE_TYPE_ERROR, R"(["-5", "A"])"},
-        BodyCase{kNumber, R"({"A": 0})", RM_OK, "null"},
+        PayloadCase{kText, R"({"A": "x"})", RM_OK, "null"},
+        PayloadCase{kText, R"({"A": 5})", RM_PROPERTY_VALUE_TYPE_ERROR, R"(["5", "A"])"},
+        PayloadCase{kText, R"({"A": true})", RM_PROPERTY_VALUE_TYPE_ERROR, R"(["true", "A"])"},
+        PayloadCase{kText, R"({"A": null})", RM_PROPERTY_VALUE_TYPE_ERROR, R"(["", "A"])"},
+        PayloadCase{kText, R"({"A": {"x": 1}})", RM_PROPERTY_VALUE_TYPE_ERROR, R"(["", "A"])"},
+        PayloadCase{kNumber, R"({"A": "x"})", RM_PROPERTY_VALUE_TYPE_ERROR, R"(["x", "A"])"},
+        PayloadCase{kNumber, R"({"A": 2.5})", RM_PROPERTY_VALUE_TYPE_ERROR, R"(["2.5", "A"])"},
+        PayloadCase{kNumber, R"({"A": 1234567.0})", RM_PROPERTY_VALUE_TYPE_ERROR,
+                    R"(["1.23457e+06", "A"])"},
+        PayloadCase{kNumber, R"({"A": -5})", RM_PROPERTY_VALUE_TYPE_ERROR, R"(["-5", "A"])"},
+        PayloadCase{kNumber, R"({"A": 0})", RM_OK, "null"},
         // The text is not converted as it would be for an argument.
-        BodyCase{R"({"A": {"redfish_type": "Edm.Boolean"}})",
-                 R"({"A": "2024-05-01T10:20:30+02:00"})", RM_PROPERTY_VALUE_TYPE_ERROR,
-                 R"(["2024-05-01T10:20:30+02:00", "A"])"},
+        PayloadCase{R"({"A": {"redfish_type": "Edm.Boolean"}})",
+                    R"({"A": "2024-05-01T10:20:30+02:00"})", RM_PROPERTY_VALUE_TYPE_ERROR,
+                    R"(["2024-05-01T10:20:30+02:00", "A"])"},
         // Arrays where one is declared, and only there.
-        BodyCase{kTexts, R"({"A": "x"})", RM_PROPERTY_VALUE_TYPE_ERROR, R"(["x", "A"])"},
-        BodyCase{kText, R"({"A": ["x", "y"]})", RM_PROPERTY_VALUE_TYPE_ERROR, R"(["x,y", "A"])"},
-        BodyCase{R"({"A": {"redfish_type": "Edm.String", "is_arraytype": false}})",
-                 R"({"A": ["x"]})", RM_PROPERTY_VALUE_TYPE_ERROR, R"(["x", "A"])"},
-        BodyCase{kTexts, R"({"A": ["x"]})", RM_OK, "null"},
-        BodyCase{kTexts, R"({"A": []})", RM_PROPERTY_VALUE_TYPE_ERROR, R"(["", "A"])"},
-        BodyCase{kNumbers, R"({"A": [1, "x", 2]})", RM_OK, "null"},
-        BodyCase{kNumbers, R"({"A": [1, 2, "x"]})", RM_PROPERTY_VALUE_TYPE_ERROR,
-                 R"(["1,2,x", "A"])"},
-        BodyCase{kNumbers, R"({"A": [2, -5]})", RM_PROPERTY_VALUE_TYPE_ERROR, R"(["2,-5", "A"])"},
+        PayloadCase{kTextArray, R"({"A": "x"})", RM_PROPERTY_VALUE_TYPE_ERROR, R"(["x", "A"])"},
+        PayloadCase{kText, R"({"A": ["x", "y"]})", RM_PROPERTY_VALUE_TYPE_ERROR, R"(["x,y", "A"])"},
+        PayloadCase{R"({"A": {"redfish_type": "Edm.String", "is_arraytype": false}})",
+                    R"({"A": ["x"]})", RM_PROPERTY_VALUE_TYPE_ERROR, R"(["x", "A"])"},
+        PayloadCase{kTextArray, R"({"A": ["x"]})", RM_OK, "null"},
+        PayloadCase{kTextArray, R"({"A": []})", RM_PROPERTY_VALUE_TYPE_ERROR, R"(["", "A"])"},
+        PayloadCase{kNumberArray, R"({"A": [1, "x", 2]})", RM_OK, "null"},
+        PayloadCase{kNumberArray, R"({"A": [1, 2, "x"]})", RM_PROPERTY_VALUE_TYPE_ERROR,
+                    R"(["1,2,x", "A"])"},
+        PayloadCase{kNumberArray, R"({"A": [2, -5]})", RM_PROPERTY_VALUE_TYPE_ERROR,
+                    R"(["2,-5", "A"])"},
         // Without a type nothing fits.
-        BodyCase{R"({"A": {}})", R"({"A": "x"})", RM_PROPERTY_VALUE_TYPE_ERROR, R"(["x", "A"])"},
-        BodyCase{R"({"A": {"redfish_type": ""}})", R"({"A": "x"})", RM_PROPERTY_VALUE_TYPE_ERROR,
-                 R"(["x", "A"])"},
-        BodyCase{R"({"A": null})", R"({"A": "x"})", RM_PROPERTY_VALUE_TYPE_ERROR,
-                 R"(["x", "A"])"}));
+        PayloadCase{R"({"A": {}})", R"({"A": "x"})", RM_PROPERTY_VALUE_TYPE_ERROR, R"(["x", "A"])"},
+        PayloadCase{R"({"A": {"redfish_type": ""}})", R"({"A": "x"})", RM_PROPERTY_VALUE_TYPE_ERROR,
+                    R"(["x", "A"])"},
+        PayloadCase{R"({"A": null})", R"({"A": "x"})", RM_PROPERTY_VALUE_TYPE_ERROR,
+                    R"(["x", "A"])"}));
 
 INSTANTIATE_TEST_SUITE_P(
     ValueList, ValidatedBody,
     ::testing::Values(
-        BodyCase{kMapped, R"({"A": "Off"})", RM_OK, "null"},
-        BodyCase{kMapped, R"({"A": "3"})", RM_PROPERTY_VALUE_NOT_IN_LIST, R"(["3", "A"])"},
-        BodyCase{kMapped, R"({"A": "off"})", RM_PROPERTY_VALUE_NOT_IN_LIST, R"(["off", "A"])"},
-        BodyCase{kMapped, R"({"A": "Of"})", RM_PROPERTY_VALUE_NOT_IN_LIST, R"(["Of", "A"])"},
-        BodyCase{kMapped, R"({"A": "Off "})", RM_PROPERTY_VALUE_NOT_IN_LIST, R"(["Off ", "A"])"},
-        BodyCase{kMapped, R"({"A": ""})", RM_PROPERTY_VALUE_NOT_IN_LIST, R"(["", "A"])"},
-        BodyCase{kMappedTexts, R"({"A": ["On", "Off", "On"]})", RM_OK, "null"},
-        BodyCase{kMappedTexts, R"({"A": ["On", "Up", "Down"]})", RM_PROPERTY_VALUE_NOT_IN_LIST,
-                 R"(["Up", "A"])"},
-        BodyCase{kMappedTexts, R"({"A": [null, "On"]})", RM_PROPERTY_VALUE_NOT_IN_LIST,
-                 R"(["", "A"])"},
-        BodyCase{kMappedTexts, R"({"A": [["On", "Off"], "On"]})", RM_PROPERTY_VALUE_NOT_IN_LIST,
-                 R"(["On,Off", "A"])"},
-        BodyCase{R"({"A": {"redfish_type": "Edm.Int64", "value_mapping": {"x": "5"}}})",
-                 R"({"A": 5})", RM_OK, "null"},
-        BodyCase{R"({"A": {"redfish_type": "Edm.Int64", "value_mapping": {"x": "5"}}})",
-                 R"({"A": 6})", RM_PROPERTY_VALUE_NOT_IN_LIST, R"(["6", "A"])"},
-        BodyCase{R"({"A": {"redfish_type": "Edm.Boolean", "value_mapping": {"1": "true"}}})",
-                 R"({"A": false})", RM_PROPERTY_VALUE_NOT_IN_LIST, R"(["false", "A"])"},
+        PayloadCase{kMapped, R"({"A": "Off"})", RM_OK, "null"},
+        PayloadCase{kMapped, R"({"A": "3"})", RM_PROPERTY_VALUE_NOT_IN_LIST, R"(["3", "A"])"},
+        PayloadCase{kMapped, R"({"A": "off"})", RM_PROPERTY_VALUE_NOT_IN_LIST, R"(["off", "A"])"},
+        PayloadCase{kMapped, R"({"A": "Of"})", RM_PROPERTY_VALUE_NOT_IN_LIST, R"(["Of", "A"])"},
+        PayloadCase{kMapped, R"({"A": "Off "})", RM_PROPERTY_VALUE_NOT_IN_LIST, R"(["Off ", "A"])"},
+        PayloadCase{kMapped, R"({"A": ""})", RM_PROPERTY_VALUE_NOT_IN_LIST, R"(["", "A"])"},
+        PayloadCase{kMappedTexts, R"({"A": ["On", "Off", "On"]})", RM_OK, "null"},
+        PayloadCase{kMappedTexts, R"({"A": ["On", "Up", "Down"]})", RM_PROPERTY_VALUE_NOT_IN_LIST,
+                    R"(["Up", "A"])"},
+        PayloadCase{kMappedTexts, R"({"A": [null, "On"]})", RM_PROPERTY_VALUE_NOT_IN_LIST,
+                    R"(["", "A"])"},
+        PayloadCase{kMappedTexts, R"({"A": [["On", "Off"], "On"]})", RM_PROPERTY_VALUE_NOT_IN_LIST,
+                    R"(["On,Off", "A"])"},
+        PayloadCase{R"({"A": {"redfish_type": "Edm.Int64", "value_mapping": {"x": "5"}}})",
+                    R"({"A": 5})", RM_OK, "null"},
+        PayloadCase{R"({"A": {"redfish_type": "Edm.Int64", "value_mapping": {"x": "5"}}})",
+                    R"({"A": 6})", RM_PROPERTY_VALUE_NOT_IN_LIST, R"(["6", "A"])"},
+        PayloadCase{R"({"A": {"redfish_type": "Edm.Boolean", "value_mapping": {"1": "true"}}})",
+                    R"({"A": false})", RM_PROPERTY_VALUE_NOT_IN_LIST, R"(["false", "A"])"},
         // The text is not converted as it would be for an argument.
-        BodyCase{R"({"A": {"redfish_type": "Edm.DateTimeOffset", "value_mapping": {"1": "x"}}})",
-                 R"({"A": "2024-05-01T10:20:30+02:00"})", RM_PROPERTY_VALUE_NOT_IN_LIST,
-                 R"(["2024-05-01T10:20:30+02:00", "A"])"},
+        PayloadCase{R"({"A": {"redfish_type": "Edm.DateTimeOffset", "value_mapping": {"1": "x"}}})",
+                    R"({"A": "2024-05-01T10:20:30+02:00"})", RM_PROPERTY_VALUE_NOT_IN_LIST,
+                    R"(["2024-05-01T10:20:30+02:00", "A"])"},
         // Numbers in the map are compared as text.
-        BodyCase{R"({"A": {"redfish_type": "Edm.Int64", "value_mapping": {"x": 5}}})",
-                 R"({"A": 5})", RM_OK, "null"},
+        PayloadCase{R"({"A": {"redfish_type": "Edm.Int64", "value_mapping": {"x": 5}}})",
+                    R"({"A": 5})", RM_OK, "null"},
         // An empty map lists nothing, and refuses nothing.
-        BodyCase{R"({"A": {"redfish_type": "Edm.String", "value_mapping": {}}})", R"({"A": "x"})",
-                 RM_OK, "null"}));
+        PayloadCase{R"({"A": {"redfish_type": "Edm.String", "value_mapping": {}}})",
+                    R"({"A": "x"})", RM_OK, "null"}));
 
 INSTANTIATE_TEST_SUITE_P(
     Required, ValidatedBody,
     ::testing::Values(
-        BodyCase{R"({"A": {"isrequired": true}})", "{}", RM_PROPERTY_MISSING, R"(["A"])"},
-        BodyCase{R"({"B": {"isrequired": true}, "A": {"isrequired": true}})", "{}",
-                 RM_PROPERTY_MISSING, R"(["A"])"},
-        BodyCase{R"({"A": {"isrequired": false}, "B": {"isrequired": true}})", "{}",
-                 RM_PROPERTY_MISSING, R"(["B"])"},
-        BodyCase{R"({"A": {"redfish_type": "Edm.String", "isrequired": true}})", R"({"A": "x"})",
-                 RM_OK, "null"},
-        BodyCase{R"({"A": {"redfish_type": "Edm.String", "isrequired": true},
+        PayloadCase{R"({"A": {"isrequired": true}})", "{}", RM_PROPERTY_MISSING, R"(["A"])"},
+        PayloadCase{R"({"B": {"isrequired": true}, "A": {"isrequired": true}})", "{}",
+                    RM_PROPERTY_MISSING, R"(["A"])"},
+        PayloadCase{R"({"A": {"isrequired": false}, "B": {"isrequired": true}})", "{}",
+                    RM_PROPERTY_MISSING, R"(["B"])"},
+        PayloadCase{R"({"A": {"redfish_type": "Edm.String", "isrequired": true}})", R"({"A": "x"})",
+                    RM_OK, "null"},
+        PayloadCase{R"({"A": {"redfish_type": "Edm.String", "isrequired": true},
                      "AB": {"redfish_type": "Edm.String"}})",
-                 R"({"AB": "x"})", RM_PROPERTY_MISSING, R"(["A"])"},
-        BodyCase{R"({"A": {"redfish_type": "Edm.String", "isrequired": true, "alias": "B"},
+                    R"({"AB": "x"})", RM_PROPERTY_MISSING, R"(["A"])"},
+        PayloadCase{R"({"A": {"redfish_type": "Edm.String", "isrequired": true, "alias": "B"},
                      "B": {"redfish_type": "Edm.String"}})",
-                 R"({"B": "x"})", RM_PROPERTY_MISSING, R"(["A"])"},
-        BodyCase{R"({"A": {"isrequired": false}, "B": {}})", "{}", RM_OK, "null"}));
+                    R"({"B": "x"})", RM_PROPERTY_MISSING, R"(["A"])"},
+        PayloadCase{R"({"A": {"isrequired": false}, "B": {}})", "{}", RM_OK, "null"}));
 
 // One fault is found at a time: first unknown names, then types, value lists, missing parameters.
 constexpr const char* kAll = R"({
@@ -183,13 +184,14 @@ constexpr const char* kAll = R"({
 INSTANTIATE_TEST_SUITE_P(
     Order, ValidatedBody,
     ::testing::Values(
-        BodyCase{kAll, R"({"A": "x", "B": "x", "X": 1})", RM_PROPERTY_UNKNOWN, R"(["X"])"},
-        BodyCase{kAll, R"({"A": "x", "B": "x"})", RM_PROPERTY_VALUE_TYPE_ERROR, R"(["x", "B"])"},
-        BodyCase{kAll, R"({"C": "y", "B": "x"})", RM_PROPERTY_VALUE_TYPE_ERROR, R"(["x", "B"])"},
-        BodyCase{kAll, R"({"E": "y", "A": "x", "B": 1})", RM_PROPERTY_VALUE_NOT_IN_LIST,
-                 R"(["x", "A"])"},
-        BodyCase{kAll, R"({"E": "y", "A": "On"})", RM_PROPERTY_VALUE_NOT_IN_LIST, R"(["y", "E"])"},
-        BodyCase{kAll, R"({"A": "On", "B": 1})", RM_PROPERTY_MISSING, R"(["D"])"}));
+        PayloadCase{kAll, R"({"A": "x", "B": "x", "X": 1})", RM_PROPERTY_UNKNOWN, R"(["X"])"},
+        PayloadCase{kAll, R"({"A": "x", "B": "x"})", RM_PROPERTY_VALUE_TYPE_ERROR, R"(["x", "B"])"},
+        PayloadCase{kAll, R"({"C": "y", "B": "x"})", RM_PROPERTY_VALUE_TYPE_ERROR, R"(["x", "B"])"},
+        PayloadCase{kAll, R"({"E": "y", "A": "x", "B": 1})", RM_PROPERTY_VALUE_NOT_IN_LIST,
+                    R"(["x", "A"])"},
+        PayloadCase{kAll, R"({"E": "y", "A": "On"})", RM_PROPERTY_VALUE_NOT_IN_LIST,
+                    R"(["y", "E"])"},
+        PayloadCase{kAll, R"({"A": "On", "B": 1})", RM_PROPERTY_MISSING, R"(["D"])"}));
 
 TEST_F(Validation, MessageArgumentsAreReplacedFromTheFirst)
 {

@@ -6,7 +6,7 @@ using support::countLogged;
 using support::IsJson;
 using support::Request;
 
-constexpr const char* kMapping = R"({
+constexpr const char* kServiceMapping = R"({
     "VexoBoxes": {"@odata.id": "/r/VexoBoxes", "is_collection": true, "mappings": {"VexoBox": {}}},
     "VexoBox": {"@odata.id": "/r/VexoBox", "UniqueSelector": "Id", "mappings": {"XCIM_Box": {}}},
     "VexoService": {
@@ -20,7 +20,7 @@ constexpr const char* kMapping = R"({
 class ServiceUri : public support::LibraryTest
 {
 protected:
-    ServiceUri() { mMapping.Write(kMapping); }
+    ServiceUri() { mMapping.Write(kServiceMapping); }
 
     struct Answer
     {

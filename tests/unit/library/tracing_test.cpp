@@ -8,7 +8,7 @@ namespace {
 using support::LogCapture;
 using support::Request;
 
-constexpr const char* kMapping = R"({
+constexpr const char* kTracedMapping = R"({
     "VexoBoxes": {"@odata.id": "/r/VexoBoxes", "is_collection": true, "supports_nextlink": true,
                   "supports_top_skip": true, "mappings": {"VexoBox": {}}},
     "VexoBox": {"@odata.id": "/r/VexoBox", "UniqueSelector": "Key", "Links": {"ComputerSystem": {}},
@@ -28,7 +28,7 @@ struct Calls
 class Tracing : public support::LibraryTest
 {
 protected:
-    Tracing() { mMapping.Write(kMapping); }
+    Tracing() { mMapping.Write(kTracedMapping); }
 
     void SetUp() override
     {

@@ -11,7 +11,7 @@ using support::logged;
 using support::Request;
 
 // One resource of each kind. "Box" stands at a URI of its own name, as a mapping must have it.
-constexpr const char* kMapping = R"({
+constexpr const char* kUriMapping = R"({
     "VexoBoxes": {"@odata.id": "/r/VexoBoxes", "is_collection": true, "Name": "All Boxes",
                   "supports_nextlink": true, "supports_top_skip": true,
                   "mappings": {"VexoBox": {}}},
@@ -30,7 +30,7 @@ constexpr const char* kMapping = R"({
 class UriResolution : public support::LibraryTest
 {
 protected:
-    UriResolution() { mMapping.Write(kMapping); }
+    UriResolution() { mMapping.Write(kUriMapping); }
 };
 
 TEST_F(UriResolution, CollectionIsFoundByItsUri)

@@ -12,13 +12,13 @@ using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 
 // Single values under the map of "S".
-struct ScalarCase
+struct MappedCase
 {
     const char* output;
     const char* shown;
 };
 
-void PrintTo(const ScalarCase& scalar, std::ostream* stream)
+void PrintTo(const MappedCase& scalar, std::ostream* stream)
 {
     *stream << scalar.output;
 }
@@ -37,7 +37,7 @@ protected:
     }
 };
 
-class MappedScalar : public MappedOutput, public ::testing::WithParamInterface<ScalarCase>
+class MappedScalar : public MappedOutput, public ::testing::WithParamInterface<MappedCase>
 {};
 
 TEST_P(MappedScalar, IsLookedUpAsText)
@@ -54,9 +54,9 @@ TEST_P(MappedScalar, IsLookedUpAsText)
 
 INSTANTIATE_TEST_SUITE_P(
     Numbers, MappedScalar,
-    ::testing::Values(ScalarCase{"0", R"("OK")"}, ScalarCase{"1", R"("Error")"},
-                      ScalarCase{"-1", R"("Bad")"}, ScalarCase{"18446744073709551615", R"("Most")"},
-                      ScalarCase{"5", "7"}, ScalarCase{"7", "null"}, ScalarCase{"-7", "null"}));
+    ::testing::Values(MappedCase{"0", R"("OK")"}, MappedCase{"1", R"("Error")"},
+                      MappedCase{"-1", R"("Bad")"}, MappedCase{"18446744073709551615", R"("Most")"},
+                      MappedCase{"5", "7"}, MappedCase{"7", "null"}, MappedCase{"-7", "null"}));
 
 class UnmappedScalar : public MappedScalar
 {};
@@ -71,9 +71,9 @@ TEST_P(UnmappedScalar, StaysAsItIs)
 }
 
 INSTANTIATE_TEST_SUITE_P(Others, UnmappedScalar,
-                         ::testing::Values(ScalarCase{"null", ""}, ScalarCase{"true", ""},
-                                           ScalarCase{R"("x")", ""}, ScalarCase{"2.5", ""},
-                                           ScalarCase{R"({"x": 1})", ""}));
+                         ::testing::Values(MappedCase{"null", ""}, MappedCase{"true", ""},
+                                           MappedCase{R"("x")", ""}, MappedCase{"2.5", ""},
+                                           MappedCase{R"({"x": 1})", ""}));
 
 TEST_F(MappedOutput, ThatIsMissingIsLeft)
 {

@@ -10,7 +10,7 @@ using support::Request;
 using ::testing::Contains;
 using ::testing::StartsWith;
 
-constexpr const char* kMapping = R"({
+constexpr const char* kOddMapping = R"({
     "VexoBoxes": {"@odata.id": "/r/VexoBoxes", "@odata.type": "#Boxes", "@odata.context": "/ctx",
         "Name": "All", "Description": "All boxes", "is_collection": true,
         "supports_nextlink": true, "supports_top_skip": true, "allowed_operations": ["GET"],
@@ -42,7 +42,7 @@ protected:
     // The mapping with the value at a path (member names) replaced.
     static Json::Value mappingWith(const std::vector<std::string>& path, const Json::Value& value)
     {
-        Json::Value mapping = json(kMapping);
+        Json::Value mapping = json(kOddMapping);
         Json::Value* place = &mapping;
         for (const std::string& name : path) {
             EXPECT_TRUE(place->isMember(name)) << name;
@@ -168,7 +168,7 @@ std::string nameOf(const Place& place)
 
 TEST_F(WrongTypes, SoundMappingLogsNone)
 {
-    exercise(json(kMapping));
+    exercise(json(kOddMapping));
     EXPECT_THAT(support::messagesAtLevel(1),
                 ::testing::Each(
                     ::testing::AnyOf("Resource not found in RMF", "Value map not present in RMF")));
