@@ -208,15 +208,15 @@ _ResourceMapperError ResourceMapper::convertInstance(CMPIInstance* instance, Jso
 {
     LOG_SCOPE_AS("ConvertCMPIInstanceToJson");
     RM_ASSERT_TEXT(instance != nullptr, "pCi != NULL");
-    constexpr const char* kNoSelect = "The reques does not have select filter"; // spelled so
+    constexpr const char* kNoLiveSelect = "The reques does not have select filter"; // spelled so
     std::vector<MappedProperty> properties;
     Json::Value names;
     if (selectList.empty()) {
-        LOG_AT(LOG_STEP, "%s", kNoSelect);
+        LOG_AT(LOG_STEP, "%s", kNoLiveSelect);
         properties = allOf(classProperties());
     } else {
         GetCimClassProperties(names);
-        if (const auto rc = narrowBySelect(selectList, kNoSelect, names); rc != RM_OK) {
+        if (const auto rc = narrowBySelect(selectList, kNoLiveSelect, names); rc != RM_OK) {
             return rc;
         }
         properties = namedOf(classProperties(), names);

@@ -67,8 +67,8 @@ CMCIClientFT clientTable()
 
 std::vector<std::string> actionTargets()
 {
-    ExtendedErrorInfoHandling::SetRegistryDirectory(CIMGATE_DATA_DIR "/registries");
-    ResourceMapper::RmfPath = CIMGATE_DATA_DIR "/resourcemapping.json";
+    ExtendedErrorInfoHandling::SetRegistryDirectory("data/registries");
+    ResourceMapper::RmfPath = "data/resourcemapping.json";
     odata::Scope scope = odata::Scope::ForRequest("/redfish/v1/Vexo");
     const odata::URI uri = scope.NewURI();
     ResourceMapper mapper(nullptr, scope, uri, false);

@@ -25,7 +25,7 @@ struct Surroundings
 {
     Surroundings()
     {
-        ExtendedErrorInfoHandling::SetRegistryDirectory(CIMGATE_DATA_DIR "/registries");
+        ExtendedErrorInfoHandling::SetRegistryDirectory("data/registries");
         // The mapping file is part of the product: one in which a registered URI names no resource,
         // or a selector no value, ends the process.
         fuzz::throwOnAssertions({"pEntityName != NULL", "eq_pos != std::string::npos"});

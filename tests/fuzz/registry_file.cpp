@@ -50,7 +50,7 @@ struct Surroundings
 {
     Surroundings()
     {
-        ExtendedErrorInfoHandling::SetRegistryDirectory(CIMGATE_DATA_DIR "/registries");
+        ExtendedErrorInfoHandling::SetRegistryDirectory("data/registries");
         std::string problem;
         fuzz::require(ExtendedErrorInfoHandling::LoadRegistries(problem), "the registries load");
     }

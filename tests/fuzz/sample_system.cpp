@@ -25,7 +25,7 @@ std::string textOfFile(const std::filesystem::path& path)
 // The scripts of the sample system, in the order of their names.
 void fillCache(const std::string& path)
 {
-    const std::filesystem::directory_iterator scripts(CIMGATE_DATA_DIR "/sample");
+    const std::filesystem::directory_iterator scripts("data/sample");
     sqlite3* cache = nullptr;
     int rc = sqlite3_open(path.c_str(), &cache);
     for (const auto& script : std::set<std::filesystem::path>(begin(scripts), end(scripts))) {
@@ -44,8 +44,8 @@ void fillCache(const std::string& path)
 
 SampleSystem::SampleSystem()
 {
-    ExtendedErrorInfoHandling::SetRegistryDirectory(CIMGATE_DATA_DIR "/registries");
-    ResourceMapper::RmfPath = CIMGATE_DATA_DIR "/resourcemapping.json";
+    ExtendedErrorInfoHandling::SetRegistryDirectory("data/registries");
+    ResourceMapper::RmfPath = "data/resourcemapping.json";
     SQLInterface::DataCachePath = mDirectory.File("cache.db");
     fillCache(SQLInterface::DataCachePath);
     require(LoadDatabase() == SQLITE_OK, "the cache opens");
