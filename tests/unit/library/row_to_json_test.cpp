@@ -1,4 +1,5 @@
 #include "LibraryTest.h"
+#include "TimeZone.h"
 
 #include <sqlite3.h>
 
@@ -174,6 +175,16 @@ INSTANTIATE_TEST_SUITE_P(
                       NumberCase{"uint8", "255", "255"}, NumberCase{"uint16", "65535", "65535"},
                       NumberCase{"boolean", "1", "true"}, NumberCase{"Boolean", "0", "false"},
                       NumberCase{"BOOLEAN", "2", "false"}, NumberCase{"boolean", "-1", "false"}));
+
+TEST_F(RowToJson, DateTimesGoOnUntilTheYear9999)
+{
+    const support::TimeZone zone("UTC0");
+    mapProperty("P", R"({"cim_type": "datetime"})");
+    EXPECT_THAT(cell("2147483647999999"), IsJson(R"("2038-01-19T03:14:07+0000")"));
+    EXPECT_THAT(cell("2147483648000000"), IsJson(R"("2038-01-19T03:14:08+0000")"));
+    EXPECT_THAT(cell(support::arrayCell(2, 2, "-2147483649000000#253402300799999999")),
+                IsJson(R"(["1901-12-13T20:45:51+0000", "9999-12-31T23:59:59+0000"])"));
+}
 
 TEST_F(RowToJson, TextOfANumberIsReadAsFarAsItGoes)
 {
