@@ -7,6 +7,7 @@
 #include <sys/socket.h>
 
 #include <csignal>
+#include <cstdint>
 #include <filesystem>
 #include <fstream>
 #include <sstream>
@@ -35,6 +36,14 @@ void expectAnswered(const ControlMessage& worker)
     httpd::Response response;
     ASSERT_TRUE(host::decodeResponse(readFrame(worker.socket.get()), response));
     EXPECT_EQ(response.status, 404U);
+}
+
+void expectSeenAsReplaced(const ControlMessage& worker)
+{
+    sendRequest(worker);
+    host::Declined reason{};
+    EXPECT_TRUE(host::decodeDeclined(readFrame(worker.socket.get()), reason));
+    EXPECT_EQ(reason, host::Declined::CacheReplaced);
 }
 
 int linesWith(const std::string& text, const std::string& part)
@@ -148,10 +157,24 @@ TEST_F(SpawnerTest, CacheThatCannotBeLookedAtIsToldOnceWhileItLasts)
     expectAnswered(worker);
     std::ofstream(elsewhere).flush();
     std::filesystem::rename(elsewhere, SQLInterface::DataCachePath);
-    sendRequest(worker);
-    host::Declined reason{};
-    EXPECT_TRUE(host::decodeDeclined(readFrame(worker.socket.get()), reason));
-    EXPECT_EQ(reason, host::Declined::CacheReplaced);
+    expectSeenAsReplaced(worker);
+}
+
+// A file offset of 32 bits has no room for their size.
+TEST_F(SpawnerTest, CachesAboveTwoGibibytesAreSeenToBeReplaced)
+{
+    constexpr std::uintmax_t bytes = 3ULL << 30U; // of a file without content: it takes no room
+    const std::string next = mDirectory.File("next.db");
+    for (const std::string& path : {SQLInterface::DataCachePath, next}) {
+        std::ofstream(path).flush();
+        std::filesystem::resize_file(path, bytes);
+    }
+    ASSERT_TRUE(start(kCached)) << mProblem;
+    const ControlMessage worker = spawn();
+    ASSERT_TRUE(host::isReady(readFrame(worker.socket.get())));
+    expectAnswered(worker);
+    std::filesystem::rename(next, SQLInterface::DataCachePath);
+    expectSeenAsReplaced(worker);
 }
 
 TEST_F(SpawnerTest, CacheThatCannotBeLookedAtFromTheBeginningIsTold)
