@@ -1,7 +1,9 @@
 #include "worker.h"
 
 #include "cim_session.h"
+#include "errno_text.h"
 #include "frame_io.h"
+#include "log.h"
 #include "mapping_lookup.h"
 #include "process_limits.h"
 #include "request_handler.h"
@@ -10,7 +12,9 @@
 #include <sys/prctl.h>
 #include <sys/stat.h>
 
+#include <cerrno>
 #include <cstdlib>
+#include <string>
 
 namespace host {
 
@@ -23,21 +27,37 @@ class CacheFile
 public:
     // To be called before the cache is opened: a replacement in between costs a worker, not an
     // answer.
-    void note() { mIsNoted = stat(SQLInterface::DataCachePath.c_str(), &mNoted) == 0; }
+    void note() { mIsNoted = look(mNoted); }
 
     // Whether there is another file now. While there is none the old one goes on serving.
-    bool isReplaced() const
+    bool isReplaced()
     {
         struct stat now
         {};
-        return mIsNoted && stat(SQLInterface::DataCachePath.c_str(), &now) == 0 &&
+        return mIsNoted && look(now) &&
                (now.st_dev != mNoted.st_dev || now.st_ino != mNoted.st_ino);
     }
 
 private:
+    // A writer's new file may be a moment away; anything else that hides it is told, once while it
+    // lasts, since requests go on being answered from the old one.
+    bool look(struct stat& found)
+    {
+        const std::string& path = SQLInterface::DataCachePath;
+        const int cause = stat(path.c_str(), &found) == 0 ? 0 : errno;
+        if (cause != 0 && cause != ENOENT && cause != mCause) {
+            const std::string text = errnoText();
+            log(Severity::Error,
+                "cannot see whether the data cache " + path + " is replaced: " + text);
+        }
+        mCause = cause;
+        return cause == 0;
+    }
+
     struct stat mNoted
     {};
     bool mIsNoted = false;
+    int mCause = 0; // why the last look failed
 };
 
 bool readRequest(int socket, WorkerRequest& request)

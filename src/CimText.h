@@ -9,7 +9,8 @@
 
 inline CMPIValue* charsValue(const std::string& text)
 {
-    return reinterpret_cast<CMPIValue*>(const_cast<char*>(text.c_str()));
+    void* address = const_cast<char*>(text.c_str());
+    return static_cast<CMPIValue*>(address); // never read as the union, which wants an alignment
 }
 
 // Adds a key to an object path. A path refuses no more than a name that it has; without the key,

@@ -244,7 +244,8 @@ void blobCellToJson(sqlite3_stmt* stmt, int index, Column& column, const std::st
         out = Json::Value::nullSingleton();
         return;
     }
-    auto* blob = reinterpret_cast<__blobData*>(copy.get());
+    void* const aligned = copy.get(); // for any type, as what "new" gives is
+    auto* blob = static_cast<__blobData*>(aligned);
     LOG_AT(LOG_STEP, "Blob data type:%d and count:%d", blob->type, blob->count);
     LOG_AT(LOG_STEP, "Blob data :%s", &blob->data[0]);
     Json::Value array(Json::arrayValue);

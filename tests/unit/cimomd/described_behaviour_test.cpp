@@ -1,10 +1,14 @@
 // Methods do what is described: which case counts, what is returned, what changes.
 #include "DescribedModel.h"
+#include "described_values.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <chrono>
+#include <cstdint>
 #include <sstream>
+#include <utility>
 
 namespace {
 
@@ -186,6 +190,19 @@ TEST_F(DescribedBehaviour, PropertiesTakeConstantsInputsAndTheTime)
     EXPECT_EQ(mModel.fan("g", "Speed"), "100");
 }
 
+// Around the end of a time_t of 32 bits, and where the clock's own nanoseconds end.
+TEST(DescribedTime, GoesOnUntilTheClockEnds)
+{
+    const std::pair<int64_t, const char*> times[] = {{0, "19700101000000.000000+000"},
+                                                     {2147483647, "20380119031407.000000+000"},
+                                                     {2147483648, "20380119031408.000000+000"},
+                                                     {4294967296, "21060207062816.000000+000"},
+                                                     {9223372036, "22620411234716.000000+000"}};
+    for (const auto& [seconds, text] : times) {
+        EXPECT_EQ(cimomd::dateTimeText(cimomd::TimePoint(std::chrono::seconds(seconds))), text);
+    }
+}
+
 TEST_F(DescribedBehaviour, ChangesReachTheInstanceThatIsNamedAndAllOfAClass)
 {
     describe(R"({"when": [{"input": "Other", "isNot": null}],
@@ -249,6 +266,7 @@ TEST_F(DescribedBehaviour, PointInTimeWithTheSuffixOfAnIntervalIsTakenForOne)
     EXPECT_EQ(arrivesAs("00000000000500.000000:000"), "00000000000500.000000:000");
     EXPECT_EQ(arrivesAs("20241301102030.000000:000"), "20241301102030.000000:000");
     EXPECT_EQ(arrivesAs("20240501102030.000000-120"), "20240501102030.000000-120");
+    EXPECT_EQ(arrivesAs("99991231235959.999999+000"), "99991231235959.999999+000");
 }
 
 } // namespace

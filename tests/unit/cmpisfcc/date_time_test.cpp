@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <utility>
+
 namespace {
 
 CMPIUint64 micros(const char* text)
@@ -36,6 +38,20 @@ TEST(DateTime, HonoursTheOffsetFromUtc)
     EXPECT_EQ(micros("19700101120000.000001+060"), 11ULL * 3600 * 1000000 + 1);
     EXPECT_EQ(micros("19700101120000.000000-090"), (13ULL * 3600 + 1800) * 1000000);
     EXPECT_EQ(micros("20240229000000.000000+000"), 1709164800ULL * 1000000);
+}
+
+// Around the end of a time_t of 32 bits, at the end of what can be written, and before 1970.
+TEST(DateTime, GoesUntilTheYear9999)
+{
+    const std::pair<CMPIUint64, const char*> points[] = {
+        {2147483647ULL * 1000000, "20380119031407.000000+000"},
+        {2147483648ULL * 1000000, "20380119031408.000000+000"},
+        {253402300799999999ULL, "99991231235959.999999+000"}};
+    for (const auto& [usec, text] : points) {
+        EXPECT_EQ(micros(text), usec) << text;
+        EXPECT_EQ(textOfBinary(usec, false), text);
+    }
+    EXPECT_EQ(micros("19691231235959.000000+000"), ~CMPIUint64{0} - 999999);
 }
 
 TEST(DateTime, CountsIntervalsInMicroseconds)

@@ -1,11 +1,16 @@
 // The real spawner and real workers, without a front.
 #include "SpawnerTest.h"
+#include "StderrFile.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <sys/socket.h>
 
 #include <csignal>
+#include <cstdint>
+#include <filesystem>
+#include <fstream>
+#include <sstream>
 #include <string>
 
 namespace {
@@ -17,6 +22,39 @@ using testing::StartsWith;
 
 constexpr const char* kUncached = "{}";
 constexpr const char* kCached = R"({"Thing": {"mappings": {"T": {"is_cached": true}}}})";
+
+void sendRequest(const ControlMessage& worker)
+{
+    const std::string request = host::encodeRequest({"/redfish/v1/Nothing"});
+    ASSERT_EQ(send(worker.socket.get(), request.data(), request.size(), MSG_NOSIGNAL),
+              static_cast<ssize_t>(request.size()));
+}
+
+void expectAnswered(const ControlMessage& worker)
+{
+    sendRequest(worker);
+    httpd::Response response;
+    ASSERT_TRUE(host::decodeResponse(readFrame(worker.socket.get()), response));
+    EXPECT_EQ(response.status, 404U);
+}
+
+void expectSeenAsReplaced(const ControlMessage& worker)
+{
+    sendRequest(worker);
+    host::Declined reason{};
+    EXPECT_TRUE(host::decodeDeclined(readFrame(worker.socket.get()), reason));
+    EXPECT_EQ(reason, host::Declined::CacheReplaced);
+}
+
+int linesWith(const std::string& text, const std::string& part)
+{
+    int lines = 0;
+    std::istringstream rest(text);
+    for (std::string line; std::getline(rest, line);) {
+        lines += line.find(part) != std::string::npos ? 1 : 0;
+    }
+    return lines;
+}
 
 TEST_F(SpawnerTest, MissingMappingFileIsReported)
 {
@@ -47,12 +85,7 @@ TEST_F(SpawnerTest, WorkerGetsReadyAndAnswersOneRequestAfterTheOther)
     const ControlMessage worker = spawn();
     EXPECT_TRUE(host::isReady(readFrame(worker.socket.get())));
     for (int i = 0; i < 3; ++i) {
-        const std::string request = host::encodeRequest({"/redfish/v1/Nothing"});
-        ASSERT_EQ(send(worker.socket.get(), request.data(), request.size(), MSG_NOSIGNAL),
-                  static_cast<ssize_t>(request.size()));
-        httpd::Response response;
-        ASSERT_TRUE(host::decodeResponse(readFrame(worker.socket.get()), response));
-        EXPECT_EQ(response.status, 404U);
+        expectAnswered(worker);
     }
 }
 
@@ -66,10 +99,7 @@ TEST_F(SpawnerTest, WorkersHaveNoSocketsOfOthers)
     EXPECT_NE(first.id, second.id);
     first.socket.reset();
     EXPECT_TRUE(processEnds(first.pid)); // nobody else holds the other end
-    const std::string request = host::encodeRequest({"/redfish/v1/Nothing"});
-    ASSERT_EQ(send(second.socket.get(), request.data(), request.size(), MSG_NOSIGNAL),
-              static_cast<ssize_t>(request.size()));
-    EXPECT_NE(readFrame(second.socket.get()), "");
+    expectAnswered(second);
 }
 
 TEST_F(SpawnerTest, KilledWorkerIsReapedAndOthersLive)
@@ -93,6 +123,71 @@ TEST_F(SpawnerTest, WorkerThatCannotOpenTheCacheEndsUnready)
     const ControlMessage worker = spawn();
     EXPECT_TRUE(isGone(worker.socket.get()));
     EXPECT_TRUE(processEnds(worker.pid));
+}
+
+// Each of its requests makes a worker look at the cache.
+TEST_F(SpawnerTest, CacheThatCannotBeLookedAtIsToldOnceWhileItLasts)
+{
+    const std::string directory = mDirectory.File("cache");
+    const std::string elsewhere = mDirectory.File("elsewhere");
+    SQLInterface::DataCachePath = directory + "/cache.db";
+    std::filesystem::create_directory(directory);
+    std::ofstream(SQLInterface::DataCachePath).flush();
+    const StderrFile errors(mDirectory.File("stderr"));
+    ASSERT_TRUE(start(kCached)) << mProblem;
+    const ControlMessage worker = spawn();
+    ASSERT_TRUE(host::isReady(readFrame(worker.socket.get())));
+
+    std::filesystem::rename(directory, elsewhere);
+    expectAnswered(worker); // a cache that is missing is nothing to tell
+    for (int period = 1; period <= 2; ++period) {
+        std::ofstream(directory).flush();
+        expectAnswered(worker);
+        expectAnswered(worker);
+        EXPECT_EQ(
+            linesWith(errors.text(), SQLInterface::DataCachePath + " is replaced: Not a directory"),
+            period)
+            << errors.text();
+        std::filesystem::remove(directory);
+        expectAnswered(worker);
+    }
+    EXPECT_EQ(linesWith(errors.text(), SQLInterface::DataCachePath), 2) << errors.text();
+
+    std::filesystem::rename(elsewhere, directory);
+    expectAnswered(worker);
+    std::ofstream(elsewhere).flush();
+    std::filesystem::rename(elsewhere, SQLInterface::DataCachePath);
+    expectSeenAsReplaced(worker);
+}
+
+// A file offset of 32 bits has no room for their size.
+TEST_F(SpawnerTest, CachesAboveTwoGibibytesAreSeenToBeReplaced)
+{
+    constexpr std::uintmax_t bytes = 3ULL << 30U; // of a file without content: it takes no room
+    const std::string next = mDirectory.File("next.db");
+    for (const std::string& path : {SQLInterface::DataCachePath, next}) {
+        std::ofstream(path).flush();
+        std::filesystem::resize_file(path, bytes);
+    }
+    ASSERT_TRUE(start(kCached)) << mProblem;
+    const ControlMessage worker = spawn();
+    ASSERT_TRUE(host::isReady(readFrame(worker.socket.get())));
+    expectAnswered(worker);
+    std::filesystem::rename(next, SQLInterface::DataCachePath);
+    expectSeenAsReplaced(worker);
+}
+
+TEST_F(SpawnerTest, CacheThatCannotBeLookedAtFromTheBeginningIsTold)
+{
+    std::filesystem::create_symlink("none.db", SQLInterface::DataCachePath);
+    const StderrFile errors(mDirectory.File("stderr"));
+    ASSERT_TRUE(start(kCached)) << mProblem;
+    const ControlMessage worker = spawn();
+    EXPECT_TRUE(isGone(worker.socket.get()));
+    EXPECT_EQ(linesWith(errors.text(), SQLInterface::DataCachePath +
+                                           " is replaced: " + "Too many levels of symbolic links"),
+              1)
+        << errors.text();
 }
 
 TEST_F(SpawnerTest, WorkerThatGetsNonsenseEnds)

@@ -1,8 +1,6 @@
 #include "CmpiToJson.h"
 #include "LiveTest.h"
-
-#include <cstdlib>
-#include <ctime>
+#include "TimeZone.h"
 
 namespace {
 
@@ -12,6 +10,7 @@ using support::countLogged;
 using support::IsJson;
 using support::logged;
 using support::Request;
+using support::TimeZone;
 
 class CmpiConversion : public support::LiveTest
 {
@@ -69,6 +68,7 @@ INSTANTIATE_TEST_SUITE_P(
         // Only the low half of a sint64 is shown.
         ScalarCase{CimValue::Number(CMPI_sint64, -5), R"({"P": -5})", 1},
         ScalarCase{CimValue::Number(CMPI_sint64, -5000000000), R"({"P": -705032704})", 1},
+        ScalarCase{CimValue::Number(CMPI_sint64, 2147483648), R"({"P": -2147483648})", 1},
         ScalarCase{CimValue::Real32(1.5F), R"({"P": 1.5})", 1},
         ScalarCase{CimValue::Real64(-0.125), R"({"P": -0.125})", 1},
         ScalarCase{CimValue::Text("a \"b\""), R"({"P": "a \"b\""})", 1},
@@ -130,19 +130,24 @@ TEST_F(CmpiConversion, InstanceEntryConvertsLikeTheOthers)
 
 TEST_F(CmpiConversion, DateTimeIsLocalTime)
 {
-    const char* former = std::getenv("TZ"); // NOLINT(concurrency-mt-unsafe)
-    const std::string formerZone = former == nullptr ? "" : former;
-    ::setenv("TZ", "XST-2", 1); // NOLINT(concurrency-mt-unsafe)
-    ::tzset();
+    const TimeZone zone("XST-2");
     EXPECT_THAT(convert(CimValue::DateTime(1714551630999999)),
                 IsJson(R"({"P": "2024-05-01T10:20:30+0200"})"));
     EXPECT_THAT(convert(CimValue::DateTime(0)), IsJson(R"({"P": "1970-01-01T02:00:00+0200"})"));
-    if (former == nullptr) {
-        ::unsetenv("TZ"); // NOLINT(concurrency-mt-unsafe)
-    } else {
-        ::setenv("TZ", formerZone.c_str(), 1); // NOLINT(concurrency-mt-unsafe)
-    }
-    ::tzset();
+}
+
+// Around the end of a time_t of 32 bits, and at the end of what CIM can write.
+TEST_F(CmpiConversion, DateTimesGoOnUntilTheYear9999)
+{
+    const TimeZone zone("UTC0");
+    EXPECT_THAT(convert(CimValue::DateTime(2147483647999999)),
+                IsJson(R"({"P": "2038-01-19T03:14:07+0000"})"));
+    EXPECT_THAT(convert(CimValue::DateTime(2147483648000000)),
+                IsJson(R"({"P": "2038-01-19T03:14:08+0000"})"));
+    EXPECT_THAT(convert(CimValue::Array(CMPI_dateTime, {CimValue::DateTime(4294967296000000),
+                                                        CimValue::DateTime(253402300799999999)})),
+                IsJson(R"({"P": ["2106-02-07T06:28:16+0000", "9999-12-31T23:59:59+0000"],
+                           "P@odata.count": 2})"));
 }
 
 TEST_F(CmpiConversion, DateTimeThatCannotBeReadIsEmpty)
@@ -256,6 +261,16 @@ TEST_F(MethodOutput, ArgumentsBecomeMembers)
     EXPECT_EQ(mRequest.Header("Location"), std::nullopt);
     EXPECT_EQ(countLogged(3, "InvokeOutputToJson", "Entering"), 1);
     EXPECT_EQ(countLogged(3, "InvokeOutputToJson", "Leaving"), 1);
+}
+
+TEST_F(MethodOutput, DateTimesGoOnUntilTheYear9999)
+{
+    const TimeZone zone("UTC0");
+    EXPECT_THAT(convert({{"Last", CimValue::DateTime(2147483647000000)},
+                         {"Next", CimValue::DateTime(2147483648000000)},
+                         {"End", CimValue::DateTime(253402300799000000)}}),
+                IsJson(R"({"Last": "2038-01-19T03:14:07+0000", "Next": "2038-01-19T03:14:08+0000",
+                           "End": "9999-12-31T23:59:59+0000"})"));
 }
 
 TEST_F(MethodOutput, LastResultCounts)

@@ -1,43 +1,18 @@
 // Date-times of the data cache: microseconds since the epoch, written in the local time zone.
+#include "LocalTime.h"
 #include "SQLInterface.h"
+#include "TimeZone.h"
 
 #include <gtest/gtest.h>
 #include <json/json.h>
-#include <stdlib.h>
-#include <time.h>
 
+#include <cstdint>
+#include <ostream>
 #include <string>
 
 namespace {
 
-// Sets the process's time zone for one test.
-class TimeZone
-{
-public:
-    explicit TimeZone(const char* name)
-    {
-        const char* former = getenv("TZ"); // NOLINT(concurrency-mt-unsafe): tests have one thread
-        mWasSet = former != nullptr;
-        mFormer = mWasSet ? former : "";
-        setenv("TZ", name, 1); // NOLINT(concurrency-mt-unsafe)
-        tzset();
-    }
-    ~TimeZone()
-    {
-        if (mWasSet) {
-            setenv("TZ", mFormer.c_str(), 1); // NOLINT(concurrency-mt-unsafe)
-        } else {
-            unsetenv("TZ"); // NOLINT(concurrency-mt-unsafe)
-        }
-        tzset();
-    }
-    TimeZone(const TimeZone&) = delete;
-    TimeZone& operator=(const TimeZone&) = delete;
-
-private:
-    bool mWasSet;
-    std::string mFormer;
-};
+using support::TimeZone;
 
 std::string dateTime(const std::string& microseconds, const std::string& type = "datetime")
 {
@@ -79,10 +54,47 @@ TEST(DateTime, TypeIsMatchedInAnyCase)
     EXPECT_EQ(dateTime("0", "DATETIME"), "1970-01-01T00:00:00+0000");
 }
 
-TEST(DateTime, TimesBeforeTheEpochCountBackwards)
+TEST(DateTime, SummerTimeGoesOnAfter2038)
 {
-    const TimeZone zone("UTC0");
-    EXPECT_EQ(dateTime("-1000000"), "1969-12-31T23:59:59+0000");
+    const TimeZone zone("EST5EDT,M3.2.0,M11.1.0");
+    EXPECT_EQ(dateTime("4118126400000000"), "2100-07-01T08:00:00-0400");
 }
+
+// Times that a time_t of 32 bits cannot hold, and their neighbours that it can.
+struct FarDate
+{
+    int64_t seconds;
+    const char* text;
+};
+
+void PrintTo(const FarDate& date, std::ostream* stream)
+{
+    *stream << date.text;
+}
+
+class FarDateTime : public testing::TestWithParam<FarDate>
+{
+    const TimeZone mZone{"UTC0"};
+};
+
+TEST_P(FarDateTime, OfACellIsShown)
+{
+    EXPECT_EQ(dateTime(std::to_string(GetParam().seconds) + "000000"), GetParam().text);
+}
+
+TEST_P(FarDateTime, IsWrittenAsLocalTime)
+{
+    EXPECT_EQ(localTimeText(static_cast<time_t>(GetParam().seconds)), GetParam().text);
+}
+
+INSTANTIATE_TEST_SUITE_P(, FarDateTime,
+                         testing::Values(FarDate{2147483647, "2038-01-19T03:14:07+0000"},
+                                         FarDate{2147483648, "2038-01-19T03:14:08+0000"},
+                                         FarDate{4294967296, "2106-02-07T06:28:16+0000"},
+                                         FarDate{253402300799, "9999-12-31T23:59:59+0000"},
+                                         FarDate{-1, "1969-12-31T23:59:59+0000"},
+                                         FarDate{-2147483648, "1901-12-13T20:45:52+0000"},
+                                         FarDate{-2147483649, "1901-12-13T20:45:51+0000"},
+                                         FarDate{-30610224000, "1000-01-01T00:00:00+0000"}));
 
 } // namespace

@@ -1,7 +1,9 @@
 #include "LibraryTest.h"
+#include "TimeZone.h"
 
 #include <sqlite3.h>
 
+#include <climits>
 #include <memory>
 
 namespace {
@@ -174,6 +176,85 @@ INSTANTIATE_TEST_SUITE_P(
                       NumberCase{"uint8", "255", "255"}, NumberCase{"uint16", "65535", "65535"},
                       NumberCase{"boolean", "1", "true"}, NumberCase{"Boolean", "0", "false"},
                       NumberCase{"BOOLEAN", "2", "false"}, NumberCase{"boolean", "-1", "false"}));
+
+// An integer that does not fit its type, as controllers and machines of 64 bits show it: the
+// nearest long, and the low 32 bits.
+struct MisfitCase
+{
+    const char* type;
+    const char* integer;
+    const char* jsonOf32Bits;
+    const char* jsonOf64Bits;
+
+    const char* json() const { return sizeof(long) * CHAR_BIT == 32 ? jsonOf32Bits : jsonOf64Bits; }
+};
+
+void PrintTo(const MisfitCase& misfit, std::ostream* stream)
+{
+    *stream << misfit.type << " " << misfit.integer;
+}
+
+class MisfitInteger : public RowToJson, public ::testing::WithParamInterface<MisfitCase>
+{
+protected:
+    void SetUp() override
+    {
+        RowToJson::SetUp();
+        mapProperty("P", std::string(R"({"cim_type": ")") + GetParam().type + "\"}");
+    }
+};
+
+TEST_P(MisfitInteger, DependsOnTheWidthOfALong)
+{
+    EXPECT_THAT(cell(GetParam().integer), IsJson(GetParam().json()));
+}
+
+TEST_P(MisfitInteger, InAnArrayIsTheSame)
+{
+    EXPECT_THAT(cell(support::arrayCell(2, 1, GetParam().integer)),
+                IsJson(std::string("[") + GetParam().json() + "]"));
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    , MisfitInteger,
+    ::testing::Values(MisfitCase{"sint32", "2147483648", "2147483647", "-2147483648"},
+                      MisfitCase{"sint32", "4294967301", "2147483647", "5"},
+                      MisfitCase{"sint32", "-2147483649", "-2147483648", "2147483647"},
+                      MisfitCase{"sint32", "9223372036854775807", "2147483647", "-1"},
+                      MisfitCase{"uint32", "4294967296", "4294967295", "0"},
+                      MisfitCase{"uint32", "4294967301", "4294967295", "5"},
+                      MisfitCase{"uint32", "-4294967297", "4294967295", "4294967295"},
+                      MisfitCase{"uint32", "-4294967298", "4294967295", "4294967294"},
+                      // Of 32 bits, whatever the type says, and the same everywhere.
+                      MisfitCase{"sint8", "-129", "-129", "-129"},
+                      MisfitCase{"uint8", "256", "256", "256"},
+                      MisfitCase{"sint16", "2147483647", "2147483647", "2147483647"},
+                      MisfitCase{"uint16", "-1", "4294967295", "4294967295"},
+                      MisfitCase{"boolean", "4294967297", "false", "false"},
+                      MisfitCase{"uint64", "-1", "18446744073709551615", "18446744073709551615"}));
+
+// Only elements of arrays can be so long: they are text.
+TEST_F(RowToJson, ElementAboveAllWidthsIsTheNearestNumberOf64Bits)
+{
+    const std::string number = "99999999999999999999";
+    const std::pair<const char*, const char*> cases[] = {{"uint64", "[18446744073709551615]"},
+                                                         {"sint64", "[9223372036854775807]"},
+                                                         {"uint32", "[4294967295]"}};
+    for (const auto& [type, json] : cases) {
+        mapProperty("P", std::string(R"({"cim_type": ")") + type + "\"}");
+        EXPECT_THAT(cell(support::arrayCell(2, 1, number)), IsJson(json)) << type;
+    }
+}
+
+TEST_F(RowToJson, DateTimesGoOnUntilTheYear9999)
+{
+    const support::TimeZone zone("UTC0");
+    mapProperty("P", R"({"cim_type": "datetime"})");
+    EXPECT_THAT(cell("2147483647999999"), IsJson(R"("2038-01-19T03:14:07+0000")"));
+    EXPECT_THAT(cell("2147483648000000"), IsJson(R"("2038-01-19T03:14:08+0000")"));
+    EXPECT_THAT(cell(support::arrayCell(2, 2, "-2147483649000000#253402300799999999")),
+                IsJson(R"(["1901-12-13T20:45:51+0000", "9999-12-31T23:59:59+0000"])"));
+}
 
 TEST_F(RowToJson, TextOfANumberIsReadAsFarAsItGoes)
 {
