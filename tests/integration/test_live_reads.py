@@ -5,6 +5,7 @@ import unittest
 
 from cim_repository import Class, object_manager
 from cimgate_host import BASE, OTHER_ARRAY, STRING_ARRAY, array_cell, collection_entry, member_entry
+from own_address import own_address
 from service_with_log import ServiceWithLog
 
 # One property of each CIM type: the name is that of the type.
@@ -237,7 +238,7 @@ class Restart(Reading):
         cim_class = Class("XCIM_Some", {"InstanceID": "string", "A": "string"})
         mapping = member_entry("VexoSome", "XCIM_Some", {"A": mapped("string")}, cached=False)
         thing = f"{BASE}/VexoSome/S.1"
-        with object_manager(cim_class, [{"InstanceID": "S.1", "A": "a"}]) as manager, \
+        with object_manager(cim_class, [{"InstanceID": "S.1", "A": "a"}], address=own_address()) as manager, \
                 ServiceWithLog(mapping, options=("--cim", manager.url, "--workers", "2")) as service:
             self.assertEqual(service.get(thing).json()["A"], "a")
             workers = service.workers()

@@ -11,6 +11,7 @@ from pathlib import Path
 
 from cimgate_host import (BASE, CIMGATED, PATIENCE_S, REGISTRIES, Service, children_of, collection_entry, member_entry,
                           state_of, wait_until)
+from own_address import own_address
 
 THING = f"{BASE}/VexoThing/T.1"
 STUCK = f"{BASE}/VexoStuck/T.1"
@@ -239,7 +240,7 @@ class Stops(unittest.TestCase):
             stuck.answer()
 
     def test_port_is_free_again_at_once(self):
-        with Service(mapping(), cache()) as first:
+        with Service(mapping(), cache(), listen=f"{own_address()}:0") as first:
             address = first.base.removeprefix("http://")
             self.assertEqual(first.get(THING, "-H", "Connection: close").status, 200)
         with Service(mapping(), cache(), listen=address) as second:
