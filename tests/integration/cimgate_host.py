@@ -7,6 +7,7 @@ Environment: CIMGATED, the program; CIMGATE_REGISTRIES, the directory of the mes
 import contextlib
 import json
 import os
+import select
 import selectors
 import signal
 import socket
@@ -229,8 +230,7 @@ def cpu_ticks(pid):
 
 
 def wait_until(condition, what):
-    """Waits for something that shows only when asked for: /proc and the files of others tell nobody when they change.
-    Returns what condition() gives."""
+    """Waits for something that shows only when asked for, as what a log says; returns what condition() gives."""
     end = time.monotonic() + PATIENCE_S
     while True:
         result = condition()
@@ -238,7 +238,18 @@ def wait_until(condition, what):
             return result
         if time.monotonic() > end:
             raise AssertionError("waited in vain: " + what)
-        time.sleep(0.01)
+        time.sleep(0.01)  # nothing tells of a change
+
+
+def await_ends(pids):
+    """Waits until all these processes have ended, whosever children they are."""
+    for pid in pids:
+        with contextlib.suppress(ProcessLookupError):
+            descriptor = os.pidfd_open(pid)
+            ended, _, _ = select.select([descriptor], [], [], PATIENCE_S)
+            os.close(descriptor)
+            if not ended:
+                raise AssertionError(f"process {pid} does not end")
 
 
 class Service:

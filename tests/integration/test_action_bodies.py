@@ -9,7 +9,7 @@ import random
 import sys
 import unittest
 
-from action_service import DONE, JSON, RUN, ActionService, MethodCall, action_mapping, declared
+from action_service import DONE, JSON, RUN, ActionService, action_mapping, declared
 from cimgate_host import PATIENCE_S, Pending
 from scripted_object_manager import ScriptedObjectManager
 

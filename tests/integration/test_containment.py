@@ -5,8 +5,8 @@ import os
 import signal
 import unittest
 
-from cimgate_host import PATIENCE_S, state_of, wait_until
-from containment_service import DEADLY, GOOD, GOODS, HUGE, REAL, STUCK, ContainmentTest
+from cimgate_host import PATIENCE_S, await_ends, wait_until
+from containment_service import DEADLY, GOOD, GOODS, HUGE, REAL, ContainmentTest
 
 # More than a worker can hold several times over, as it must to answer.
 HUGE_BYTES = 64 * 1024 * 1024
@@ -80,7 +80,7 @@ class Containment(ContainmentTest):
         os.kill(service.spawner(), signal.SIGKILL)
         self.assertEqual(service.process.wait(timeout=PATIENCE_S), 1)
         self.assertIn("cimgated: the spawner has ended", service.log())
-        wait_until(lambda: all(state_of(pid) in ("", "Z") for pid in pids[1:]), "the end of all processes")
+        await_ends(pids[1:])
 
 
 if __name__ == "__main__":

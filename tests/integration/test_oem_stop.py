@@ -5,7 +5,7 @@ import os
 import signal
 import unittest
 
-from cimgate_host import PATIENCE_S, state_of, wait_until
+from cimgate_host import PATIENCE_S, await_ends
 from oem_client import OemService, OemTest, request_text
 from test_isolation import NO_DEADLINE
 from test_oem_isolation import GOOD_ANSWER, sample
@@ -52,7 +52,7 @@ class Stop(OemTest):
             pids = service.pids()
             service.process.kill()
             service.process.wait(timeout=PATIENCE_S)
-            wait_until(lambda: all(state_of(pid) in ("", "Z") for pid in pids), "the end of all processes")
+            await_ends(pids)
 
 
 if __name__ == "__main__":

@@ -8,7 +8,7 @@ import signal
 import socket
 import unittest
 
-from cimgate_host import PATIENCE_S, Wires, children_of, state_of, wait_until
+from cimgate_host import PATIENCE_S, Wires, await_ends, children_of, wait_until
 from footprint import Footprint
 from recovery_service import THING, RecoveryTest
 
@@ -27,7 +27,8 @@ class Recovery(RecoveryTest):
             self.check_good(service)
             footprint = Footprint(service)
             for index in range(len(wires)):
-                wires.send(index, f"{THING}?n={index}")  # each a target of its own: none is refused for the workers' ends
+                # Each is a target of its own: none is refused for the workers' ends.
+                wires.send(index, f"{THING}?n={index}")
                 if index % 10 == 9:
                     for pid in service.workers():
                         with contextlib.suppress(ProcessLookupError):
@@ -72,8 +73,9 @@ class Recovery(RecoveryTest):
     # ---- Ends
 
     def test_start_that_hangs_can_be_ended(self):
+        signals = (signal.SIGTERM, signal.SIGINT, signal.SIGHUP)
         starts = [(name, number, self.start_that_hangs(name))
-                  for name in ("mapping_path", "cache_path") for number in (signal.SIGTERM, signal.SIGINT, signal.SIGHUP)]
+                  for name in ("mapping_path", "cache_path") for number in signals]
         pids = [wait_until(lambda s=service: len(processes(s)) >= 2 and processes(s), "its processes")
                 for _, _, service in starts]
         for _, number, service in starts:
@@ -81,7 +83,7 @@ class Recovery(RecoveryTest):
         for (name, number, service), own in zip(starts, pids):
             with self.subTest(file=name, signal=number.name):
                 service.process.wait(timeout=PATIENCE_S)
-                wait_until(lambda p=own: all(state_of(pid) in ("", "Z") for pid in p), "the end of all processes")
+                await_ends(own)
 
     def start_that_hangs(self, name):
         """A service that has been started, with a pipe for one of its files."""
@@ -109,7 +111,7 @@ class Recovery(RecoveryTest):
             self.check_good(service)
             service.process.send_signal(signal.SIGTERM)
             service.process.wait(timeout=PATIENCE_S)
-            wait_until(lambda: all(state_of(pid) in ("", "Z") for pid in pids), "the end of all processes")
+            await_ends(pids)
         finally:
             with contextlib.suppress(ProcessLookupError):
                 os.kill(pids[1], signal.SIGKILL)

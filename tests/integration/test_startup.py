@@ -9,8 +9,8 @@ import tempfile
 import unittest
 from pathlib import Path
 
-from cimgate_host import (BASE, CIMGATED, PATIENCE_S, REGISTRIES, Service, children_of, collection_entry, connect_to,
-                          member_entry, state_of, wait_until)
+from cimgate_host import (BASE, CIMGATED, PATIENCE_S, REGISTRIES, Service, await_ends, children_of, collection_entry,
+                          connect_to, member_entry, state_of, wait_until)
 from own_address import own_address
 
 THING = f"{BASE}/VexoThing/T.1"
@@ -242,7 +242,7 @@ class Stops(unittest.TestCase):
         pids = service.pids()
         service.process.kill()
         service.process.wait(timeout=PATIENCE_S)
-        wait_until(lambda: all(state_of(pid) in ("", "Z") for pid in pids), "the end of all processes")
+        await_ends(pids)
         with self.assertRaises(AssertionError):
             stuck.answer()
 
