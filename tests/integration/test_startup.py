@@ -45,7 +45,7 @@ def has_ipv6():
 def listens(service):
     try:
         connect_to(service.base).close()
-    except ConnectionRefusedError:
+    except (ConnectionRefusedError, ConnectionResetError):  # the latter where it stops at that moment
         return False
     return True
 
