@@ -156,7 +156,7 @@ WorkerRequest workerRequest(httpd::Request request)
 class Front
 {
 public:
-    Front(const Options& options, const Spawner& spawner);
+    Front(const Options& options, const Spawner& spawner, const httpd::Limits& limits);
 
     int run();
 
@@ -189,7 +189,7 @@ private:
     int mUndrained = 0; // servers that still have requests to answer, once it stops
 };
 
-Front::Front(const Options& options, const Spawner& spawner)
+Front::Front(const Options& options, const Spawner& spawner, const httpd::Limits& limits)
     : mOptions(options),
       mUsesCache(spawner.usesCache),
       mSignals(mContext, SIGTERM, SIGINT, SIGHUP),
@@ -209,7 +209,8 @@ Front::Front(const Options& options, const Spawner& spawner)
               httpd::Response response = unreadable(status);
               addCommonHeaders(response);
               return response;
-          })
+          },
+          limits)
 {
     if (!options.oemEndpoint.empty()) {
         makeOemServer();
@@ -393,9 +394,9 @@ void Front::fail(const std::string& cause)
 
 } // namespace
 
-int runFront(const Options& options, const Spawner& spawner)
+int runFront(const Options& options, const Spawner& spawner, const httpd::Limits& limits)
 {
-    return Front(options, spawner).run();
+    return Front(options, spawner, limits).run();
 }
 
 } // namespace host

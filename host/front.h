@@ -5,10 +5,13 @@
 #include "options.h"
 #include "spawner.h"
 
+#include <httpd/limits.h>
+
 namespace host {
 
-// Serves until SIGTERM or SIGINT. Returns the process's exit status.
-int runFront(const Options& options, const Spawner& spawner);
+// Serves until SIGTERM or SIGINT; HTTP clients get what the limits allow. Returns the process's
+// exit status.
+int runFront(const Options& options, const Spawner& spawner, const httpd::Limits& limits = {});
 
 } // namespace host
 

@@ -113,16 +113,18 @@ def declaration(objects, namespace=NAMESPACE):
 class ObjectManager:
     """with ObjectManager(files) as manager: asks it at manager.url, "http://127.0.0.1:PORT".
 
-    files: file name -> declaration text. port: 0 for a free one, or that of one that has ended, to start it anew.
+    files: file name -> declaration text. port: 0 for a free one. address: own_address() for one that will be started
+    anew on its port.
     """
 
-    def __init__(self, files, port=0):
+    def __init__(self, files, port=0, address="127.0.0.1"):
         self._directory = tempfile.TemporaryDirectory()
         self.repository = Path(self._directory.name, "repository")
         self.repository.mkdir()
         for name, text in files.items():
             Path(self.repository, name).write_text(text, encoding="utf-8")
         self._log_path = Path(self._directory.name, "log")
+        self.address = address
         self.port = port
         self.process = None
         self.url = None
@@ -131,7 +133,7 @@ class ObjectManager:
         with self._log_path.open("wb") as log:
             # pylint: disable=consider-using-with
             self.process = subprocess.Popen(
-                [CIMOMD, "--listen", f"127.0.0.1:{self.port}", "--repository", str(self.repository)],
+                [CIMOMD, "--listen", f"{self.address}:{self.port}", "--repository", str(self.repository)],
                 stdin=subprocess.DEVNULL, stdout=subprocess.PIPE, stderr=log, text=True)
 
     def start(self):

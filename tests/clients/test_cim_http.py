@@ -15,6 +15,7 @@ from pathlib import Path
 
 from cim_object_manager import (CIMOMD, NAMESPACE, PATIENCE_S, ObjectManager, class_element, declaration,
                                 instance_element)
+from own_address import own_address
 from small_model import FILES
 
 CLASS_NAME = '<IPARAMVALUE NAME="ClassName"><CLASSNAME NAME="{}"/></IPARAMVALUE>'
@@ -57,7 +58,7 @@ class Connection:
     """One kept-alive connection."""
 
     def __init__(self, manager):
-        self._connection = http.client.HTTPConnection("127.0.0.1", manager.port, timeout=PATIENCE_S)
+        self._connection = http.client.HTTPConnection(manager.address, manager.port, timeout=PATIENCE_S)
 
     def __enter__(self):
         return self
@@ -302,7 +303,7 @@ class Start(unittest.TestCase):
         delete = ('<IPARAMVALUE NAME="InstanceName"><INSTANCENAME CLASSNAME="XCIM_Zone"><KEYBINDING NAME="Tag">'
                   '<KEYVALUE>rear</KEYVALUE></KEYBINDING></INSTANCENAME></IPARAMVALUE>')
         names = message("EnumerateInstanceNames", CLASS_NAME.format("XCIM_Zone"))
-        with ObjectManager(FILES) as manager:
+        with ObjectManager(FILES, address=own_address()) as manager:
             with Connection(manager) as connection:
                 connection.answer("DeleteInstance", message("DeleteInstance", delete))
                 self.assertEqual(len(connection.answer("EnumerateInstanceNames", names).findall(".//INSTANCENAME")), 1)

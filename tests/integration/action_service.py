@@ -31,6 +31,12 @@ def declared(redfish_type="Edm.String", cim_type="string", **more):
     return {"redfish_type": redfish_type, "cim_type": cim_type, **more}
 
 
+def bytes_of(body):
+    if not isinstance(body, (str, bytes)):
+        body = json.dumps(body)
+    return body if isinstance(body, bytes) else body.encode("utf-8")
+
+
 class ActionService(ServiceWithLog):
     """Has the action of action_mapping() at the object manager at url."""
 
@@ -43,13 +49,11 @@ class ActionService(ServiceWithLog):
         return self.post(RUN, body)
 
     def post(self, path, body="{}", content_type=JSON):
-        return self.start_post(path, body, content_type).answer()
+        return super().post(path, bytes_of(body), content_type)
 
     def start_post(self, path, body="{}", content_type=JSON):
-        if not isinstance(body, (str, bytes)):
-            body = json.dumps(body)
         data = self.directory / f"body{next(self._bodies)}"
-        data.write_bytes(body if isinstance(body, bytes) else body.encode("utf-8"))
+        data.write_bytes(bytes_of(body))
         return self.start_get(path, "-X", "POST", "-H", f"Content-Type: {content_type}", "--data-binary", f"@{data}")
 
 

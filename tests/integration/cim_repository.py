@@ -18,5 +18,5 @@ class Class:
                   for values in instances)]
 
 
-def object_manager(cim_class, instances):
-    return ObjectManager({"repository.xml": declaration(cim_class.elements(instances))})
+def object_manager(cim_class, instances, **more):
+    return ObjectManager({"repository.xml": declaration(cim_class.elements(instances))}, **more)

@@ -1,10 +1,13 @@
-"""A running cimgated with a mapping and a cache made for one test, and a client that asks it through curl.
+"""A running cimgated with a mapping and a cache made for one test, and clients of it: curl where a request has options
+or is not waited for, and otherwise a plain one that costs no process.
 
 Environment: CIMGATED, the program; CIMGATE_REGISTRIES, the directory of the message registries.
 """
 
+import contextlib
 import json
 import os
+import select
 import selectors
 import signal
 import socket
@@ -108,6 +111,37 @@ class Answer:
         return found
 
 
+def connect_to(base, timeout=PATIENCE_S):
+    host, _, port = base.removeprefix("http://").rpartition(":")
+    return socket.create_connection((host.strip("[]"), int(port)), timeout=timeout)
+
+
+def ask(base, path, method="GET", headers=(), body=b""):
+    """The answer to one request on a connection of its own; its length must be what it says."""
+    head = [f"{method} {path} HTTP/1.1", f"Host: {base.removeprefix('http://')}", "Accept: */*", *headers]
+    if method != "GET":
+        head.append(f"Content-Length: {len(body)}")
+    with connect_to(base, 2 * PATIENCE_S) as connection, connection.makefile("rb") as stream:
+        with contextlib.suppress(BrokenPipeError, ConnectionResetError):  # answered before all of it is read
+            connection.sendall("".join(line + "\r\n" for line in head).encode("utf-8") + b"\r\n" + body)
+        return read_answer(stream)
+
+
+def read_answer(stream):
+    head = b""
+    while not head.endswith(b"\r\n\r\n"):
+        line = stream.readline()
+        if not line:
+            raise AssertionError(f"no answer, but {head!r}")
+        head += line
+    answer = Answer(head)
+    length = int(answer.get("Content-Length"))
+    answer.body = stream.read(length)
+    if len(answer.body) != length:
+        raise AssertionError(f"{len(answer.body)} bytes of a body of {length}")
+    return answer
+
+
 class Pending:
     """A request on its way."""
 
@@ -118,13 +152,6 @@ class Pending:
 
     def is_done(self):
         return self._process.poll() is not None
-
-    def ends_within(self, seconds):
-        try:
-            self._process.wait(seconds)
-        except subprocess.TimeoutExpired:
-            return False
-        return True
 
     def output(self):
         out, errors = self._process.communicate()
@@ -140,8 +167,7 @@ class Wires:
     """Many connections with one request each, sent one after the other; answers are read as they come."""
 
     def __init__(self, base, count):
-        host, _, port = base.removeprefix("http://").rpartition(":")
-        self._sockets = [socket.create_connection((host, int(port)), timeout=PATIENCE_S) for _ in range(count)]
+        self._sockets = [connect_to(base) for _ in range(count)]
         self._selector = selectors.DefaultSelector()
         self._received = {}
 
@@ -204,7 +230,7 @@ def cpu_ticks(pid):
 
 
 def wait_until(condition, what):
-    """Waits for something that shows only when asked for; returns what condition() gives."""
+    """Waits for something that shows only when asked for, as what a log says; returns what condition() gives."""
     end = time.monotonic() + PATIENCE_S
     while True:
         result = condition()
@@ -212,7 +238,18 @@ def wait_until(condition, what):
             return result
         if time.monotonic() > end:
             raise AssertionError("waited in vain: " + what)
-        time.sleep(0.01)
+        time.sleep(0.01)  # nothing tells of a change
+
+
+def await_ends(pids):
+    """Waits until all these processes have ended, whosever children they are."""
+    for pid in pids:
+        with contextlib.suppress(ProcessLookupError):
+            descriptor = os.pidfd_open(pid)
+            ended, _, _ = select.select([descriptor], [], [], PATIENCE_S)
+            os.close(descriptor)
+            if not ended:
+                raise AssertionError(f"process {pid} does not end")
 
 
 class Service:
@@ -295,7 +332,11 @@ class Service:
     # ---- Asking
 
     def get(self, path, *options):
-        return Pending([*options, self.base + path]).answer()
+        """options: those of curl."""
+        return self.start_get(path, *options).answer() if options else ask(self.base, path)
+
+    def post(self, path, body, content_type="application/json"):
+        return ask(self.base, path, "POST", [f"Content-Type: {content_type}"], body)
 
     def head(self, path):
         return self.get(path, "-I")

@@ -6,6 +6,7 @@ import threading
 from xml.sax.saxutils import escape
 
 from cimgate_host import PATIENCE_S
+from own_address import own_address
 
 
 def response(method, content):
@@ -67,8 +68,8 @@ def http(body, status="200 OK", content_type='application/xml; charset="utf-8"',
 
 class ScriptedObjectManager:
     """answer: what every request gets, bytes to send or a function of the request that gives them; None keeps it
-    waiting for release(). May be changed at any time. close: whether the connection is closed after it. A context
-    manager."""
+    waiting for release(). May be changed at any time. close: whether the connection is closed after it. port: that of
+    one that has ended, to be there again. A context manager."""
 
     def __init__(self, answer, close=False, port=0):
         self.answer = answer
@@ -76,8 +77,9 @@ class ScriptedObjectManager:
         self._close = close
         self._changed = threading.Condition()
         self._connections = []
-        self._listener = socket.create_server(("127.0.0.1", port))
-        self.url = f"http://127.0.0.1:{self._listener.getsockname()[1]}"
+        self._listener = socket.create_server((own_address(), port))
+        self.port = self._listener.getsockname()[1]
+        self.url = f"http://{own_address()}:{self.port}"
 
     def __enter__(self):
         threading.Thread(target=self._accept, daemon=True).start()

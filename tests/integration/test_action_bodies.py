@@ -1,5 +1,5 @@
 #!/usr/bin/python3
-"""Bodies that are no JSON object, of other types, too large or hostile: each gets the error that fits, and nothing of
+"""Bodies that are no JSON object, of other types or hostile: each gets the error that fits, and nothing of
 them reaches the object manager."""
 
 import contextlib
@@ -9,13 +9,12 @@ import random
 import sys
 import unittest
 
-from action_service import DONE, JSON, RUN, ActionService, MethodCall, action_mapping, declared
+from action_service import DONE, JSON, RUN, ActionService, action_mapping, declared
 from cimgate_host import PATIENCE_S, Pending
 from scripted_object_manager import ScriptedObjectManager
 
 MALFORMED = (400, [("Vexo.SYS405", []), ("Base.MalformedJSON", [])])
 UNSUPPORTED = (415, [("Base.UnsupportedMediaType", [])])
-MAX_BODY_BYTES = 1024 * 1024
 # Arrays and objects within each other, the body included.
 MAX_DEPTH = 32
 
@@ -204,52 +203,6 @@ class Required(unittest.TestCase):
                 self.assertEqual((answer.status, answer.messages()), error("SYS428", missing))
             self.assertEqual(manager.requests, [])
             self.assertEqual(service.run({"A": "a", "B": ""}).status, 200)
-
-
-class Sizes(unittest.TestCase):
-    """Bodies as long as they may be: the worker has memory for each of them."""
-
-    def call(self, inputs, body):
-        with ScriptedObjectManager(DONE) as manager, ActionService(manager.url, action_mapping(inputs)) as service:
-            self.assertLessEqual(len(body), MAX_BODY_BYTES)
-            workers = service.workers()
-            answer = service.run(body)
-            self.assertEqual(service.workers(), workers)
-            return answer, manager.requests
-
-    def test_longest_text(self):
-        text = "x" * (MAX_BODY_BYTES - len('{"Text": ""}'))
-        answer, requests = self.call(INPUTS, f'{{"Text": "{text}"}}')
-        self.assertEqual(answer.status, 200)
-        self.assertEqual(MethodCall(requests[0]).arguments, [("Text", "string", text)])
-
-    def test_longest_array(self):
-        count = (MAX_BODY_BYTES - len('{"List": []}')) // 4
-        answer, requests = self.call(INPUTS, '{"List": [' + ",".join(['"x"'] * count) + "]}")
-        self.assertEqual((answer.status, len(MethodCall(requests[0]).arguments[0][2])), (200, count))
-
-    def test_array_with_the_most_elements(self):
-        count = (MAX_BODY_BYTES - len('{"List": []}')) // 2
-        answer, requests = self.call({"List": declared("Edm.Int64", "uint8", is_arraytype=True)},
-                                     '{"List": [' + ",".join(["0"] * count) + "]}")
-        self.assertEqual((answer.status, len(MethodCall(requests[0]).arguments[0][2])), (200, count))
-
-    def test_array_of_another_type_with_the_most_elements(self):
-        count = (MAX_BODY_BYTES - len('{"List": []}')) // 2
-        answer, requests = self.call(INPUTS, '{"List": [' + ",".join(["0"] * count) + "]}")
-        self.assertEqual((answer.status, requests), (400, []))
-        self.assertEqual(answer.messages()[0][0], "Vexo.SYS425")
-
-    def test_most_members(self):
-        members = ",".join(f'"{number}":0' for number in range(90000))
-        answer, requests = self.call(INPUTS, "{" + members + "}")
-        self.assertEqual((answer.status, answer.messages(), requests), (*error("SYS429", "0"), []))
-
-    def test_body_above_the_limit(self):
-        with ScriptedObjectManager(DONE) as manager, ActionService(manager.url) as service:
-            answer = service.run('{"Text": "' + "x" * MAX_BODY_BYTES + '"}')
-            self.assertEqual((answer.status, answer.messages(), manager.requests),
-                             (413, [("Base.PayloadTooLarge", [])], []))
 
 
 class ContentTypes(Bodies):

@@ -1,21 +1,12 @@
 #!/usr/bin/python3
-"""An installed tree is complete: another project builds against it, and it exports what it promises.
-
-Environment: CIMGATE_BUILD_DIR, a complete build; CIMGATE_SOURCE_DIR, the checkout.
-"""
+"""An installed tree is complete, and exports what it promises."""
 
 import json
 import os
 import re
-import subprocess
-import tempfile
 import unittest
-from pathlib import Path
 
-BUILD_DIR = Path(os.environ["CIMGATE_BUILD_DIR"])
-SOURCE_DIR = Path(os.environ["CIMGATE_SOURCE_DIR"])
-CONSUMER_DIR = SOURCE_DIR / "tests" / "integration" / "consumer"
-INSTANCE_URI = ("/redfish/v1/Vexo/Chassis/System.Embedded.1/Power/PowerSupplies/VexoPowerSupply/PSU.Slot.1")
+from installed_tree import BUILD_DIR, SOURCE_DIR, InstalledTreeTest, cache_entry, run
 
 # Operations of these classes, with their vtables and type information, and these free functions.
 PUBLIC_SYMBOL = re.compile(
@@ -27,68 +18,7 @@ PUBLIC_SYMBOL = re.compile(
 HEADERS = {"SfccSession": "SfccInterface.h", "CmpiJson": "CmpiToJson.h"}
 
 
-def run(*command, **options):
-    """Runs a command; its output is part of the failure where it fails."""
-    done = subprocess.run([str(word) for word in command], stdout=subprocess.PIPE, stderr=subprocess.STDOUT,
-                          text=True, check=False, **options)
-    if done.returncode != 0:
-        raise AssertionError(f"{command[0]} ended with {done.returncode}:\n{done.stdout}")
-    return done.stdout
-
-
-def cache_entry(name):
-    """A variable of the build's CMake cache."""
-    text = (BUILD_DIR / "CMakeCache.txt").read_text(encoding="utf-8")
-    found = re.search(rf"^{re.escape(name)}:[A-Z]+=(.*)$", text, re.MULTILINE)
-    return found.group(1) if found else ""
-
-
-def sanitizer_flags():
-    """What a program needs that loads libraries built with a sanitizer."""
-    flags = cache_entry("CMAKE_CXX_FLAGS_" + cache_entry("CMAKE_BUILD_TYPE").upper())
-    return [flag for flag in flags.split() if flag.startswith("-fsanitize=")]
-
-
-class InstalledTree(unittest.TestCase):
-    @classmethod
-    def setUpClass(cls):
-        cls.work = tempfile.TemporaryDirectory(prefix="cimgate-install-")
-        cls.addClassCleanup(cls.work.cleanup)
-        cls.prefix = Path(cls.work.name) / "installed"
-        run("cmake", "--install", BUILD_DIR, "--prefix", cls.prefix)
-        cls.lib = cls.prefix / (cache_entry("CMAKE_INSTALL_LIBDIR") or "lib")
-        cls.cache = Path(cls.work.name) / "cache.db"
-        run(SOURCE_DIR / "scripts" / "make-sample-cache", cls.cache)
-
-    def check_consumer(self, program, environment):
-        """The program reads a power supply of the sample system."""
-        mapping = self.prefix / "share" / "cimgate" / "resourcemapping.json"
-        done = subprocess.run([str(program), str(mapping), str(self.cache), INSTANCE_URI], check=False,
-                              stdout=subprocess.PIPE, stderr=subprocess.PIPE, text=True, env=environment)
-        self.assertEqual(done.returncode, 0, done.stderr)
-        status, resource, body = done.stdout.split(" ", 2)
-        self.assertEqual((status, resource), ("200", "VexoPowerSupply"))
-        instance = json.loads(body)
-        self.assertEqual(instance["@odata.id"], INSTANCE_URI)
-        self.assertEqual(instance["Id"], "PSU.Slot.1")
-        self.assertEqual(instance["TotalOutputPowerMilliwatts"], 1400000)
-        self.assertEqual(instance["HealthState"], "OK")
-
-    def test_find_package_builds_a_consumer(self):
-        build = Path(self.work.name) / "by-cmake"
-        run("cmake", "-S", CONSUMER_DIR, "-B", build, f"-DCMAKE_PREFIX_PATH={self.prefix}",
-            "-DCMAKE_FIND_USE_PACKAGE_REGISTRY=OFF", "-DCMAKE_CXX_FLAGS=" + " ".join(sanitizer_flags()))
-        run("cmake", "--build", build)
-        self.check_consumer(build / "consumer", dict(os.environ))
-
-    def test_pkg_config_builds_a_consumer(self):
-        environment = dict(os.environ, PKG_CONFIG_PATH=str(self.lib / "pkgconfig"))
-        flags = run("pkg-config", "--cflags", "--libs", "cimgate", env=environment).split()
-        self.assertNotIn(str(SOURCE_DIR), " ".join(flags))
-        program = Path(self.work.name) / "by-pkg-config"
-        run("g++", "-std=c++20", *sanitizer_flags(), CONSUMER_DIR / "main.cpp", "-o", program, *flags)
-        self.check_consumer(program, dict(os.environ, LD_LIBRARY_PATH=str(self.lib)))
-
+class InstalledTree(InstalledTreeTest):
     def test_pkg_config_reports_the_version(self):
         environment = dict(os.environ, PKG_CONFIG_PATH=str(self.lib / "pkgconfig"))
         version = run("pkg-config", "--modversion", "cimgate", env=environment).strip()
@@ -127,16 +57,6 @@ class InstalledTree(unittest.TestCase):
         header = self.prefix / "include" / "cimgate" / HEADERS.get(class_name, f"{class_name}.h")
         public_part = re.split(r"^private:$", header.read_text(encoding="utf-8"), flags=re.MULTILINE)[0]
         return set(re.findall(r"~?\w+", public_part))
-
-    def test_headers_compile_on_their_own(self):
-        headers = sorted((self.prefix / "include" / "cimgate").rglob("*.h"))
-        self.assertGreaterEqual(len(headers), 9, headers)
-        environment = dict(os.environ, PKG_CONFIG_PATH=str(self.lib / "pkgconfig"))
-        flags = run("pkg-config", "--cflags", "cimgate", env=environment).split()
-        for header in headers:
-            with self.subTest(header=header.name):
-                run("g++", "-std=c++20", "-fsyntax-only", "-Wall", "-Wextra", "-Werror", *flags, "-x", "c++",
-                    "-include", header, "/dev/null")
 
     def test_no_path_of_the_builder_is_installed(self):
         texts = [path for path in self.prefix.rglob("*") if path.suffix in (".cmake", ".pc", ".json", ".h")]

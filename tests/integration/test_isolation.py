@@ -5,7 +5,8 @@ import os
 import signal
 import unittest
 
-from cimgate_host import BASE, PATIENCE_S, Pending, collection_entry, cpu_ticks, member_entry, state_of, wait_until
+from cimgate_host import (BASE, PATIENCE_S, Pending, await_ends, collection_entry, cpu_ticks, member_entry, state_of,
+                          wait_until)
 from service_with_log import ServiceWithLog
 
 GOOD = f"{BASE}/VexoGood/G.1"
@@ -126,7 +127,7 @@ class Isolation(unittest.TestCase):
             self.assertEqual(service.process.wait(timeout=PATIENCE_S), 1)
             with self.assertRaisesRegex(AssertionError, "curl ended with"):
                 stuck.answer()
-            wait_until(lambda: all(state_of(pid) in ("", "Z") for pid in pids), "the end of all processes")
+            await_ends(pids)
 
 
 if __name__ == "__main__":

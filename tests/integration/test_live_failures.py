@@ -89,16 +89,16 @@ class Answers(unittest.TestCase):
 
 class Connections(unittest.TestCase):
     def test_object_manager_that_is_away_and_comes_back(self):
-        with ScriptedObjectManager(GOOD) as manager:
-            url = manager.url
-        with service_at(url, "--workers", "2") as service:
+        with ScriptedObjectManager(GOOD) as away:
+            pass
+        with service_at(away.url, "--workers", "2") as service:
             for path in (THING, THINGS):
                 got = service.get(path)
                 self.assertEqual((got.status, got.get("Retry-After")), (503, "5"))
                 self.assertEqual(got.messages(), [("Base.ServiceTemporarilyUnavailable", ["5"])])
             self.assertEqual(service.get(CACHED).status, 200)
             workers = service.workers()
-            with ScriptedObjectManager(GOOD, port=int(url.rpartition(":")[2])):
+            with ScriptedObjectManager(GOOD, port=away.port):
                 for _ in range(10):
                     self.assertEqual(service.get(THING).json()["A"], "a")
             self.assertEqual(service.get(THING).status, 503)

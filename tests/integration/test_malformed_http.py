@@ -3,6 +3,7 @@
 their connection closed, and nothing else happens."""
 
 import random
+import threading
 import unittest
 
 from cimgate_host import BASE, Service, collection_entry, member_entry
@@ -13,6 +14,8 @@ REQUESTS = 20_000
 # After so many the service has allocated what it needs for such clients.
 WARM_UP = 2_000
 SEED = 20240501
+# Clients at a time: while one makes up its request, the service answers another one's.
+SENDERS = 4
 
 THING = f"{BASE}/VexoThing/A"
 # What a client's request may make of itself; 500 is the library's answer to a "$select" that is empty or too long.
@@ -41,7 +44,11 @@ class Generator:
     """Requests made from valid ones, the same for the same seed."""
 
     def __init__(self, seed):
+        self._seed = seed
         self._random = random.Random(seed)
+
+    def __str__(self):
+        return f"seed {self._seed}"
 
     def one(self):
         """A request, and whether its end can be told, whatever is wrong with it: behind an empty line."""
@@ -107,43 +114,70 @@ def sample():
     return mapping, {"classes": {"XCIM_Thing": (["InstanceID", "Value"], rows)}}
 
 
+class Sender(threading.Thread):
+    """Sends its part of the requests, one after the other."""
+
+    def __init__(self, service, generator, count):
+        super().__init__()
+        self._wire = StrictWire(service)
+        self._generator = generator
+        self._count = count
+        self.seen = set()
+        self.fault = None
+
+    @property
+    def connections(self):
+        return self._wire.made
+
+    def run(self):
+        try:
+            for number in range(self._count):
+                text, has_end = self._generator.one()
+                self._exchange(number, text, has_end)
+        except Exception as error:  # pylint: disable=broad-except
+            self.fault = error
+        finally:
+            self._wire.close()
+
+    def _exchange(self, number, text, has_end):
+        try:
+            self._wire.send(text)
+            self.seen.update([self._wire.read_answer()] if has_end else self._wire.read_to_end())
+        except Exception as error:
+            error.add_note(f"request {number} of {self._generator}: {text[:2000]!r}")
+            raise
+
+
 class MalformedHttp(unittest.TestCase):
     maxDiff = None
+
+    def send(self, service, generators, count):
+        """Sends so many requests altogether; gives back the statuses that were seen, and the number of connections."""
+        senders = [Sender(service, generator, count // len(generators)) for generator in generators]
+        for sender in senders:
+            sender.start()
+        for sender in senders:
+            sender.join()
+        for fault in [sender.fault for sender in senders if sender.fault is not None]:
+            raise fault
+        return set().union(*(sender.seen for sender in senders)), sum(sender.connections for sender in senders)
 
     def test_no_request_hangs_or_harms(self):
         service = self.enterContext(Service(*sample()))
         pids = service.pids()
-        wire = StrictWire(service)
-        self.addCleanup(wire.close)
-        generator = Generator(SEED)
-        print(f"seed {SEED}")
-        seen = set()
-        for number in range(REQUESTS):
-            if number == WARM_UP:
-                wire.close()
-                footprint = Footprint(service)
-            text, has_end = generator.one()
-            try:
-                seen.update(self.exchange(wire, text, has_end))
-            except Exception as error:
-                error.add_note(f"request {number} of seed {SEED}: {text[:2000]!r}")
-                raise
-        wire.close()
-        # The generator reaches all of it, and connections outlive what can be told apart.
+        generators = [Generator(SEED + number) for number in range(SENDERS)]
+        first_seen, _ = self.send(service, generators, WARM_UP)
+        footprint = Footprint(service)
+        seen, connections = self.send(service, generators, REQUESTS - WARM_UP)
+        seen |= first_seen
+        # The generators reach all of it, and connections outlive what can be told apart.
         self.assertEqual(seen - STATUSES, set())
         self.assertLessEqual({200, 400, 404, 405, 413, 414, 431}, seen)
-        self.assertLess(wire.made, 0.9 * REQUESTS)
+        self.assertLess(connections, 0.9 * (REQUESTS - WARM_UP))
         # Nothing that a client sends ends a worker either.
         self.assertEqual(service.pids(), pids)
         footprint.check_same_again()
         self.assertEqual(service.get(THING).json()["Value"], "first")
-
-    @staticmethod
-    def exchange(wire, text, has_end):
-        wire.send(text)
-        if has_end:
-            return [wire.read_answer()]
-        return wire.read_to_end()
 
 
 if __name__ == "__main__":

@@ -8,7 +8,7 @@ import stat
 import subprocess
 import unittest
 
-from cimgate_host import CIMGATED, PATIENCE_S, state_of, wait_until
+from cimgate_host import CIMGATED, PATIENCE_S, await_ends
 from oem_client import BY_ID, TEXT, OemService, OemTest, container_entry, embedded_data, embedded_entry
 
 GOOD_ANSWER = {"VexoGood": embedded_data("VexoGood", "G.1", A="fine")}
@@ -115,7 +115,7 @@ class Socket(OemTest):
         former = self.service().start()
         pids = former.pids()
         former.process.kill()
-        wait_until(lambda: all(state_of(pid) in ("", "Z") for pid in pids), "the end of all processes")
+        await_ends(pids)
         with self.at(former.socket_path) as service:
             self.check_good(service)
 
