@@ -117,14 +117,20 @@ def connect_to(base, timeout=PATIENCE_S):
 
 
 def ask(base, path, method="GET", headers=(), body=b""):
-    """The answer to one request on a connection of its own; its length must be what it says."""
+    """The answer to one request on a connection of its own; its length must be what it says, and nothing may follow."""
     head = [f"{method} {path} HTTP/1.1", f"Host: {base.removeprefix('http://')}", "Accept: */*", *headers]
     if method != "GET":
         head.append(f"Content-Length: {len(body)}")
     with connect_to(base, 2 * PATIENCE_S) as connection, connection.makefile("rb") as stream:
         with contextlib.suppress(BrokenPipeError, ConnectionResetError):  # answered before all of it is read
             connection.sendall("".join(line + "\r\n" for line in head).encode("utf-8") + b"\r\n" + body)
-        return read_answer(stream)
+        answer = read_answer(stream)
+        # Once the service has closed its end too, none of its descriptors is left that a test might count.
+        with contextlib.suppress(OSError):
+            connection.shutdown(socket.SHUT_WR)
+            if surplus := stream.read():
+                raise AssertionError(f"more behind the answer: {surplus[:500]!r}")
+        return answer
 
 
 def read_answer(stream):
