@@ -25,17 +25,17 @@ build() {
     echo "Built in $((SECONDS - begin)) s."
 }
 
-# run_tests PRESET [CTEST-OPTION...]: runs tests that are built, then names the slowest. Many wait for the programs that
-# they test, so that more of them run at a time than there are cores.
+# run_tests PRESET TESTS-PER-CORE [CTEST-OPTION...]: runs tests that are built, then names the slowest. Many wait for the
+# programs that they test, so that more of them run at a time than there are cores.
 run_tests() {
-    local preset=$1 log=build/$1-tests.log status=0
-    shift
-    ctest --preset "$preset" -j "$((2 * $(nproc)))" "$@" | tee "$log" || status=$?
+    local preset=$1 jobs=$(($2 * $(nproc))) log=build/$1-tests.log status=0
+    shift 2
+    ctest --preset "$preset" -j "$jobs" "$@" | tee "$log" || status=$?
     echo
     echo "The slowest:"
-    sed -nE 's/^ *[0-9]+\/[0-9]+ Test +#[0-9]+: ([^ ]+) .* ([0-9.]+) sec$/\2 \1/p' "$log" | sort -rn | head -n 10 |
-        while read -r seconds name; do printf '%8s s  %s\n' "$seconds" "$name"; done
+    sed -nE 's/^ *[0-9]+\/[0-9]+ Test +#[0-9]+: ([^ ]+) .* ([0-9.]+) sec$/\2 \1/p' "$log" | sort -rn |
+        awk 'NR <= 10 { printf "%8s s  %s\n", $1, $2 }'
     echo
-    grep -E '^[0-9]+% tests passed|^Total Test time' "$log" || true
+    grep -aE '^[0-9]+% tests passed|^Total Test time' "$log" || true
     return $status
 }
