@@ -9,12 +9,10 @@
 
 namespace fuzz {
 
-void require(bool condition, const char* expectation)
+void fail(const char* expectation)
 {
-    if (!condition) {
-        (void)std::fprintf(stderr, "not as expected: %s\n", expectation);
-        std::abort();
-    }
+    (void)std::fprintf(stderr, "not as expected: %s\n", expectation);
+    std::abort();
 }
 
 void requireJsonObject(std::string_view text)
