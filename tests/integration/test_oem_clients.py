@@ -182,7 +182,8 @@ class Protocol(OemTest):
         for kind in (zmq.PUSH, zmq.PUB, zmq.PAIR):
             with new_socket(kind) as other, self.service.client() as client:
                 other.connect(self.service.endpoint)
-                other.send_multipart([DELIMITER, request_text("GoodOem", "G.1")], zmq.NOBLOCK if kind == zmq.PUB else 0)
+                with contextlib.suppress(zmq.Again):  # it has been found already that the kinds do not fit
+                    other.send_multipart([DELIMITER, request_text("GoodOem", "G.1")], zmq.NOBLOCK)
                 self.assertEqual(value_of(client.ask("GoodOem", "G.2")), "value 2")
 
     def connect(self):
