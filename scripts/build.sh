@@ -1,4 +1,4 @@
-# How the scripts build: sourced by them, in the root of the tree.
+# How the scripts build: sourced by them, in the root of the tree, once the packages are installed.
 #
 # Where ccache is installed, what was compiled once is not compiled again, also in another checkout: paths below the
 # checkout do not matter to it, and its folder is outside.
