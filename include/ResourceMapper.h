@@ -424,7 +424,6 @@ private:
     CIMGATE_LOCAL const Json::Value& classProperties();
     CIMGATE_LOCAL _ResourceMapperError loadMappingFile();
     CIMGATE_LOCAL void loadEntry();
-    CIMGATE_LOCAL static void registerActions(const Json::Value& entry);
 
     // URI resolution
     CIMGATE_LOCAL _ResourceMapperError failWith(_ResourceMapperError code,

@@ -7,6 +7,8 @@
 #include <cstdint>
 #include <string>
 
+using namespace cimgate; // NOLINT(google-build-using-namespace): most of what stands here
+
 namespace {
 
 constexpr const char* kJobs = "/redfish/v1/Managers/Tavix.Embedded.1/Jobs/";

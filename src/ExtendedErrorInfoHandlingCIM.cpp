@@ -8,6 +8,8 @@
 #include <cstring>
 #include <initializer_list>
 
+using namespace cimgate; // NOLINT(google-build-using-namespace): most of what stands here
+
 namespace {
 
 // Searched from the top, first match wins; ended by a row of zeros.

@@ -4,6 +4,8 @@
 
 #include <strings.h>
 
+using namespace cimgate; // NOLINT(google-build-using-namespace): most of what stands here
+
 // An offset is wanted after "Z" as well: clients have learned to write it so.
 const std::string time_pattern = "^([0-9]{4}-[0-9]{2}-[0-9]{2}T[0-9]{2}:[0-9]{2}:[0-9]{2}"
                                  "(\\.[0-9]{3})?(Z|(\\+|-))[0-9]{2}:[0-9]{2})$";

@@ -6,6 +6,8 @@
 #include <exception>
 #include <istream>
 
+namespace cimgate {
+
 namespace {
 
 void logUnexpectedType(const char* wanted, const Json::Value& value)
@@ -188,3 +190,5 @@ std::string writeJson(const Json::Value& value)
     out += '\n';
     return out;
 }
+
+} // namespace cimgate

@@ -10,6 +10,8 @@
 #include <string>
 #include <string_view>
 
+namespace cimgate {
+
 // Member key of an object; null when it is absent or value is no object.
 const Json::Value& memberOf(const Json::Value& value, std::string_view key);
 
@@ -45,5 +47,7 @@ bool readJson(std::istream& in, Json::Value& out);
 
 // One line of compact JSON, ending in a newline.
 std::string writeJson(const Json::Value& value);
+
+} // namespace cimgate
 
 #endif

@@ -4,6 +4,8 @@
 
 #include "LogMessage.h"
 
+namespace cimgate {
+
 // Levels of logMessage().
 enum LogLevel : int { LOG_SEND_FAILURE = 0, LOG_ERROR = 1, LOG_STEP = 3, LOG_FACT = 4 };
 
@@ -11,7 +13,7 @@ enum LogLevel : int { LOG_SEND_FAILURE = 0, LOG_ERROR = 1, LOG_STEP = 3, LOG_FAC
 bool isLogged(int level);
 
 #define LOG_AT(level, ...)                                                                         \
-    static_cast<void>(isLogged(level) &&                                                           \
+    static_cast<void>(cimgate::isLogged(level) &&                                                  \
                       logMessage(level, __FILE__, __LINE__, __func__, __VA_ARGS__) != 0)
 
 // Logs "Entering" now and "Leaving" when the enclosing block ends, on every way out of it.
@@ -32,7 +34,7 @@ private:
 #define LOG_SCOPE() LOG_SCOPE_AS(__func__)
 
 // The same under the name of the public operation whose work is done here.
-#define LOG_SCOPE_AS(name) const LogScope logScope(__FILE__, __LINE__, name)
+#define LOG_SCOPE_AS(name) const cimgate::LogScope logScope(__FILE__, __LINE__, name)
 
 // Logs the condition of a broken invariant and aborts.
 [[noreturn]] void assertionFailed(const char* file, int line, const char* function,
@@ -40,7 +42,10 @@ private:
 
 // Checks an invariant in every build; text is what the log shows of it.
 #define RM_ASSERT_TEXT(condition, text)                                                            \
-    ((condition) ? static_cast<void>(0) : assertionFailed(__FILE__, __LINE__, __func__, text))
+    ((condition) ? static_cast<void>(0)                                                            \
+                 : cimgate::assertionFailed(__FILE__, __LINE__, __func__, text))
 #define RM_ASSERT(condition) RM_ASSERT_TEXT(condition, #condition)
+
+} // namespace cimgate
 
 #endif

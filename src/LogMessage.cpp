@@ -9,16 +9,12 @@
 #include <cstdarg>
 #include <cstdint>
 #include <cstdio>
-#include <cstdlib>
 #include <cstring>
-
-// The controller's own logger need not have it.
-extern "C" int vexoThreshold(void) __attribute__((weak));
 
 namespace {
 
 constexpr int kModule = 139;
-constexpr int kLastLevel = LOG_FACT;
+constexpr int kLastLevel = cimgate::LOG_FACT;
 
 // Time of the process's first line; zero until then. Relaxed: a race between the first two lines
 // only shifts the time base by what lies between them.
@@ -49,15 +45,10 @@ const char* lastPathComponent(const char* path)
 
 } // namespace
 
-bool isLogged(int level)
-{
-    return vexoThreshold == nullptr || level + 1 <= vexoThreshold();
-}
-
 int logMessage(int level, const char* file, int line, const char* function, const char* format, ...)
 {
     const unsigned long long elapsed = elapsedUs();
-    if (level < 0 || level > kLastLevel || !isLogged(level)) {
+    if (level < 0 || level > kLastLevel || !cimgate::isLogged(level)) {
         return 0;
     }
     char stamp[20];
@@ -77,25 +68,4 @@ int logMessage(int level, const char* file, int line, const char* function, cons
         (void)vexoprintf(level + 1, kModule, text);
     }
     return 0;
-}
-
-LogScope::LogScope(const char* file, int line, const char* function)
-    : mFile(file), mLine(line), mFunction(function)
-{
-    if (isLogged(LOG_STEP)) {
-        (void)logMessage(LOG_STEP, mFile, mLine, mFunction, "Entering");
-    }
-}
-
-LogScope::~LogScope()
-{
-    if (isLogged(LOG_STEP)) {
-        (void)logMessage(LOG_STEP, mFile, mLine, mFunction, "Leaving");
-    }
-}
-
-void assertionFailed(const char* file, int line, const char* function, const char* condition)
-{
-    (void)logMessage(LOG_ERROR, file, line, function, "Assertion '%s' failed", condition);
-    std::abort();
 }

@@ -6,6 +6,8 @@
 
 #include <sstream>
 
+using namespace cimgate; // NOLINT(google-build-using-namespace): most of what stands here
+
 namespace {
 
 constexpr const char* kLocalObjectManager = "SfcbLocal";

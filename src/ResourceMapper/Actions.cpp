@@ -5,13 +5,15 @@
 #include "CmpiToJson.h"
 #include "JsonAccess.h"
 #include "Log.h"
-#include "MappingEntry.h"
 #include "ResourceMapper.h"
+#include "ResourceMapper/mapping/Entry.h"
 #include "SfccInterface.h"
 
 #include <CimClientLib/native.h>
 
 #include <cstdlib>
+
+using namespace cimgate; // NOLINT(google-build-using-namespace): most of what stands here
 
 namespace {
 

@@ -1,11 +1,13 @@
 // The OData annotations, "Links" and "Actions" that every object of an answer carries.
 #include "Log.h"
-#include "MappingEntry.h"
 #include "ResourceMapper.h"
+#include "ResourceMapper/mapping/Entry.h"
 #include "SQLInterface/AssociationLinks.h"
 
 #include <algorithm>
 #include <array>
+
+using namespace cimgate; // NOLINT(google-build-using-namespace): most of what stands here
 
 namespace {
 

@@ -1,14 +1,16 @@
 // Collections from the data cache, a page at a time.
 #include "Log.h"
-#include "MappingEntry.h"
 #include "ResourceMapper.h"
 #include "ResourceMapper/Paging.h"
+#include "ResourceMapper/mapping/Entry.h"
 #include "SQLInterface/DataCache.h"
 #include "SQLInterface/RowToJson.h"
 #include "SQLInterface/Statement.h"
 
 #include <algorithm>
 #include <cstdint>
+
+using namespace cimgate; // NOLINT(google-build-using-namespace): most of what stands here
 
 _ResourceMapperError ResourceMapper::refuseRange(unsigned long value, const char* option,
                                                  const std::string& range)

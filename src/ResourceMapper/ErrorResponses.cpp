@@ -4,6 +4,8 @@
 #include "Log.h"
 #include "ResourceMapper.h"
 
+using namespace cimgate; // NOLINT(google-build-using-namespace): most of what stands here
+
 namespace {
 
 constexpr const char* kJsonContent = "application/json";

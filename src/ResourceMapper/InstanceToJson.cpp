@@ -2,13 +2,15 @@
 #include "CimHandles.h"
 #include "CmpiToJson.h"
 #include "Log.h"
-#include "MappingEntry.h"
 #include "ResourceMapper.h"
+#include "ResourceMapper/mapping/Entry.h"
 
 #include <cstdint>
 #include <optional>
 #include <string_view>
 #include <vector>
+
+using namespace cimgate; // NOLINT(google-build-using-namespace): most of what stands here
 
 namespace {
 

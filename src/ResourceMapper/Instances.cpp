@@ -1,7 +1,7 @@
 // Single instances from the data cache, and the shaping of what a read produced into the answer.
 #include "Log.h"
-#include "MappingEntry.h"
 #include "ResourceMapper.h"
+#include "ResourceMapper/mapping/Entry.h"
 #include "SQLInterface/DataCache.h"
 #include "SQLInterface/RowToJson.h"
 #include "SQLInterface/Statement.h"
@@ -9,6 +9,8 @@
 #include <algorithm>
 #include <array>
 #include <utility>
+
+using namespace cimgate; // NOLINT(google-build-using-namespace): most of what stands here
 
 namespace {
 

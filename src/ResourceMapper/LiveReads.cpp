@@ -6,6 +6,8 @@
 #include "ResourceMapper/Paging.h"
 #include "SfccInterface.h"
 
+using namespace cimgate; // NOLINT(google-build-using-namespace): most of what stands here
+
 // An instance that the object manager does not know is nothing unexpected.
 _ResourceMapperError ResourceMapper::instanceFailure(int rc)
 {

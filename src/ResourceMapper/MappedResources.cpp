@@ -1,8 +1,8 @@
 // What a container embeds: data of other resources, read from the data cache by the container's id.
 #include "JsonAccess.h"
 #include "Log.h"
-#include "MappingEntry.h"
 #include "ResourceMapper.h"
+#include "ResourceMapper/mapping/Entry.h"
 #include "SQLInterface/DataCache.h"
 
 #include <regex.h>
@@ -10,6 +10,8 @@
 #include <array>
 #include <optional>
 #include <string>
+
+using namespace cimgate; // NOLINT(google-build-using-namespace): most of what stands here
 
 namespace {
 

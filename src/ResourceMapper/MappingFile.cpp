@@ -1,10 +1,12 @@
 // The mapping file: its one load, the table of registered URIs, and look-up by resource name.
 #include "Log.h"
-#include "MappingEntry.h"
 #include "ResourceMapper.h"
 #include "ResourceMapper/UriTable.h"
+#include "ResourceMapper/mapping/Entry.h"
 
 #include <fstream>
+
+using namespace cimgate; // NOLINT(google-build-using-namespace): most of what stands here
 
 // NOLINTBEGIN(cppcoreguidelines-avoid-non-const-global-variables): one mapping for the process
 std::string ResourceMapper::RmfPath = "/usr/share/cimgate/resourcemapping.json";
@@ -13,13 +15,6 @@ std::mutex ResourceMapper::RmfLock;
 bool ResourceMapper::RmfFileLoaded = false;
 Json::Value URIObj(Json::objectValue);
 // NOLINTEND(cppcoreguidelines-avoid-non-const-global-variables)
-
-namespace {
-
-// Only resources of the vendor answer at URIs of their own; others are members or loaded by name.
-constexpr const char* kVendorWord = "Vexo";
-
-} // namespace
 
 _ResourceMapperError ResourceMapper::loadMappingFile()
 {
@@ -75,8 +70,8 @@ void ResourceMapper::loadEntry()
 {
     mIsCollection = flagOf(mResourceObj, mapping::kIsCollection);
     if (mIsCollection) {
-        mSupportsNextLink = flagOf(mResourceObj, "supports_nextlink");
-        mSupportsTopSkip = flagOf(mResourceObj, "supports_top_skip");
+        mSupportsNextLink = flagOf(mResourceObj, mapping::kSupportsNextLink);
+        mSupportsTopSkip = flagOf(mResourceObj, mapping::kSupportsTopSkip);
     }
     GetCimClass();
 }
@@ -90,31 +85,10 @@ _ResourceMapperError ResourceMapper::Load()
 void ResourceMapper::generateURIs()
 {
     LOG_SCOPE();
-    const Json::Value& entries = RmfObj;
-    for (auto entry = entries.begin(); entry != entries.end(); ++entry) {
-        if (entry.name().find(kVendorWord) == std::string::npos) {
-            continue;
-        }
-        const std::string uri = textOf(*entry, mapping::kOdataId);
-        if (uri.empty()) {
-            continue;
-        }
-        URIObj[uri] = RM_METHOD_GET;
-        registerActions(*entry);
-    }
-}
-
-void ResourceMapper::registerActions(const Json::Value& entry)
-{
-    const Json::Value& classes = objectOf(memberOf(entry, mapping::kMappings));
-    for (auto cimClass = classes.begin(); cimClass != classes.end(); ++cimClass) {
-        const Json::Value& actions = mapping::actionsOf(entry, cimClass.name());
-        for (const Json::Value& action : actions) {
-            const std::string target = textOf(action, mapping::kTarget);
-            if (!target.empty()) {
-                URIObj[target] = RM_METHOD_POST;
-            }
-        }
+    static_assert(static_cast<int>(mapping::Method::Get) == RM_METHOD_GET &&
+                  static_cast<int>(mapping::Method::Post) == RM_METHOD_POST);
+    for (const mapping::RegisteredUri& registered : mapping::registeredUris(RmfObj)) {
+        URIObj[registered.uri] = static_cast<int>(registered.method);
     }
 }
 

@@ -5,14 +5,16 @@
 #include "IsoTime.h"
 #include "JsonAccess.h"
 #include "Log.h"
-#include "MappingEntry.h"
 #include "ResourceMapper.h"
 #include "ResourceMapper/Actions.h"
+#include "ResourceMapper/mapping/Entry.h"
 
 #include <CimClientLib/native.h>
 
 #include <cstdlib>
 #include <sstream>
+
+using namespace cimgate; // NOLINT(google-build-using-namespace): most of what stands here
 
 namespace {
 

@@ -2,12 +2,14 @@
 #include "IsoTime.h"
 #include "JsonAccess.h"
 #include "Log.h"
-#include "MappingEntry.h"
 #include "ResourceMapper.h"
 #include "ResourceMapper/Actions.h"
+#include "ResourceMapper/mapping/Entry.h"
 #include "XmlText.h"
 
 #include <cstring>
+
+using namespace cimgate; // NOLINT(google-build-using-namespace): most of what stands here
 
 namespace {
 

@@ -1,11 +1,13 @@
 // The request's query options, $select matching, and the SELECT text for a class's table.
 #include "Log.h"
-#include "MappingEntry.h"
 #include "ResourceMapper.h"
+#include "ResourceMapper/mapping/Entry.h"
 #include "SQLInterface/DataCache.h"
 
 #include <array>
 #include <cstdio>
+
+using namespace cimgate; // NOLINT(google-build-using-namespace): most of what stands here
 
 namespace {
 

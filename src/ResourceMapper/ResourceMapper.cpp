@@ -2,7 +2,9 @@
 #include "ResourceMapper.h"
 
 #include "Log.h"
-#include "MappingEntry.h"
+#include "ResourceMapper/mapping/Entry.h"
+
+using namespace cimgate; // NOLINT(google-build-using-namespace): most of what stands here
 
 ResourceMapper::ResourceMapper(SfccSession* session, odata::Scope& scope, const odata::URI& uri,
                                bool isZMQCall)
@@ -25,14 +27,11 @@ ResourceMapper::~ResourceMapper()
 
 std::string ResourceMapper::GetCimClass()
 {
-    // A collection's mapping names its member resource, which may be a collection again. A mapping
-    // that goes round in a circle ends after as many steps as there are entries.
-    for (Json::ArrayIndex steps = 0;
-         steps <= RmfObj.size() && flagOf(mResourceObj, mapping::kIsCollection); ++steps) {
-        const std::string member = firstMemberName(memberOf(mResourceObj, mapping::kMappings));
-        mResourceObj = Json::Value(memberOf(RmfObj, member));
+    const Json::Value& member = mapping::memberEntryOf(RmfObj, mResourceObj);
+    if (&member != &mResourceObj) {
+        mResourceObj = Json::Value(member);
     }
-    mCimClass = firstMemberName(memberOf(mResourceObj, mapping::kMappings));
+    mCimClass = mapping::classNameOf(mResourceObj);
     return mCimClass;
 }
 

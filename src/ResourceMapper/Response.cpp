@@ -1,7 +1,9 @@
 // Successful responses and the headers that the mapping file gives them.
 #include "Log.h"
-#include "MappingEntry.h"
 #include "ResourceMapper.h"
+#include "ResourceMapper/mapping/Entry.h"
+
+using namespace cimgate; // NOLINT(google-build-using-namespace): most of what stands here
 
 void ResourceMapper::SendResponse(Json::Value& body)
 {

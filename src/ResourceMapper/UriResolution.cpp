@@ -1,8 +1,10 @@
 // From a request URI to the resource, instance or action that it names.
 #include "Log.h"
-#include "MappingEntry.h"
 #include "ResourceMapper.h"
 #include "ResourceMapper/UriTable.h"
+#include "ResourceMapper/mapping/Entry.h"
+
+using namespace cimgate; // NOLINT(google-build-using-namespace): most of what stands here
 
 namespace {
 

@@ -1,7 +1,7 @@
 #include "SQLInterface/AssociationLinks.h"
 
 #include "Log.h"
-#include "MappingEntry.h"
+#include "ResourceMapper/mapping/Entry.h"
 #include "SQLInterface.h"
 #include "SQLInterface/Statement.h"
 
@@ -9,6 +9,8 @@
 
 #include <array>
 #include <sstream>
+
+using namespace cimgate; // NOLINT(google-build-using-namespace): most of what stands here
 
 const std::string assocString =
     "{    \"VexoEnclosureCollection\" : {        "

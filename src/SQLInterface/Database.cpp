@@ -8,6 +8,8 @@
 
 #include <cstdlib>
 
+using namespace cimgate; // NOLINT(google-build-using-namespace): most of what stands here
+
 // NOLINTNEXTLINE(cppcoreguidelines-avoid-non-const-global-variables): the process's one connection
 sqlite3* dbhandle = nullptr;
 

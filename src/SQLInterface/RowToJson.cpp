@@ -2,7 +2,7 @@
 
 #include "LocalTime.h"
 #include "Log.h"
-#include "MappingEntry.h"
+#include "ResourceMapper/mapping/Entry.h"
 #include "SQLInterface.h"
 #include "SQLInterface/DataCache.h"
 
@@ -19,6 +19,8 @@
 #include <new>
 #include <optional>
 #include <vector>
+
+using namespace cimgate; // NOLINT(google-build-using-namespace): most of what stands here
 
 namespace {
 
