@@ -1,7 +1,7 @@
-#include "cim_session.h"
-#include "front.h"
+#include "front/front.h"
 #include "options.h"
-#include "spawner.h"
+#include "spawner/spawner.h"
+#include "worker/cim_session.h"
 
 #include <ExtendedErrorInfoHandling.h>
 #include <ResourceMapper.h>

@@ -1,8 +1,8 @@
 // Any bytes as the target of a request to the sample system: no client may end the process, and
 // each gets a well-formed answer.
 #include "checks.h"
-#include "request_handler.h"
 #include "sample_system.h"
+#include "worker/request_handler.h"
 
 #include <odata/odata.h>
 

@@ -1,8 +1,8 @@
 // cimgated, with less time for clients to send their requests: tests of those that do not send them
 // need not wait as long as a service in earnest does.
-#include "front.h"
+#include "front/front.h"
 #include "options.h"
-#include "spawner.h"
+#include "spawner/spawner.h"
 
 #include <ExtendedErrorInfoHandling.h>
 #include <ResourceMapper.h>

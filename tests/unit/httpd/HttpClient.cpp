@@ -70,20 +70,6 @@ bool HttpAnswer::hasHeader(std::string_view name) const
     return false;
 }
 
-bool runUntil(boost::asio::io_context& context, const std::function<bool()>& condition)
-{
-    constexpr std::chrono::seconds kLongEnough{10};
-    const auto end = std::chrono::steady_clock::now() + kLongEnough;
-    while (!condition()) {
-        if (std::chrono::steady_clock::now() > end) {
-            return false;
-        }
-        context.restart();
-        context.run_one_for(std::chrono::milliseconds(1));
-    }
-    return true;
-}
-
 HttpClient::HttpClient(boost::asio::io_context& context, uint16_t port, const std::string& from)
     : mContext(context), mSocket(socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0))
 {

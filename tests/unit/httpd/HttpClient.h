@@ -3,11 +3,10 @@
 #ifndef HTTP_CLIENT_H_
 #define HTTP_CLIENT_H_
 
-#include <boost/asio/io_context.hpp>
+#include <RunUntil.h>
 #include <httpd/server.h>
 
 #include <cstdint>
-#include <functional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -23,9 +22,6 @@ struct HttpAnswer
     std::string header(std::string_view name) const; // "" when there is none
     bool hasHeader(std::string_view name) const;
 };
-
-// Lets the server work until the condition holds; false when it does not within ten seconds.
-bool runUntil(boost::asio::io_context& context, const std::function<bool()>& condition);
 
 class HttpClient
 {

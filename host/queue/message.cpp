@@ -1,0 +1,115 @@
+#include "queue/message.h"
+
+#include "worker/strict_json.h"
+
+#include <ResourceMapper.h>
+
+#include <algorithm>
+#include <iterator>
+
+namespace host {
+
+namespace {
+
+// The library's own buffer for parts of an id.
+constexpr size_t kMaxIdBytes = 127;
+
+struct FaultEntry
+{
+    OemFault fault;
+    _ResourceMapperError code;
+    const char* reason;
+    const char* message; // behind the subject, where there is one
+};
+
+constexpr FaultEntry kFaults[] = {
+    {OemFault::MalformedRequest, RM_MALFORMED_JSON, "MalformedRequest",
+     "The request must be one frame with the JSON object {\"container\": \"...\", \"id\": "
+     "\"...\"}."},
+    {OemFault::InvalidId, RM_PROPERTY_VALUE_ERROR, "InvalidId",
+     "The id must be 1 to 127 letters, digits and . _ : # - without -- in it."},
+    {OemFault::UnknownContainer, RM_RESOURCE_NOT_IN_RMF, "UnknownContainer",
+     "is no entry of the mapping file."},
+    {OemFault::NotCached, RM_DATA_NOT_CACHED, "NotCached",
+     "is not ready in the data cache: ask again in 5 seconds."},
+    {OemFault::Busy, RM_INTERNAL_ERROR, "Busy",
+     "The service is busy, or this request has ended workers: ask again in 5 seconds, or in a "
+     "minute."},
+    {OemFault::TooLate, RM_INTERNAL_ERROR, "TooLate",
+     "The request passed its deadline: ask again."},
+    {OemFault::WorkerEnded, RM_INTERNAL_ERROR, "WorkerEnded",
+     "The worker that had the request ended: the service's log says why."},
+};
+
+const FaultEntry& entryOf(OemFault fault)
+{
+    return *std::find_if(std::begin(kFaults), std::end(kFaults),
+                         [fault](const FaultEntry& entry) { return entry.fault == fault; });
+}
+
+bool isIdCharacter(char c)
+{
+    return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') ||
+           std::string_view("._:#-").find(c) != std::string_view::npos;
+}
+
+// The name goes to the library, where a NUL would end it, and into the log, where a line break
+// would.
+bool hasControlCharacter(const std::string& name)
+{
+    return std::any_of(name.begin(), name.end(),
+                       [](char c) { return static_cast<unsigned char>(c) < ' '; });
+}
+
+bool readText(const Json::Value& object, const char* name, std::string& text)
+{
+    const Json::Value& member = object[name];
+    if (!member.isString()) {
+        return false;
+    }
+    text = member.asString();
+    return true;
+}
+
+} // namespace
+
+bool isOemId(std::string_view id)
+{
+    return !id.empty() && id.size() <= kMaxIdBytes &&
+           std::all_of(id.begin(), id.end(), isIdCharacter) &&
+           id.find("--") == std::string_view::npos;
+}
+
+std::optional<OemFault> readOemRequest(std::string_view text, OemRequest& request)
+{
+    Json::Value object;
+    if (!parseObject(text, object) || object.size() != 2 ||
+        !readText(object, "container", request.container) || !readText(object, "id", request.id) ||
+        hasControlCharacter(request.container)) {
+        return OemFault::MalformedRequest;
+    }
+    if (!isOemId(request.id)) {
+        return OemFault::InvalidId;
+    }
+    return std::nullopt;
+}
+
+std::string oemAnswer(const Json::Value& data)
+{
+    Json::StreamWriterBuilder builder;
+    builder["indentation"] = "";
+    return Json::writeString(builder, data);
+}
+
+std::string oemError(OemFault fault, const std::string& subject)
+{
+    const FaultEntry& entry = entryOf(fault);
+    Json::Value answer;
+    Json::Value& error = answer["error"];
+    error["reason"] = entry.reason;
+    error["code"] = entry.code;
+    error["message"] = subject.empty() ? entry.message : subject + " " + entry.message;
+    return oemAnswer(answer);
+}
+
+} // namespace host

@@ -1,0 +1,212 @@
+#include "queue/process.h"
+
+#include "errno_text.h"
+#include "host_limits.h"
+#include "process_limits.h"
+#include "wire/frame_io.h"
+
+#include <fcntl.h>
+#include <sys/file.h>
+#include <sys/prctl.h>
+#include <sys/socket.h>
+#include <sys/stat.h>
+#include <sys/un.h>
+#include <unistd.h>
+#include <zmq.hpp>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdio>
+#include <cstdlib>
+#include <map>
+#include <vector>
+
+namespace host {
+
+namespace {
+
+// Owner and group may ask.
+constexpr mode_t kSocketMask = 0117;
+
+using Parts = std::vector<zmq::message_t>;
+
+// Whether a socket may belong to a living process: all but one that refuses connections.
+bool isServed(const std::string& path)
+{
+    sockaddr_un address{};
+    address.sun_family = AF_UNIX;
+    path.copy(address.sun_path, sizeof address.sun_path - 1);
+    const FileDescriptor probe(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
+    return connect(probe.get(), reinterpret_cast<sockaddr*>(&address), sizeof address) == 0 ||
+           errno != ECONNREFUSED;
+}
+
+// Binding removes whatever is at the path: only what a former process has left may be.
+bool mayBind(const std::string& path, std::string& problem)
+{
+    struct stat found
+    {};
+    if (lstat(path.c_str(), &found) != 0) {
+        problem = errno == ENOENT ? "" : errnoText();
+    } else if (!S_ISSOCK(found.st_mode)) {
+        problem = "there is something that is no socket: remove it or name another path";
+    } else if (isServed(path)) {
+        problem = "another process answers there: stop it or name another path";
+    }
+    return problem.empty();
+}
+
+class OemProcess
+{
+public:
+    explicit OemProcess(int front);
+
+    // False with the cause in problem.
+    bool open(const std::string& endpoint, std::string& problem);
+    // Until the front is gone.
+    void serve();
+
+private:
+    bool passRequest();
+    bool passAnswer();
+    Parts receiveParts();
+
+    int mFront; // the socket to it
+    std::string mPath;
+    zmq::context_t mContext;
+    zmq::socket_t mClients;
+    std::map<uint32_t, Parts> mEnvelopes; // of requests that are not answered yet
+    uint32_t mLastNumber = 0;
+};
+
+OemProcess::OemProcess(int front) : mFront(front), mClients(mContext, zmq::socket_type::router)
+{
+    mClients.set(zmq::sockopt::maxmsgsize, kMaxOemRequestBytes);
+    mClients.set(zmq::sockopt::rcvhwm, kMaxOemQueuedRequests);
+    mClients.set(zmq::sockopt::sndhwm, kMaxOemQueuedAnswers);
+    mClients.set(zmq::sockopt::linger, kOemLingerMs);
+}
+
+bool OemProcess::open(const std::string& endpoint, std::string& problem)
+{
+    mPath = endpoint.substr(endpoint.find('/') + 2);
+    const std::string directory = mPath.substr(0, mPath.rfind('/') + 1);
+    // Two services that start at the same time must not both find that nobody answers.
+    const FileDescriptor lock(::open(directory.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    if (!lock.isOpen() || flock(lock.get(), LOCK_EX | LOCK_NB) != 0) {
+        problem = directory + ": " + errnoText();
+        return false;
+    }
+    if (!mayBind(mPath, problem)) {
+        return false;
+    }
+    (void)umask(kSocketMask);
+    try {
+        mClients.bind(endpoint);
+    } catch (const zmq::error_t& error) {
+        problem = error.what();
+    }
+    return problem.empty();
+}
+
+// Requests above the limit wait in ZeroMQ's queues.
+void OemProcess::serve()
+{
+    bool isConnected = sendFrame(mFront, encodeReady());
+    while (isConnected) {
+        zmq_pollitem_t waits[] = {{nullptr, mFront, ZMQ_POLLIN, 0},
+                                  {mClients.handle(), 0, ZMQ_POLLIN, 0}};
+        const bool takesRequests = mEnvelopes.size() < kMaxOemAtOnce;
+        if (zmq_poll(waits, takesRequests ? 2 : 1, -1) < 0) {
+            continue; // interrupted
+        }
+        if (waits[0].revents != 0) {
+            isConnected = passAnswer();
+        }
+        if (isConnected && waits[1].revents != 0) {
+            isConnected = passRequest();
+        }
+    }
+    (void)unlink(mPath.c_str()); // while nobody else can have opened it
+}
+
+Parts OemProcess::receiveParts()
+{
+    Parts parts;
+    do {
+        parts.emplace_back();
+        if (!mClients.recv(parts.back(), zmq::recv_flags::dontwait)) {
+            return {};
+        }
+    } while (parts.back().more());
+    return parts;
+}
+
+// A message is an envelope, which ends with an empty part, and the request. What has no envelope
+// cannot be answered.
+bool OemProcess::passRequest()
+{
+    Parts envelope = receiveParts();
+    const auto delimiter = std::find_if(envelope.begin(), envelope.end(),
+                                        [](const zmq::message_t& part) { return part.empty(); });
+    const ptrdiff_t sentInFront = delimiter - envelope.begin() - 1; // the first names the client
+    if (delimiter == envelope.end() || sentInFront > kMaxOemEnvelopeParts) {
+        return true;
+    }
+    // Several parts are as malformed as none.
+    const bool isOnePart = envelope.end() - delimiter == 2;
+    const std::string request = isOnePart ? envelope.back().to_string() : std::string();
+    envelope.erase(delimiter + 1, envelope.end());
+    mEnvelopes[++mLastNumber] = std::move(envelope);
+    return sendFrame(mFront, encodeNumbered(mLastNumber, request));
+}
+
+bool OemProcess::passAnswer()
+{
+    std::string payload;
+    std::string answer;
+    uint32_t number = 0;
+    if (!receiveFrame(mFront, payload) || !decodeNumbered(payload, number, answer)) {
+        return false;
+    }
+    auto waiting = mEnvelopes.extract(number);
+    if (waiting.empty()) {
+        return false;
+    }
+    for (zmq::message_t& part : waiting.mapped()) {
+        (void)mClients.send(part, zmq::send_flags::sndmore);
+    }
+    (void)mClients.send(zmq::buffer(answer), zmq::send_flags::none);
+    return true;
+}
+
+bool serveEndpoint(int front, const std::string& endpoint)
+{
+    std::string problem;
+    try {
+        OemProcess process(front);
+        if (process.open(endpoint, problem)) {
+            process.serve();
+            return true;
+        }
+    } catch (const std::exception& error) {
+        problem = error.what();
+    }
+    (void)std::fprintf(stderr, "cimgated: --oem-endpoint %s: %s\n", endpoint.c_str(),
+                       problem.c_str());
+    return false;
+}
+
+} // namespace
+
+void runOemProcess(FileDescriptor front, const std::string& endpoint)
+{
+    (void)prctl(PR_SET_NAME, "cimgated-oem");
+    limitResources();
+    // The socket stays open until the end: the front ends a process whose socket closes.
+    const bool wasServed = serveEndpoint(front.get(), endpoint);
+    // NOLINTNEXTLINE(concurrency-mt-unsafe): ZeroMQ's threads have ended
+    std::exit(wasServed ? EXIT_SUCCESS : EXIT_FAILURE);
+}
+
+} // namespace host

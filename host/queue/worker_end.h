@@ -1,0 +1,15 @@
+// How a worker answers the message queue.
+#ifndef HOST_QUEUE_WORKER_END_H_
+#define HOST_QUEUE_WORKER_END_H_
+
+#include <string>
+
+namespace host {
+
+// The answer to a request for what a container embeds (see oem_message.h): the data of the cached
+// resources, or what is wrong.
+std::string handleOemData(const std::string& container, const std::string& id);
+
+} // namespace host
+
+#endif

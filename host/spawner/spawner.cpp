@@ -1,0 +1,292 @@
+#include "spawner/spawner.h"
+
+#include "errno_text.h"
+#include "host_limits.h"
+#include "log.h"
+#include "queue/process.h"
+#include "wire/control.h"
+#include "worker/mapping_lookup.h"
+#include "worker/worker.h"
+
+#include <ResourceMapper.h>
+#include <poll.h>
+#include <sys/prctl.h>
+#include <sys/signalfd.h>
+#include <sys/socket.h>
+#include <sys/wait.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <chrono>
+#include <csignal>
+#include <cstdlib>
+#include <cstring>
+#include <map>
+
+namespace host {
+
+namespace {
+
+// Loads the mapping file without answering a request; "" when that worked.
+std::string loadMapping()
+{
+    odata::Scope scope = odata::Scope::New();
+    const odata::URI uri = scope.NewURI();
+    ResourceMapper mapper(nullptr, scope, uri, false);
+    // No entry has an empty name: looking one up only loads the file.
+    switch (mapper.checkResource("", true)) {
+    case RM_RMF_NOT_PRESENT:
+        return "cannot read the mapping file " + ResourceMapper::RmfPath +
+               ": name a readable file with --rmf";
+    case RM_MALFORMED_JSON:
+        return "the mapping file " + ResourceMapper::RmfPath +
+               " is not a JSON object: correct it or name another one with --rmf";
+    default:
+        return {};
+    }
+}
+
+struct Child
+{
+    pid_t pid;
+    const char* name; // in the log
+};
+
+// What it runs, in a process that was forked for it.
+[[noreturn]] void runChild(const ControlMessage& request, FileDescriptor socket)
+{
+    if (request.kind == ControlKind::SpawnOemEndpoint) {
+        runOemProcess(std::move(socket), request.text);
+    }
+    runWorker(std::move(socket));
+}
+
+// The spawner's side of the control socket, and the processes it has to answer for.
+class SpawnerProcess
+{
+public:
+    explicit SpawnerProcess(FileDescriptor control) : mControl(std::move(control)) {}
+
+    [[noreturn]] void run();
+
+private:
+    void serve();
+    void childrenEnded();
+    void spawn(const ControlMessage& request);
+    pid_t forkChild(const ControlMessage& request, FileDescriptor& front, FileDescriptor& child);
+    void kill(uint32_t id);
+    void reap(int options);
+    void endChildren();
+
+    FileDescriptor mControl;
+    FileDescriptor mChildSignals;
+    std::map<uint32_t, Child> mChildren; // not yet reaped, so that their pids are still theirs
+    uint32_t mLastId = 0;
+};
+
+void SpawnerProcess::run()
+{
+    (void)prctl(PR_SET_NAME, "cimgated-spawn");
+    // A terminal or a supervisor may signal the whole group: the front decides when the others end.
+    (void)std::signal(SIGINT, SIG_IGN);
+    (void)std::signal(SIGTERM, SIG_IGN);
+    (void)std::signal(SIGHUP, SIG_IGN);
+    (void)std::signal(SIGPIPE, SIG_IGN);
+    ControlMessage loaded;
+    loaded.text = loadMapping();
+    if (!loaded.text.empty()) {
+        loaded.kind = ControlKind::Failed;
+        (void)sendControl(mControl.get(), loaded);
+    } else {
+        loaded.kind = hasCachedClass(ResourceMapper::RmfObj) ? ControlKind::LoadedCached
+                                                             : ControlKind::Loaded;
+        if (sendControl(mControl.get(), loaded)) {
+            serve();
+        }
+    }
+    endChildren();
+    std::exit(EXIT_SUCCESS); // NOLINT(concurrency-mt-unsafe): the process has one thread
+}
+
+void SpawnerProcess::serve()
+{
+    sigset_t childSignal;
+    sigemptyset(&childSignal);
+    sigaddset(&childSignal, SIGCHLD);
+    (void)pthread_sigmask(SIG_BLOCK, &childSignal, nullptr);
+    mChildSignals = FileDescriptor(signalfd(-1, &childSignal, SFD_CLOEXEC | SFD_NONBLOCK));
+    while (true) {
+        pollfd waits[] = {{mControl.get(), POLLIN, 0}, {mChildSignals.get(), POLLIN, 0}};
+        if (poll(waits, 2, -1) < 0) {
+            continue;
+        }
+        if (waits[1].revents != 0) {
+            childrenEnded();
+        }
+        if (waits[0].revents == 0) {
+            continue;
+        }
+        ControlMessage message;
+        if (receiveControl(mControl.get(), message) != Received::Message) {
+            return;
+        }
+        if (message.kind == ControlKind::Kill) {
+            kill(message.id);
+        } else {
+            spawn(message);
+        }
+    }
+}
+
+void SpawnerProcess::childrenEnded()
+{
+    signalfd_siginfo info{};
+    (void)!read(mChildSignals.get(), &info, sizeof info);
+    reap(WNOHANG);
+}
+
+void SpawnerProcess::spawn(const ControlMessage& request)
+{
+    int ends[2] = {-1, -1};
+    const bool havePair = socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends) == 0;
+    FileDescriptor front(ends[0]);
+    FileDescriptor child(ends[1]);
+    const pid_t pid = havePair ? forkChild(request, front, child) : -1;
+    ControlMessage answer;
+    if (pid < 0) {
+        answer.kind = ControlKind::NotForked;
+        answer.text = errnoText();
+    } else {
+        const bool isWorker = request.kind == ControlKind::SpawnWorker;
+        mChildren[++mLastId] = {pid, isWorker ? "worker " : "message-queue endpoint "};
+        answer.kind = ControlKind::Forked;
+        answer.id = mLastId;
+        answer.pid = pid;
+        answer.socket = std::move(front);
+    }
+    (void)sendControl(mControl.get(), answer); // a front that is gone shows at the next receive
+}
+
+pid_t SpawnerProcess::forkChild(const ControlMessage& request, FileDescriptor& front,
+                                FileDescriptor& child)
+{
+    const pid_t self = getpid();
+    const pid_t pid = fork();
+    if (pid != 0) {
+        return pid;
+    }
+    (void)prctl(PR_SET_PDEATHSIG, SIGKILL);
+    if (getppid() != self) {
+        _exit(EXIT_FAILURE); // the spawner ended before it could be watched
+    }
+    sigset_t none;
+    sigemptyset(&none);
+    (void)pthread_sigmask(SIG_SETMASK, &none, nullptr);
+    front.reset();
+    mControl.reset();
+    mChildSignals.reset();
+    runChild(request, std::move(child));
+}
+
+void SpawnerProcess::kill(uint32_t id)
+{
+    if (const auto child = mChildren.find(id); child != mChildren.end()) {
+        (void)::kill(child->second.pid, SIGKILL);
+    }
+}
+
+void SpawnerProcess::reap(int options)
+{
+    int status = 0;
+    for (pid_t pid = waitpid(-1, &status, options); pid > 0; pid = waitpid(-1, &status, options)) {
+        const auto ended =
+            std::find_if(mChildren.begin(), mChildren.end(),
+                         [pid](const auto& child) { return child.second.pid == pid; });
+        if (ended == mChildren.end()) {
+            continue;
+        }
+        const std::string name = ended->second.name + std::to_string(pid);
+        mChildren.erase(ended);
+        if (WIFSIGNALED(status)) {
+            log(Severity::Error, name + " ended by signal " + std::to_string(WTERMSIG(status)));
+        } else if (WEXITSTATUS(status) != 0) {
+            log(Severity::Error,
+                name + " ended with status " + std::to_string(WEXITSTATUS(status)));
+        }
+    }
+}
+
+// The front has closed the children's sockets: most end by themselves.
+void SpawnerProcess::endChildren()
+{
+    using std::chrono::steady_clock;
+    const auto until = steady_clock::now() + kWorkerEndGrace;
+    while (!mChildren.empty() && steady_clock::now() < until) {
+        constexpr int kPollMs = 100;
+        pollfd wait{mChildSignals.get(), POLLIN, 0};
+        (void)poll(&wait, 1, kPollMs);
+        childrenEnded();
+    }
+    for (const auto& [id, child] : mChildren) {
+        (void)::kill(child.pid, SIGKILL);
+    }
+    reap(0);
+}
+
+} // namespace
+
+bool startSpawner(Spawner& spawner, std::string& problem)
+{
+    int ends[2] = {-1, -1};
+    if (socketpair(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0, ends) != 0) {
+        problem = "cannot make a socket pair: " + errnoText();
+        return false;
+    }
+    FileDescriptor front(ends[0]);
+    FileDescriptor control(ends[1]);
+    const pid_t parent = getpid();
+    spawner.pid = fork();
+    if (spawner.pid < 0) {
+        problem = "cannot fork: " + errnoText();
+        return false;
+    }
+    if (spawner.pid == 0) {
+        (void)prctl(PR_SET_PDEATHSIG, SIGKILL);
+        if (getppid() != parent) {
+            _exit(EXIT_FAILURE); // the front ended before it could be watched
+        }
+        front.reset();
+        SpawnerProcess(std::move(control)).run();
+    }
+    control.reset();
+    spawner.control = std::move(front);
+    ControlMessage message;
+    if (receiveControl(spawner.control.get(), message) != Received::Message) {
+        problem = "the spawner ended while it loaded the mapping file " + ResourceMapper::RmfPath;
+        return false;
+    }
+    problem = message.text;
+    spawner.usesCache = message.kind == ControlKind::LoadedCached;
+    return spawner.usesCache || message.kind == ControlKind::Loaded;
+}
+
+void awaitSpawner(Spawner& spawner)
+{
+    using std::chrono::steady_clock;
+    spawner.control.reset();
+    if (spawner.pid <= 0) {
+        return;
+    }
+    const auto until = steady_clock::now() + kSpawnerEndGrace;
+    while (waitpid(spawner.pid, nullptr, WNOHANG) == 0) {
+        if (steady_clock::now() >= until) {
+            (void)::kill(spawner.pid, SIGKILL); // its workers are killed with it
+            (void)waitpid(spawner.pid, nullptr, 0);
+            return;
+        }
+        constexpr int kPollMs = 5;
+        (void)poll(nullptr, 0, kPollMs);
+    }
+}
+
+} // namespace host

@@ -1,0 +1,31 @@
+// The spawner: a small process, forked before any thread, listener or key exists, that loads the
+// mapping file. When the front asks, it forks workers from its pages, and the process that holds
+// the message-queue endpoint.
+#ifndef HOST_SPAWNER_SPAWNER_H_
+#define HOST_SPAWNER_SPAWNER_H_
+
+#include "file_descriptor.h"
+
+#include <sys/types.h>
+
+#include <string>
+
+namespace host {
+
+struct Spawner
+{
+    pid_t pid = 0;
+    FileDescriptor control; // see control.h
+    bool usesCache = false; // whether its workers open the data cache
+};
+
+// Forks the spawner and waits until it has loaded the mapping file (ResourceMapper::RmfPath).
+// Returns false with the cause in problem. Closing control ends the spawner and what it has forked.
+bool startSpawner(Spawner& spawner, std::string& problem);
+
+// Waits until the spawner, and with it all that it has forked, has ended.
+void awaitSpawner(Spawner& spawner);
+
+} // namespace host
+
+#endif

@@ -1,0 +1,115 @@
+#include "worker/request_handler.h"
+
+#include "error_body.h"
+#include "host_limits.h"
+#include "queue/worker_end.h"
+#include "worker/action_handler.h"
+#include "worker/mapping_lookup.h"
+#include "worker/scope_response.h"
+
+#include <ResourceMapper.h>
+
+namespace host {
+
+namespace {
+
+// Where a resource's data comes from.
+enum class Source {
+    MappingFile, // a singleton without keys: the mapping file says it all
+    DataCache,
+    Cim
+};
+
+Source sourceOf(const ResourceMapper& mapper)
+{
+    if (mapper.mIsCollection || hasText(mapper.mResourceObj, "UniqueSelector")) {
+        return isCachedClass(mapper.mResourceObj, mapper.mCimClass) ? Source::DataCache
+                                                                    : Source::Cim;
+    }
+    return hasText(mapper.mResourceObj, "Selectors") ? Source::Cim : Source::MappingFile;
+}
+
+httpd::Response answer(ResourceMapper& mapper, const odata::Scope& scope, _ResourceMapperError rc,
+                       Json::Value& body)
+{
+    if (rc == RM_OK) {
+        mapper.SendResponse(body);
+    } else {
+        mapper.SendExtendedErrorResponse(rc);
+    }
+    httpd::Response response = responseOf(scope);
+    if (rc == RM_METHOD_NOT_ALLOWED) { // only the URI of an action refuses a read
+        response.headers.push_back({"Allow", kActionMethods});
+    }
+    return response;
+}
+
+httpd::Response readFromCache(ResourceMapper& mapper, const odata::Scope& scope)
+{
+    if (!mapper.IsCached()) { // has set "Retry-After"
+        return errorResponse(503, "ServiceTemporarilyUnavailable", kRetryAfterS);
+    }
+    Json::Value body;
+    const _ResourceMapperError rc =
+        mapper.mIsCollection ? mapper.GetCollection(body, true) : mapper.GetInstance(body, true);
+    return answer(mapper, scope, rc, body);
+}
+
+// The library reports one and the same failure where the object manager is away and where it is
+// there and fails: only the first will pass.
+httpd::Response readLive(ResourceMapper& mapper, const odata::Scope& scope, CimSession& cim)
+{
+    Json::Value body;
+    const _ResourceMapperError rc =
+        mapper.mIsCollection ? mapper.GetCollection(body) : mapper.GetInstance(body);
+    if (rc == RM_INTERNAL_ERROR && !cim.renew()) {
+        return temporarilyUnavailable(kRetryAfterS);
+    }
+    return answer(mapper, scope, rc, body);
+}
+
+std::optional<httpd::Response> read(ResourceMapper& mapper, const odata::Scope& scope,
+                                    bool mayReadLive, CimSession& cim)
+{
+    Json::Value body;
+    _ResourceMapperError rc = mapper.ParseUri(RM_METHOD_GET);
+    if (rc != RM_OK) {
+        return answer(mapper, scope, rc, body);
+    }
+    switch (sourceOf(mapper)) {
+    case Source::DataCache:
+        return readFromCache(mapper, scope);
+    case Source::Cim:
+        if (!mayReadLive) {
+            return std::nullopt;
+        }
+        return readLive(mapper, scope, cim);
+    case Source::MappingFile:
+        break;
+    }
+    (void)mapper.IsServiceURI(body, rc);
+    return answer(mapper, scope, rc, body);
+}
+
+} // namespace
+
+std::optional<httpd::Response> handleRequest(const WorkerRequest& request, CimSession& cim)
+{
+    if (request.kind == RequestKind::OemData) {
+        httpd::Response response;
+        response.body = handleOemData(request.target, request.body);
+        return response;
+    }
+    odata::Scope scope = odata::Scope::ForRequest(request.target);
+    const odata::URI uri = scope.NewURI();
+    ResourceMapper mapper(cim.get(), scope, uri, false);
+    std::optional<httpd::Response> response = request.kind == RequestKind::Action
+                                                  ? handlePost(mapper, scope, request.body, cim)
+                                                  : read(mapper, scope, request.mayReadLive, cim);
+    if (response) {
+        addHeaders(scope, *response);
+    }
+    return response;
+}
+
+} // namespace host

@@ -1,0 +1,18 @@
+// How a worker answers one request: which of the mapper's operations serves it, and the outcome.
+#ifndef HOST_WORKER_REQUEST_HANDLER_H_
+#define HOST_WORKER_REQUEST_HANDLER_H_
+
+#include "wire/frame.h"
+#include "worker/cim_session.h"
+
+#include <optional>
+
+namespace host {
+
+// Answers a request; a URI must have at least one segment. Nothing when the resource is read live
+// and the request may not do that.
+std::optional<httpd::Response> handleRequest(const WorkerRequest& request, CimSession& cim);
+
+} // namespace host
+
+#endif

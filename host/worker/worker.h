@@ -1,0 +1,16 @@
+// A worker process: one thread that answers one request at a time, apart from all others, so that
+// what ends it costs no more than its own request.
+#ifndef HOST_WORKER_WORKER_H_
+#define HOST_WORKER_WORKER_H_
+
+#include "file_descriptor.h"
+
+namespace host {
+
+// Runs a worker in a process that the spawner has just forked: opens the data cache where the
+// mapping has a cached class, says that it is ready, and answers requests until the socket closes.
+[[noreturn]] void runWorker(FileDescriptor socket);
+
+} // namespace host
+
+#endif

@@ -1,0 +1,81 @@
+// Targets that are refused because workers keep ending at them.
+#include "front/quarantine.h"
+#include "host_limits.h"
+
+#include <gtest/gtest.h>
+
+namespace {
+
+using std::chrono::seconds;
+
+class QuarantineTest : public testing::Test
+{
+protected:
+    // Notes one worker that ended at the target less than it takes.
+    void endAllButOne(const std::string& target)
+    {
+        for (unsigned int i = 1; i < host::kMaxWorkerEnds; ++i) {
+            EXPECT_FALSE(mQuarantine.workerEnded(target, mNow));
+        }
+    }
+
+    host::Quarantine mQuarantine;
+    host::Quarantine::TimePoint mNow{seconds(1000)};
+};
+
+TEST_F(QuarantineTest, TargetIsRefusedWhenEnoughWorkersHaveEndedAtIt)
+{
+    endAllButOne("/a");
+    EXPECT_FALSE(mQuarantine.holds("/a", mNow));
+    EXPECT_TRUE(mQuarantine.workerEnded("/a", mNow));
+    EXPECT_TRUE(mQuarantine.holds("/a", mNow));
+}
+
+TEST_F(QuarantineTest, OtherTargetsAreServed)
+{
+    endAllButOne("/a");
+    EXPECT_TRUE(mQuarantine.workerEnded("/a", mNow));
+    EXPECT_FALSE(mQuarantine.holds("/b", mNow));
+    EXPECT_FALSE(mQuarantine.holds("/a?$skip=50", mNow));
+}
+
+TEST_F(QuarantineTest, AnswerInBetweenClearsTheTarget)
+{
+    endAllButOne("/a");
+    mQuarantine.answered("/a");
+    endAllButOne("/a");
+    EXPECT_FALSE(mQuarantine.holds("/a", mNow));
+}
+
+TEST_F(QuarantineTest, TargetIsTriedAgainAfterAWhileAndRefusedAtOnceWhenItFails)
+{
+    endAllButOne("/a");
+    EXPECT_TRUE(mQuarantine.workerEnded("/a", mNow));
+    EXPECT_TRUE(mQuarantine.holds("/a", mNow + host::kQuarantineTime - seconds(1)));
+    const auto later = mNow + host::kQuarantineTime;
+    EXPECT_FALSE(mQuarantine.holds("/a", later));
+    EXPECT_TRUE(mQuarantine.workerEnded("/a", later));
+    EXPECT_TRUE(mQuarantine.holds("/a", later));
+}
+
+TEST_F(QuarantineTest, TargetThatIsAnsweredAfterAWhileStartsAnew)
+{
+    endAllButOne("/a");
+    EXPECT_TRUE(mQuarantine.workerEnded("/a", mNow));
+    mQuarantine.answered("/a");
+    EXPECT_FALSE(mQuarantine.holds("/a", mNow));
+    endAllButOne("/a");
+}
+
+TEST_F(QuarantineTest, FirstTargetIsForgottenWhenThereAreTooMany)
+{
+    endAllButOne("/first");
+    endAllButOne("/second");
+    for (size_t i = 2; i < host::kMaxWatchedTargets + 1; ++i) {
+        mQuarantine.workerEnded("/" + std::to_string(i), mNow);
+    }
+    EXPECT_TRUE(mQuarantine.workerEnded("/second", mNow));
+    EXPECT_FALSE(mQuarantine.workerEnded("/first", mNow));
+}
+
+} // namespace

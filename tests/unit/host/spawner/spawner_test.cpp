@@ -1,0 +1,232 @@
+// The real spawner and real workers, without a front.
+#include "StderrFile.h"
+#include "spawner/SpawnerTest.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <sys/socket.h>
+
+#include <csignal>
+#include <cstdint>
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+#include <string>
+
+namespace {
+
+using host::ControlMessage;
+using host::Received;
+using testing::HasSubstr;
+using testing::StartsWith;
+
+constexpr const char* kUncached = "{}";
+constexpr const char* kCached = R"({"Thing": {"mappings": {"T": {"is_cached": true}}}})";
+
+void sendRequest(const ControlMessage& worker)
+{
+    const std::string request = host::encodeRequest({"/redfish/v1/Nothing"});
+    ASSERT_EQ(send(worker.socket.get(), request.data(), request.size(), MSG_NOSIGNAL),
+              static_cast<ssize_t>(request.size()));
+}
+
+void expectAnswered(const ControlMessage& worker)
+{
+    sendRequest(worker);
+    httpd::Response response;
+    ASSERT_TRUE(host::decodeResponse(readFrame(worker.socket.get()), response));
+    EXPECT_EQ(response.status, 404U);
+}
+
+void expectSeenAsReplaced(const ControlMessage& worker)
+{
+    sendRequest(worker);
+    host::Declined reason{};
+    EXPECT_TRUE(host::decodeDeclined(readFrame(worker.socket.get()), reason));
+    EXPECT_EQ(reason, host::Declined::CacheReplaced);
+}
+
+int linesWith(const std::string& text, const std::string& part)
+{
+    int lines = 0;
+    std::istringstream rest(text);
+    for (std::string line; std::getline(rest, line);) {
+        lines += line.find(part) != std::string::npos ? 1 : 0;
+    }
+    return lines;
+}
+
+TEST_F(SpawnerTest, MissingMappingFileIsReported)
+{
+    EXPECT_FALSE(host::startSpawner(mSpawner, mProblem));
+    EXPECT_THAT(mProblem,
+                StartsWith("cannot read the mapping file " + ResourceMapper::RmfPath + ":"));
+    EXPECT_THAT(mProblem, HasSubstr("--rmf"));
+}
+
+TEST_F(SpawnerTest, MalformedMappingFileIsReported)
+{
+    EXPECT_FALSE(start("{\"Thing\": "));
+    EXPECT_THAT(mProblem, HasSubstr(ResourceMapper::RmfPath + " is not a JSON object"));
+}
+
+TEST_F(SpawnerTest, TellsWhetherWorkersUseTheCache)
+{
+    ASSERT_TRUE(start(kUncached)) << mProblem;
+    EXPECT_FALSE(mSpawner.usesCache);
+    host::awaitSpawner(mSpawner);
+    ASSERT_TRUE(start(kCached)) << mProblem;
+    EXPECT_TRUE(mSpawner.usesCache);
+}
+
+TEST_F(SpawnerTest, WorkerGetsReadyAndAnswersOneRequestAfterTheOther)
+{
+    ASSERT_TRUE(start(kUncached)) << mProblem;
+    const ControlMessage worker = spawn();
+    EXPECT_TRUE(host::isReady(readFrame(worker.socket.get())));
+    for (int i = 0; i < 3; ++i) {
+        expectAnswered(worker);
+    }
+}
+
+TEST_F(SpawnerTest, WorkersHaveNoSocketsOfOthers)
+{
+    ASSERT_TRUE(start(kUncached)) << mProblem;
+    ControlMessage first = spawn();
+    const ControlMessage second = spawn();
+    EXPECT_TRUE(host::isReady(readFrame(first.socket.get())));
+    EXPECT_TRUE(host::isReady(readFrame(second.socket.get())));
+    EXPECT_NE(first.id, second.id);
+    first.socket.reset();
+    EXPECT_TRUE(processEnds(first.pid)); // nobody else holds the other end
+    expectAnswered(second);
+}
+
+TEST_F(SpawnerTest, KilledWorkerIsReapedAndOthersLive)
+{
+    ASSERT_TRUE(start(kUncached)) << mProblem;
+    const ControlMessage killed = spawn();
+    const ControlMessage other = spawn();
+    EXPECT_TRUE(host::isReady(readFrame(killed.socket.get())));
+    kill(killed.id);
+    EXPECT_TRUE(isGone(killed.socket.get()));
+    EXPECT_TRUE(processEnds(killed.pid));
+    kill(killed.id); // an id of the past names nobody
+    EXPECT_TRUE(host::isReady(readFrame(other.socket.get())));
+    EXPECT_EQ(spawn().id, other.id + 1);
+    EXPECT_EQ(::kill(other.pid, 0), 0);
+}
+
+TEST_F(SpawnerTest, WorkerThatCannotOpenTheCacheEndsUnready)
+{
+    ASSERT_TRUE(start(kCached)) << mProblem;
+    const ControlMessage worker = spawn();
+    EXPECT_TRUE(isGone(worker.socket.get()));
+    EXPECT_TRUE(processEnds(worker.pid));
+}
+
+// Each of its requests makes a worker look at the cache.
+TEST_F(SpawnerTest, CacheThatCannotBeLookedAtIsToldOnceWhileItLasts)
+{
+    const std::string directory = mDirectory.File("cache");
+    const std::string elsewhere = mDirectory.File("elsewhere");
+    SQLInterface::DataCachePath = directory + "/cache.db";
+    std::filesystem::create_directory(directory);
+    std::ofstream(SQLInterface::DataCachePath).flush();
+    const StderrFile errors(mDirectory.File("stderr"));
+    ASSERT_TRUE(start(kCached)) << mProblem;
+    const ControlMessage worker = spawn();
+    ASSERT_TRUE(host::isReady(readFrame(worker.socket.get())));
+
+    std::filesystem::rename(directory, elsewhere);
+    expectAnswered(worker); // a cache that is missing is nothing to tell
+    for (int period = 1; period <= 2; ++period) {
+        std::ofstream(directory).flush();
+        expectAnswered(worker);
+        expectAnswered(worker);
+        EXPECT_EQ(
+            linesWith(errors.text(), SQLInterface::DataCachePath + " is replaced: Not a directory"),
+            period)
+            << errors.text();
+        std::filesystem::remove(directory);
+        expectAnswered(worker);
+    }
+    EXPECT_EQ(linesWith(errors.text(), SQLInterface::DataCachePath), 2) << errors.text();
+
+    std::filesystem::rename(elsewhere, directory);
+    expectAnswered(worker);
+    std::ofstream(elsewhere).flush();
+    std::filesystem::rename(elsewhere, SQLInterface::DataCachePath);
+    expectSeenAsReplaced(worker);
+}
+
+// A file offset of 32 bits has no room for their size.
+TEST_F(SpawnerTest, CachesAboveTwoGibibytesAreSeenToBeReplaced)
+{
+    constexpr std::uintmax_t bytes = 3ULL << 30U; // of a file without content: it takes no room
+    const std::string next = mDirectory.File("next.db");
+    for (const std::string& path : {SQLInterface::DataCachePath, next}) {
+        std::ofstream(path).flush();
+        std::filesystem::resize_file(path, bytes);
+    }
+    ASSERT_TRUE(start(kCached)) << mProblem;
+    const ControlMessage worker = spawn();
+    ASSERT_TRUE(host::isReady(readFrame(worker.socket.get())));
+    expectAnswered(worker);
+    std::filesystem::rename(next, SQLInterface::DataCachePath);
+    expectSeenAsReplaced(worker);
+}
+
+TEST_F(SpawnerTest, CacheThatCannotBeLookedAtFromTheBeginningIsTold)
+{
+    std::filesystem::create_symlink("none.db", SQLInterface::DataCachePath);
+    const StderrFile errors(mDirectory.File("stderr"));
+    ASSERT_TRUE(start(kCached)) << mProblem;
+    const ControlMessage worker = spawn();
+    EXPECT_TRUE(isGone(worker.socket.get()));
+    EXPECT_EQ(linesWith(errors.text(), SQLInterface::DataCachePath +
+                                           " is replaced: " + "Too many levels of symbolic links"),
+              1)
+        << errors.text();
+}
+
+TEST_F(SpawnerTest, WorkerThatGetsNonsenseEnds)
+{
+    ASSERT_TRUE(start(kUncached)) << mProblem;
+    const ControlMessage worker = spawn();
+    EXPECT_TRUE(host::isReady(readFrame(worker.socket.get())));
+    const std::string nonsense(host::kFrameHeaderBytes, '\xff');
+    ASSERT_EQ(send(worker.socket.get(), nonsense.data(), nonsense.size(), MSG_NOSIGNAL),
+              static_cast<ssize_t>(nonsense.size()));
+    EXPECT_TRUE(isGone(worker.socket.get()));
+    EXPECT_TRUE(processEnds(worker.pid));
+}
+
+TEST_F(SpawnerTest, EveryoneEndsWithTheControlSocket)
+{
+    ASSERT_TRUE(start(kUncached)) << mProblem;
+    ControlMessage idle = spawn();
+    ControlMessage held = spawn(); // its socket stays open: the spawner has to end it
+    EXPECT_TRUE(host::isReady(readFrame(held.socket.get())));
+    idle.socket.reset();
+    const pid_t spawner = mSpawner.pid;
+    host::awaitSpawner(mSpawner);
+    EXPECT_EQ(::kill(spawner, 0), -1);
+    EXPECT_EQ(::kill(idle.pid, 0), -1);
+    EXPECT_EQ(::kill(held.pid, 0), -1);
+    EXPECT_TRUE(isGone(held.socket.get()));
+}
+
+TEST_F(SpawnerTest, WorkersDoNotOutliveASpawnerThatIsKilled)
+{
+    ASSERT_TRUE(start(kUncached)) << mProblem;
+    const ControlMessage worker = spawn();
+    EXPECT_TRUE(host::isReady(readFrame(worker.socket.get())));
+    ASSERT_EQ(::kill(mSpawner.pid, SIGKILL), 0);
+    EXPECT_TRUE(isGone(worker.socket.get()));
+    ControlMessage message;
+    EXPECT_TRUE(hasInput(mSpawner.control.get()));
+    EXPECT_EQ(host::receiveControl(mSpawner.control.get(), message), Received::Gone);
+}
+
+} // namespace
