@@ -31,14 +31,15 @@ httpd::Response methodNotAllowed(const char* allowedMethods)
     ExtendedErrorInfoHandling info;
     info.InsertMessageID("SYS402", "");
     info.InsertBaseMessageID("OperationNotAllowed", "");
-    httpd::Response response = jsonResponse(405, info);
+    httpd::Response response = jsonResponse(httpd::kMethodNotAllowed, info);
     response.headers.push_back({"Allow", allowedMethods});
     return response;
 }
 
 httpd::Response temporarilyUnavailable(const char* retryAfterS)
 {
-    httpd::Response response = errorResponse(503, "ServiceTemporarilyUnavailable", retryAfterS);
+    httpd::Response response =
+        errorResponse(httpd::kServiceUnavailable, "ServiceTemporarilyUnavailable", retryAfterS);
     response.headers.push_back({"Retry-After", retryAfterS});
     return response;
 }

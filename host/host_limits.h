@@ -56,25 +56,25 @@ inline constexpr std::chrono::milliseconds kMaxWaitedBackOff{1000};
 
 // Requests that are with the front at a time: enough for all workers, few enough that HTTP's
 // requests find room in the queue. More wait in ZeroMQ.
-inline constexpr size_t kMaxOemAtOnce = 16;
+inline constexpr size_t kMaxQueueRequestsAtOnce = 16;
 
 // Requests of one client that ZeroMQ keeps; one that has sent more is not read from.
-inline constexpr int kMaxOemQueuedRequests = 16;
+inline constexpr int kMaxUnreadQueueRequests = 16;
 
 // Answers to one client that ZeroMQ keeps; it drops more. It learns that a client has taken some
 // only once that is half of them, so that 500 may be on their way to one that takes them all.
-inline constexpr int kMaxOemQueuedAnswers = 1000;
+inline constexpr int kMaxUnsentQueueAnswers = 1000;
 
 // A request is a name and an id of 127 bytes; ZeroMQ closes the connection of a client that sends
 // more than this.
-inline constexpr int64_t kMaxOemRequestBytes = int64_t{64} * 1024;
+inline constexpr int64_t kMaxQueueRequestBytes = int64_t{64} * 1024;
 
 // Frames in front of a message's empty one, as the client sends them: numbers of its own, and one
 // for each proxy.
-inline constexpr ptrdiff_t kMaxOemEnvelopeParts = 8;
+inline constexpr ptrdiff_t kMaxQueueEnvelopeParts = 8;
 
 // How long the last answers may take to leave when the service stops.
-inline constexpr int kOemLingerMs = 500;
+inline constexpr int kQueueLingerMs = 500;
 
 // ---- Requests that end workers ----
 

@@ -2,18 +2,17 @@
 
 #include "error_body.h"
 #include "front/quarantine.h"
+#include "front/refusals.h"
 #include "front/worker_pool.h"
 #include "host_limits.h"
 #include "log.h"
 #include "queue/front_end.h"
 #include "queue/message.h"
 
-#include <ResourceMapper.h>
 #include <boost/asio/signal_set.hpp>
 #include <boost/asio/steady_timer.hpp>
 #include <httpd/listen_address.h>
 #include <httpd/server.h>
-#include <strings.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -27,57 +26,34 @@ namespace asio = boost::asio;
 
 namespace {
 
-httpd::Response uriTooLong()
-{
-    // Without the URI: an answer as long as that helps nobody.
-    return errorResponse(414, "InvalidURI", "the request URI");
-}
-
-// A request that the HTTP server could not read.
-httpd::Response unreadable(unsigned int status)
-{
-    switch (status) {
-    case 408:
-        return errorResponse(status, "OperationTimeout");
-    case 413:
-        return errorResponse(status, "PayloadTooLarge");
-    case 414:
-        return uriTooLong();
-    case 431:
-        return errorResponse(status, "HeaderTooLong");
-    default:
-        return errorResponse(status, "UnrecognizedRequestBody");
-    }
-}
-
 httpd::Response answerTo(Outcome outcome, httpd::Response answered)
 {
     switch (outcome) {
     case Outcome::Answered:
         return answered;
     case Outcome::TooLate:
-        return errorResponse(504, "OperationTimeout");
+        return errorResponse(httpd::kGatewayTimeout, "OperationTimeout");
     case Outcome::Overloaded:
         return temporarilyUnavailable(kRetryAfterS);
     case Outcome::WorkerEnded:
         break;
     }
-    return errorResponse(500, "InternalError");
+    return errorResponse(httpd::kInternalServerError, "InternalError");
 }
 
-std::string oemAnswerOf(Outcome outcome, const httpd::Response& answered)
+std::string queueAnswerOf(Outcome outcome, const httpd::Response& answered)
 {
     switch (outcome) {
     case Outcome::Answered:
         return answered.body;
     case Outcome::TooLate:
-        return oemError(OemFault::TooLate);
+        return queueError(QueueFault::TooLate);
     case Outcome::Overloaded:
-        return oemError(OemFault::Busy);
+        return queueError(QueueFault::Busy);
     case Outcome::WorkerEnded:
         break;
     }
-    return oemError(OemFault::WorkerEnded);
+    return queueError(QueueFault::WorkerEnded);
 }
 
 // What every response carries (DSP0266, "Response headers").
@@ -85,55 +61,6 @@ void addCommonHeaders(httpd::Response& response)
 {
     response.headers.push_back({"OData-Version", "4.0"});
     response.headers.push_back({"Cache-Control", "no-cache"});
-}
-
-bool isPost(const httpd::Request& request)
-{
-    return request.method == "POST";
-}
-
-// The methods of a URI as far as its shape tells; which URIs there are is known to workers only.
-const char* methodsOf(const odata::URI& uri)
-{
-    const unsigned int count = uri.GetSegmentCount();
-    const bool isAction = count >= 2 && std::string_view(uri.GetSegment(count - 2)) == "Actions";
-    return isAction ? kActionMethods : kReadMethods;
-}
-
-// Asked for even of an empty body: without it, any page in a browser on this machine could act here
-// with a form.
-bool hasJsonBody(const httpd::Request& request)
-{
-    constexpr std::string_view kJson = "application/json";
-    std::string_view type = httpd::findHeader(request.headers, "Content-Type");
-    type = type.substr(0, type.find(';'));
-    type = type.substr(0, type.find_last_not_of(" \t") + 1);
-    return type.size() == kJson.size() && strncasecmp(type.data(), kJson.data(), type.size()) == 0;
-}
-
-// Answers without a worker what the library is not asked for; false when a worker is needed.
-bool answeredByFront(const httpd::Request& request, httpd::Response& response)
-{
-    odata::Scope scope = odata::Scope::ForRequest(request.target);
-    const odata::URI uri = scope.NewURI();
-    if (request.method != "GET" && request.method != "HEAD" && !isPost(request)) {
-        response = methodNotAllowed(methodsOf(uri));
-    } else if (isPost(request) && !hasJsonBody(request)) {
-        response = errorResponse(415, "UnsupportedMediaType");
-    } else if (uri.GetFault() == OL_URI_TOO_LONG) {
-        response = uriTooLong();
-    } else if (uri.GetFault() == OL_URI_BAD_ENCODING) {
-        response = errorResponse(400, "InvalidURI", request.target);
-    } else if (uri.GetFault() == OL_URI_REPEATED_OPTION) {
-        response = errorResponse(400, "QueryCombinationInvalid");
-    } else if (uri.GetUnknownOption() != nullptr) {
-        response = errorResponseOfCode(RM_QUERY_NOT_SUPPORTED, uri.GetUnknownOption());
-    } else if (uri.GetSegmentCount() == 0) {
-        response = errorResponseOfCode(RM_INVALID_URI, request.target);
-    } else {
-        return false;
-    }
-    return true;
 }
 
 // What is refused when workers keep ending: what ends them in a POST says nothing of reads.
@@ -144,13 +71,10 @@ std::string watchedName(const httpd::Request& request)
 
 WorkerRequest workerRequest(httpd::Request request)
 {
-    WorkerRequest forWorker;
-    forWorker.target = std::move(request.target);
     if (isPost(request)) {
-        forWorker.kind = RequestKind::Action;
-        forWorker.body = std::move(request.body);
+        return ActionRequest{std::move(request.target), std::move(request.body)};
     }
-    return forWorker;
+    return ReadRequest{std::move(request.target)};
 }
 
 class Front
@@ -162,20 +86,21 @@ public:
 
 private:
     void handle(httpd::Request request, const httpd::Reply& reply);
-    void handleOem(const std::string& text, const OemServer::Reply& reply);
-    bool answeredWithoutWorker(const httpd::Request& request, httpd::Response& response);
+    void handleQueue(const std::string& text, const QueueFrontEnd::Reply& reply);
+    std::optional<httpd::Response> answerWithoutWorker(const httpd::Request& request) const;
+    bool mayNeedCim(const httpd::Request& request) const;
     void noteOutcome(const std::string& watched, Outcome outcome);
     void awaitSignal();
     void stopGracefully();
     void stopWhenDrained();
-    void makeOemServer();
+    void makeQueue();
     void workersReady();
     void listen();
     bool goesOnUnready();
     void fail(const std::string& cause);
 
     const Options& mOptions;
-    bool mUsesCache;
+    const MappingSummary& mMapping;
     asio::io_context mContext{1};
     asio::signal_set mSignals;
     asio::steady_timer mStopTimer;
@@ -183,7 +108,7 @@ private:
     SpawnerLink mSpawner;
     WorkerPool mPool;
     httpd::Server mServer;
-    std::unique_ptr<OemServer> mOemServer; // null without an endpoint
+    std::unique_ptr<QueueFrontEnd> mQueue; // null without an endpoint
     int mExitStatus = EXIT_SUCCESS;
     bool mIsStopping = false;
     int mUndrained = 0; // servers that still have requests to answer, once it stops
@@ -191,7 +116,7 @@ private:
 
 Front::Front(const Options& options, const Spawner& spawner, const httpd::Limits& limits)
     : mOptions(options),
-      mUsesCache(spawner.usesCache),
+      mMapping(spawner.mapping),
       mSignals(mContext, SIGTERM, SIGINT, SIGHUP),
       mStopTimer(mContext),
       mSpawner(mContext, spawner.control.get(), [this](const std::string& cause) { fail(cause); }),
@@ -213,19 +138,21 @@ Front::Front(const Options& options, const Spawner& spawner, const httpd::Limits
           limits)
 {
     if (!options.oemEndpoint.empty()) {
-        makeOemServer();
+        makeQueue();
     }
 }
 
-void Front::makeOemServer()
+void Front::makeQueue()
 {
-    mOemServer = std::make_unique<OemServer>(
+    mQueue = std::make_unique<QueueFrontEnd>(
         mContext, mSpawner, mOptions.oemEndpoint,
-        [this](const std::string& text, const OemServer::Reply& reply) { handleOem(text, reply); },
-        OemServer::Events{[this] { listen(); },
-                          [this](const std::string& cause) {
-                              fail(cause);
-                          }});
+        [this](const std::string& text, const QueueFrontEnd::Reply& reply) {
+            handleQueue(text, reply);
+        },
+        QueueFrontEnd::Events{[this] { listen(); },
+                              [this](const std::string& cause) {
+                                  fail(cause);
+                              }});
 }
 
 int Front::run()
@@ -235,8 +162,8 @@ int Front::run()
     mContext.run();
     mSpawner.stop();
     mServer.stop();
-    if (mOemServer != nullptr) {
-        mOemServer->stop();
+    if (mQueue != nullptr) {
+        mQueue->stop();
     }
     mPool.stop();
     return mExitStatus;
@@ -263,10 +190,10 @@ void Front::stopGracefully()
     mIsStopping = true;
     mStopTimer.expires_after(kStopGrace);
     mStopTimer.async_wait([this](boost::system::error_code /*error*/) { mContext.stop(); });
-    mUndrained = mOemServer == nullptr ? 1 : 2;
+    mUndrained = mQueue == nullptr ? 1 : 2;
     mServer.drain([this] { stopWhenDrained(); });
-    if (mOemServer != nullptr) {
-        mOemServer->drain([this] { stopWhenDrained(); });
+    if (mQueue != nullptr) {
+        mQueue->drain([this] { stopWhenDrained(); });
     }
 }
 
@@ -279,14 +206,14 @@ void Front::stopWhenDrained()
 
 void Front::handle(httpd::Request request, const httpd::Reply& reply)
 {
-    httpd::Response response;
-    if (answeredWithoutWorker(request, response)) {
-        addCommonHeaders(response);
-        reply(std::move(response));
+    if (std::optional<httpd::Response> response = answerWithoutWorker(request)) {
+        addCommonHeaders(*response);
+        reply(std::move(*response));
         return;
     }
     const std::string watched = watchedName(request);
-    mPool.submit(workerRequest(std::move(request)),
+    const bool needsCim = mayNeedCim(request);
+    mPool.submit(workerRequest(std::move(request)), needsCim,
                  [this, watched, reply](Outcome outcome, httpd::Response answered) {
                      noteOutcome(watched, outcome);
                      httpd::Response final = answerTo(outcome, std::move(answered));
@@ -295,36 +222,38 @@ void Front::handle(httpd::Request request, const httpd::Reply& reply)
                  });
 }
 
-void Front::handleOem(const std::string& text, const OemServer::Reply& reply)
+void Front::handleQueue(const std::string& text, const QueueFrontEnd::Reply& reply)
 {
-    OemRequest request;
-    if (const auto fault = readOemRequest(text, request)) {
-        reply(oemError(*fault));
+    EmbeddedDataRequest request;
+    if (const auto fault = readQueueRequest(text, request)) {
+        reply(queueError(*fault));
         return;
     }
     const std::string watched = "OEM " + request.container + " " + request.id;
     if (mQuarantine.holds(watched, std::chrono::steady_clock::now())) {
-        reply(oemError(OemFault::Busy));
+        reply(queueError(QueueFault::Busy));
         return;
     }
-    WorkerRequest forWorker{request.container, false, RequestKind::OemData, request.id};
-    mPool.submit(std::move(forWorker),
+    mPool.submit(std::move(request), false,
                  [this, watched, reply](Outcome outcome, const httpd::Response& answered) {
                      noteOutcome(watched, outcome);
-                     reply(oemAnswerOf(outcome, answered));
+                     reply(queueAnswerOf(outcome, answered));
                  });
 }
 
-bool Front::answeredWithoutWorker(const httpd::Request& request, httpd::Response& response)
+std::optional<httpd::Response> Front::answerWithoutWorker(const httpd::Request& request) const
 {
-    if (answeredByFront(request, response)) {
-        return true;
-    }
-    if (mQuarantine.holds(watchedName(request), std::chrono::steady_clock::now())) {
+    std::optional<httpd::Response> response = refusalOf(request);
+    if (!response && mQuarantine.holds(watchedName(request), std::chrono::steady_clock::now())) {
         response = temporarilyUnavailable(kQuarantineRetryAfterS);
-        return true;
     }
-    return false;
+    return response;
+}
+
+// A POST is, or asks the object manager whether there is such an instance.
+bool Front::mayNeedCim(const httpd::Request& request) const
+{
+    return isPost(request) || mMapping.kindOf(request.target) == UriKind::LiveRead;
 }
 
 void Front::noteOutcome(const std::string& watched, Outcome outcome)
@@ -341,8 +270,8 @@ void Front::noteOutcome(const std::string& watched, Outcome outcome)
 
 void Front::workersReady()
 {
-    if (mOemServer != nullptr) {
-        mOemServer->start();
+    if (mQueue != nullptr) {
+        mQueue->start();
     } else {
         listen();
     }
@@ -368,7 +297,7 @@ void Front::listen()
 // fault is one that the operator has to mend.
 bool Front::goesOnUnready()
 {
-    if (mUsesCache && access(mOptions.cachePath.c_str(), F_OK) != 0 && errno == ENOENT) {
+    if (mMapping.usesCache && access(mOptions.cachePath.c_str(), F_OK) != 0 && errno == ENOENT) {
         (void)std::fprintf(stderr,
                            "cimgated: the data cache %s is not there: reads of cached resources "
                            "answer 503 until it is (--cache names another file)\n",
@@ -376,9 +305,9 @@ bool Front::goesOnUnready()
         return true;
     }
     const std::string cause = "a worker ended before it was ready";
-    fail(mUsesCache ? cause + ": is the data cache " + mOptions.cachePath +
-                          " there and readable? Name another file with --cache"
-                    : cause);
+    fail(mMapping.usesCache ? cause + ": is the data cache " + mOptions.cachePath +
+                                  " there and readable? Name another file with --cache"
+                            : cause);
     return false;
 }
 

@@ -72,7 +72,7 @@ void SpawnerLink::answerReadable()
 
 void SpawnerLink::handOut(ControlMessage& message)
 {
-    if (message.kind == ControlKind::Forked && !message.socket.isOpen()) {
+    if (message.kind == ControlKind::Forked && !message.descriptor.isOpen()) {
         end(message.id); // the kernel drops what it cannot number
         message.text = "too many open file descriptors";
     }

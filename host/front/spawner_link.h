@@ -18,7 +18,7 @@ namespace host {
 class SpawnerLink
 {
 public:
-    // The process that was asked for, socket open; or no socket and the cause in text.
+    // The process that was asked for, its socket the descriptor; or none and the cause in text.
     using Spawned = std::function<void(ControlMessage&)>;
 
     // control is the socket to the spawner, which must outlive the link. failed is called when the

@@ -1,25 +1,46 @@
 #include "front/worker_pool.h"
 
-#include "front/worker_connection.h"
 #include "host_limits.h"
-#include "log.h"
 
 #include <algorithm>
+#include <utility>
 
 namespace host {
 
-namespace asio = boost::asio;
-using boost::system::error_code;
+namespace {
 
-WorkerPool::WorkerPool(asio::io_context& context, SpawnerLink& spawner, unsigned int workers,
+size_t bodyBytes(const WorkerRequest& request)
+{
+    const auto* const action = std::get_if<ActionRequest>(&request);
+    return action == nullptr ? 0 : action->body.size();
+}
+
+} // namespace
+
+WorkerPool::WorkerPool(boost::asio::io_context& context, SpawnerLink& spawner, unsigned int workers,
                        std::chrono::seconds requestTimeout, Events events)
     : mContext(context),
       mSpawner(spawner),
-      mRespawnTimer(context),
       mQueueTimer(context),
       mWanted(workers),
       mRequestTimeout(requestTimeout),
-      mEvents(std::move(events))
+      mWorkerEvents{[this] {
+                        mSupervisor.childReady();
+                        serveQueue();
+                    },
+                    [this](Task task, Declined reason) { takeBack(std::move(task), reason); },
+                    [this] {
+                        mSupervisor.childWorked();
+                        serveQueue();
+                    },
+                    [this](const WorkerConnection& worker) {
+                        removeWorker(worker);
+                    }},
+      mSupervisor(context, spawner,
+                  {workers, ControlKind::SpawnWorker, "", "a worker",
+                   "a worker ended before it had a request"},
+                  {[this](ControlMessage& forked) { addWorker(forked); }, std::move(events.ready),
+                   std::move(events.notReady), [this] { refuseAll(); }, std::move(events.failed)})
 {}
 
 // NOLINTNEXTLINE(bugprone-exception-escape): only cancelling a timer could throw, and it does not
@@ -30,19 +51,24 @@ WorkerPool::~WorkerPool()
 
 void WorkerPool::start()
 {
-    for (unsigned int i = 0; i < mWanted; ++i) {
-        requestWorker();
-    }
+    mSupervisor.start();
 }
 
-void WorkerPool::submit(WorkerRequest request, Completion done)
+void WorkerPool::stop()
+{
+    mSupervisor.stop();
+    mQueueTimer.cancel();
+    mQueue.clear();
+    mWorkers.clear();
+}
+
+void WorkerPool::submit(WorkerRequest request, bool needsCim, Completion done)
 {
     const auto until = std::chrono::steady_clock::now() + mRequestTimeout;
-    if (!hasRoomFor(request) || isWithoutHope()) {
+    if (!hasRoomFor(request) || mSupervisor.isWithoutHope()) {
         done(Outcome::Overloaded, {});
         return;
     }
-    const bool needsCim = request.kind == RequestKind::Action;
     mQueue.push_back({std::move(request), std::move(done), until, needsCim});
     dispatch();
     armQueueTimer();
@@ -52,18 +78,19 @@ void WorkerPool::submit(WorkerRequest request, Completion done)
 void WorkerPool::dispatch()
 {
     for (size_t i = 0; i < mWorkers.size() && !mQueue.empty(); ++i) {
-        Worker& worker = *mWorkers[i];
+        WorkerConnection& worker = *mWorkers[i];
         if (!worker.isFree()) {
             continue;
         }
-        const bool mayReadLive = mayReadLiveNow();
-        const auto next = nextTask(mayReadLive);
+        const auto next = nextTask(mayReadLiveNow());
         if (next == mQueue.end()) {
             return;
         }
         Task task = std::move(*next);
         mQueue.erase(next);
-        task.request.mayReadLive = mayReadLive && task.request.kind != RequestKind::OemData;
+        if (auto* const read = std::get_if<ReadRequest>(&task.request)) {
+            read->mayReadLive = task.needsCim;
+        }
         worker.assign(std::move(task));
     }
 }
@@ -74,7 +101,6 @@ std::deque<Task>::iterator WorkerPool::nextTask(bool mayReadLive)
                         [mayReadLive](const Task& task) { return mayReadLive || !task.needsCim; });
 }
 
-// Which requests are live shows only when a worker has read them: each that may be is counted.
 bool WorkerPool::mayReadLiveNow() const
 {
     const auto live = std::count_if(mWorkers.begin(), mWorkers.end(),
@@ -82,83 +108,26 @@ bool WorkerPool::mayReadLiveNow() const
     return mWanted == 1 || static_cast<size_t>(live) + 1 < mWanted;
 }
 
-void WorkerPool::stop()
+void WorkerPool::addWorker(ControlMessage& forked)
 {
-    mIsStopped = true;
-    mRespawnTimer.cancel();
-    mQueueTimer.cancel();
-    mQueue.clear();
-    for (const auto& worker : mWorkers) {
-        worker->close();
-    }
-    mWorkers.clear();
-}
-
-void WorkerPool::workerSpawned(ControlMessage& message)
-{
-    --mRequested;
-    if (mIsStopped) {
-        return;
-    }
-    if (!message.socket.isOpen()) {
-        noWorker("cannot fork a worker: " + message.text);
-        return;
-    }
-    const auto worker = std::make_shared<Worker>(*this, mContext, message);
-    mWorkers.push_back(worker);
-    worker->start();
-}
-
-void WorkerPool::noWorker(const std::string& cause)
-{
-    if (mIsStarting) {
-        mEvents.failed(cause);
-    } else {
-        log(Severity::Error, cause);
-        replaceAfterPause();
-    }
-}
-
-void WorkerPool::requestWorker()
-{
-    ++mRequested;
-    mSpawner.spawn(ControlKind::SpawnWorker, {},
-                   [this](ControlMessage& message) { workerSpawned(message); });
-}
-
-void WorkerPool::replaceAfterPause()
-{
-    mBackOff = std::clamp(mBackOff * 2, kFirstBackOff, kMaxBackOff);
-    if (isWithoutHope()) {
-        refuseAll();
-    }
-    mRespawnTimer.expires_after(mBackOff);
-    mRespawnTimer.async_wait([this](error_code error) {
-        if (error || mIsStopped) {
-            return;
-        }
-        while (mWorkers.size() + mRequested < mWanted) {
-            requestWorker();
-        }
-    });
+    mWorkers.push_back(std::make_unique<WorkerConnection>(
+        std::make_shared<Child>(mContext, mSpawner, forked), mWorkerEvents));
 }
 
 bool WorkerPool::hasRoomFor(const WorkerRequest& request) const
 {
-    size_t bodyBytes = request.body.size();
+    size_t bytes = bodyBytes(request);
     for (const Task& task : mQueue) {
-        bodyBytes += task.request.body.size();
+        bytes += bodyBytes(task.request);
     }
-    return mQueue.size() < kMaxWaiting && bodyBytes <= kMaxWaitingBodyBytes;
-}
-
-bool WorkerPool::isWithoutHope() const
-{
-    return mWorkers.empty() && mRequested == 0 && mBackOff > kMaxWaitedBackOff;
+    return mQueue.size() < kMaxWaiting && bytes <= kMaxWaitingBodyBytes;
 }
 
 void WorkerPool::refuseAll()
 {
+    if (!mSupervisor.isWithoutHope()) {
+        return;
+    }
     std::deque<Task> refused;
     refused.swap(mQueue);
     for (const Task& task : refused) {
@@ -166,51 +135,25 @@ void WorkerPool::refuseAll()
     }
 }
 
-void WorkerPool::becomeReady()
+void WorkerPool::serveQueue()
 {
-    mIsStarting = false;
-    mEvents.ready();
-}
-
-void WorkerPool::workerReady(Worker& worker)
-{
-    if (mIsStarting && ++mReady == mWanted) {
-        becomeReady();
-    }
-    workerFree(worker);
-}
-
-void WorkerPool::workerFree(Worker& worker)
-{
-    if (worker.wasUsed()) {
-        mBackOff = {};
-    }
     dropExpired();
     dispatch();
 }
 
 // It keeps its turn: it has waited longest.
-void WorkerPool::workerDeclined(Task task, Declined reason)
+void WorkerPool::takeBack(Task task, Declined reason)
 {
     task.needsCim = task.needsCim || reason == Declined::NeedsCim;
     mQueue.push_front(std::move(task));
     armQueueTimer();
 }
 
-void WorkerPool::workerGone(const Worker& worker)
+void WorkerPool::removeWorker(const WorkerConnection& worker)
 {
+    const bool wasUsed = worker.wasUsed();
     std::erase_if(mWorkers, [&worker](const auto& one) { return one.get() == &worker; });
-    if (worker.wasUsed()) {
-        requestWorker(); // a request has ended it, most likely: the next one finds a fresh worker
-    } else if (mIsStarting) {
-        if (mEvents.notReady()) {
-            becomeReady();
-            replaceAfterPause();
-        }
-    } else {
-        log(Severity::Error, "a worker ended before it had a request");
-        replaceAfterPause();
-    }
+    mSupervisor.childGone(wasUsed);
 }
 
 void WorkerPool::dropExpired()
@@ -229,7 +172,7 @@ void WorkerPool::armQueueTimer()
         return;
     }
     mQueueTimer.expires_at(mQueue.front().until);
-    mQueueTimer.async_wait([this](error_code error) {
+    mQueueTimer.async_wait([this](boost::system::error_code error) {
         if (!error) {
             dropExpired();
             armQueueTimer();

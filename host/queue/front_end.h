@@ -1,29 +1,26 @@
-// The front's side of the message-queue endpoint: keeps the process that holds it (oem_process.h),
+// The front's end of the message queue: keeps the process that holds the endpoint (process.h),
 // takes its requests and gives it the answers.
 //
 // Threads: everything runs in the one thread that runs the io_context.
 #ifndef HOST_QUEUE_FRONT_END_H_
 #define HOST_QUEUE_FRONT_END_H_
 
-#include "front/spawner_link.h"
+#include "front/child.h"
+#include "front/supervisor.h"
 
 #include <boost/asio/io_context.hpp>
-#include <boost/asio/steady_timer.hpp>
 
-#include <chrono>
 #include <functional>
 #include <memory>
 #include <string>
 
 namespace host {
 
-class OemConnection;
-
-class OemServer
+class QueueFrontEnd
 {
 public:
-    // Gives a request its answer; to be called once. After the server, or the process that asked,
-    // has ended it does nothing.
+    // Gives a request its answer; to be called once. After the process that asked has ended it does
+    // nothing.
     using Reply = std::function<void(const std::string& answer)>;
     using Handler = std::function<void(const std::string& request, const Reply& reply)>;
 
@@ -33,12 +30,12 @@ public:
         std::function<void(const std::string&)> failed; // it could not be opened at first
     };
 
-    // The link must outlive the server, and be stopped before it goes.
-    OemServer(boost::asio::io_context& context, SpawnerLink& spawner, std::string endpoint,
-              Handler handler, Events events);
-    ~OemServer(); // NOLINT(bugprone-exception-escape): see its definition
-    OemServer(const OemServer&) = delete;
-    OemServer& operator=(const OemServer&) = delete;
+    // The link must outlive this, and be stopped before it goes.
+    QueueFrontEnd(boost::asio::io_context& context, SpawnerLink& spawner,
+                  const std::string& endpoint, Handler handler, Events events);
+    ~QueueFrontEnd(); // NOLINT(bugprone-exception-escape): see its definition
+    QueueFrontEnd(const QueueFrontEnd&) = delete;
+    QueueFrontEnd& operator=(const QueueFrontEnd&) = delete;
 
     void start();
 
@@ -49,30 +46,22 @@ public:
     void stop();
 
 private:
-    friend class OemConnection;
-
-    void spawn();
-    void spawned(ControlMessage& message);
-    void spawnAfterPause();
-    void tellDrained();
-
-    // From the connection
-    void endpointReady();
+    Supervisor::Events supervisorEvents(const std::string& endpoint, Events events);
+    void addProcess(ControlMessage& forked);
+    void frameRead(const std::string& payload);
+    void take(uint32_t number, const std::string& request);
     void answerSent();
-    void endpointGone();
+    void processGone();
+    void tellDrained();
 
     boost::asio::io_context& mContext;
     SpawnerLink& mSpawner;
-    std::string mEndpoint;
     Handler mHandler;
-    Events mEvents;
-    boost::asio::steady_timer mRespawnTimer;
-    std::chrono::milliseconds mBackOff{0};
-    std::shared_ptr<OemConnection> mConnection; // null while there is no process
-    std::function<void()> mDrained;             // null once called
-    bool mIsStarting = true;
+    Supervisor mSupervisor;
+    std::shared_ptr<Child> mProcess; // null while there is none
+    size_t mUnanswered = 0;          // its requests whose answers are not written yet
+    std::function<void()> mDrained;  // null once called
     bool mIsDraining = false;
-    bool mIsStopped = false;
 };
 
 } // namespace host

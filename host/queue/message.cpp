@@ -16,32 +16,32 @@ constexpr size_t kMaxIdBytes = 127;
 
 struct FaultEntry
 {
-    OemFault fault;
+    QueueFault fault;
     _ResourceMapperError code;
     const char* reason;
     const char* message; // behind the subject, where there is one
 };
 
 constexpr FaultEntry kFaults[] = {
-    {OemFault::MalformedRequest, RM_MALFORMED_JSON, "MalformedRequest",
+    {QueueFault::MalformedRequest, RM_MALFORMED_JSON, "MalformedRequest",
      "The request must be one frame with the JSON object {\"container\": \"...\", \"id\": "
      "\"...\"}."},
-    {OemFault::InvalidId, RM_PROPERTY_VALUE_ERROR, "InvalidId",
+    {QueueFault::InvalidId, RM_PROPERTY_VALUE_ERROR, "InvalidId",
      "The id must be 1 to 127 letters, digits and . _ : # - without -- in it."},
-    {OemFault::UnknownContainer, RM_RESOURCE_NOT_IN_RMF, "UnknownContainer",
+    {QueueFault::UnknownContainer, RM_RESOURCE_NOT_IN_RMF, "UnknownContainer",
      "is no entry of the mapping file."},
-    {OemFault::NotCached, RM_DATA_NOT_CACHED, "NotCached",
+    {QueueFault::NotCached, RM_DATA_NOT_CACHED, "NotCached",
      "is not ready in the data cache: ask again in 5 seconds."},
-    {OemFault::Busy, RM_INTERNAL_ERROR, "Busy",
+    {QueueFault::Busy, RM_INTERNAL_ERROR, "Busy",
      "The service is busy, or this request has ended workers: ask again in 5 seconds, or in a "
      "minute."},
-    {OemFault::TooLate, RM_INTERNAL_ERROR, "TooLate",
+    {QueueFault::TooLate, RM_INTERNAL_ERROR, "TooLate",
      "The request passed its deadline: ask again."},
-    {OemFault::WorkerEnded, RM_INTERNAL_ERROR, "WorkerEnded",
+    {QueueFault::WorkerEnded, RM_INTERNAL_ERROR, "WorkerEnded",
      "The worker that had the request ended: the service's log says why."},
 };
 
-const FaultEntry& entryOf(OemFault fault)
+const FaultEntry& entryOf(QueueFault fault)
 {
     return *std::find_if(std::begin(kFaults), std::end(kFaults),
                          [fault](const FaultEntry& entry) { return entry.fault == fault; });
@@ -73,35 +73,35 @@ bool readText(const Json::Value& object, const char* name, std::string& text)
 
 } // namespace
 
-bool isOemId(std::string_view id)
+bool isContainerId(std::string_view id)
 {
     return !id.empty() && id.size() <= kMaxIdBytes &&
            std::all_of(id.begin(), id.end(), isIdCharacter) &&
            id.find("--") == std::string_view::npos;
 }
 
-std::optional<OemFault> readOemRequest(std::string_view text, OemRequest& request)
+std::optional<QueueFault> readQueueRequest(std::string_view text, EmbeddedDataRequest& request)
 {
     Json::Value object;
     if (!parseObject(text, object) || object.size() != 2 ||
         !readText(object, "container", request.container) || !readText(object, "id", request.id) ||
         hasControlCharacter(request.container)) {
-        return OemFault::MalformedRequest;
+        return QueueFault::MalformedRequest;
     }
-    if (!isOemId(request.id)) {
-        return OemFault::InvalidId;
+    if (!isContainerId(request.id)) {
+        return QueueFault::InvalidId;
     }
     return std::nullopt;
 }
 
-std::string oemAnswer(const Json::Value& data)
+std::string queueAnswer(const Json::Value& data)
 {
     Json::StreamWriterBuilder builder;
     builder["indentation"] = "";
     return Json::writeString(builder, data);
 }
 
-std::string oemError(OemFault fault, const std::string& subject)
+std::string queueError(QueueFault fault, const std::string& subject)
 {
     const FaultEntry& entry = entryOf(fault);
     Json::Value answer;
@@ -109,7 +109,7 @@ std::string oemError(OemFault fault, const std::string& subject)
     error["reason"] = entry.reason;
     error["code"] = entry.code;
     error["message"] = subject.empty() ? entry.message : subject + " " + entry.message;
-    return oemAnswer(answer);
+    return queueAnswer(answer);
 }
 
 } // namespace host

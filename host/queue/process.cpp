@@ -56,10 +56,10 @@ bool mayBind(const std::string& path, std::string& problem)
     return problem.empty();
 }
 
-class OemProcess
+class QueueProcess
 {
 public:
-    explicit OemProcess(int front);
+    explicit QueueProcess(int front);
 
     // False with the cause in problem.
     bool open(const std::string& endpoint, std::string& problem);
@@ -79,15 +79,15 @@ private:
     uint32_t mLastNumber = 0;
 };
 
-OemProcess::OemProcess(int front) : mFront(front), mClients(mContext, zmq::socket_type::router)
+QueueProcess::QueueProcess(int front) : mFront(front), mClients(mContext, zmq::socket_type::router)
 {
-    mClients.set(zmq::sockopt::maxmsgsize, kMaxOemRequestBytes);
-    mClients.set(zmq::sockopt::rcvhwm, kMaxOemQueuedRequests);
-    mClients.set(zmq::sockopt::sndhwm, kMaxOemQueuedAnswers);
-    mClients.set(zmq::sockopt::linger, kOemLingerMs);
+    mClients.set(zmq::sockopt::maxmsgsize, kMaxQueueRequestBytes);
+    mClients.set(zmq::sockopt::rcvhwm, kMaxUnreadQueueRequests);
+    mClients.set(zmq::sockopt::sndhwm, kMaxUnsentQueueAnswers);
+    mClients.set(zmq::sockopt::linger, kQueueLingerMs);
 }
 
-bool OemProcess::open(const std::string& endpoint, std::string& problem)
+bool QueueProcess::open(const std::string& endpoint, std::string& problem)
 {
     mPath = endpoint.substr(endpoint.find('/') + 2);
     const std::string directory = mPath.substr(0, mPath.rfind('/') + 1);
@@ -110,13 +110,13 @@ bool OemProcess::open(const std::string& endpoint, std::string& problem)
 }
 
 // Requests above the limit wait in ZeroMQ's queues.
-void OemProcess::serve()
+void QueueProcess::serve()
 {
     bool isConnected = sendFrame(mFront, encodeReady());
     while (isConnected) {
         zmq_pollitem_t waits[] = {{nullptr, mFront, ZMQ_POLLIN, 0},
                                   {mClients.handle(), 0, ZMQ_POLLIN, 0}};
-        const bool takesRequests = mEnvelopes.size() < kMaxOemAtOnce;
+        const bool takesRequests = mEnvelopes.size() < kMaxQueueRequestsAtOnce;
         if (zmq_poll(waits, takesRequests ? 2 : 1, -1) < 0) {
             continue; // interrupted
         }
@@ -130,7 +130,7 @@ void OemProcess::serve()
     (void)unlink(mPath.c_str()); // while nobody else can have opened it
 }
 
-Parts OemProcess::receiveParts()
+Parts QueueProcess::receiveParts()
 {
     Parts parts;
     do {
@@ -144,13 +144,13 @@ Parts OemProcess::receiveParts()
 
 // A message is an envelope, which ends with an empty part, and the request. What has no envelope
 // cannot be answered.
-bool OemProcess::passRequest()
+bool QueueProcess::passRequest()
 {
     Parts envelope = receiveParts();
     const auto delimiter = std::find_if(envelope.begin(), envelope.end(),
                                         [](const zmq::message_t& part) { return part.empty(); });
     const ptrdiff_t sentInFront = delimiter - envelope.begin() - 1; // the first names the client
-    if (delimiter == envelope.end() || sentInFront > kMaxOemEnvelopeParts) {
+    if (delimiter == envelope.end() || sentInFront > kMaxQueueEnvelopeParts) {
         return true;
     }
     // Several parts are as malformed as none.
@@ -161,7 +161,7 @@ bool OemProcess::passRequest()
     return sendFrame(mFront, encodeNumbered(mLastNumber, request));
 }
 
-bool OemProcess::passAnswer()
+bool QueueProcess::passAnswer()
 {
     std::string payload;
     std::string answer;
@@ -184,7 +184,7 @@ bool serveEndpoint(int front, const std::string& endpoint)
 {
     std::string problem;
     try {
-        OemProcess process(front);
+        QueueProcess process(front);
         if (process.open(endpoint, problem)) {
             process.serve();
             return true;
@@ -199,7 +199,7 @@ bool serveEndpoint(int front, const std::string& endpoint)
 
 } // namespace
 
-void runOemProcess(FileDescriptor front, const std::string& endpoint)
+void runQueueProcess(FileDescriptor front, const std::string& endpoint)
 {
     (void)prctl(PR_SET_NAME, "cimgated-oem");
     limitResources();

@@ -15,7 +15,7 @@ namespace host {
 // Opens the endpoint ("ipc:///run/cimgate/oem.sock"), says that it is ready, and passes requests
 // and answers on until the front closes its socket; then it removes the endpoint. When the endpoint
 // cannot be opened, it says why on standard error and ends with status 1.
-[[noreturn]] void runOemProcess(FileDescriptor front, const std::string& endpoint);
+[[noreturn]] void runQueueProcess(FileDescriptor front, const std::string& endpoint);
 
 } // namespace host
 

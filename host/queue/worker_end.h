@@ -8,7 +8,7 @@ namespace host {
 
 // The answer to a request for what a container embeds (see oem_message.h): the data of the cached
 // resources, or what is wrong.
-std::string handleOemData(const std::string& container, const std::string& id);
+std::string handleEmbeddedData(const std::string& container, const std::string& id);
 
 } // namespace host
 

@@ -4,8 +4,8 @@
 #include "host_limits.h"
 #include "log.h"
 #include "queue/process.h"
+#include "spawner/summary_file.h"
 #include "wire/control.h"
-#include "worker/mapping_lookup.h"
 #include "worker/worker.h"
 
 #include <ResourceMapper.h>
@@ -28,7 +28,7 @@ namespace host {
 namespace {
 
 // Loads the mapping file without answering a request; "" when that worked.
-std::string loadMapping()
+std::string problemOfMapping()
 {
     odata::Scope scope = odata::Scope::New();
     const odata::URI uri = scope.NewURI();
@@ -46,6 +46,21 @@ std::string loadMapping()
     }
 }
 
+// What the front is told of it.
+ControlMessage loadMapping()
+{
+    ControlMessage outcome;
+    outcome.text = problemOfMapping();
+    if (outcome.text.empty()) {
+        outcome.descriptor = writeSummary(summaryOf(ResourceMapper::RmfObj));
+        if (!outcome.descriptor.isOpen()) {
+            outcome.text = "cannot pass on the summary of the mapping file: " + errnoText();
+        }
+    }
+    outcome.kind = outcome.text.empty() ? ControlKind::Loaded : ControlKind::Failed;
+    return outcome;
+}
+
 struct Child
 {
     pid_t pid;
@@ -55,8 +70,8 @@ struct Child
 // What it runs, in a process that was forked for it.
 [[noreturn]] void runChild(const ControlMessage& request, FileDescriptor socket)
 {
-    if (request.kind == ControlKind::SpawnOemEndpoint) {
-        runOemProcess(std::move(socket), request.text);
+    if (request.kind == ControlKind::SpawnQueueProcess) {
+        runQueueProcess(std::move(socket), request.text);
     }
     runWorker(std::move(socket));
 }
@@ -92,17 +107,9 @@ void SpawnerProcess::run()
     (void)std::signal(SIGTERM, SIG_IGN);
     (void)std::signal(SIGHUP, SIG_IGN);
     (void)std::signal(SIGPIPE, SIG_IGN);
-    ControlMessage loaded;
-    loaded.text = loadMapping();
-    if (!loaded.text.empty()) {
-        loaded.kind = ControlKind::Failed;
-        (void)sendControl(mControl.get(), loaded);
-    } else {
-        loaded.kind = hasCachedClass(ResourceMapper::RmfObj) ? ControlKind::LoadedCached
-                                                             : ControlKind::Loaded;
-        if (sendControl(mControl.get(), loaded)) {
-            serve();
-        }
+    const ControlMessage outcome = loadMapping();
+    if (sendControl(mControl.get(), outcome) && outcome.kind == ControlKind::Loaded) {
+        serve();
     }
     endChildren();
     std::exit(EXIT_SUCCESS); // NOLINT(concurrency-mt-unsafe): the process has one thread
@@ -162,7 +169,7 @@ void SpawnerProcess::spawn(const ControlMessage& request)
         answer.kind = ControlKind::Forked;
         answer.id = mLastId;
         answer.pid = pid;
-        answer.socket = std::move(front);
+        answer.descriptor = std::move(front);
     }
     (void)sendControl(mControl.get(), answer); // a front that is gone shows at the next receive
 }
@@ -233,6 +240,24 @@ void SpawnerProcess::endChildren()
     reap(0);
 }
 
+// Waits for what the spawner has to say of the mapping file.
+bool learnMapping(Spawner& spawner, std::string& problem)
+{
+    ControlMessage message;
+    if (receiveControl(spawner.control.get(), message) != Received::Message) {
+        problem = "the spawner ended while it loaded the mapping file " + ResourceMapper::RmfPath;
+        return false;
+    }
+    problem = message.text;
+    if (message.kind != ControlKind::Loaded) {
+        return false;
+    }
+    if (!readSummary(message.descriptor, spawner.mapping)) {
+        problem = "cannot read the summary of the mapping file: " + errnoText();
+    }
+    return problem.empty();
+}
+
 } // namespace
 
 bool startSpawner(Spawner& spawner, std::string& problem)
@@ -260,14 +285,7 @@ bool startSpawner(Spawner& spawner, std::string& problem)
     }
     control.reset();
     spawner.control = std::move(front);
-    ControlMessage message;
-    if (receiveControl(spawner.control.get(), message) != Received::Message) {
-        problem = "the spawner ended while it loaded the mapping file " + ResourceMapper::RmfPath;
-        return false;
-    }
-    problem = message.text;
-    spawner.usesCache = message.kind == ControlKind::LoadedCached;
-    return spawner.usesCache || message.kind == ControlKind::Loaded;
+    return learnMapping(spawner, problem);
 }
 
 void awaitSpawner(Spawner& spawner)

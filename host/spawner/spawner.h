@@ -5,6 +5,7 @@
 #define HOST_SPAWNER_SPAWNER_H_
 
 #include "file_descriptor.h"
+#include "wire/mapping_summary.h"
 
 #include <sys/types.h>
 
@@ -16,7 +17,7 @@ struct Spawner
 {
     pid_t pid = 0;
     FileDescriptor control; // see control.h
-    bool usesCache = false; // whether its workers open the data cache
+    MappingSummary mapping;
 };
 
 // Forks the spawner and waits until it has loaded the mapping file (ResourceMapper::RmfPath).

@@ -28,7 +28,7 @@ union FdSlot {
     char bytes[CMSG_SPACE(sizeof(int))];
 };
 
-void attachSocket(msghdr& header, FdSlot& slot, int fd)
+void attach(msghdr& header, FdSlot& slot, int fd)
 {
     header.msg_control = slot.bytes;
     header.msg_controllen = sizeof slot.bytes;
@@ -39,7 +39,7 @@ void attachSocket(msghdr& header, FdSlot& slot, int fd)
     std::memcpy(CMSG_DATA(control), &fd, sizeof fd);
 }
 
-FileDescriptor attachedSocket(msghdr& header)
+FileDescriptor attachedDescriptor(msghdr& header)
 {
     const cmsghdr* control = CMSG_FIRSTHDR(&header);
     if (control == nullptr || control->cmsg_level != SOL_SOCKET ||
@@ -62,8 +62,8 @@ bool sendControl(int socket, const ControlMessage& message)
     msghdr header{};
     header.msg_iov = &data;
     header.msg_iovlen = 1;
-    if (message.socket.isOpen()) {
-        attachSocket(header, slot, message.socket.get());
+    if (message.descriptor.isOpen()) {
+        attach(header, slot, message.descriptor.get());
     }
     ssize_t sent = 0;
     do {
@@ -96,7 +96,7 @@ Received receiveControl(int socket, ControlMessage& message)
     message.id = packet.id;
     message.pid = packet.pid;
     message.text.assign(packet.text, packet.textBytes);
-    message.socket = attachedSocket(header);
+    message.descriptor = attachedDescriptor(header);
     return Received::Message;
 }
 

@@ -13,15 +13,14 @@ namespace host {
 
 enum class ControlKind : uint32_t {
     // From the spawner
-    Loaded,       // the mapping file is loaded; no class of it is cached
-    LoadedCached, // it is loaded, and its workers need the data cache
-    Failed,       // it is not; text says why
-    Forked,       // a process has been forked: id, pid and its socket
-    NotForked,    // none could be forked; text says why
+    Loaded,    // the mapping file is loaded; the descriptor is a file with its summary
+    Failed,    // it is not; text says why
+    Forked,    // a process has been forked: id and pid; the descriptor is its socket
+    NotForked, // none could be forked; text says why
     // From the front
-    SpawnWorker,      // fork a worker
-    SpawnOemEndpoint, // fork the holder of the message-queue endpoint that text names
-    Kill              // end the process with this id
+    SpawnWorker,       // fork a worker
+    SpawnQueueProcess, // fork the holder of the message-queue endpoint that text names
+    Kill               // end the process with this id
 };
 
 struct ControlMessage
@@ -30,7 +29,7 @@ struct ControlMessage
     uint32_t id = 0; // names a process for good: pids come back
     pid_t pid = 0;
     std::string text;
-    FileDescriptor socket; // only with Forked; lost when its receiver has too many open files
+    FileDescriptor descriptor; // lost when its receiver has too many open files
 };
 
 // Sends one message; false when the other end is gone, or does not keep up.

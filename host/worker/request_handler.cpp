@@ -4,30 +4,17 @@
 #include "host_limits.h"
 #include "queue/worker_end.h"
 #include "worker/action_handler.h"
-#include "worker/mapping_lookup.h"
 #include "worker/scope_response.h"
 
 #include <ResourceMapper.h>
+#include <ResourceMapper/mapping/Entry.h>
 
 namespace host {
 
 namespace {
 
-// Where a resource's data comes from.
-enum class Source {
-    MappingFile, // a singleton without keys: the mapping file says it all
-    DataCache,
-    Cim
-};
-
-Source sourceOf(const ResourceMapper& mapper)
-{
-    if (mapper.mIsCollection || hasText(mapper.mResourceObj, "UniqueSelector")) {
-        return isCachedClass(mapper.mResourceObj, mapper.mCimClass) ? Source::DataCache
-                                                                    : Source::Cim;
-    }
-    return hasText(mapper.mResourceObj, "Selectors") ? Source::Cim : Source::MappingFile;
-}
+using cimgate::mapping::Source;
+using cimgate::mapping::sourceOf;
 
 httpd::Response answer(ResourceMapper& mapper, const odata::Scope& scope, _ResourceMapperError rc,
                        Json::Value& body)
@@ -47,7 +34,8 @@ httpd::Response answer(ResourceMapper& mapper, const odata::Scope& scope, _Resou
 httpd::Response readFromCache(ResourceMapper& mapper, const odata::Scope& scope)
 {
     if (!mapper.IsCached()) { // has set "Retry-After"
-        return errorResponse(503, "ServiceTemporarilyUnavailable", kRetryAfterS);
+        return errorResponse(httpd::kServiceUnavailable, "ServiceTemporarilyUnavailable",
+                             kRetryAfterS);
     }
     Json::Value body;
     const _ResourceMapperError rc =
@@ -76,7 +64,7 @@ std::optional<httpd::Response> read(ResourceMapper& mapper, const odata::Scope& 
     if (rc != RM_OK) {
         return answer(mapper, scope, rc, body);
     }
-    switch (sourceOf(mapper)) {
+    switch (sourceOf(mapper.mResourceObj, mapper.mCimClass, mapper.mIsCollection)) {
     case Source::DataCache:
         return readFromCache(mapper, scope);
     case Source::Cim:
@@ -91,25 +79,40 @@ std::optional<httpd::Response> read(ResourceMapper& mapper, const odata::Scope& 
     return answer(mapper, scope, rc, body);
 }
 
-} // namespace
-
-std::optional<httpd::Response> handleRequest(const WorkerRequest& request, CimSession& cim)
+std::optional<httpd::Response> answerTo(const ReadRequest& request, CimSession& cim)
 {
-    if (request.kind == RequestKind::OemData) {
-        httpd::Response response;
-        response.body = handleOemData(request.target, request.body);
-        return response;
-    }
     odata::Scope scope = odata::Scope::ForRequest(request.target);
     const odata::URI uri = scope.NewURI();
     ResourceMapper mapper(cim.get(), scope, uri, false);
-    std::optional<httpd::Response> response = request.kind == RequestKind::Action
-                                                  ? handlePost(mapper, scope, request.body, cim)
-                                                  : read(mapper, scope, request.mayReadLive, cim);
+    std::optional<httpd::Response> response = read(mapper, scope, request.mayReadLive, cim);
     if (response) {
         addHeaders(scope, *response);
     }
     return response;
+}
+
+std::optional<httpd::Response> answerTo(const ActionRequest& request, CimSession& cim)
+{
+    odata::Scope scope = odata::Scope::ForRequest(request.target);
+    const odata::URI uri = scope.NewURI();
+    ResourceMapper mapper(cim.get(), scope, uri, false);
+    httpd::Response response = handlePost(mapper, scope, request.body, cim);
+    addHeaders(scope, response);
+    return response;
+}
+
+std::optional<httpd::Response> answerTo(const EmbeddedDataRequest& request, CimSession& /*cim*/)
+{
+    httpd::Response response;
+    response.body = handleEmbeddedData(request.container, request.id);
+    return response;
+}
+
+} // namespace
+
+std::optional<httpd::Response> handleRequest(const WorkerRequest& request, CimSession& cim)
+{
+    return std::visit([&cim](const auto& kind) { return answerTo(kind, cim); }, request);
 }
 
 } // namespace host

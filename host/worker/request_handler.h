@@ -2,7 +2,7 @@
 #ifndef HOST_WORKER_REQUEST_HANDLER_H_
 #define HOST_WORKER_REQUEST_HANDLER_H_
 
-#include "wire/frame.h"
+#include "wire/worker_message.h"
 #include "worker/cim_session.h"
 
 #include <optional>

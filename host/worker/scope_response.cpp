@@ -22,7 +22,7 @@ bool isEmptyLocation(const odata::Scope& scope, size_t header)
 httpd::Response responseOf(const odata::Scope& scope)
 {
     if (!scope.IsCompleted()) { // a part of it did not fit into memory
-        return errorResponse(500, "InternalError");
+        return errorResponse(httpd::kInternalServerError, "InternalError");
     }
     httpd::Response response;
     response.status = static_cast<unsigned int>(scope.GetStatus());

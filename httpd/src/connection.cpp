@@ -266,7 +266,7 @@ void HttpConnection::dispatch()
 // A closed or broken connection is not answered; it ends with its last reference.
 void HttpConnection::readFailed(error_code error)
 {
-    const unsigned int status = mIsTimedOut ? 408 : statusOf(error);
+    const unsigned int status = mIsTimedOut ? kRequestTimeout : statusOf(error);
     if (status != 0) {
         refuse(status);
     }
@@ -279,12 +279,12 @@ unsigned int HttpConnection::statusOf(error_code error) const
         return 0;
     }
     if (error == http::error::body_limit) {
-        return 413;
+        return kContentTooLarge;
     }
     if (error == http::error::header_limit) {
         return statusOfTooLong(lineBytes(), mLimits);
     }
-    return 400;
+    return kBadRequest;
 }
 
 // Beast may leave a request line in the buffer until the headers are complete. One that has no end

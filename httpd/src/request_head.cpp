@@ -35,7 +35,7 @@ unsigned int refusalOfCoding(std::string_view coding, unsigned int version)
 {
     constexpr std::string_view kChunked = "chunked";
     if (version < 11) {
-        return 400;
+        return kBadRequest;
     }
     if (equalsIgnoringCase(coding, kChunked)) {
         return 0;
@@ -50,7 +50,7 @@ unsigned int refusalOfCoding(std::string_view coding, unsigned int version)
         isLast = false;
         coding = coding.substr(0, begin == 0 ? 0 : comma);
     }
-    return isLegal && !isLast ? 501 : 400;
+    return isLegal && !isLast ? kNotImplemented : kBadRequest;
 }
 
 } // namespace
@@ -59,19 +59,19 @@ unsigned int refusalOf(const Request& request, unsigned int version, size_t head
                        const Limits& limits)
 {
     if (requestLineBytes(request.method, request.target) > limits.requestLineBytes) {
-        return 414;
+        return kUriTooLong;
     }
     if (headBytes > limits.headerBytes || request.headers.size() > limits.headerCount) {
-        return 431;
+        return kRequestHeaderFieldsTooLarge;
     }
     // RFC 9112, section 3.2: exactly one Host field, from clients that speak HTTP/1.1.
     if (version >= 11 && countHeaders(request.headers, "Host") != 1) {
-        return 400;
+        return kBadRequest;
     }
     constexpr std::string_view kTransferEncoding = "Transfer-Encoding";
     const size_t codings = countHeaders(request.headers, kTransferEncoding);
     if (codings > 1) {
-        return 400;
+        return kBadRequest;
     }
     return codings == 0 ? 0
                         : refusalOfCoding(findHeader(request.headers, kTransferEncoding), version);
@@ -85,7 +85,7 @@ size_t requestLineBytes(std::string_view method, std::string_view target)
 
 unsigned int statusOfTooLong(size_t lineBytes, const Limits& limits)
 {
-    return lineBytes > limits.requestLineBytes ? 414 : 431;
+    return lineBytes > limits.requestLineBytes ? kUriTooLong : kRequestHeaderFieldsTooLarge;
 }
 
 std::string originForm(std::string_view target)

@@ -23,10 +23,11 @@ void loadMapping()
 
 void ask(const std::string& container, const std::string& id)
 {
-    fuzz::requireJsonObject(host::handleOemData(container, id));
-    fuzz::require(!host::isOemId(id) || id.find_first_of("'\"`;/*[]()% \\") == std::string::npos,
+    fuzz::requireJsonObject(host::handleEmbeddedData(container, id));
+    fuzz::require(!host::isContainerId(id) ||
+                      id.find_first_of("'\"`;/*[]()% \\") == std::string::npos,
                   "no accepted id ends a text or a statement");
-    fuzz::require(!host::isOemId(id) || id.find("--") == std::string::npos,
+    fuzz::require(!host::isContainerId(id) || id.find("--") == std::string::npos,
                   "no accepted id begins a comment");
 }
 
@@ -38,9 +39,9 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
     static const bool kIsLoaded = (loadMapping(), true);
     (void)kIsLoaded;
     const std::string text(data, data + size);
-    host::OemRequest request;
-    if (const auto fault = host::readOemRequest(text, request)) {
-        fuzz::requireJsonObject(host::oemError(*fault, text));
+    host::EmbeddedDataRequest request;
+    if (const auto fault = host::readQueueRequest(text, request)) {
+        fuzz::requireJsonObject(host::queueError(*fault, text));
     } else {
         ask(request.container, request.id);
     }

@@ -49,10 +49,9 @@ bool isRefusedBefore(const odata::URI& uri)
 void ask(const std::string& target, bool isPost)
 {
     host::CimSession cim;
-    host::WorkerRequest request;
-    request.target = target;
-    request.kind = isPost ? host::RequestKind::Action : host::RequestKind::Read;
-    request.body = "{}";
+    const host::WorkerRequest request = isPost
+                                            ? host::WorkerRequest(host::ActionRequest{target, "{}"})
+                                            : host::WorkerRequest(host::ReadRequest{target});
     const auto answer = host::handleRequest(request, cim);
     if (!answer) {
         return; // read from an object manager, which there is none here

@@ -1,13 +1,8 @@
 // cimgated, with less time for clients to send their requests: tests of those that do not send them
 // need not wait as long as a service in earnest does.
-#include "front/front.h"
 #include "options.h"
-#include "spawner/spawner.h"
+#include "service.h"
 
-#include <ExtendedErrorInfoHandling.h>
-#include <ResourceMapper.h>
-
-#include <csignal>
 #include <cstdio>
 #include <cstdlib>
 
@@ -21,30 +16,15 @@ httpd::Limits shortLimits()
     return limits;
 }
 
-bool prepare(const host::Options& options, host::Spawner& spawner, std::string& problem)
-{
-    ResourceMapper::RmfPath = options.rmfPath;
-    SQLInterface::DataCachePath = options.cachePath;
-    ExtendedErrorInfoHandling::SetRegistryDirectory(options.registryDirectory);
-    return ExtendedErrorInfoHandling::LoadRegistries(problem) &&
-           host::startSpawner(spawner, problem);
-}
-
 } // namespace
 
 int main(int argc, char** argv)
 {
     host::Options options;
-    host::Spawner spawner;
     std::string problem;
-    (void)std::signal(SIGPIPE, SIG_IGN);
-    int status = EXIT_FAILURE;
-    if (host::parseOptions({argv + 1, argv + argc}, options, problem) &&
-        prepare(options, spawner, problem)) {
-        status = host::runFront(options, spawner, shortLimits());
-    } else {
+    if (!host::parseOptions({argv + 1, argv + argc}, options, problem)) {
         (void)std::fprintf(stderr, "%s\n", problem.c_str());
+        return EXIT_FAILURE;
     }
-    host::awaitSpawner(spawner);
-    return status;
+    return host::runService(options, shortLimits());
 }

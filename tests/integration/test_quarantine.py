@@ -1,13 +1,12 @@
 #!/usr/bin/python3
 """A target that keeps ending workers is refused for a while, and one worker is kept from live reads."""
 
-import os
-import signal
 import unittest
 
 from cimgate_host import BASE, member_entry, wait_until
+from scripted_object_manager import ScriptedObjectManager, found
 from service_with_log import ServiceWithLog
-from test_isolation import GOOD, NO_DEADLINE, REAL, STUCK, await_busy_workers, sample
+from test_isolation import GOOD, NO_DEADLINE, REAL, STUCK, sample
 
 LIVE = f"{BASE}/VexoLive/L.1"
 
@@ -57,17 +56,17 @@ class Quarantine(unittest.TestCase):
 
 class KeptWorker(unittest.TestCase):
     def test_live_read_waits_while_a_cached_one_is_answered(self):
-        with ServiceWithLog(*sample_with_live(), options=(*NO_DEADLINE, "--workers", "2")) as service:
-            self.assertEqual(service.get(LIVE).status, 503)
-            stuck = service.start_get(STUCK)
-            [busy] = await_busy_workers(service, 1)
-            live = service.start_get(LIVE)
+        with ScriptedObjectManager(None) as manager, ServiceWithLog(
+                *sample_with_live(), options=(*NO_DEADLINE, "--workers", "2", "--cim", manager.url)) as service:
+            slow = service.start_get(LIVE)
+            manager.await_request()
+            waiting = service.start_get(LIVE)
             for _ in range(20):
                 self.assertEqual(service.get(GOOD).status, 200)
-            self.assertEqual(live.is_done(), False)
-            os.kill(busy, signal.SIGKILL)
-            self.assertEqual(stuck.answer().status, 500)
-            self.assertEqual(live.answer().status, 503)
+            self.assertFalse(waiting.is_done())
+            self.assertEqual(len(manager.requests), 1)
+            manager.release(found("XCIM_Live", A="a"))
+            self.assertEqual([read.answer().json()["A"] for read in (slow, waiting)], ["a", "a"])
 
 
 if __name__ == "__main__":

@@ -6,6 +6,7 @@
 #define HTTPD_SERVER_H_
 
 #include <httpd/limits.h>
+#include <httpd/status.h>
 
 #include <cstdint>
 #include <functional>
@@ -38,7 +39,7 @@ struct Request
 // status is 200 to 599; header names and values are as HTTP wants them, below 64 KiB.
 struct Response
 {
-    unsigned int status = 200;
+    unsigned int status = kOk;
     std::vector<Header> headers;
     std::string body;
 };

@@ -72,6 +72,13 @@ host::WorkerRequest FakeWorker::readRequest()
     return request;
 }
 
+std::string FakeWorker::readTarget()
+{
+    const host::WorkerRequest request = readRequest();
+    const auto* const action = std::get_if<host::ActionRequest>(&request);
+    return action == nullptr ? std::get<host::ReadRequest>(request).target : action->target;
+}
+
 bool FakeWorker::discard(size_t bytes)
 {
     const bool hasCome = receive(bytes) && mReceived.size() >= bytes;
@@ -122,7 +129,7 @@ FakeWorker FakeSpawner::announceWorker()
     host::ControlMessage message;
     message.kind = host::ControlKind::Forked;
     message.id = ++mLastId;
-    message.socket = host::FileDescriptor(ends[0]);
+    message.descriptor = host::FileDescriptor(ends[0]);
     send(message);
     return {mContext, host::FileDescriptor(ends[1]), mLastId};
 }

@@ -4,7 +4,7 @@
 #define FAKE_SPAWNER_H_
 
 #include "wire/control.h"
-#include "wire/frame.h"
+#include "wire/worker_message.h"
 
 #include <boost/asio/io_context.hpp>
 #include <httpd/server.h>
@@ -39,9 +39,11 @@ public:
     // The payload of the next frame.
     std::string readPayload();
 
-    // The next request, and its target.
+    // The next request; readTarget() that of a read or an action.
     host::WorkerRequest readRequest();
-    std::string readTarget() { return readRequest().target; }
+    host::ReadRequest readRead() { return std::get<host::ReadRequest>(readRequest()); }
+    host::ActionRequest readAction() { return std::get<host::ActionRequest>(readRequest()); }
+    std::string readTarget();
 
     // Reads this many bytes of whatever comes; false when they do not come.
     bool discard(size_t bytes);

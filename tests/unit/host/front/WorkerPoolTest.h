@@ -13,6 +13,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 class WorkerPoolTest : public testing::Test
@@ -64,22 +65,43 @@ protected:
         return worker;
     }
 
-    std::shared_ptr<Result> submit(const std::string& target) { return submitRequest({target}); }
+    // A read that the data cache answers, as far as the front knows.
+    std::shared_ptr<Result> submit(const std::string& target)
+    {
+        return submitRequest(host::ReadRequest{target}, false);
+    }
+
+    std::shared_ptr<Result> submitLive(const std::string& target)
+    {
+        return submitRequest(host::ReadRequest{target}, true);
+    }
 
     std::shared_ptr<Result> submitAction(const std::string& target, const std::string& body)
     {
-        return submitRequest({target, true, host::RequestKind::Action, body});
+        return submitRequest(host::ActionRequest{target, body}, true);
     }
 
-    std::shared_ptr<Result> submitRequest(const host::WorkerRequest& request)
+    std::shared_ptr<Result> submitRequest(const host::WorkerRequest& request, bool needsCim)
     {
         auto result = std::make_shared<Result>();
-        mPool->submit(request, [result](host::Outcome outcome, const httpd::Response& response) {
-            ++result->calls;
-            result->outcome = outcome;
-            result->body = response.body;
-        });
+        mPool->submit(request, needsCim,
+                      [result](host::Outcome outcome, const httpd::Response& response) {
+                          ++result->calls;
+                          result->outcome = outcome;
+                          result->body = response.body;
+                      });
         return result;
+    }
+
+    // Two workers that are ready.
+    std::pair<FakeWorker, FakeWorker>
+    startWithTwo(std::chrono::seconds requestTimeout = kLongTimeout)
+    {
+        start(2, requestTimeout);
+        FakeWorker first = readyWorker();
+        FakeWorker second = readyWorker();
+        EXPECT_TRUE(runUntil(mContext, [&] { return mReady == 1; }));
+        return {std::move(first), std::move(second)};
     }
 
     bool ends(const std::shared_ptr<Result>& result)

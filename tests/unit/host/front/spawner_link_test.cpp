@@ -23,7 +23,7 @@ struct HandedOut
     std::string wanted; // by whom
     uint32_t id = 0;
     std::string text;
-    host::FileDescriptor socket;
+    host::FileDescriptor descriptor;
 };
 
 class SpawnerLinkTest : public testing::Test
@@ -33,7 +33,7 @@ protected:
     void want(const std::string& name)
     {
         mLink->spawn(ControlKind::SpawnWorker, "", [this, name](ControlMessage& message) {
-            mAnswers.push_back({name, message.id, message.text, std::move(message.socket)});
+            mAnswers.push_back({name, message.id, message.text, std::move(message.descriptor)});
         });
         EXPECT_TRUE(mSpawner.nextIs(ControlKind::SpawnWorker));
     }
@@ -82,11 +82,11 @@ protected:
 
 TEST_F(SpawnerLinkTest, AsksForTheProcessThatIsWanted)
 {
-    mLink->spawn(ControlKind::SpawnOemEndpoint, "ipc:///run/oem.sock", [](ControlMessage&) {});
+    mLink->spawn(ControlKind::SpawnQueueProcess, "ipc:///run/oem.sock", [](ControlMessage&) {});
     mLink->spawn(ControlKind::SpawnWorker, "", [](ControlMessage&) {});
     mLink->end(42);
     const ControlMessage endpoint = mSpawner.next();
-    EXPECT_EQ(endpoint.kind, ControlKind::SpawnOemEndpoint);
+    EXPECT_EQ(endpoint.kind, ControlKind::SpawnQueueProcess);
     EXPECT_EQ(endpoint.text, "ipc:///run/oem.sock");
     EXPECT_TRUE(mSpawner.nextIs(ControlKind::SpawnWorker));
     const ControlMessage end = mSpawner.next();
@@ -108,13 +108,13 @@ TEST_F(SpawnerLinkTest, AnswersAreHandedOutInTheOrderOfAsking)
     EXPECT_EQ(mAnswers[0].id, first.id());
     EXPECT_EQ(mAnswers[0].text, "");
     EXPECT_EQ(mAnswers[1].wanted, "second");
-    EXPECT_FALSE(mAnswers[1].socket.isOpen());
+    EXPECT_FALSE(mAnswers[1].descriptor.isOpen());
     EXPECT_EQ(mAnswers[1].text, "Cannot allocate memory");
     EXPECT_EQ(mAnswers[2].wanted, "third");
     EXPECT_EQ(mAnswers[2].id, third.id());
-    ASSERT_EQ(write(mAnswers[2].socket.get(), "3", 1), 1); // it leads to that process
+    ASSERT_EQ(write(mAnswers[2].descriptor.get(), "3", 1), 1); // it leads to that process
     EXPECT_TRUE(third.discard(1));
-    mAnswers[0].socket.reset();
+    mAnswers[0].descriptor.reset();
     EXPECT_TRUE(first.isClosedByFront());
     EXPECT_THAT(mFailures, IsEmpty());
 }
@@ -157,7 +157,7 @@ TEST_F(SpawnerLinkTest, ProcessWhoseSocketIsLostIsEnded)
     EXPECT_EQ(end.kind, ControlKind::Kill);
     EXPECT_EQ(end.id, 77U);
     ASSERT_TRUE(hasAnswers(1));
-    EXPECT_FALSE(mAnswers[0].socket.isOpen());
+    EXPECT_FALSE(mAnswers[0].descriptor.isOpen());
     EXPECT_EQ(mAnswers[0].text, "too many open file descriptors");
     EXPECT_THAT(mFailures, IsEmpty());
 }

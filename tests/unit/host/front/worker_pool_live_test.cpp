@@ -10,30 +10,48 @@ using std::chrono::seconds;
 
 TEST_F(WorkerPoolTest, OneWorkerIsKeptFromLiveReads)
 {
-    start(2);
-    FakeWorker first = readyWorker();
-    FakeWorker second = readyWorker();
-    ASSERT_TRUE(runUntil(mContext, [&] { return mReady == 1; }));
-    const auto one = submit("/1");
-    const auto two = submit("/2");
-    EXPECT_TRUE(first.readRequest().mayReadLive);
-    EXPECT_FALSE(second.readRequest().mayReadLive);
+    auto [first, second] = startWithTwo();
+    const auto one = submitLive("/1");
+    const auto two = submitLive("/2");
+    EXPECT_TRUE(first.readRead().mayReadLive);
+    settle();
+    const auto cached = submit("/cached");
+    EXPECT_EQ(second.readTarget(), "/cached");
+    first.answer({200, {}, "one"});
+    EXPECT_EQ(first.readTarget(), "/2");
 }
 
 TEST_F(WorkerPoolTest, OnlyWorkerMayReadLive)
 {
     FakeWorker worker = startWithOne();
-    const auto result = submit("/a");
-    EXPECT_TRUE(worker.readRequest().mayReadLive);
+    const auto result = submitLive("/a");
+    EXPECT_TRUE(worker.readRead().mayReadLive);
+}
+
+TEST_F(WorkerPoolTest, ReadsThatTheCacheAnswersMayNotReadLiveAndKeepNobodyFromIt)
+{
+    auto [first, second] = startWithTwo();
+    const auto cached = submit("/cached");
+    EXPECT_FALSE(first.readRead().mayReadLive);
+    const auto live = submitLive("/live");
+    EXPECT_TRUE(second.readRead().mayReadLive);
+}
+
+TEST_F(WorkerPoolTest, EmbeddedDataIsNoLiveRead)
+{
+    auto [first, second] = startWithTwo();
+    const auto slow = submitLive("/slow");
+    const auto data = submitRequest(host::EmbeddedDataRequest{"DriveOem", "Disk.1"}, false);
+    EXPECT_EQ(first.readTarget(), "/slow");
+    const auto request = std::get<host::EmbeddedDataRequest>(second.readRequest());
+    EXPECT_EQ(request.container, "DriveOem");
+    EXPECT_EQ(request.id, "Disk.1");
 }
 
 TEST_F(WorkerPoolTest, LiveReadThatWasDeclinedWaitsForAWorkerThatMayDoIt)
 {
-    start(2);
-    FakeWorker first = readyWorker();
-    FakeWorker second = readyWorker();
-    ASSERT_TRUE(runUntil(mContext, [&] { return mReady == 1; }));
-    const auto slow = submit("/slow");
+    auto [first, second] = startWithTwo();
+    const auto slow = submitLive("/slow");
     const auto live = submit("/live");
     EXPECT_EQ(first.readTarget(), "/slow");
     EXPECT_EQ(second.readTarget(), "/live");
@@ -46,7 +64,7 @@ TEST_F(WorkerPoolTest, LiveReadThatWasDeclinedWaitsForAWorkerThatMayDoIt)
     ASSERT_TRUE(ends(cached));
     EXPECT_FALSE(live->outcome.has_value());
     first.answer({200, {}, "slow"});
-    const host::WorkerRequest again = first.readRequest();
+    const host::ReadRequest again = first.readRead();
     EXPECT_EQ(again.target, "/live");
     EXPECT_TRUE(again.mayReadLive);
     first.answer({200, {}, "live"});
@@ -58,11 +76,8 @@ TEST_F(WorkerPoolTest, LiveReadThatWasDeclinedWaitsForAWorkerThatMayDoIt)
 
 TEST_F(WorkerPoolTest, LiveReadThatWaitsTooLongIsRefused)
 {
-    start(2, seconds(1));
-    FakeWorker first = readyWorker();
-    FakeWorker second = readyWorker();
-    ASSERT_TRUE(runUntil(mContext, [&] { return mReady == 1; }));
-    const auto slow = submit("/slow");
+    auto [first, second] = startWithTwo(seconds(1));
+    const auto slow = submitLive("/slow");
     const auto live = submit("/live");
     EXPECT_EQ(second.readTarget(), "/live");
     second.decline(host::Declined::NeedsCim);
@@ -74,19 +89,15 @@ TEST_F(WorkerPoolTest, LiveReadThatWaitsTooLongIsRefused)
 
 TEST_F(WorkerPoolTest, ActionWaitsForAWorkerThatMayReadLive)
 {
-    start(2);
-    FakeWorker first = readyWorker();
-    FakeWorker second = readyWorker();
-    ASSERT_TRUE(runUntil(mContext, [&] { return mReady == 1; }));
-    const auto slow = submit("/slow");
+    auto [first, second] = startWithTwo();
+    const auto slow = submitLive("/slow");
     const auto action = submitAction("/action", "{}");
     const auto cached = submit("/cached");
     EXPECT_EQ(first.readTarget(), "/slow");
     EXPECT_EQ(second.readTarget(), "/cached");
     first.answer({200, {}, "slow"});
-    const host::WorkerRequest request = first.readRequest();
+    const host::ActionRequest request = first.readAction();
     EXPECT_EQ(request.target, "/action");
-    EXPECT_EQ(request.kind, host::RequestKind::Action);
     EXPECT_EQ(request.body, "{}");
     first.answer({202, {}, "begun"});
     ASSERT_TRUE(ends(action));
@@ -95,10 +106,7 @@ TEST_F(WorkerPoolTest, ActionWaitsForAWorkerThatMayReadLive)
 
 TEST_F(WorkerPoolTest, ActionOfAWorkerThatEndsIsGivenToNoOther)
 {
-    start(2);
-    FakeWorker first = readyWorker();
-    FakeWorker second = readyWorker();
-    ASSERT_TRUE(runUntil(mContext, [&] { return mReady == 1; }));
+    auto [first, second] = startWithTwo();
     const auto action = submitAction("/action", "{}");
     EXPECT_EQ(first.readTarget(), "/action");
     first.close();

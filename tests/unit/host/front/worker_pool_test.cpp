@@ -119,9 +119,10 @@ TEST_F(WorkerPoolTest, CompletionMaySubmitTheNextRequest)
 {
     FakeWorker worker = startWithOne();
     std::shared_ptr<Result> inner;
-    mPool->submit({"/outer"}, [&](Outcome /*outcome*/, const httpd::Response& /*response*/) {
-        inner = submit("/inner");
-    });
+    mPool->submit(host::ReadRequest{"/outer"}, false,
+                  [&](Outcome /*outcome*/, const httpd::Response& /*response*/) {
+                      inner = submit("/inner");
+                  });
     EXPECT_EQ(worker.readTarget(), "/outer");
     worker.answer({200, {}, ""});
     EXPECT_EQ(worker.readTarget(), "/inner");
@@ -134,9 +135,10 @@ TEST_F(WorkerPoolTest, CompletionOfALostRequestMaySubmitTheNext)
 {
     FakeWorker first = startWithOne();
     std::shared_ptr<Result> inner;
-    mPool->submit({"/outer"}, [&](Outcome /*outcome*/, const httpd::Response& /*response*/) {
-        inner = submit("/inner");
-    });
+    mPool->submit(host::ReadRequest{"/outer"}, false,
+                  [&](Outcome /*outcome*/, const httpd::Response& /*response*/) {
+                      inner = submit("/inner");
+                  });
     EXPECT_EQ(first.readTarget(), "/outer");
     first.close();
     expectKilled(first.id());

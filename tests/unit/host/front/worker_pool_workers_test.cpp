@@ -162,7 +162,8 @@ TEST_F(WorkerPoolTest, WorkerThatAnswersWithoutReadingHarmsNobody)
         ASSERT_EQ(result->body, std::to_string(i));
     }
     // What was still to be written goes out.
-    EXPECT_TRUE(worker.discard(kMoreThanTheSocketTakes * host::encodeRequest({target}).size()));
+    EXPECT_TRUE(worker.discard(kMoreThanTheSocketTakes *
+                               host::encodeRequest(host::ReadRequest{target}).size()));
 }
 
 TEST_F(WorkerPoolTest, WorkerThatEndsCostsItsOwnRequestOnly)
@@ -278,8 +279,8 @@ TEST_P(DamagedAnswer, CostsItsRequestAndTheWorker)
 INSTANTIATE_TEST_SUITE_P(
     , DamagedAnswer,
     testing::Values(host::encodeReady(), lengthOnly(0), lengthOnly(host::kMaxFrameBytes + 1),
-                    lengthOnly(UINT32_MAX), lengthOnly(4) + "junk", host::encodeRequest({"/a"}),
-                    host::encodeResponse({0, {}, ""}),
+                    lengthOnly(UINT32_MAX), lengthOnly(4) + "junk",
+                    host::encodeRequest(host::ReadRequest{"/a"}), host::encodeResponse({0, {}, ""}),
                     host::encodeResponse({200, {{"Link", "a\r\nSet-Cookie: b"}}, ""})));
 
 TEST_F(WorkerPoolTest, RequestOfAWorkerWhoseCacheIsReplacedGoesToTheNext)

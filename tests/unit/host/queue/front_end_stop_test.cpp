@@ -1,6 +1,6 @@
 // The end of the message-queue endpoint: requests that are open are answered, no more are taken.
 #include "host_limits.h"
-#include "queue/OemServerTest.h"
+#include "queue/QueueFrontEndTest.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -12,7 +12,7 @@ namespace {
 using testing::ElementsAre;
 using testing::IsEmpty;
 
-TEST_F(OemServerTest, WithoutOpenRequestsItIsDrainedAtOnce)
+TEST_F(QueueFrontEndTest, WithoutOpenRequestsItIsDrainedAtOnce)
 {
     FakeWorker process = startReady();
     mAnswersAtOnce = true;
@@ -26,7 +26,7 @@ TEST_F(OemServerTest, WithoutOpenRequestsItIsDrainedAtOnce)
     EXPECT_EQ(mDrained, 1);
 }
 
-TEST_F(OemServerTest, IsDrainedWhenTheLastOpenRequestIsAnswered)
+TEST_F(QueueFrontEndTest, IsDrainedWhenTheLastOpenRequestIsAnswered)
 {
     FakeWorker process = startReady();
     ask(process, 1, "a");
@@ -47,7 +47,7 @@ TEST_F(OemServerTest, IsDrainedWhenTheLastOpenRequestIsAnswered)
     EXPECT_EQ(mDrained, 1);
 }
 
-TEST_F(OemServerTest, AnswerIsGivenOnlyWhenTheProcessHasTakenIt)
+TEST_F(QueueFrontEndTest, AnswerIsGivenOnlyWhenTheProcessHasTakenIt)
 {
     FakeWorker process = startReady();
     ask(process, 1, "request");
@@ -61,7 +61,7 @@ TEST_F(OemServerTest, AnswerIsGivenOnlyWhenTheProcessHasTakenIt)
     EXPECT_TRUE(runUntil(mContext, [&] { return mDrained == 1; }));
 }
 
-TEST_F(OemServerTest, RequestsThatComeWhileItDrainsAreNotHandled)
+TEST_F(QueueFrontEndTest, RequestsThatComeWhileItDrainsAreNotHandled)
 {
     FakeWorker process = startReady();
     ask(process, 1, "before");
@@ -77,7 +77,7 @@ TEST_F(OemServerTest, RequestsThatComeWhileItDrainsAreNotHandled)
     EXPECT_THAT(mRequests, ElementsAre("before"));
 }
 
-TEST_F(OemServerTest, OpenRequestsOfAProcessThatEndsAreWaitedForNoLonger)
+TEST_F(QueueFrontEndTest, OpenRequestsOfAProcessThatEndsAreWaitedForNoLonger)
 {
     FakeWorker process = startReady();
     ask(process, 1, "request");
@@ -92,7 +92,7 @@ TEST_F(OemServerTest, OpenRequestsOfAProcessThatEndsAreWaitedForNoLonger)
     EXPECT_EQ(mDrained, 1);
 }
 
-TEST_F(OemServerTest, DrainedServerReplacesNoProcess)
+TEST_F(QueueFrontEndTest, DrainedServerReplacesNoProcess)
 {
     FakeWorker process = startReady();
     end(process);
@@ -102,7 +102,7 @@ TEST_F(OemServerTest, DrainedServerReplacesNoProcess)
     EXPECT_FALSE(hasAskedInPause());
 }
 
-TEST_F(OemServerTest, DrainedMayStopTheServer)
+TEST_F(QueueFrontEndTest, DrainedMayStopTheServer)
 {
     FakeWorker process = startReady();
     ask(process, 1, "request");
@@ -113,7 +113,7 @@ TEST_F(OemServerTest, DrainedMayStopTheServer)
     EXPECT_TRUE(process.isClosedByFront());
 }
 
-TEST_F(OemServerTest, StopClosesTheEndpointAndDropsItsRequests)
+TEST_F(QueueFrontEndTest, StopClosesTheEndpointAndDropsItsRequests)
 {
     FakeWorker process = startReady();
     ask(process, 1, "request");
@@ -126,7 +126,7 @@ TEST_F(OemServerTest, StopClosesTheEndpointAndDropsItsRequests)
     EXPECT_THAT(mFailures, IsEmpty());
 }
 
-TEST_F(OemServerTest, StopForgetsThePause)
+TEST_F(QueueFrontEndTest, StopForgetsThePause)
 {
     FakeWorker process = startReady();
     end(process);
@@ -137,10 +137,10 @@ TEST_F(OemServerTest, StopForgetsThePause)
     EXPECT_FALSE(mSpawner.hasMessage());
 }
 
-TEST_F(OemServerTest, ProcessThatComesAfterStopIsNotTaken)
+TEST_F(QueueFrontEndTest, ProcessThatComesAfterStopIsNotTaken)
 {
     mServer->start();
-    ASSERT_TRUE(mSpawner.nextIs(host::ControlKind::SpawnOemEndpoint));
+    ASSERT_TRUE(mSpawner.nextIs(host::ControlKind::SpawnQueueProcess));
     mServer->stop();
     FakeWorker process = mSpawner.announceWorker();
     EXPECT_TRUE(process.isClosedByFront());
@@ -148,7 +148,7 @@ TEST_F(OemServerTest, ProcessThatComesAfterStopIsNotTaken)
     EXPECT_THAT(mFailures, IsEmpty());
 }
 
-TEST_F(OemServerTest, AnswersAfterItsEndDoNothing)
+TEST_F(QueueFrontEndTest, AnswersAfterItsEndDoNothing)
 {
     FakeWorker process = startReady();
     ask(process, 1, "request");

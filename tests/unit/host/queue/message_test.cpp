@@ -16,7 +16,7 @@ namespace {
 
 using namespace std::string_literals; // NOLINT(google-build-using-namespace): literals with NULs
 
-using host::OemFault;
+using host::QueueFault;
 
 constexpr size_t kLongestId = 127;
 
@@ -26,42 +26,42 @@ constexpr size_t kLongestId = 127;
 constexpr std::string_view kIdCharacters =
     "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789._:#-";
 
-TEST(OemId, EveryByteIsAllowedOrRefusedWhereverItStands)
+TEST(ContainerId, EveryByteIsAllowedOrRefusedWhereverItStands)
 {
     for (int value = 0; value <= UINT8_MAX; ++value) {
         const std::string byte(1, static_cast<char>(value));
         const bool isAllowed = kIdCharacters.find(byte) != std::string_view::npos;
-        EXPECT_EQ(host::isOemId(byte), isAllowed) << value;
-        EXPECT_EQ(host::isOemId(byte + "a"), isAllowed) << value;
-        EXPECT_EQ(host::isOemId("a" + byte), isAllowed) << value;
-        EXPECT_EQ(host::isOemId("a" + byte + "a"), isAllowed) << value;
+        EXPECT_EQ(host::isContainerId(byte), isAllowed) << value;
+        EXPECT_EQ(host::isContainerId(byte + "a"), isAllowed) << value;
+        EXPECT_EQ(host::isContainerId("a" + byte), isAllowed) << value;
+        EXPECT_EQ(host::isContainerId("a" + byte + "a"), isAllowed) << value;
     }
 }
 
-TEST(OemId, LengthIsLimited)
+TEST(ContainerId, LengthIsLimited)
 {
-    EXPECT_FALSE(host::isOemId(""));
-    EXPECT_TRUE(host::isOemId("a"));
-    EXPECT_TRUE(host::isOemId(std::string(kLongestId, 'a')));
-    EXPECT_FALSE(host::isOemId(std::string(kLongestId + 1, 'a')));
-    EXPECT_FALSE(host::isOemId(std::string(65536, 'a')));
+    EXPECT_FALSE(host::isContainerId(""));
+    EXPECT_TRUE(host::isContainerId("a"));
+    EXPECT_TRUE(host::isContainerId(std::string(kLongestId, 'a')));
+    EXPECT_FALSE(host::isContainerId(std::string(kLongestId + 1, 'a')));
+    EXPECT_FALSE(host::isContainerId(std::string(65536, 'a')));
 }
 
-TEST(OemId, NothingLooksLikeAComment)
+TEST(ContainerId, NothingLooksLikeAComment)
 {
     for (const char* id : {"-", "-a", "a-", "-a-", "a-b", "-a-b-", "a-b-c", "#-", "-:-", "-.-"}) {
-        EXPECT_TRUE(host::isOemId(id)) << id;
+        EXPECT_TRUE(host::isContainerId(id)) << id;
     }
     for (const char* id : {"--", "---", "--a", "a--", "a--b", "-a--", "a-b--c", "a----b"}) {
-        EXPECT_FALSE(host::isOemId(id)) << id;
+        EXPECT_FALSE(host::isContainerId(id)) << id;
     }
     for (size_t at = 0; at + 2 <= kLongestId; ++at) {
         std::string id(kLongestId, 'a');
-        EXPECT_FALSE(host::isOemId(id.replace(at, 2, "--"))) << at;
+        EXPECT_FALSE(host::isContainerId(id.replace(at, 2, "--"))) << at;
     }
 }
 
-TEST(OemId, WhatWouldLeaveASqlTextIsRefused)
+TEST(ContainerId, WhatWouldLeaveASqlTextIsRefused)
 {
     for (const std::string& id : {"1' or '1'='1"s, "1\" or 1"s, "1;"s,   "1/*"s,
                                   "*/"s,           "1 "s,       " "s,    "1\t"s,
@@ -72,9 +72,9 @@ TEST(OemId, WhatWouldLeaveASqlTextIsRefused)
                                   "@a"s,           "a+b"s,      "a~b"s,  "\xc3\xa4"s,
                                   "\x80"s,         "\xff"s,     "\x7f"s, "\xe2\x80\x99"s,
                                   "\xef\xbc\x87"s}) {
-        EXPECT_FALSE(host::isOemId(id)) << id;
-        EXPECT_FALSE(host::isOemId("Disk.Bay.0:" + id)) << id;
-        EXPECT_FALSE(host::isOemId(id + ":Enclosure")) << id;
+        EXPECT_FALSE(host::isContainerId(id)) << id;
+        EXPECT_FALSE(host::isContainerId("Disk.Bay.0:" + id)) << id;
+        EXPECT_FALSE(host::isContainerId(id + ":Enclosure")) << id;
     }
 }
 
@@ -131,70 +131,70 @@ std::vector<std::string> oneLonger(const std::vector<std::string>& texts,
     return longer;
 }
 
-TEST(OemId, IsWhatTheDocumentedExpressionMatches)
+TEST(ContainerId, IsWhatTheDocumentedExpressionMatches)
 {
     const std::string text = documentedExpression();
     ASSERT_NE(text, "");
     const PosixExpression expression(text);
     for (int value = 1; value <= UINT8_MAX; ++value) {
         const std::string byte(1, static_cast<char>(value));
-        EXPECT_EQ(expression.matches(byte), host::isOemId(byte)) << value;
+        EXPECT_EQ(expression.matches(byte), host::isContainerId(byte)) << value;
     }
     constexpr size_t kLongest = 6; // two pairs of "-", with something around each
     std::vector<std::string> ids{""};
     for (size_t bytes = 1; bytes <= kLongest; ++bytes) {
         ids = oneLonger(ids, "aZ.-'");
         for (const std::string& id : ids) {
-            ASSERT_EQ(expression.matches(id), host::isOemId(id)) << id;
+            ASSERT_EQ(expression.matches(id), host::isContainerId(id)) << id;
         }
     }
 }
 
 // ---- Requests
 
-std::optional<OemFault> faultOf(std::string_view text)
+std::optional<QueueFault> faultOf(std::string_view text)
 {
-    host::OemRequest request;
-    return host::readOemRequest(text, request);
+    host::EmbeddedDataRequest request;
+    return host::readQueueRequest(text, request);
 }
 
-TEST(OemRequest, HasAContainerAndAnId)
+TEST(EmbeddedDataRequest, HasAContainerAndAnId)
 {
-    host::OemRequest request{"old", "old"};
-    ASSERT_EQ(host::readOemRequest(R"({"container": "DriveOem", "id": "Disk.Bay.0:Enclosure.2"})",
-                                   request),
+    host::EmbeddedDataRequest request{"old", "old"};
+    ASSERT_EQ(host::readQueueRequest(R"({"container": "DriveOem", "id": "Disk.Bay.0:Enclosure.2"})",
+                                     request),
               std::nullopt);
     EXPECT_EQ(request.container, "DriveOem");
     EXPECT_EQ(request.id, "Disk.Bay.0:Enclosure.2");
 }
 
-TEST(OemRequest, MayBeWrittenInAnyWayThatJsonAllows)
+TEST(EmbeddedDataRequest, MayBeWrittenInAnyWayThatJsonAllows)
 {
-    host::OemRequest request;
+    host::EmbeddedDataRequest request;
     ASSERT_EQ(
-        host::readOemRequest("\r\n {\"id\"\t:\"\\u0061-\\u0062\" ,"
-                             "\"c\\u006fntainer\":\"\xc3\xa4 \\ud83d\\ude00 \\\"\\u007f\"} \n",
-                             request),
+        host::readQueueRequest("\r\n {\"id\"\t:\"\\u0061-\\u0062\" ,"
+                               "\"c\\u006fntainer\":\"\xc3\xa4 \\ud83d\\ude00 \\\"\\u007f\"} \n",
+                               request),
         std::nullopt);
     EXPECT_EQ(request.container, "\xc3\xa4 \xf0\x9f\x98\x80 \"\x7f");
     EXPECT_EQ(request.id, "a-b");
 }
 
-TEST(OemRequest, EmptyContainerIsForTheMappingToRefuse)
+TEST(EmbeddedDataRequest, EmptyContainerIsForTheMappingToRefuse)
 {
     EXPECT_EQ(faultOf(R"({"container": "", "id": "1"})"), std::nullopt);
 }
 
-class MalformedOemRequest : public testing::TestWithParam<std::pair<const char*, std::string>>
+class MalformedQueueRequest : public testing::TestWithParam<std::pair<const char*, std::string>>
 {};
 
-TEST_P(MalformedOemRequest, IsRefused)
+TEST_P(MalformedQueueRequest, IsRefused)
 {
-    EXPECT_EQ(faultOf(GetParam().second), OemFault::MalformedRequest) << GetParam().second;
+    EXPECT_EQ(faultOf(GetParam().second), QueueFault::MalformedRequest) << GetParam().second;
 }
 
 INSTANTIATE_TEST_SUITE_P(
-    , MalformedOemRequest,
+    , MalformedQueueRequest,
     testing::Values(
         std::pair("Empty", ""s), std::pair("Blank", " \n"s), std::pair("Null", "null"s),
         std::pair("Text", R"("container")"s), std::pair("Number", "1"s),
@@ -229,95 +229,95 @@ INSTANTIATE_TEST_SUITE_P(
         std::pair("OverlongUtf8", "{\"container\": \"\xc0\xaf\", \"id\": \"1\"}"s),
         std::pair("LoneSurrogate", R"({"container": "\ud800", "id": "1"})"s),
         std::pair("DeeplyNested", std::string(100000, '['))),
-    [](const testing::TestParamInfo<MalformedOemRequest::ParamType>& form) {
+    [](const testing::TestParamInfo<MalformedQueueRequest::ParamType>& form) {
         return std::string(form.param.first);
     });
 
-TEST(OemRequest, ContainerHasNoControlCharacters)
+TEST(EmbeddedDataRequest, ContainerHasNoControlCharacters)
 {
     for (const char* character : {"\\u0000", "\\u0001", "\\b", "\\t", "\\n", "\\r", "\\u001f"}) {
         EXPECT_EQ(faultOf("{\"container\": \"A" + std::string(character) + "B\", \"id\": \"1\"}"),
-                  OemFault::MalformedRequest)
+                  QueueFault::MalformedRequest)
             << character;
     }
 }
 
-TEST(OemRequest, IdIsChecked)
+TEST(EmbeddedDataRequest, IdIsChecked)
 {
     for (const char* id : {"", "1'2", "1;2", "1/*2", "1--2", "1 2", "1\\u00002", "\\u0000", "1\\n",
                            "\\u00e4", "\xc3\xa4", "1%2", "1\\\\2"}) {
         EXPECT_EQ(faultOf("{\"container\": \"A\", \"id\": \"" + std::string(id) + "\"}"),
-                  OemFault::InvalidId)
+                  QueueFault::InvalidId)
             << id;
     }
     const auto idOfBytes = [](size_t bytes) {
         return R"({"container": "A", "id": ")" + std::string(bytes, 'a') + "\"}";
     };
     EXPECT_EQ(faultOf(idOfBytes(kLongestId)), std::nullopt);
-    EXPECT_EQ(faultOf(idOfBytes(kLongestId + 1)), OemFault::InvalidId);
+    EXPECT_EQ(faultOf(idOfBytes(kLongestId + 1)), QueueFault::InvalidId);
 }
 
-TEST(OemRequest, FormIsCheckedBeforeTheId)
+TEST(EmbeddedDataRequest, FormIsCheckedBeforeTheId)
 {
-    EXPECT_EQ(faultOf(R"({"container": 1, "id": "'"})"), OemFault::MalformedRequest);
-    EXPECT_EQ(faultOf(R"({"container": "A", "id": "'", "x": 1})"), OemFault::MalformedRequest);
-    EXPECT_EQ(faultOf(R"({"container": "\u0000", "id": "'"})"), OemFault::MalformedRequest);
-    EXPECT_EQ(faultOf(R"({"container": "", "id": "'"})"), OemFault::InvalidId);
+    EXPECT_EQ(faultOf(R"({"container": 1, "id": "'"})"), QueueFault::MalformedRequest);
+    EXPECT_EQ(faultOf(R"({"container": "A", "id": "'", "x": 1})"), QueueFault::MalformedRequest);
+    EXPECT_EQ(faultOf(R"({"container": "\u0000", "id": "'"})"), QueueFault::MalformedRequest);
+    EXPECT_EQ(faultOf(R"({"container": "", "id": "'"})"), QueueFault::InvalidId);
 }
 
 // ---- Answers
 
-TEST(OemAnswer, ErrorsHaveTheirReasonCodeAndMessage)
+TEST(QueueAnswer, ErrorsHaveTheirReasonCodeAndMessage)
 {
-    EXPECT_EQ(host::oemError(OemFault::MalformedRequest),
+    EXPECT_EQ(host::queueError(QueueFault::MalformedRequest),
               R"({"error":{"code":4,"message":"The request must be one frame with the JSON object )"
               R"({\"container\": \"...\", \"id\": \"...\"}.","reason":"MalformedRequest"}})");
-    EXPECT_EQ(host::oemError(OemFault::InvalidId),
+    EXPECT_EQ(host::queueError(QueueFault::InvalidId),
               R"({"error":{"code":7,"message":"The id must be 1 to 127 letters, digits and )"
               R"(. _ : # - without -- in it.","reason":"InvalidId"}})");
-    EXPECT_EQ(host::oemError(OemFault::UnknownContainer, "DriveOem"),
+    EXPECT_EQ(host::queueError(QueueFault::UnknownContainer, "DriveOem"),
               R"({"error":{"code":5,"message":"DriveOem is no entry of the mapping file.",)"
               R"("reason":"UnknownContainer"}})");
-    EXPECT_EQ(host::oemError(OemFault::NotCached, "VexoDrive"),
+    EXPECT_EQ(host::queueError(QueueFault::NotCached, "VexoDrive"),
               R"({"error":{"code":18,"message":"VexoDrive is not ready in the data cache: )"
               R"(ask again in 5 seconds.","reason":"NotCached"}})");
-    EXPECT_EQ(host::oemError(OemFault::Busy),
+    EXPECT_EQ(host::queueError(QueueFault::Busy),
               R"({"error":{"code":2,"message":"The service is busy, or this request has ended )"
               R"(workers: ask again in 5 seconds, or in a minute.","reason":"Busy"}})");
-    EXPECT_EQ(host::oemError(OemFault::TooLate),
+    EXPECT_EQ(host::queueError(QueueFault::TooLate),
               R"({"error":{"code":2,"message":"The request passed its deadline: ask again.",)"
               R"("reason":"TooLate"}})");
-    EXPECT_EQ(host::oemError(OemFault::WorkerEnded),
+    EXPECT_EQ(host::queueError(QueueFault::WorkerEnded),
               R"({"error":{"code":2,"message":"The worker that had the request ended: )"
               R"(the service's log says why.","reason":"WorkerEnded"}})");
 }
 
-TEST(OemAnswer, IsOneLineHoweverDeepTheData)
+TEST(QueueAnswer, IsOneLineHoweverDeepTheData)
 {
     Json::Value data(Json::objectValue);
-    EXPECT_EQ(host::oemAnswer(data), "{}");
+    EXPECT_EQ(host::queueAnswer(data), "{}");
     data["B"]["Tags"].append("x\r\ny");
     data["B"]["Tags"].append(Json::Value());
     data["A"]["Speed"] = 1200;
     data["A"]["IsOn"] = true;
-    EXPECT_EQ(host::oemAnswer(data),
+    EXPECT_EQ(host::queueAnswer(data),
               R"({"A":{"IsOn":true,"Speed":1200},"B":{"Tags":["x\r\ny",null]}})");
 }
 
-TEST(OemAnswer, TextsKeepTheirCharacters)
+TEST(QueueAnswer, TextsKeepTheirCharacters)
 {
     const std::string name = "\xc3\xa4 \xe2\x82\xac \xf0\x9f\x98\x80 \xe2\x80\xa8 \x01 \x7f \"\\/";
     Json::Value data;
     data["A"]["Name"] = name;
     data["A"][name] = "NUL\0behind it"s;
-    const std::string answer = host::oemAnswer(data);
+    const std::string answer = host::queueAnswer(data);
     EXPECT_EQ(answer.find('\n'), std::string::npos);
     Json::Value read;
     ASSERT_TRUE(host::parseObject(answer, read)) << answer;
     EXPECT_EQ(read, data) << answer;
 }
 
-TEST(OemAnswer, BytesThatAreNotUtf8DoNotSpoilTheJson)
+TEST(QueueAnswer, BytesThatAreNotUtf8DoNotSpoilTheJson)
 {
     for (const std::string& bytes :
          {"\xff"s, "\x80"s, "\xc3"s, "a\xe2\x82"s, "\xe2\x82"s, "\xf0\x9f\x98"s, "\xc0\xaf"s,
@@ -327,11 +327,11 @@ TEST(OemAnswer, BytesThatAreNotUtf8DoNotSpoilTheJson)
         data["A"]["Name"] = bytes;
         data["A"][bytes] = "as a name";
         Json::Value read;
-        const std::string answer = host::oemAnswer(data);
+        const std::string answer = host::queueAnswer(data);
         EXPECT_TRUE(host::parseObject(answer, read)) << answer;
         EXPECT_EQ(answer.find('\n'), std::string::npos);
         Json::Value error;
-        const std::string errorText = host::oemError(OemFault::UnknownContainer, bytes);
+        const std::string errorText = host::queueError(QueueFault::UnknownContainer, bytes);
         ASSERT_TRUE(host::parseObject(errorText, error)) << errorText;
         EXPECT_EQ(error["error"]["code"], 5);
     }

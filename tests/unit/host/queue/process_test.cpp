@@ -68,7 +68,7 @@ private:
     zmq::socket_t mSocket;
 };
 
-class OemProcessTest : public SpawnerTest
+class QueueProcessTest : public SpawnerTest
 {
 protected:
     void SetUp() override
@@ -81,27 +81,27 @@ protected:
 
     ControlMessage spawnEndpoint() const
     {
-        return spawn(ControlKind::SpawnOemEndpoint, endpoint());
+        return spawn(ControlKind::SpawnQueueProcess, endpoint());
     }
 
     ControlMessage openEndpoint() const
     {
         ControlMessage process = spawnEndpoint();
-        EXPECT_TRUE(host::isReady(readFrame(process.socket.get())));
+        EXPECT_TRUE(host::isReady(readFrame(process.descriptor.get())));
         return process;
     }
 
     static Numbered nextRequest(const ControlMessage& process)
     {
         Numbered request;
-        EXPECT_TRUE(
-            host::decodeNumbered(readFrame(process.socket.get()), request.first, request.second));
+        EXPECT_TRUE(host::decodeNumbered(readFrame(process.descriptor.get()), request.first,
+                                         request.second));
         return request;
     }
 
     static void answer(const ControlMessage& process, uint32_t number, const std::string& text)
     {
-        EXPECT_TRUE(host::sendFrame(process.socket.get(), host::encodeNumbered(number, text)));
+        EXPECT_TRUE(host::sendFrame(process.descriptor.get(), host::encodeNumbered(number, text)));
     }
 
     // A socket of the test at the endpoint's path.
@@ -151,7 +151,7 @@ protected:
     {
         startNotingErrors();
         const ControlMessage process = spawnEndpoint();
-        EXPECT_TRUE(isGone(process.socket.get())); // without a word
+        EXPECT_TRUE(isGone(process.descriptor.get())); // without a word
         expectEndedSaying(process, problem);
     }
 
@@ -162,7 +162,7 @@ protected:
 
 // ---- The socket
 
-TEST_F(OemProcessTest, SocketIsForOwnerAndGroupWhateverTheUmask)
+TEST_F(QueueProcessTest, SocketIsForOwnerAndGroupWhateverTheUmask)
 {
     for (const mode_t mask : {0U, 022U, 077U, 0777U}) {
         host::awaitSpawner(mSpawner);
@@ -178,7 +178,7 @@ TEST_F(OemProcessTest, SocketIsForOwnerAndGroupWhateverTheUmask)
     }
 }
 
-TEST_F(OemProcessTest, SocketThatAFormerProcessHasLeftIsReplaced)
+TEST_F(QueueProcessTest, SocketThatAFormerProcessHasLeftIsReplaced)
 {
     {
         const host::FileDescriptor former = boundSocket(SOCK_STREAM);
@@ -188,7 +188,7 @@ TEST_F(OemProcessTest, SocketThatAFormerProcessHasLeftIsReplaced)
     expectServed(openEndpoint());
 }
 
-TEST_F(OemProcessTest, SocketOfAnotherTypeThatIsInUseIsLeftAlone)
+TEST_F(QueueProcessTest, SocketOfAnotherTypeThatIsInUseIsLeftAlone)
 {
     const host::FileDescriptor other = boundSocket(SOCK_DGRAM);
     struct stat before
@@ -201,7 +201,7 @@ TEST_F(OemProcessTest, SocketOfAnotherTypeThatIsInUseIsLeftAlone)
     EXPECT_EQ(after.st_ino, before.st_ino);
 }
 
-TEST_F(OemProcessTest, FileIsLeftAlone)
+TEST_F(QueueProcessTest, FileIsLeftAlone)
 {
     std::ofstream(mPath) << "precious";
     expectRefused("there is something that is no socket: remove it or name another path");
@@ -209,14 +209,14 @@ TEST_F(OemProcessTest, FileIsLeftAlone)
     EXPECT_EQ(std::string(std::istreambuf_iterator<char>(file), {}), "precious");
 }
 
-TEST_F(OemProcessTest, DirectoryIsLeftAlone)
+TEST_F(QueueProcessTest, DirectoryIsLeftAlone)
 {
     std::filesystem::create_directory(mPath);
     expectRefused("there is something that is no socket: remove it or name another path");
     EXPECT_TRUE(std::filesystem::is_directory(mPath));
 }
 
-TEST_F(OemProcessTest, SymbolicLinkIsLeftAlone)
+TEST_F(QueueProcessTest, SymbolicLinkIsLeftAlone)
 {
     std::filesystem::create_symlink(mDirectory.File("elsewhere"), mPath);
     expectRefused("there is something that is no socket: remove it or name another path");
@@ -224,18 +224,18 @@ TEST_F(OemProcessTest, SymbolicLinkIsLeftAlone)
     EXPECT_FALSE(std::filesystem::exists(mDirectory.File("elsewhere")));
 }
 
-TEST_F(OemProcessTest, SocketOnWhichAnotherProcessAnswersIsLeftAlone)
+TEST_F(QueueProcessTest, SocketOnWhichAnotherProcessAnswersIsLeftAlone)
 {
     startNotingErrors();
     ControlMessage first = openEndpoint();
     const ControlMessage second = spawnEndpoint();
-    EXPECT_TRUE(isGone(second.socket.get()));
+    EXPECT_TRUE(isGone(second.descriptor.get()));
     expectServed(first);
-    first.socket.reset();
+    first.descriptor.reset();
     expectEndedSaying(second, "another process answers there: stop it or name another path");
 }
 
-TEST_F(OemProcessTest, MissingDirectoryIsReported)
+TEST_F(QueueProcessTest, MissingDirectoryIsReported)
 {
     mPath = mDirectory.File("missing/oem.sock");
     expectRefused(mDirectory.File("missing/") + ": No such file or directory");
@@ -243,7 +243,7 @@ TEST_F(OemProcessTest, MissingDirectoryIsReported)
 
 // ---- Requests and answers
 
-TEST_F(OemProcessTest, AnswersGoToTheClientsThatAsked)
+TEST_F(QueueProcessTest, AnswersGoToTheClientsThatAsked)
 {
     const ControlMessage process = openEndpoint();
     Client first(mContext, endpoint());
@@ -261,7 +261,7 @@ TEST_F(OemProcessTest, AnswersGoToTheClientsThatAsked)
     EXPECT_THAT(first.receive(), ElementsAre("to the first"));
 }
 
-TEST_F(OemProcessTest, BytesPassAsTheyAre)
+TEST_F(QueueProcessTest, BytesPassAsTheyAre)
 {
     const ControlMessage process = openEndpoint();
     Client client(mContext, endpoint());
@@ -279,7 +279,7 @@ TEST_F(OemProcessTest, BytesPassAsTheyAre)
     EXPECT_THAT(client.receive(), ElementsAre(""));
 }
 
-TEST_F(OemProcessTest, RequestOfSeveralPartsIsPassedOnAsAnEmptyOne)
+TEST_F(QueueProcessTest, RequestOfSeveralPartsIsPassedOnAsAnEmptyOne)
 {
     const ControlMessage process = openEndpoint();
     Client client(mContext, endpoint());
@@ -290,7 +290,7 @@ TEST_F(OemProcessTest, RequestOfSeveralPartsIsPassedOnAsAnEmptyOne)
     EXPECT_THAT(client.receive(), ElementsAre("malformed"));
 }
 
-TEST_F(OemProcessTest, MessageThatCannotBeAnsweredIsDropped)
+TEST_F(QueueProcessTest, MessageThatCannotBeAnsweredIsDropped)
 {
     const ControlMessage process = openEndpoint();
     Client client(mContext, endpoint(), zmq::socket_type::dealer);
@@ -303,11 +303,11 @@ TEST_F(OemProcessTest, MessageThatCannotBeAnsweredIsDropped)
     EXPECT_THAT(client.receive(), ElementsAre("", "answer"));
 }
 
-TEST_F(OemProcessTest, EnvelopesOfProxiesComeBackUpToALimit)
+TEST_F(QueueProcessTest, EnvelopesOfProxiesComeBackUpToALimit)
 {
     const ControlMessage process = openEndpoint();
     Client client(mContext, endpoint(), zmq::socket_type::dealer);
-    std::vector<std::string> proxies(host::kMaxOemEnvelopeParts + 1, "proxy");
+    std::vector<std::string> proxies(host::kMaxQueueEnvelopeParts + 1, "proxy");
     proxies.insert(proxies.end(), {"", "too many"});
     client.send(proxies);
     proxies.erase(proxies.begin());
@@ -320,27 +320,27 @@ TEST_F(OemProcessTest, EnvelopesOfProxiesComeBackUpToALimit)
     EXPECT_EQ(client.receive(), proxies);
 }
 
-TEST_F(OemProcessTest, RequestsAboveTheLimitWaitUntilOthersAreAnswered)
+TEST_F(QueueProcessTest, RequestsAboveTheLimitWaitUntilOthersAreAnswered)
 {
     const ControlMessage process = openEndpoint();
     Client client(mContext, endpoint(), zmq::socket_type::dealer);
-    for (size_t i = 0; i <= host::kMaxOemAtOnce; ++i) {
+    for (size_t i = 0; i <= host::kMaxQueueRequestsAtOnce; ++i) {
         client.send({"", std::to_string(i)});
     }
     Numbered request;
-    for (size_t i = 0; i < host::kMaxOemAtOnce; ++i) {
+    for (size_t i = 0; i < host::kMaxQueueRequestsAtOnce; ++i) {
         request = nextRequest(process);
         EXPECT_EQ(request.second, std::to_string(i));
     }
-    pollfd wait{process.socket.get(), POLLIN, 0};
+    pollfd wait{process.descriptor.get(), POLLIN, 0};
     constexpr int kShortMs = 200; // only a fault would be missed by a shorter wait
     EXPECT_EQ(poll(&wait, 1, kShortMs), 0);
     answer(process, request.first, "answer");
-    EXPECT_EQ(nextRequest(process).second, std::to_string(host::kMaxOemAtOnce));
+    EXPECT_EQ(nextRequest(process).second, std::to_string(host::kMaxQueueRequestsAtOnce));
     EXPECT_THAT(client.receive(), ElementsAre("", "answer"));
 }
 
-TEST_F(OemProcessTest, ClientThatIsGoneHarmsNobody)
+TEST_F(QueueProcessTest, ClientThatIsGoneHarmsNobody)
 {
     const ControlMessage process = openEndpoint();
     std::optional<Client> gone(std::in_place, mContext, endpoint());
@@ -353,31 +353,31 @@ TEST_F(OemProcessTest, ClientThatIsGoneHarmsNobody)
 
 // ---- The end
 
-TEST_F(OemProcessTest, EndsWithTheFrontsSocket)
+TEST_F(QueueProcessTest, EndsWithTheFrontsSocket)
 {
     ControlMessage process = openEndpoint();
     Client client(mContext, endpoint());
     client.send({"never answered"});
     EXPECT_EQ(nextRequest(process).second, "never answered");
-    process.socket.reset();
+    process.descriptor.reset();
     EXPECT_TRUE(processEnds(process.pid));
     EXPECT_FALSE(std::filesystem::exists(mPath));
     expectServed(openEndpoint());
 }
 
-TEST_F(OemProcessTest, NonsenseOfTheFrontEndsIt)
+TEST_F(QueueProcessTest, NonsenseOfTheFrontEndsIt)
 {
     for (const std::string& nonsense :
          {host::encodeNumbered(1, "nobody has asked"), host::encodeReady(),
           std::string(host::kFrameHeaderBytes, '\xff')}) {
         const ControlMessage process = openEndpoint();
-        EXPECT_TRUE(host::sendFrame(process.socket.get(), nonsense));
-        EXPECT_TRUE(isGone(process.socket.get()));
+        EXPECT_TRUE(host::sendFrame(process.descriptor.get(), nonsense));
+        EXPECT_TRUE(isGone(process.descriptor.get()));
         EXPECT_TRUE(processEnds(process.pid));
     }
 }
 
-TEST_F(OemProcessTest, SecondAnswerToARequestEndsIt)
+TEST_F(QueueProcessTest, SecondAnswerToARequestEndsIt)
 {
     const ControlMessage process = openEndpoint();
     Client client(mContext, endpoint());
@@ -386,7 +386,7 @@ TEST_F(OemProcessTest, SecondAnswerToARequestEndsIt)
     answer(process, request.first, "first");
     EXPECT_THAT(client.receive(), ElementsAre("first"));
     answer(process, request.first, "second");
-    EXPECT_TRUE(isGone(process.socket.get()));
+    EXPECT_TRUE(isGone(process.descriptor.get()));
 }
 
 } // namespace

@@ -13,7 +13,7 @@ namespace {
 
 using namespace std::string_literals; // NOLINT(google-build-using-namespace): literals with NULs
 
-using host::OemFault;
+using host::QueueFault;
 
 constexpr const char* kMapping = R"({
     "Rack": {"instances": {"Fan": {"QueryClause": "Slot = '#p1'"}, "Lid": {}}},
@@ -55,22 +55,21 @@ protected:
         makeCache();
         ASSERT_TRUE(start(kMapping)) << mProblem;
         mWorker = spawn();
-        ASSERT_TRUE(host::isReady(readFrame(mWorker.socket.get())));
+        ASSERT_TRUE(host::isReady(readFrame(mWorker.descriptor.get())));
     }
 
     void TearDown() override
     {
-        mWorker.socket.reset(); // ends it
+        mWorker.descriptor.reset(); // ends it
         SpawnerTest::TearDown();
     }
 
     std::string answerTo(const std::string& container, const std::string& id) const
     {
-        EXPECT_TRUE(host::sendFrame(
-            mWorker.socket.get(),
-            host::encodeRequest({container, false, host::RequestKind::OemData, id})));
+        EXPECT_TRUE(host::sendFrame(mWorker.descriptor.get(),
+                                    host::encodeRequest(host::EmbeddedDataRequest{container, id})));
         httpd::Response response;
-        EXPECT_TRUE(host::decodeResponse(readFrame(mWorker.socket.get()), response));
+        EXPECT_TRUE(host::decodeResponse(readFrame(mWorker.descriptor.get()), response));
         return response.body;
     }
 
@@ -109,20 +108,21 @@ TEST_F(OemHandlerTest, EntryThatEmbedsNothingHasNoData)
 
 TEST_F(OemHandlerTest, ResourceThatIsNotReadyIsNamed)
 {
-    EXPECT_EQ(answerTo("Shed", "2"), host::oemError(OemFault::NotCached, "Pump"));
+    EXPECT_EQ(answerTo("Shed", "2"), host::queueError(QueueFault::NotCached, "Pump"));
 }
 
 TEST_F(OemHandlerTest, UnknownContainerDoesNotEndTheWorker)
 {
     for (const std::string& container : {"Nothing"s, ""s, "rack"s, "Rack "s, "Rack\0"s}) {
-        EXPECT_EQ(answerTo(container, "2"), host::oemError(OemFault::UnknownContainer, container));
+        EXPECT_EQ(answerTo(container, "2"),
+                  host::queueError(QueueFault::UnknownContainer, container));
     }
     EXPECT_EQ(answerTo("Rack", "3"), "{}");
 }
 
 TEST_F(OemHandlerTest, RefusedIdsNeverReachTheCache)
 {
-    const std::string refused = host::oemError(OemFault::InvalidId);
+    const std::string refused = host::queueError(QueueFault::InvalidId);
     for (const std::string& id :
          {""s, "2' or '1'='1"s, "2\""s, "2;"s, "2/*"s, "2--"s, "2 "s, "2%"s, "2\\"s, "2\n"s, "2\0"s,
           "2\0x"s, "\xc3\xa4"s, "\xff"s, std::string(128, '2')}) {

@@ -4,7 +4,7 @@
 
 #include "spawner/spawner.h"
 #include "wire/control.h"
-#include "wire/frame.h"
+#include "wire/worker_message.h"
 
 #include <ResourceMapper.h>
 #include <TempDirectory.h>
@@ -99,7 +99,7 @@ protected:
         EXPECT_TRUE(hasInput(mSpawner.control.get()));
         EXPECT_EQ(host::receiveControl(mSpawner.control.get(), answer), host::Received::Message);
         EXPECT_EQ(answer.kind, host::ControlKind::Forked);
-        EXPECT_TRUE(answer.socket.isOpen());
+        EXPECT_TRUE(answer.descriptor.isOpen());
         EXPECT_GT(answer.pid, 0);
         return answer;
     }

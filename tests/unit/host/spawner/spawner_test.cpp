@@ -25,8 +25,8 @@ constexpr const char* kCached = R"({"Thing": {"mappings": {"T": {"is_cached": tr
 
 void sendRequest(const ControlMessage& worker)
 {
-    const std::string request = host::encodeRequest({"/redfish/v1/Nothing"});
-    ASSERT_EQ(send(worker.socket.get(), request.data(), request.size(), MSG_NOSIGNAL),
+    const std::string request = host::encodeRequest(host::ReadRequest{"/redfish/v1/Nothing"});
+    ASSERT_EQ(send(worker.descriptor.get(), request.data(), request.size(), MSG_NOSIGNAL),
               static_cast<ssize_t>(request.size()));
 }
 
@@ -34,7 +34,7 @@ void expectAnswered(const ControlMessage& worker)
 {
     sendRequest(worker);
     httpd::Response response;
-    ASSERT_TRUE(host::decodeResponse(readFrame(worker.socket.get()), response));
+    ASSERT_TRUE(host::decodeResponse(readFrame(worker.descriptor.get()), response));
     EXPECT_EQ(response.status, 404U);
 }
 
@@ -42,7 +42,7 @@ void expectSeenAsReplaced(const ControlMessage& worker)
 {
     sendRequest(worker);
     host::Declined reason{};
-    EXPECT_TRUE(host::decodeDeclined(readFrame(worker.socket.get()), reason));
+    EXPECT_TRUE(host::decodeDeclined(readFrame(worker.descriptor.get()), reason));
     EXPECT_EQ(reason, host::Declined::CacheReplaced);
 }
 
@@ -73,17 +73,17 @@ TEST_F(SpawnerTest, MalformedMappingFileIsReported)
 TEST_F(SpawnerTest, TellsWhetherWorkersUseTheCache)
 {
     ASSERT_TRUE(start(kUncached)) << mProblem;
-    EXPECT_FALSE(mSpawner.usesCache);
+    EXPECT_FALSE(mSpawner.mapping.usesCache);
     host::awaitSpawner(mSpawner);
     ASSERT_TRUE(start(kCached)) << mProblem;
-    EXPECT_TRUE(mSpawner.usesCache);
+    EXPECT_TRUE(mSpawner.mapping.usesCache);
 }
 
 TEST_F(SpawnerTest, WorkerGetsReadyAndAnswersOneRequestAfterTheOther)
 {
     ASSERT_TRUE(start(kUncached)) << mProblem;
     const ControlMessage worker = spawn();
-    EXPECT_TRUE(host::isReady(readFrame(worker.socket.get())));
+    EXPECT_TRUE(host::isReady(readFrame(worker.descriptor.get())));
     for (int i = 0; i < 3; ++i) {
         expectAnswered(worker);
     }
@@ -94,10 +94,10 @@ TEST_F(SpawnerTest, WorkersHaveNoSocketsOfOthers)
     ASSERT_TRUE(start(kUncached)) << mProblem;
     ControlMessage first = spawn();
     const ControlMessage second = spawn();
-    EXPECT_TRUE(host::isReady(readFrame(first.socket.get())));
-    EXPECT_TRUE(host::isReady(readFrame(second.socket.get())));
+    EXPECT_TRUE(host::isReady(readFrame(first.descriptor.get())));
+    EXPECT_TRUE(host::isReady(readFrame(second.descriptor.get())));
     EXPECT_NE(first.id, second.id);
-    first.socket.reset();
+    first.descriptor.reset();
     EXPECT_TRUE(processEnds(first.pid)); // nobody else holds the other end
     expectAnswered(second);
 }
@@ -107,12 +107,12 @@ TEST_F(SpawnerTest, KilledWorkerIsReapedAndOthersLive)
     ASSERT_TRUE(start(kUncached)) << mProblem;
     const ControlMessage killed = spawn();
     const ControlMessage other = spawn();
-    EXPECT_TRUE(host::isReady(readFrame(killed.socket.get())));
+    EXPECT_TRUE(host::isReady(readFrame(killed.descriptor.get())));
     kill(killed.id);
-    EXPECT_TRUE(isGone(killed.socket.get()));
+    EXPECT_TRUE(isGone(killed.descriptor.get()));
     EXPECT_TRUE(processEnds(killed.pid));
     kill(killed.id); // an id of the past names nobody
-    EXPECT_TRUE(host::isReady(readFrame(other.socket.get())));
+    EXPECT_TRUE(host::isReady(readFrame(other.descriptor.get())));
     EXPECT_EQ(spawn().id, other.id + 1);
     EXPECT_EQ(::kill(other.pid, 0), 0);
 }
@@ -121,7 +121,7 @@ TEST_F(SpawnerTest, WorkerThatCannotOpenTheCacheEndsUnready)
 {
     ASSERT_TRUE(start(kCached)) << mProblem;
     const ControlMessage worker = spawn();
-    EXPECT_TRUE(isGone(worker.socket.get()));
+    EXPECT_TRUE(isGone(worker.descriptor.get()));
     EXPECT_TRUE(processEnds(worker.pid));
 }
 
@@ -136,7 +136,7 @@ TEST_F(SpawnerTest, CacheThatCannotBeLookedAtIsToldOnceWhileItLasts)
     const StderrFile errors(mDirectory.File("stderr"));
     ASSERT_TRUE(start(kCached)) << mProblem;
     const ControlMessage worker = spawn();
-    ASSERT_TRUE(host::isReady(readFrame(worker.socket.get())));
+    ASSERT_TRUE(host::isReady(readFrame(worker.descriptor.get())));
 
     std::filesystem::rename(directory, elsewhere);
     expectAnswered(worker); // a cache that is missing is nothing to tell
@@ -171,7 +171,7 @@ TEST_F(SpawnerTest, CachesAboveTwoGibibytesAreSeenToBeReplaced)
     }
     ASSERT_TRUE(start(kCached)) << mProblem;
     const ControlMessage worker = spawn();
-    ASSERT_TRUE(host::isReady(readFrame(worker.socket.get())));
+    ASSERT_TRUE(host::isReady(readFrame(worker.descriptor.get())));
     expectAnswered(worker);
     std::filesystem::rename(next, SQLInterface::DataCachePath);
     expectSeenAsReplaced(worker);
@@ -183,7 +183,7 @@ TEST_F(SpawnerTest, CacheThatCannotBeLookedAtFromTheBeginningIsTold)
     const StderrFile errors(mDirectory.File("stderr"));
     ASSERT_TRUE(start(kCached)) << mProblem;
     const ControlMessage worker = spawn();
-    EXPECT_TRUE(isGone(worker.socket.get()));
+    EXPECT_TRUE(isGone(worker.descriptor.get()));
     EXPECT_EQ(linesWith(errors.text(), SQLInterface::DataCachePath +
                                            " is replaced: " + "Too many levels of symbolic links"),
               1)
@@ -194,11 +194,11 @@ TEST_F(SpawnerTest, WorkerThatGetsNonsenseEnds)
 {
     ASSERT_TRUE(start(kUncached)) << mProblem;
     const ControlMessage worker = spawn();
-    EXPECT_TRUE(host::isReady(readFrame(worker.socket.get())));
+    EXPECT_TRUE(host::isReady(readFrame(worker.descriptor.get())));
     const std::string nonsense(host::kFrameHeaderBytes, '\xff');
-    ASSERT_EQ(send(worker.socket.get(), nonsense.data(), nonsense.size(), MSG_NOSIGNAL),
+    ASSERT_EQ(send(worker.descriptor.get(), nonsense.data(), nonsense.size(), MSG_NOSIGNAL),
               static_cast<ssize_t>(nonsense.size()));
-    EXPECT_TRUE(isGone(worker.socket.get()));
+    EXPECT_TRUE(isGone(worker.descriptor.get()));
     EXPECT_TRUE(processEnds(worker.pid));
 }
 
@@ -207,23 +207,23 @@ TEST_F(SpawnerTest, EveryoneEndsWithTheControlSocket)
     ASSERT_TRUE(start(kUncached)) << mProblem;
     ControlMessage idle = spawn();
     ControlMessage held = spawn(); // its socket stays open: the spawner has to end it
-    EXPECT_TRUE(host::isReady(readFrame(held.socket.get())));
-    idle.socket.reset();
+    EXPECT_TRUE(host::isReady(readFrame(held.descriptor.get())));
+    idle.descriptor.reset();
     const pid_t spawner = mSpawner.pid;
     host::awaitSpawner(mSpawner);
     EXPECT_EQ(::kill(spawner, 0), -1);
     EXPECT_EQ(::kill(idle.pid, 0), -1);
     EXPECT_EQ(::kill(held.pid, 0), -1);
-    EXPECT_TRUE(isGone(held.socket.get()));
+    EXPECT_TRUE(isGone(held.descriptor.get()));
 }
 
 TEST_F(SpawnerTest, WorkersDoNotOutliveASpawnerThatIsKilled)
 {
     ASSERT_TRUE(start(kUncached)) << mProblem;
     const ControlMessage worker = spawn();
-    EXPECT_TRUE(host::isReady(readFrame(worker.socket.get())));
+    EXPECT_TRUE(host::isReady(readFrame(worker.descriptor.get())));
     ASSERT_EQ(::kill(mSpawner.pid, SIGKILL), 0);
-    EXPECT_TRUE(isGone(worker.socket.get()));
+    EXPECT_TRUE(isGone(worker.descriptor.get()));
     ControlMessage message;
     EXPECT_TRUE(hasInput(mSpawner.control.get()));
     EXPECT_EQ(host::receiveControl(mSpawner.control.get(), message), Received::Gone);

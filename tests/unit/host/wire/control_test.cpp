@@ -42,7 +42,7 @@ TEST_F(Control, MessageMakesTheRoundTrip)
     EXPECT_EQ(got.id, UINT32_MAX);
     EXPECT_EQ(got.pid, 1234);
     EXPECT_EQ(got.text, "cannot read");
-    EXPECT_FALSE(got.socket.isOpen());
+    EXPECT_FALSE(got.descriptor.isOpen());
 }
 
 TEST_F(Control, SocketTravelsWithTheMessage)
@@ -52,13 +52,13 @@ TEST_F(Control, SocketTravelsWithTheMessage)
     const FileDescriptor readEnd(pipeEnds[0]);
     ControlMessage sent;
     sent.kind = ControlKind::Forked;
-    sent.socket = FileDescriptor(pipeEnds[1]);
+    sent.descriptor = FileDescriptor(pipeEnds[1]);
     ASSERT_TRUE(host::sendControl(mNear.get(), sent));
-    sent.socket.reset();
+    sent.descriptor.reset();
     ControlMessage got;
     ASSERT_EQ(host::receiveControl(mFar.get(), got), Received::Message);
-    ASSERT_TRUE(got.socket.isOpen());
-    ASSERT_EQ(write(got.socket.get(), "x", 1), 1);
+    ASSERT_TRUE(got.descriptor.isOpen());
+    ASSERT_EQ(write(got.descriptor.get(), "x", 1), 1);
     char byte = 0;
     ASSERT_EQ(read(readEnd.get(), &byte, 1), 1);
     EXPECT_EQ(byte, 'x');
@@ -68,7 +68,7 @@ TEST_F(Control, SocketThatNobodyCanTakeIsMissingFromItsMessage)
 {
     ControlMessage sent;
     sent.kind = ControlKind::Forked;
-    sent.socket = FileDescriptor(dup(mNear.get()));
+    sent.descriptor = FileDescriptor(dup(mNear.get()));
     ASSERT_TRUE(host::sendControl(mNear.get(), sent));
     rlimit before{};
     ASSERT_EQ(getrlimit(RLIMIT_NOFILE, &before), 0);
@@ -80,7 +80,7 @@ TEST_F(Control, SocketThatNobodyCanTakeIsMissingFromItsMessage)
     ASSERT_EQ(setrlimit(RLIMIT_NOFILE, &before), 0);
     EXPECT_EQ(received, Received::Message);
     EXPECT_EQ(got.kind, ControlKind::Forked);
-    EXPECT_FALSE(got.socket.isOpen());
+    EXPECT_FALSE(got.descriptor.isOpen());
 }
 
 TEST_F(Control, MessagesKeepTheirOrder)

@@ -1,7 +1,7 @@
 // The front's side of the message-queue endpoint; the test plays the spawner and the process that
 // holds the endpoint.
-#ifndef OEM_SERVER_TEST_H_
-#define OEM_SERVER_TEST_H_
+#ifndef QUEUE_FRONT_END_TEST_H_
+#define QUEUE_FRONT_END_TEST_H_
 
 #include "front/FakeSpawner.h"
 #include "queue/front_end.h"
@@ -17,7 +17,7 @@
 #include <utility>
 #include <vector>
 
-class OemServerTest : public testing::Test
+class QueueFrontEndTest : public testing::Test
 {
 protected:
     static constexpr const char* kEndpoint = "ipc:///run/oem.sock";
@@ -27,9 +27,9 @@ protected:
 
     void SetUp() override
     {
-        mServer = std::make_unique<host::OemServer>(
+        mServer = std::make_unique<host::QueueFrontEnd>(
             mContext, *mLink, kEndpoint,
-            [this](const std::string& request, const host::OemServer::Reply& reply) {
+            [this](const std::string& request, const host::QueueFrontEnd::Reply& reply) {
                 mRequests.push_back(request);
                 if (mAnswersAtOnce) {
                     reply("answer to " + request);
@@ -37,17 +37,17 @@ protected:
                     mReplies.push_back(reply);
                 }
             },
-            host::OemServer::Events{[this] { ++mReady; },
-                                    [this](const std::string& cause) {
-                                        mFailures.push_back(cause);
-                                    }});
+            host::QueueFrontEnd::Events{[this] { ++mReady; },
+                                        [this](const std::string& cause) {
+                                            mFailures.push_back(cause);
+                                        }});
     }
 
     // The process that is asked for.
     FakeWorker forked()
     {
         const host::ControlMessage message = mSpawner.next();
-        EXPECT_EQ(message.kind, host::ControlKind::SpawnOemEndpoint);
+        EXPECT_EQ(message.kind, host::ControlKind::SpawnQueueProcess);
         EXPECT_EQ(message.text, kEndpoint);
         return mSpawner.announceWorker();
     }
@@ -131,11 +131,11 @@ protected:
         mContext, mSpawner.frontEnd(),
         [this](const std::string& cause) { mFailures.push_back(cause); });
     std::vector<std::string> mRequests;
-    std::vector<host::OemServer::Reply> mReplies;
+    std::vector<host::QueueFrontEnd::Reply> mReplies;
     bool mAnswersAtOnce = false;
     int mReady = 0;
     int mDrained = 0;
-    std::unique_ptr<host::OemServer> mServer;
+    std::unique_ptr<host::QueueFrontEnd> mServer;
     boost::asio::steady_timer mTimer{mContext};
     bool mHasPassed = false;
     bool mHasAsked = false;

@@ -1,0 +1,130 @@
+#include "front/child.h"
+
+#include "host_limits.h"
+
+#include <boost/asio/buffer.hpp>
+#include <boost/asio/write.hpp>
+
+#include <utility>
+
+namespace host {
+
+namespace asio = boost::asio;
+using boost::system::error_code;
+using std::chrono::steady_clock;
+
+Child::Child(asio::io_context& context, SpawnerLink& spawner, ControlMessage& forked)
+    : mSpawner(spawner),
+      mSocket(context, asio::local::stream_protocol(), forked.descriptor.release()),
+      mDeadline(context),
+      mId(forked.id),
+      mPid(forked.pid)
+{}
+
+void Child::start(Events events)
+{
+    mEvents = std::move(events);
+    setDeadline(steady_clock::now() + kReadyTimeout);
+    awaitFrame();
+}
+
+void Child::send(std::string frame)
+{
+    if (mIsClosed) {
+        return;
+    }
+    mUnsent.push_back(std::move(frame));
+    if (mUnsent.size() == 1) {
+        writeNext();
+    }
+}
+
+void Child::writeNext()
+{
+    asio::async_write(mSocket, asio::buffer(mUnsent.front()),
+                      [self = shared_from_this()](error_code error, size_t /*bytes*/) {
+                          if (error || self->mIsClosed) {
+                              return; // reading notices that the process has ended
+                          }
+                          self->mUnsent.pop_front();
+                          if (!self->mUnsent.empty()) {
+                              self->writeNext();
+                          }
+                          self->mEvents.sent();
+                      });
+}
+
+void Child::setDeadline(steady_clock::time_point until)
+{
+    mDeadline.expires_at(until);
+    mDeadline.async_wait([self = shared_from_this()](error_code error) {
+        // A wait that had ended before it was cancelled comes without an error.
+        if (!error && !self->mIsClosed && self->mDeadline.expiry() <= steady_clock::now()) {
+            self->mEvents.late();
+        }
+    });
+}
+
+void Child::clearDeadline()
+{
+    mDeadline.expires_at(steady_clock::time_point::max());
+}
+
+void Child::awaitFrame()
+{
+    readFrame(mSocket, mFrame, [self = shared_from_this()](bool isRead) {
+        if (self->mIsClosed) {
+            return;
+        }
+        if (isRead) {
+            self->frameRead();
+        } else {
+            self->end(); // where it did not end by itself
+            self->giveUp();
+        }
+    });
+}
+
+void Child::frameRead()
+{
+    // Taken out: memory of the largest frame so far is not kept for years.
+    std::string payload = std::exchange(mFrame.payload, {});
+    if (mIsReady) {
+        awaitFrame();
+        mEvents.frame(std::move(payload));
+    } else if (host::isReady(payload)) {
+        mIsReady = true;
+        clearDeadline();
+        awaitFrame();
+        mEvents.ready();
+    } else {
+        end();
+        giveUp();
+    }
+}
+
+void Child::end()
+{
+    if (!std::exchange(mIsEnding, true)) {
+        mSpawner.end(mId);
+    }
+}
+
+void Child::giveUp()
+{
+    if (!mIsClosed) {
+        const auto self = shared_from_this(); // whoever is told may let go of it
+        close();
+        mEvents.gone();
+    }
+}
+
+void Child::close()
+{
+    mIsClosed = true;
+    clearDeadline();
+    error_code ignored;
+    mSocket.close(ignored);
+}
+
+} // namespace host

@@ -1,0 +1,96 @@
+#include "front/refusals.h"
+
+#include "error_body.h"
+
+#include <ResourceMapper.h>
+#include <strings.h>
+
+#include <string_view>
+
+namespace host {
+
+namespace {
+
+httpd::Response uriTooLong()
+{
+    // Without the URI: an answer as long as that helps nobody.
+    return errorResponse(httpd::kUriTooLong, "InvalidURI", "the request URI");
+}
+
+// The methods of a URI as far as its shape tells; which URIs there are is known to workers only.
+const char* methodsOf(const odata::URI& uri)
+{
+    const unsigned int count = uri.GetSegmentCount();
+    const bool isAction = count >= 2 && std::string_view(uri.GetSegment(count - 2)) == "Actions";
+    return isAction ? kActionMethods : kReadMethods;
+}
+
+// Asked for even of an empty body: without it, any page in a browser on this machine could act here
+// with a form.
+bool hasJsonBody(const httpd::Request& request)
+{
+    constexpr std::string_view kJson = "application/json";
+    std::string_view type = httpd::findHeader(request.headers, "Content-Type");
+    type = type.substr(0, type.find(';'));
+    type = type.substr(0, type.find_last_not_of(" \t") + 1);
+    return type.size() == kJson.size() && strncasecmp(type.data(), kJson.data(), type.size()) == 0;
+}
+
+std::optional<httpd::Response> refusalOfUri(const odata::URI& uri, const std::string& target)
+{
+    switch (uri.GetFault()) {
+    case OL_URI_TOO_LONG:
+        return uriTooLong();
+    case OL_URI_BAD_ENCODING:
+        return errorResponse(httpd::kBadRequest, "InvalidURI", target);
+    case OL_URI_REPEATED_OPTION:
+        return errorResponse(httpd::kBadRequest, "QueryCombinationInvalid");
+    default:
+        break;
+    }
+    if (uri.GetUnknownOption() != nullptr) {
+        return errorResponseOfCode(RM_QUERY_NOT_SUPPORTED, uri.GetUnknownOption());
+    }
+    if (uri.GetSegmentCount() == 0) {
+        return errorResponseOfCode(RM_INVALID_URI, target);
+    }
+    return std::nullopt;
+}
+
+} // namespace
+
+bool isPost(const httpd::Request& request)
+{
+    return request.method == "POST";
+}
+
+httpd::Response unreadable(unsigned int status)
+{
+    switch (status) {
+    case httpd::kRequestTimeout:
+        return errorResponse(status, "OperationTimeout");
+    case httpd::kContentTooLarge:
+        return errorResponse(status, "PayloadTooLarge");
+    case httpd::kUriTooLong:
+        return uriTooLong();
+    case httpd::kRequestHeaderFieldsTooLarge:
+        return errorResponse(status, "HeaderTooLong");
+    default:
+        return errorResponse(status, "UnrecognizedRequestBody");
+    }
+}
+
+std::optional<httpd::Response> refusalOf(const httpd::Request& request)
+{
+    odata::Scope scope = odata::Scope::ForRequest(request.target);
+    const odata::URI uri = scope.NewURI();
+    if (request.method != "GET" && request.method != "HEAD" && !isPost(request)) {
+        return methodNotAllowed(methodsOf(uri));
+    }
+    if (isPost(request) && !hasJsonBody(request)) {
+        return errorResponse(httpd::kUnsupportedMediaType, "UnsupportedMediaType");
+    }
+    return refusalOfUri(uri, request.target);
+}
+
+} // namespace host

@@ -1,0 +1,60 @@
+#include "service.h"
+
+#include "front/front.h"
+#include "spawner/spawner.h"
+#include "worker/cim_session.h"
+
+#include <ExtendedErrorInfoHandling.h>
+#include <ResourceMapper.h>
+#include <vexodlog.h>
+
+#include <csignal>
+#include <cstdio>
+#include <cstdlib>
+
+namespace host {
+
+namespace {
+
+constexpr int kWrongOptions = 2;
+
+int complain(const std::string& problem, int status)
+{
+    (void)std::fprintf(stderr, "cimgated: %s\n", problem.c_str());
+    return status;
+}
+
+void applyOptions(const Options& options)
+{
+    vexoSetThreshold(options.logLevel + 1);
+    ResourceMapper::RmfPath = options.rmfPath;
+    SQLInterface::DataCachePath = options.cachePath;
+    if (!options.registryDirectory.empty()) {
+        ExtendedErrorInfoHandling::SetRegistryDirectory(options.registryDirectory);
+    }
+}
+
+} // namespace
+
+int runService(const Options& options, const httpd::Limits& limits)
+{
+    std::string problem;
+    applyOptions(options);
+    if (!options.cimUrl.empty() && !directCimTo(options.cimUrl, problem)) {
+        return complain(problem, kWrongOptions);
+    }
+    (void)std::signal(SIGPIPE, SIG_IGN);
+    if (!ExtendedErrorInfoHandling::LoadRegistries(problem)) {
+        return complain(problem +
+                            "; name the directory of the message registries with --registries",
+                        EXIT_FAILURE);
+    }
+    Spawner spawner;
+    const bool isStarted = startSpawner(spawner, problem);
+    const int status =
+        isStarted ? runFront(options, spawner, limits) : complain(problem, EXIT_FAILURE);
+    awaitSpawner(spawner);
+    return status;
+}
+
+} // namespace host

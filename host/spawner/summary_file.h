@@ -1,0 +1,24 @@
+// The summary of the mapping on its way from the spawner to the front: a file in memory, since a
+// mapping may have more URIs than a packet has room for.
+#ifndef HOST_SPAWNER_SUMMARY_FILE_H_
+#define HOST_SPAWNER_SUMMARY_FILE_H_
+
+#include "file_descriptor.h"
+#include "wire/mapping_summary.h"
+
+#include <json/json.h>
+
+namespace host {
+
+// What the front is told of a mapping file.
+MappingSummary summaryOf(const Json::Value& file);
+
+// A file with the summary; not open when there is no memory for it.
+FileDescriptor writeSummary(const MappingSummary& summary);
+
+// Reads such a file from its beginning.
+bool readSummary(const FileDescriptor& file, MappingSummary& summary);
+
+} // namespace host
+
+#endif

@@ -1,0 +1,74 @@
+#include "wire/mapping_summary.h"
+
+#include "wire/fields.h"
+
+namespace host {
+
+namespace {
+
+bool takeEntry(FieldReader& reader, MappingSummary& summary)
+{
+    std::string uri;
+    uint32_t kind = 0;
+    if (!reader.text(uri) || !reader.number(kind) ||
+        kind > static_cast<uint32_t>(UriKind::Action)) {
+        return false;
+    }
+    summary.uris[std::move(uri)] = {static_cast<UriKind>(kind)};
+    return true;
+}
+
+// As the mapper takes a URI: without its query, and without one "/" at its end.
+std::string_view pathOf(std::string_view target)
+{
+    target = target.substr(0, target.rfind('?'));
+    if (target.ends_with('/')) {
+        target.remove_suffix(1);
+    }
+    return target;
+}
+
+} // namespace
+
+UriKind MappingSummary::kindOf(std::string_view target) const
+{
+    const std::string_view path = pathOf(target);
+    if (const auto registered = uris.find(path); registered != uris.end()) {
+        return registered->second.kind;
+    }
+    const size_t slash = path.rfind('/');
+    const auto parent =
+        slash == std::string_view::npos ? uris.end() : uris.find(path.substr(0, slash));
+    const bool isInstance = parent != uris.end() && parent->second.kind != UriKind::Action;
+    return isInstance ? parent->second.kind : UriKind::CachedRead;
+}
+
+std::string encodeSummary(const MappingSummary& summary)
+{
+    std::string text;
+    putNumber(text, summary.usesCache ? 1 : 0);
+    for (const auto& [uri, entry] : summary.uris) {
+        putText(text, uri);
+        putNumber(text, static_cast<uint32_t>(entry.kind));
+    }
+    return text;
+}
+
+bool decodeSummary(std::string_view text, MappingSummary& summary)
+{
+    FieldReader reader(text);
+    uint32_t usesCache = 0;
+    if (!reader.number(usesCache)) {
+        return false;
+    }
+    summary.usesCache = usesCache != 0;
+    summary.uris.clear();
+    while (!reader.atEnd()) {
+        if (!takeEntry(reader, summary)) {
+            return false;
+        }
+    }
+    return true;
+}
+
+} // namespace host

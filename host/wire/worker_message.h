@@ -1,0 +1,58 @@
+// What the front and a worker say to each other, as payloads of frames (frame.h): a request, and
+// the response to it, or why the worker gives it back.
+#ifndef HOST_WIRE_WORKER_MESSAGE_H_
+#define HOST_WIRE_WORKER_MESSAGE_H_
+
+#include <httpd/server.h>
+
+#include <string>
+#include <string_view>
+#include <variant>
+
+namespace host {
+
+// A GET or HEAD.
+struct ReadRequest
+{
+    std::string target;      // path and query as they came
+    bool mayReadLive = true; // false: decline what needs the CIM object manager
+};
+
+// A POST.
+struct ActionRequest
+{
+    std::string target; // path and query as they came
+    std::string body;
+};
+
+// What a container embeds, for the message queue. Only the data cache is read.
+struct EmbeddedDataRequest
+{
+    std::string container; // without control characters
+    std::string id;
+};
+
+// A request for a worker. A further kind is a struct, a line here, how its fields are put and taken
+// (worker_message.cpp), and a function of the worker's that answers it (request_handler.cpp).
+using WorkerRequest = std::variant<ReadRequest, ActionRequest, EmbeddedDataRequest>;
+
+// A worker that gives its request back unanswered, and why.
+enum class Declined {
+    NeedsCim,     // the resource is read live, which this worker may not do now
+    CacheReplaced // another file is in the data cache's place; the worker ends
+};
+
+// Frames.
+std::string encodeRequest(const WorkerRequest& request);
+std::string encodeResponse(const httpd::Response& response);
+std::string encodeDeclined(Declined reason);
+
+// Payloads; false when one is not exactly what was encoded, or a response is none that HTTP can
+// carry: a status outside 200 to 599, too many headers or too long ones, line ends in them.
+bool decodeRequest(std::string_view payload, WorkerRequest& request);
+bool decodeResponse(std::string_view payload, httpd::Response& response);
+bool decodeDeclined(std::string_view payload, Declined& reason);
+
+} // namespace host
+
+#endif

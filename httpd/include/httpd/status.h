@@ -1,0 +1,22 @@
+// The status codes (RFC 9110, 15; RFC 6585, 5) that the server and those who use it answer with.
+#ifndef HTTPD_STATUS_H_
+#define HTTPD_STATUS_H_
+
+namespace httpd {
+
+inline constexpr unsigned int kOk = 200;
+inline constexpr unsigned int kBadRequest = 400;
+inline constexpr unsigned int kMethodNotAllowed = 405;
+inline constexpr unsigned int kRequestTimeout = 408;
+inline constexpr unsigned int kContentTooLarge = 413;
+inline constexpr unsigned int kUriTooLong = 414;
+inline constexpr unsigned int kUnsupportedMediaType = 415;
+inline constexpr unsigned int kRequestHeaderFieldsTooLarge = 431;
+inline constexpr unsigned int kInternalServerError = 500;
+inline constexpr unsigned int kNotImplemented = 501;
+inline constexpr unsigned int kServiceUnavailable = 503;
+inline constexpr unsigned int kGatewayTimeout = 504;
+
+} // namespace httpd
+
+#endif
