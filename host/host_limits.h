@@ -10,11 +10,12 @@ namespace host {
 
 // ---- Requests ----
 
-// Requests that may wait for a worker: what a few clients send at once. More only wait to be late.
+// Requests that may wait for a worker in each of the two queues: what a few clients send at once.
+// More only wait to be late.
 inline constexpr size_t kMaxWaiting = 128;
 
-// Bodies of the requests that wait, altogether: plenty of actions, of which some may be as long as
-// a body can be.
+// Bodies of the requests that wait in a queue, altogether: plenty of actions, of which some may be
+// as long as a body can be.
 inline constexpr size_t kMaxWaitingBodyBytes = size_t{8} * 1024 * 1024;
 
 // How deeply the JSON of a body may be nested: parameters of actions are values and arrays of them.

@@ -77,6 +77,9 @@ WorkerRequest workerRequest(httpd::Request request)
     return ReadRequest{std::move(request.target)};
 }
 
+// The message queue's clients have one share: they come over one socket.
+constexpr const char* kQueueClient = "message queue";
+
 class Front
 {
 public:
@@ -87,9 +90,9 @@ public:
 private:
     void handle(httpd::Request request, const httpd::Reply& reply);
     void handleQueue(const std::string& text, const QueueFrontEnd::Reply& reply);
-    std::optional<httpd::Response> answerWithoutWorker(const httpd::Request& request) const;
+    std::optional<httpd::Response> answerWithoutWorker(const httpd::Request& request);
     bool mayNeedCim(const httpd::Request& request) const;
-    void noteOutcome(const std::string& watched, Outcome outcome);
+    void noteOutcome(const std::string& watched, Outcome outcome, bool isAction);
     void awaitSignal();
     void stopGracefully();
     void stopWhenDrained();
@@ -212,14 +215,16 @@ void Front::handle(httpd::Request request, const httpd::Reply& reply)
         return;
     }
     const std::string watched = watchedName(request);
+    const bool isAction = isPost(request);
     const bool needsCim = mayNeedCim(request);
-    mPool.submit(workerRequest(std::move(request)), needsCim,
-                 [this, watched, reply](Outcome outcome, httpd::Response answered) {
-                     noteOutcome(watched, outcome);
-                     httpd::Response final = answerTo(outcome, std::move(answered));
-                     addCommonHeaders(final);
-                     reply(std::move(final));
-                 });
+    mPool.submit({workerRequest(std::move(request)),
+                  [this, watched, isAction, reply](Outcome outcome, httpd::Response answered) {
+                      noteOutcome(watched, outcome, isAction);
+                      httpd::Response final = answerTo(outcome, std::move(answered));
+                      addCommonHeaders(final);
+                      reply(std::move(final));
+                  },
+                  needsCim});
 }
 
 void Front::handleQueue(const std::string& text, const QueueFrontEnd::Reply& reply)
@@ -230,21 +235,22 @@ void Front::handleQueue(const std::string& text, const QueueFrontEnd::Reply& rep
         return;
     }
     const std::string watched = "OEM " + request.container + " " + request.id;
-    if (mQuarantine.holds(watched, std::chrono::steady_clock::now())) {
+    if (!mQuarantine.admits(watched, std::chrono::steady_clock::now())) {
         reply(queueError(QueueFault::Busy));
         return;
     }
-    mPool.submit(std::move(request), false,
-                 [this, watched, reply](Outcome outcome, const httpd::Response& answered) {
-                     noteOutcome(watched, outcome);
-                     reply(queueAnswerOf(outcome, answered));
-                 });
+    mPool.submit({std::move(request),
+                  [this, watched, reply](Outcome outcome, const httpd::Response& answered) {
+                      noteOutcome(watched, outcome, false);
+                      reply(queueAnswerOf(outcome, answered));
+                  },
+                  false, kQueueClient});
 }
 
-std::optional<httpd::Response> Front::answerWithoutWorker(const httpd::Request& request) const
+std::optional<httpd::Response> Front::answerWithoutWorker(const httpd::Request& request)
 {
     std::optional<httpd::Response> response = refusalOf(request);
-    if (!response && mQuarantine.holds(watchedName(request), std::chrono::steady_clock::now())) {
+    if (!response && !mQuarantine.admits(watchedName(request), std::chrono::steady_clock::now())) {
         response = temporarilyUnavailable(kQuarantineRetryAfterS);
     }
     return response;
@@ -256,15 +262,18 @@ bool Front::mayNeedCim(const httpd::Request& request) const
     return isPost(request) || mMapping.kindOf(request.target) == UriKind::LiveRead;
 }
 
-void Front::noteOutcome(const std::string& watched, Outcome outcome)
+// An action that is slow has not failed: only what ends a worker by itself counts.
+void Front::noteOutcome(const std::string& watched, Outcome outcome, bool isAction)
 {
+    const bool hasEndedWorker =
+        outcome == Outcome::WorkerEnded || (outcome == Outcome::TooLate && !isAction);
     if (outcome == Outcome::Answered) {
         mQuarantine.answered(watched);
-    } else if (outcome == Outcome::WorkerEnded || outcome == Outcome::TooLate) {
-        if (mQuarantine.workerEnded(watched, std::chrono::steady_clock::now())) {
-            log(Severity::Error,
-                "refuses " + watched + " for " + kQuarantineRetryAfterS + " s: workers end at it");
-        }
+    } else if (!hasEndedWorker) {
+        mQuarantine.withdrawn(watched);
+    } else if (mQuarantine.workerEnded(watched, std::chrono::steady_clock::now())) {
+        log(Severity::Error,
+            "refuses " + watched + " for " + kQuarantineRetryAfterS + " s: workers end at it");
     }
 }
 

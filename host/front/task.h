@@ -6,6 +6,7 @@
 
 #include <chrono>
 #include <functional>
+#include <string>
 
 namespace host {
 
@@ -14,7 +15,8 @@ enum class Outcome {
     Answered,
     WorkerEnded, // the worker that had it ended
     TooLate,     // the worker that had it took too long and was ended
-    Overloaded   // too many requests wait already, or it waited too long
+    Overloaded   // no worker has had it: too many wait, it has waited too long, or nobody waits
+                 // for the answer any more
 };
 
 // Called once for each request; the response belongs to Outcome::Answered.
@@ -24,8 +26,16 @@ struct Task
 {
     WorkerRequest request;
     Completion done;
-    std::chrono::steady_clock::time_point until; // its deadline
     bool needsCim = false; // as far as the front knows; a worker that declines it knows better
+    // Who asks, as far as requests are shared out: see WaitingQueue.
+    std::string client = {};
+    // Whether nobody waits for the answer any more; empty where that cannot be known.
+    std::function<bool()> isAbandoned = {};
+
+    // Set when it is submitted.
+    std::chrono::steady_clock::time_point since = {};    // when that was
+    std::chrono::steady_clock::time_point startsBy = {}; // when it has waited too long
+    std::chrono::steady_clock::time_point until = {};    // its deadline
 };
 
 } // namespace host

@@ -1,18 +1,20 @@
 #include "front/worker_pool.h"
 
-#include "host_limits.h"
-
 #include <algorithm>
+#include <chrono>
 #include <utility>
 
 namespace host {
 
 namespace {
 
-size_t bodyBytes(const WorkerRequest& request)
+using std::chrono::steady_clock;
+
+void refuse(std::vector<Task> tasks)
 {
-    const auto* const action = std::get_if<ActionRequest>(&request);
-    return action == nullptr ? 0 : action->body.size();
+    for (const Task& task : tasks) {
+        task.done(Outcome::Overloaded, {});
+    }
 }
 
 } // namespace
@@ -21,17 +23,17 @@ WorkerPool::WorkerPool(boost::asio::io_context& context, SpawnerLink& spawner, u
                        std::chrono::seconds requestTimeout, Events events)
     : mContext(context),
       mSpawner(spawner),
-      mQueueTimer(context),
+      mExpiryTimer(context),
       mWanted(workers),
       mRequestTimeout(requestTimeout),
       mWorkerEvents{[this] {
                         mSupervisor.childReady();
-                        serveQueue();
+                        serveQueues();
                     },
                     [this](Task task, Declined reason) { takeBack(std::move(task), reason); },
                     [this] {
                         mSupervisor.childWorked();
-                        serveQueue();
+                        serveQueues();
                     },
                     [this](const WorkerConnection& worker) {
                         removeWorker(worker);
@@ -40,7 +42,8 @@ WorkerPool::WorkerPool(boost::asio::io_context& context, SpawnerLink& spawner, u
                   {workers, ControlKind::SpawnWorker, "", "a worker",
                    "a worker ended before it had a request"},
                   {[this](ControlMessage& forked) { addWorker(forked); }, std::move(events.ready),
-                   std::move(events.notReady), [this] { refuseAll(); }, std::move(events.failed)})
+                   std::move(events.notReady), [this] { refuseWhereHopeless(); },
+                   std::move(events.failed)})
 {}
 
 // NOLINTNEXTLINE(bugprone-exception-escape): only cancelling a timer could throw, and it does not
@@ -57,37 +60,41 @@ void WorkerPool::start()
 void WorkerPool::stop()
 {
     mSupervisor.stop();
-    mQueueTimer.cancel();
-    mQueue.clear();
+    mExpiryTimer.cancel();
+    (void)mCachedQueue.takeAll();
+    (void)mLiveQueue.takeAll();
     mWorkers.clear();
 }
 
-void WorkerPool::submit(WorkerRequest request, bool needsCim, Completion done)
+void WorkerPool::submit(Task task)
 {
-    const auto until = std::chrono::steady_clock::now() + mRequestTimeout;
-    if (!hasRoomFor(request) || mSupervisor.isWithoutHope()) {
-        done(Outcome::Overloaded, {});
+    task.since = steady_clock::now();
+    task.startsBy = task.since + mRequestTimeout / 2;
+    task.until = task.since + mRequestTimeout;
+    if (mSupervisor.isWithoutHope()) {
+        task.done(Outcome::Overloaded, {});
         return;
     }
-    mQueue.push_back({std::move(request), std::move(done), until, needsCim});
+    dropUnservable(); // makes room
+    WaitingQueue& queue = queueOf(task);
+    refuse(queue.push(std::move(task)));
     dispatch();
-    armQueueTimer();
+    armExpiryTimer();
 }
 
 // Gives what waits to the workers that are free.
 void WorkerPool::dispatch()
 {
-    for (size_t i = 0; i < mWorkers.size() && !mQueue.empty(); ++i) {
+    for (size_t i = 0; i < mWorkers.size(); ++i) {
         WorkerConnection& worker = *mWorkers[i];
         if (!worker.isFree()) {
             continue;
         }
-        const auto next = nextTask(mayReadLiveNow());
-        if (next == mQueue.end()) {
+        WaitingQueue* const queue = nextQueue();
+        if (queue == nullptr) {
             return;
         }
-        Task task = std::move(*next);
-        mQueue.erase(next);
+        Task task = queue->pop();
         if (auto* const read = std::get_if<ReadRequest>(&task.request)) {
             read->mayReadLive = task.needsCim;
         }
@@ -95,10 +102,15 @@ void WorkerPool::dispatch()
     }
 }
 
-std::deque<Task>::iterator WorkerPool::nextTask(bool mayReadLive)
+// Where the request waits that has waited longest of those that may be begun now; null for none.
+WaitingQueue* WorkerPool::nextQueue()
 {
-    return std::find_if(mQueue.begin(), mQueue.end(),
-                        [mayReadLive](const Task& task) { return mayReadLive || !task.needsCim; });
+    const bool hasLive = !mLiveQueue.isEmpty() && mayReadLiveNow();
+    if (mCachedQueue.isEmpty()) {
+        return hasLive ? &mLiveQueue : nullptr;
+    }
+    return hasLive && mLiveQueue.firstSince() < mCachedQueue.firstSince() ? &mLiveQueue
+                                                                          : &mCachedQueue;
 }
 
 bool WorkerPool::mayReadLiveNow() const
@@ -114,30 +126,17 @@ void WorkerPool::addWorker(ControlMessage& forked)
         std::make_shared<Child>(mContext, mSpawner, forked), mWorkerEvents));
 }
 
-bool WorkerPool::hasRoomFor(const WorkerRequest& request) const
+void WorkerPool::refuseWhereHopeless()
 {
-    size_t bytes = bodyBytes(request);
-    for (const Task& task : mQueue) {
-        bytes += bodyBytes(task.request);
-    }
-    return mQueue.size() < kMaxWaiting && bytes <= kMaxWaitingBodyBytes;
-}
-
-void WorkerPool::refuseAll()
-{
-    if (!mSupervisor.isWithoutHope()) {
-        return;
-    }
-    std::deque<Task> refused;
-    refused.swap(mQueue);
-    for (const Task& task : refused) {
-        task.done(Outcome::Overloaded, {});
+    if (mSupervisor.isWithoutHope()) {
+        refuse(mCachedQueue.takeAll());
+        refuse(mLiveQueue.takeAll());
     }
 }
 
-void WorkerPool::serveQueue()
+void WorkerPool::serveQueues()
 {
-    dropExpired();
+    dropUnservable();
     dispatch();
 }
 
@@ -145,8 +144,9 @@ void WorkerPool::serveQueue()
 void WorkerPool::takeBack(Task task, Declined reason)
 {
     task.needsCim = task.needsCim || reason == Declined::NeedsCim;
-    mQueue.push_front(std::move(task));
-    armQueueTimer();
+    WaitingQueue& queue = queueOf(task);
+    queue.putBack(std::move(task));
+    armExpiryTimer();
 }
 
 void WorkerPool::removeWorker(const WorkerConnection& worker)
@@ -156,26 +156,27 @@ void WorkerPool::removeWorker(const WorkerConnection& worker)
     mSupervisor.childGone(wasUsed);
 }
 
-void WorkerPool::dropExpired()
+void WorkerPool::dropUnservable()
 {
-    const auto now = std::chrono::steady_clock::now();
-    while (!mQueue.empty() && mQueue.front().until <= now) {
-        const Task late = std::move(mQueue.front());
-        mQueue.pop_front();
-        late.done(Outcome::Overloaded, {});
-    }
+    const auto now = steady_clock::now();
+    refuse(mCachedQueue.takeUnservable(now));
+    refuse(mLiveQueue.takeUnservable(now));
 }
 
-void WorkerPool::armQueueTimer()
+void WorkerPool::armExpiryTimer()
 {
-    if (mQueue.empty()) {
+    auto next = steady_clock::time_point::max();
+    for (const WaitingQueue* queue : {&mCachedQueue, &mLiveQueue}) {
+        next = queue->isEmpty() ? next : std::min(next, queue->nextExpiry());
+    }
+    if (next == steady_clock::time_point::max()) {
         return;
     }
-    mQueueTimer.expires_at(mQueue.front().until);
-    mQueueTimer.async_wait([this](boost::system::error_code error) {
+    mExpiryTimer.expires_at(next);
+    mExpiryTimer.async_wait([this](boost::system::error_code error) {
         if (!error) {
-            dropExpired();
-            armQueueTimer();
+            dropUnservable();
+            armExpiryTimer();
         }
     });
 }

@@ -1,19 +1,19 @@
-// The front's workers: hands each request to a worker that is free, and keeps a bounded queue of
-// those that wait.
+// The front's workers: hands each request to a worker that is free, and keeps those that wait in
+// two bounded queues, one for what needs the CIM object manager and one for what the data cache
+// answers, so that a slow object manager fills its own only.
 //
 // Threads: everything runs in the one thread that runs the io_context.
 #ifndef HOST_FRONT_WORKER_POOL_H_
 #define HOST_FRONT_WORKER_POOL_H_
 
 #include "front/supervisor.h"
-#include "front/task.h"
+#include "front/waiting_queue.h"
 #include "front/worker_connection.h"
 
 #include <boost/asio/io_context.hpp>
 #include <boost/asio/steady_timer.hpp>
 
 #include <chrono>
-#include <deque>
 #include <functional>
 #include <memory>
 #include <string>
@@ -42,11 +42,12 @@ public:
     // Asks the spawner for the first workers.
     void start();
 
-    // Takes a request, which has until the request timeout from now, waiting included; needsCim as
-    // far as is known. One worker is kept for what the data cache answers: as many requests as
-    // there are other workers may be at the CIM object manager, more wait.
+    // Takes a request, which has until the request timeout from now. It waits for a worker for half
+    // of that at most, so that whoever begins with it has enough time left. One worker is kept for
+    // what the data cache answers: as many requests as there are other workers may be at the CIM
+    // object manager, more wait.
     // An action is never given to a second worker once one may have begun with it.
-    void submit(WorkerRequest request, bool needsCim, Completion done);
+    void submit(Task task);
 
     // Ends the work with the workers, and those that are at a request; requests still out are
     // dropped.
@@ -55,25 +56,26 @@ public:
 private:
     void addWorker(ControlMessage& forked);
     void dispatch();
-    std::deque<Task>::iterator nextTask(bool mayReadLive);
+    WaitingQueue* nextQueue();
     bool mayReadLiveNow() const;
-    bool hasRoomFor(const WorkerRequest& request) const;
-    void refuseAll();
-    void serveQueue();
+    void refuseWhereHopeless();
+    void serveQueues();
     void takeBack(Task task, Declined reason);
     void removeWorker(const WorkerConnection& worker);
-    void dropExpired();
-    void armQueueTimer();
+    void dropUnservable();
+    void armExpiryTimer();
+    WaitingQueue& queueOf(const Task& task) { return task.needsCim ? mLiveQueue : mCachedQueue; }
 
     boost::asio::io_context& mContext;
     SpawnerLink& mSpawner;
-    boost::asio::steady_timer mQueueTimer;
+    boost::asio::steady_timer mExpiryTimer;
     unsigned int mWanted;
     std::chrono::seconds mRequestTimeout;
     WorkerConnection::Events mWorkerEvents;
     Supervisor mSupervisor;
     std::vector<std::unique_ptr<WorkerConnection>> mWorkers;
-    std::deque<Task> mQueue;
+    WaitingQueue mCachedQueue;
+    WaitingQueue mLiveQueue;
 };
 
 } // namespace host

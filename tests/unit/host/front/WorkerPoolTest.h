@@ -83,13 +83,18 @@ protected:
 
     std::shared_ptr<Result> submitRequest(const host::WorkerRequest& request, bool needsCim)
     {
+        return submitTask({request, {}, needsCim});
+    }
+
+    std::shared_ptr<Result> submitTask(host::Task task)
+    {
         auto result = std::make_shared<Result>();
-        mPool->submit(request, needsCim,
-                      [result](host::Outcome outcome, const httpd::Response& response) {
-                          ++result->calls;
-                          result->outcome = outcome;
-                          result->body = response.body;
-                      });
+        task.done = [result](host::Outcome outcome, const httpd::Response& response) {
+            ++result->calls;
+            result->outcome = outcome;
+            result->body = response.body;
+        };
+        mPool->submit(std::move(task));
         return result;
     }
 

@@ -26,17 +26,17 @@ protected:
 TEST_F(QuarantineTest, TargetIsRefusedWhenEnoughWorkersHaveEndedAtIt)
 {
     endAllButOne("/a");
-    EXPECT_FALSE(mQuarantine.holds("/a", mNow));
+    EXPECT_TRUE(mQuarantine.admits("/a", mNow));
     EXPECT_TRUE(mQuarantine.workerEnded("/a", mNow));
-    EXPECT_TRUE(mQuarantine.holds("/a", mNow));
+    EXPECT_FALSE(mQuarantine.admits("/a", mNow));
 }
 
 TEST_F(QuarantineTest, OtherTargetsAreServed)
 {
     endAllButOne("/a");
     EXPECT_TRUE(mQuarantine.workerEnded("/a", mNow));
-    EXPECT_FALSE(mQuarantine.holds("/b", mNow));
-    EXPECT_FALSE(mQuarantine.holds("/a?$skip=50", mNow));
+    EXPECT_TRUE(mQuarantine.admits("/b", mNow));
+    EXPECT_TRUE(mQuarantine.admits("/a?$skip=50", mNow));
 }
 
 TEST_F(QuarantineTest, AnswerInBetweenClearsTheTarget)
@@ -44,18 +44,18 @@ TEST_F(QuarantineTest, AnswerInBetweenClearsTheTarget)
     endAllButOne("/a");
     mQuarantine.answered("/a");
     endAllButOne("/a");
-    EXPECT_FALSE(mQuarantine.holds("/a", mNow));
+    EXPECT_TRUE(mQuarantine.admits("/a", mNow));
 }
 
 TEST_F(QuarantineTest, TargetIsTriedAgainAfterAWhileAndRefusedAtOnceWhenItFails)
 {
     endAllButOne("/a");
     EXPECT_TRUE(mQuarantine.workerEnded("/a", mNow));
-    EXPECT_TRUE(mQuarantine.holds("/a", mNow + host::kQuarantineTime - seconds(1)));
+    EXPECT_FALSE(mQuarantine.admits("/a", mNow + host::kQuarantineTime - seconds(1)));
     const auto later = mNow + host::kQuarantineTime;
-    EXPECT_FALSE(mQuarantine.holds("/a", later));
+    EXPECT_TRUE(mQuarantine.admits("/a", later));
     EXPECT_TRUE(mQuarantine.workerEnded("/a", later));
-    EXPECT_TRUE(mQuarantine.holds("/a", later));
+    EXPECT_FALSE(mQuarantine.admits("/a", later));
 }
 
 TEST_F(QuarantineTest, TargetThatIsAnsweredAfterAWhileStartsAnew)
@@ -63,7 +63,7 @@ TEST_F(QuarantineTest, TargetThatIsAnsweredAfterAWhileStartsAnew)
     endAllButOne("/a");
     EXPECT_TRUE(mQuarantine.workerEnded("/a", mNow));
     mQuarantine.answered("/a");
-    EXPECT_FALSE(mQuarantine.holds("/a", mNow));
+    EXPECT_TRUE(mQuarantine.admits("/a", mNow));
     endAllButOne("/a");
 }
 
@@ -76,6 +76,33 @@ TEST_F(QuarantineTest, FirstTargetIsForgottenWhenThereAreTooMany)
     }
     EXPECT_TRUE(mQuarantine.workerEnded("/second", mNow));
     EXPECT_FALSE(mQuarantine.workerEnded("/first", mNow));
+}
+
+TEST_F(QuarantineTest, OneRequestAtATimeTriesAClosedTarget)
+{
+    endAllButOne("/a");
+    EXPECT_TRUE(mQuarantine.workerEnded("/a", mNow));
+    const auto later = mNow + host::kQuarantineTime;
+    EXPECT_TRUE(mQuarantine.admits("/a", later));
+    EXPECT_FALSE(mQuarantine.admits("/a", later));
+    mQuarantine.withdrawn("/a"); // it has said nothing
+    EXPECT_TRUE(mQuarantine.admits("/a", later));
+    EXPECT_FALSE(mQuarantine.admits("/a", later));
+    EXPECT_TRUE(mQuarantine.workerEnded("/a", later));
+    EXPECT_FALSE(mQuarantine.admits("/a", later));
+    const auto muchLater = later + host::kQuarantineTime;
+    EXPECT_TRUE(mQuarantine.admits("/a", muchLater));
+    mQuarantine.answered("/a");
+    EXPECT_TRUE(mQuarantine.admits("/a", muchLater));
+    EXPECT_TRUE(mQuarantine.admits("/a", muchLater));
+}
+
+TEST_F(QuarantineTest, RequestThatIsWithdrawnSaysNothingOfItsTarget)
+{
+    mQuarantine.withdrawn("/unknown");
+    endAllButOne("/a");
+    mQuarantine.withdrawn("/a");
+    EXPECT_TRUE(mQuarantine.workerEnded("/a", mNow));
 }
 
 } // namespace

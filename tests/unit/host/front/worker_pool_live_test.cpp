@@ -1,5 +1,6 @@
 // Live reads and actions, and the worker that is kept from them.
 #include "front/WorkerPoolTest.h"
+#include "host_limits.h"
 
 #include <gtest/gtest.h>
 
@@ -114,6 +115,35 @@ TEST_F(WorkerPoolTest, ActionOfAWorkerThatEndsIsGivenToNoOther)
     EXPECT_EQ(action->outcome, Outcome::WorkerEnded);
     const auto next = submit("/next");
     EXPECT_EQ(second.readTarget(), "/next");
+}
+
+TEST_F(WorkerPoolTest, LiveReadsThatWaitTakeNoPlaceOfCachedOnes)
+{
+    auto [first, second] = startWithTwo();
+    const auto slow = submitLive("/slow");
+    for (size_t i = 0; i < host::kMaxWaiting; ++i) {
+        ASSERT_EQ(submitLive("/waits")->calls, 0);
+    }
+    EXPECT_EQ(submitLive("/refused")->outcome, Outcome::Overloaded);
+    std::vector<std::shared_ptr<Result>> cached;
+    for (size_t i = 0; i <= host::kMaxWaiting; ++i) { // the second worker has one of them
+        cached.push_back(submit("/cached"));
+        ASSERT_EQ(cached.back()->calls, 0);
+    }
+    EXPECT_EQ(second.readTarget(), "/cached");
+}
+
+TEST_F(WorkerPoolTest, WhatWaitedLongestIsBegunFirstWhicheverQueueItWaitsIn)
+{
+    FakeWorker worker = startWithOne();
+    const auto held = submit("/held");
+    const auto live = submitLive("/live");
+    const auto cached = submit("/cached");
+    for (const char* target : {"/held", "/live", "/cached"}) {
+        EXPECT_EQ(worker.readTarget(), target);
+        worker.answer({200, {}, ""});
+    }
+    EXPECT_TRUE(ends(cached));
 }
 
 } // namespace

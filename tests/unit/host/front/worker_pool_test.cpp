@@ -119,10 +119,10 @@ TEST_F(WorkerPoolTest, CompletionMaySubmitTheNextRequest)
 {
     FakeWorker worker = startWithOne();
     std::shared_ptr<Result> inner;
-    mPool->submit(host::ReadRequest{"/outer"}, false,
-                  [&](Outcome /*outcome*/, const httpd::Response& /*response*/) {
-                      inner = submit("/inner");
-                  });
+    mPool->submit({host::ReadRequest{"/outer"},
+                   [&](Outcome /*outcome*/, const httpd::Response& /*response*/) {
+                       inner = submit("/inner");
+                   }});
     EXPECT_EQ(worker.readTarget(), "/outer");
     worker.answer({200, {}, ""});
     EXPECT_EQ(worker.readTarget(), "/inner");
@@ -135,10 +135,10 @@ TEST_F(WorkerPoolTest, CompletionOfALostRequestMaySubmitTheNext)
 {
     FakeWorker first = startWithOne();
     std::shared_ptr<Result> inner;
-    mPool->submit(host::ReadRequest{"/outer"}, false,
-                  [&](Outcome /*outcome*/, const httpd::Response& /*response*/) {
-                      inner = submit("/inner");
-                  });
+    mPool->submit({host::ReadRequest{"/outer"},
+                   [&](Outcome /*outcome*/, const httpd::Response& /*response*/) {
+                       inner = submit("/inner");
+                   }});
     EXPECT_EQ(first.readTarget(), "/outer");
     first.close();
     expectKilled(first.id());
@@ -159,6 +159,48 @@ TEST_F(WorkerPoolTest, RequestThatWaitedTooLongIsRefused)
     ASSERT_TRUE(ends(held));
     EXPECT_EQ(held->outcome, Outcome::TooLate);
     EXPECT_EQ(waiting->calls, 1);
+}
+
+TEST_F(WorkerPoolTest, RequestWaitsForHalfOfItsTimeAtMost)
+{
+    FakeWorker worker = startWithOne(seconds(1));
+    const auto held = submit("/held");
+    const auto waiting = submit("/waiting");
+    ASSERT_TRUE(ends(waiting));
+    EXPECT_EQ(waiting->outcome, Outcome::Overloaded);
+    EXPECT_EQ(held->calls, 0);
+    worker.answer({200, {}, "in time"});
+    ASSERT_TRUE(ends(held));
+    EXPECT_EQ(held->outcome, Outcome::Answered);
+}
+
+TEST_F(WorkerPoolTest, RequestThatNobodyWaitsForIsNotBegun)
+{
+    FakeWorker worker = startWithOne();
+    const auto held = submit("/held");
+    bool isGone = false;
+    const auto abandoned = submitTask({host::ReadRequest{"/abandoned"}, {}, false, "", [&] {
+                                           return isGone;
+                                       }});
+    const auto next = submit("/next");
+    isGone = true;
+    EXPECT_EQ(worker.readTarget(), "/held");
+    worker.answer({200, {}, ""});
+    EXPECT_EQ(worker.readTarget(), "/next");
+    EXPECT_EQ(abandoned->calls, 1);
+    EXPECT_EQ(abandoned->outcome, Outcome::Overloaded);
+}
+
+TEST_F(WorkerPoolTest, RequestsThatNobodyWaitsForMakeRoom)
+{
+    const FakeWorker worker = startWithOne();
+    const auto held = submit("/held");
+    for (size_t i = 0; i < host::kMaxWaiting; ++i) {
+        (void)submitTask({host::ReadRequest{"/abandoned"}, {}, false, "", [] {
+                              return true;
+                          }});
+    }
+    EXPECT_EQ(submit("/fits")->calls, 0);
 }
 
 TEST_F(WorkerPoolTest, StopDropsRequestsAndEndsTheWorkersThatHaveThem)

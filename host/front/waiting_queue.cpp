@@ -1,0 +1,108 @@
+#include "front/waiting_queue.h"
+
+#include "host_limits.h"
+
+#include <algorithm>
+#include <iterator>
+#include <map>
+#include <string_view>
+#include <utility>
+
+namespace host {
+
+namespace {
+
+size_t one(const Task& /*task*/)
+{
+    return 1;
+}
+
+size_t bodyBytes(const Task& task)
+{
+    const auto* const action = std::get_if<ActionRequest>(&task.request);
+    return action == nullptr ? 0 : action->body.size();
+}
+
+bool isUnservable(const Task& task, WaitingQueue::TimePoint now)
+{
+    return task.startsBy <= now || (task.isAbandoned && task.isAbandoned());
+}
+
+} // namespace
+
+std::vector<Task> WaitingQueue::push(Task task)
+{
+    mTasks.push_back(std::move(task));
+    std::vector<Task> refused;
+    const std::pair<size_t, Weight> limits[] = {{kMaxWaiting, one},
+                                                {kMaxWaitingBodyBytes, bodyBytes}};
+    for (const auto& [limit, weight] : limits) {
+        while (isAbove(limit, weight)) {
+            refused.push_back(takeNewestOfHeaviest(weight));
+        }
+    }
+    return refused;
+}
+
+bool WaitingQueue::isAbove(size_t limit, const Weight& weight) const
+{
+    size_t sum = 0;
+    for (const Task& task : mTasks) {
+        sum += weight(task);
+    }
+    return sum > limit;
+}
+
+Task WaitingQueue::takeNewestOfHeaviest(const Weight& weight)
+{
+    std::map<std::string_view, size_t> weights;
+    for (const Task& task : mTasks) {
+        weights[task.client] += weight(task);
+    }
+    const auto heaviest =
+        std::max_element(weights.begin(), weights.end(), [](const auto& left, const auto& right) {
+            return left.second < right.second;
+        });
+    const auto isNewest = [&](const Task& task) {
+        return weights[task.client] == heaviest->second && weight(task) > 0;
+    };
+    const auto newest = std::prev(std::find_if(mTasks.rbegin(), mTasks.rend(), isNewest).base());
+    Task taken = std::move(*newest);
+    mTasks.erase(newest);
+    return taken;
+}
+
+Task WaitingQueue::pop()
+{
+    Task first = std::move(mTasks.front());
+    mTasks.pop_front();
+    return first;
+}
+
+WaitingQueue::TimePoint WaitingQueue::nextExpiry() const
+{
+    return std::min_element(
+               mTasks.begin(), mTasks.end(),
+               [](const Task& left, const Task& right) { return left.startsBy < right.startsBy; })
+        ->startsBy;
+}
+
+std::vector<Task> WaitingQueue::takeUnservable(TimePoint now)
+{
+    std::vector<Task> taken;
+    const auto kept = std::stable_partition(
+        mTasks.begin(), mTasks.end(), [now](const Task& task) { return !isUnservable(task, now); });
+    std::move(kept, mTasks.end(), std::back_inserter(taken));
+    mTasks.erase(kept, mTasks.end());
+    return taken;
+}
+
+std::vector<Task> WaitingQueue::takeAll()
+{
+    std::vector<Task> taken;
+    std::move(mTasks.begin(), mTasks.end(), std::back_inserter(taken));
+    mTasks.clear();
+    return taken;
+}
+
+} // namespace host

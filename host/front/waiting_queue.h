@@ -1,0 +1,59 @@
+// Requests that wait for a worker: first in, first out, up to a limit.
+//
+// One client may use the whole of it. When there are more, the newest request of the client with
+// the most waiting gives way, so that nobody who asks for little is refused for somebody who asks
+// for much.
+#ifndef HOST_FRONT_WAITING_QUEUE_H_
+#define HOST_FRONT_WAITING_QUEUE_H_
+
+#include "front/task.h"
+
+#include <chrono>
+#include <deque>
+#include <functional>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace host {
+
+class WaitingQueue
+{
+public:
+    using TimePoint = std::chrono::steady_clock::time_point;
+
+    bool isEmpty() const { return mTasks.empty(); }
+
+    // Since when the first one has waited, and when one will have waited too long; the queue is not
+    // empty.
+    TimePoint firstSince() const { return mTasks.front().since; }
+    TimePoint nextExpiry() const;
+
+    // Adds a task; returns what finds no room any more (kMaxWaiting and kMaxWaitingBodyBytes of
+    // host_limits.h), which may be the task itself.
+    std::vector<Task> push(Task task);
+
+    // Puts back the first task, which had its turn.
+    void putBack(Task task) { mTasks.push_front(std::move(task)); }
+
+    // Takes the first task; the queue is not empty.
+    Task pop();
+
+    // Takes the tasks that have waited too long, and those that nobody waits for.
+    std::vector<Task> takeUnservable(TimePoint now);
+
+    // Takes all.
+    std::vector<Task> takeAll();
+
+private:
+    using Weight = std::function<size_t(const Task&)>;
+
+    bool isAbove(size_t limit, const Weight& weight) const;
+    Task takeNewestOfHeaviest(const Weight& weight);
+
+    std::deque<Task> mTasks;
+};
+
+} // namespace host
+
+#endif
