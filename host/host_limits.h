@@ -101,6 +101,10 @@ inline constexpr uint32_t kMaxFrameBytes = 32U * 1024 * 1024;
 inline constexpr uint32_t kMaxAnswerHeaders = 64;
 inline constexpr uint32_t kMaxHeaderTextBytes = 16U * 1024;
 
+// The longest "Location" of a job: clients and what lies between take URIs of some thousand bytes.
+// The job has started all the same.
+inline constexpr size_t kMaxLocationBytes = 2048;
+
 // ---- Stopping ----
 
 // How long requests that are being answered may go on after SIGTERM.

@@ -4,6 +4,7 @@
 #include <boost/asio/read.hpp>
 #include <sys/socket.h>
 
+#include <algorithm>
 #include <cerrno>
 
 namespace host {
@@ -30,6 +31,24 @@ bool receiveBytes(int socket, char* buffer, size_t size)
     return true;
 }
 
+// Room is made as the payload comes: a length costs its sender nothing.
+void readRest(Socket& socket, FrameBuffer& buffer, uint32_t bytes, std::function<void(bool)> done)
+{
+    constexpr size_t kFirstPieceBytes = 65536;
+    const size_t got = buffer.payload.size();
+    const size_t piece = std::min(bytes - got, std::max(got, kFirstPieceBytes));
+    buffer.payload.resize(got + piece);
+    asio::async_read(socket, asio::buffer(buffer.payload.data() + got, piece),
+                     [&socket, &buffer, bytes, done = std::move(done)](error_code error,
+                                                                       size_t /*bytes*/) mutable {
+                         if (!error && buffer.payload.size() < bytes) {
+                             readRest(socket, buffer, bytes, std::move(done));
+                         } else {
+                             done(!error);
+                         }
+                     });
+}
+
 void readPayload(Socket& socket, FrameBuffer& buffer, std::function<void(bool)> done)
 {
     uint32_t bytes = 0;
@@ -37,10 +56,8 @@ void readPayload(Socket& socket, FrameBuffer& buffer, std::function<void(bool)> 
         done(false);
         return;
     }
-    buffer.payload.resize(bytes);
-    asio::async_read(
-        socket, asio::buffer(buffer.payload),
-        [done = std::move(done)](error_code error, size_t /*bytes*/) { done(!error); });
+    buffer.payload.clear();
+    readRest(socket, buffer, bytes, std::move(done));
 }
 
 } // namespace

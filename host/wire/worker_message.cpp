@@ -4,7 +4,10 @@
 #include "wire/fields.h"
 #include "wire/frame.h"
 
+#include <strings.h>
+
 #include <algorithm>
+#include <iterator>
 #include <utility>
 
 namespace host {
@@ -62,19 +65,39 @@ bool becomeAlternative(WorkerRequest& request, uint32_t index,
     return ((index == Indices && (request.emplace<Indices>(), true)) || ...);
 }
 
-bool isHeaderName(const std::string& text)
+// Of a message (RFC 9110, 7.6.1 and 8.6; RFC 9112, 6.1), not of a resource.
+constexpr std::string_view kServersOwn[] = {
+    "Connection", "Content-Length", "Date",    "Keep-Alive",        "Proxy-Connection",
+    "TE",         "Trailer",        "Upgrade", "Transfer-Encoding",
+};
+
+bool isTokenCharacter(char c)
 {
-    const auto isToken = [](char c) {
-        return c > ' ' && c < '\x7f' && c != ':';
-    };
-    return !text.empty() && text.size() <= kMaxHeaderTextBytes &&
-           std::all_of(text.begin(), text.end(), isToken);
+    return (c >= '0' && c <= '9') || (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') ||
+           std::string_view("!#$%&'*+-.^_`|~").find(c) != std::string_view::npos;
 }
 
-bool isHeaderValue(const std::string& text)
+bool isValueCharacter(char c)
 {
-    return text.size() <= kMaxHeaderTextBytes &&
-           text.find_first_of(std::string_view("\r\n\0", 3)) == std::string::npos;
+    const auto byte = static_cast<unsigned char>(c);
+    return c == '\t' || (byte >= ' ' && byte != 0x7f);
+}
+
+bool isServersOwn(const std::string& name)
+{
+    return std::any_of(std::begin(kServersOwn), std::end(kServersOwn), [&](std::string_view own) {
+        return own.size() == name.size() && strncasecmp(own.data(), name.data(), own.size()) == 0;
+    });
+}
+
+bool mayHaveBody(uint32_t status)
+{
+    return status != httpd::kNoContent && status != httpd::kNotModified;
+}
+
+bool takeHeader(FieldReader& reader, httpd::Header& header)
+{
+    return reader.text(header.name) && reader.text(header.value) && isAnswerHeader(header);
 }
 
 } // namespace
@@ -105,6 +128,15 @@ std::string encodeDeclined(Declined reason)
     return framed(reason == Declined::NeedsCim ? kNeedsCim : kCacheReplaced);
 }
 
+bool isAnswerHeader(const httpd::Header& header)
+{
+    const auto& [name, value] = header;
+    return !name.empty() && name.size() <= kMaxHeaderTextBytes &&
+           std::all_of(name.begin(), name.end(), isTokenCharacter) && !isServersOwn(name) &&
+           value.size() <= kMaxHeaderTextBytes &&
+           std::all_of(value.begin(), value.end(), isValueCharacter);
+}
+
 bool decodeRequest(std::string_view payload, WorkerRequest& request)
 {
     constexpr auto kKinds = std::make_index_sequence<std::variant_size_v<WorkerRequest>>();
@@ -127,12 +159,12 @@ bool decodeResponse(std::string_view payload, httpd::Response& response)
     response.status = status;
     response.headers.assign(count, {});
     for (httpd::Header& header : response.headers) {
-        if (!reader.text(header.name) || !reader.text(header.value) || !isHeaderName(header.name) ||
-            !isHeaderValue(header.value)) {
+        if (!takeHeader(reader, header)) {
             return false;
         }
     }
-    return reader.text(response.body) && reader.atEnd();
+    return reader.text(response.body) && reader.atEnd() &&
+           (response.body.empty() || mayHaveBody(status));
 }
 
 bool decodeDeclined(std::string_view payload, Declined& reason)

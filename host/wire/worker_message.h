@@ -47,8 +47,14 @@ std::string encodeRequest(const WorkerRequest& request);
 std::string encodeResponse(const httpd::Response& response);
 std::string encodeDeclined(Declined reason);
 
-// Payloads; false when one is not exactly what was encoded, or a response is none that HTTP can
-// carry: a status outside 200 to 599, too many headers or too long ones, line ends in them.
+// Whether a response may have this header: a name and a value that HTTP allows (RFC 9110, 5.5 and
+// 5.6.2), of at most kMaxHeaderTextBytes (host_limits.h), and none of those that say how a message
+// is sent, which are the server's own.
+bool isAnswerHeader(const httpd::Header& header);
+
+// Payloads; false when one is not exactly what was encoded, or a response is none that a worker
+// gives: a status outside 200 to 599, a body where HTTP has none, more than kMaxAnswerHeaders
+// headers, or one that is no isAnswerHeader().
 bool decodeRequest(std::string_view payload, WorkerRequest& request);
 bool decodeResponse(std::string_view payload, httpd::Response& response);
 bool decodeDeclined(std::string_view payload, Declined& reason);

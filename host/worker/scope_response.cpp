@@ -1,6 +1,12 @@
 #include "worker/scope_response.h"
 
 #include "error_body.h"
+#include "host_limits.h"
+#include "log.h"
+#include "wire/worker_message.h"
+#include "worker/escaped_uri.h"
+
+#include <utility>
 
 namespace host {
 
@@ -15,6 +21,17 @@ bool isLocation(const odata::Scope& scope, size_t header)
 bool isEmptyLocation(const odata::Scope& scope, size_t header)
 {
     return isLocation(scope, header) && *scope.GetHeaderValue(header) == '\0';
+}
+
+httpd::Header headerOf(const odata::Scope& scope, size_t header)
+{
+    const std::string value = scope.GetHeaderValue(header);
+    return {scope.GetHeaderName(header), isLocation(scope, header) ? escapedUri(value) : value};
+}
+
+bool isTooLong(const httpd::Header& header)
+{
+    return header.name == "Location" && header.value.size() > kMaxLocationBytes;
 }
 
 } // namespace
@@ -34,8 +51,16 @@ httpd::Response responseOf(const odata::Scope& scope)
 void addHeaders(const odata::Scope& scope, httpd::Response& response)
 {
     for (size_t i = 0; i < scope.GetHeaderCount(); ++i) {
-        if (!isEmptyLocation(scope, i)) {
-            response.headers.push_back({scope.GetHeaderName(i), scope.GetHeaderValue(i)});
+        if (isEmptyLocation(scope, i)) {
+            continue;
+        }
+        httpd::Header header = headerOf(scope, i);
+        if (isTooLong(header) || !isAnswerHeader(header)) {
+            log(Severity::Error, std::string(scope.GetRequestURL()) + ": left out the header " +
+                                     header.name + " of " + std::to_string(header.value.size()) +
+                                     " bytes, which clients would not take");
+        } else {
+            response.headers.push_back(std::move(header));
         }
     }
 }

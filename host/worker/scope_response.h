@@ -10,7 +10,9 @@ namespace host {
 // Status, content type and body; 500 where they are not complete.
 httpd::Response responseOf(const odata::Scope& scope);
 
-// Adds the scope's headers to a response, which may be one of the host's own.
+// Adds the scope's headers to a response, which may be one of the host's own. A "Location" is made
+// of CIM data: what a URI cannot have is escaped. What clients would not take is left out, and told
+// in the log.
 void addHeaders(const odata::Scope& scope, httpd::Response& response);
 
 // Whether the library has set where to look for the outcome.

@@ -201,6 +201,15 @@ class Started(Outputs):
         answer = self.run_action(job(reference()))
         self.assertEqual((answer.status, answer.get("Location")), (200, None))
 
+    def test_what_a_uri_cannot_have_is_escaped(self):
+        self.check(f"{JOBS}/JID_%C3%A4%20%221%22", job(reference(InstanceID='JID_ä "1"')))
+
+    def test_job_whose_uri_is_too_long_has_started_all_the_same(self):
+        for length in (2049 - len(f"{JOBS}/"), 20_000):
+            self.check(None, job(reference(InstanceID="JID".ljust(length, "x"))))
+        longest = "JID".ljust(2048 - len(f"{JOBS}/"), "x")
+        self.check(f"{JOBS}/{longest}", job(reference(InstanceID=longest)))
+
     def test_line_end_in_an_id_ends_the_header(self):
         self.check("a", job(reference(InstanceID="a&#13;&#10;Set-Cookie: b")))
 

@@ -5,6 +5,8 @@
 namespace httpd {
 
 inline constexpr unsigned int kOk = 200;
+inline constexpr unsigned int kNoContent = 204;
+inline constexpr unsigned int kNotModified = 304;
 inline constexpr unsigned int kBadRequest = 400;
 inline constexpr unsigned int kMethodNotAllowed = 405;
 inline constexpr unsigned int kRequestTimeout = 408;

@@ -212,4 +212,18 @@ TEST_F(FrontFrameIo, LengthAboveTheLimitIsRefusedBeforeRoomIsMade)
     EXPECT_EQ(mBuffer.payload, "before");
 }
 
+TEST_F(FrontFrameIo, RoomIsMadeAsThePayloadComes)
+{
+    read();
+    sendBytes(lengthOnly(host::kMaxFrameBytes) + "some");
+    mContext.restart();
+    while (mContext.poll_one() > 0) {
+    }
+    EXPECT_LE(mBuffer.payload.capacity(), 65536U);
+    EXPECT_EQ(mCalls, 0);
+    mFar.reset();
+    ASSERT_TRUE(isDone());
+    EXPECT_FALSE(mIsRead);
+}
+
 } // namespace

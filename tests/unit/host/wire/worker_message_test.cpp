@@ -189,11 +189,32 @@ TEST(WorkerMessage, HeaderTextsMustFitIntoAHeader)
     EXPECT_TRUE(decodesHeader("Link", longest));
     EXPECT_FALSE(decodesHeader("Link", longest + "x"));
     EXPECT_FALSE(decodesHeader(longest + "x", ""));
-    for (const std::string& name : {""s, "a b"s, "a:"s, "a\r\nb"s, "a\0"s, "\xc3\xa4"s}) {
+    EXPECT_TRUE(decodesHeader("!#$%&'*+-.^_`|~09azAZ", "a\tb \x80\xff~"));
+    for (const std::string& name :
+         {""s, "a b"s, "a:"s, "a\r\nb"s, "a\0"s, "a\x7f"s, "(a)"s, "a/b"s, "\"a\""s, "\xc3\xa4"s}) {
         EXPECT_FALSE(decodesHeader(name, "v")) << name;
     }
-    for (const std::string& value : {"a\r\nSet: b"s, "a\nb"s, "a\0b"s}) {
+    for (const std::string& value : {"a\r\nSet: b"s, "a\nb"s, "a\0b"s, "a\x1b"s, "a\x7f"s}) {
         EXPECT_FALSE(decodesHeader("N", value)) << value;
+    }
+}
+
+TEST(WorkerMessage, HeadersOfTheMessageItselfAreRefused)
+{
+    for (const char* name : {"Connection", "connection", "CONTENT-LENGTH", "Date", "Keep-Alive",
+                             "Proxy-Connection", "TE", "Trailer", "Transfer-Encoding", "Upgrade"}) {
+        EXPECT_FALSE(host::isAnswerHeader({name, "x"})) << name;
+    }
+    for (const char* name : {"Allow", "Link", "Location", "Retry-After", "Content-Type", "T"}) {
+        EXPECT_TRUE(host::isAnswerHeader({name, "x"})) << name;
+    }
+}
+
+TEST(WorkerMessage, BodyWhereHttpHasNoneIsRefused)
+{
+    for (const uint32_t status : {204U, 304U}) {
+        EXPECT_TRUE(decodes(number(status) + number(0) + field(""))) << status;
+        EXPECT_FALSE(decodes(number(status) + number(0) + field("x"))) << status;
     }
 }
 
