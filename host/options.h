@@ -2,6 +2,8 @@
 #ifndef HOST_OPTIONS_H_
 #define HOST_OPTIONS_H_
 
+#include <cli/command_line.h>
+
 #include <cstdint>
 #include <string>
 #include <vector>
@@ -20,14 +22,13 @@ struct Options
     unsigned int workers = 0;          // worker processes
     int logLevel = 1;                  // 0 to 4, as LogMessage.h describes them
     unsigned int requestTimeoutS = 30;
-    bool help = false;
 };
 
-// What --help prints.
-std::string helpText();
+// What cimgated takes. Gives the options their defaults; reading the command line changes them.
+cli::Command commandLine(Options& options);
 
-// Reads the arguments (without the program's name) into options, which start from their defaults.
-// Returns false with what is wrong, and what to do about it, in problem.
+// Reads the arguments (without the program's name) into options. Returns false with what is to be
+// said instead of serving, such as what is wrong, in problem.
 bool parseOptions(const std::vector<std::string>& arguments, Options& options,
                   std::string& problem);
 

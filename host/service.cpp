@@ -16,8 +16,6 @@ namespace host {
 
 namespace {
 
-constexpr int kWrongOptions = 2;
-
 int complain(const std::string& problem, int status)
 {
     (void)std::fprintf(stderr, "cimgated: %s\n", problem.c_str());
@@ -41,7 +39,7 @@ int runService(const Options& options, const httpd::Limits& limits)
     std::string problem;
     applyOptions(options);
     if (!options.cimUrl.empty() && !directCimTo(options.cimUrl, problem)) {
-        return complain(problem, kWrongOptions);
+        return complain(problem, cli::kWrongUsage);
     }
     (void)std::signal(SIGPIPE, SIG_IGN);
     if (!ExtendedErrorInfoHandling::LoadRegistries(problem)) {

@@ -14,21 +14,35 @@ using testing::HasSubstr;
 
 using Arguments = std::vector<std::string>;
 
+cli::Reading reading(const Arguments& arguments, host::Options& options)
+{
+    const cli::Command program = host::commandLine(options);
+    return cli::read(program, arguments);
+}
+
 host::Options parsed(const Arguments& arguments)
 {
     host::Options options;
-    std::string problem;
-    EXPECT_TRUE(host::parseOptions(arguments, options, problem)) << problem;
+    const cli::Reading result = reading(arguments, options);
+    EXPECT_EQ(result.outcome, cli::Reading::Outcome::Run) << result.text;
     return options;
 }
 
 std::string problemOf(const Arguments& arguments)
 {
     host::Options options;
-    std::string problem;
-    EXPECT_FALSE(host::parseOptions(arguments, options, problem));
-    EXPECT_FALSE(problem.empty());
-    return problem;
+    const cli::Reading result = reading(arguments, options);
+    EXPECT_EQ(result.outcome, cli::Reading::Outcome::Wrong);
+    EXPECT_FALSE(result.text.empty());
+    return result.text;
+}
+
+std::string printed(const Arguments& arguments)
+{
+    host::Options options;
+    const cli::Reading result = reading(arguments, options);
+    EXPECT_EQ(result.outcome, cli::Reading::Outcome::Print);
+    return result.text;
 }
 
 TEST(Options, Defaults)
@@ -43,7 +57,6 @@ TEST(Options, Defaults)
     EXPECT_EQ(options.workers, std::max(2U, std::thread::hardware_concurrency()));
     EXPECT_EQ(options.logLevel, 1);
     EXPECT_EQ(options.requestTimeoutS, 30U);
-    EXPECT_FALSE(options.help);
 }
 
 TEST(Options, ValuesAsNextArgumentOrAfterAnEqualsSign)
@@ -63,15 +76,29 @@ TEST(Options, ValuesAsNextArgumentOrAfterAnEqualsSign)
 
 TEST(Options, HelpEndsTheReading)
 {
-    EXPECT_TRUE(parsed({"--workers", "1", "--help", "--nonsense"}).help);
+    const std::string help = printed({"--workers", "1", "--help", "--nonsense"});
+    EXPECT_TRUE(help.starts_with("usage: cimgated ")) << help;
+    EXPECT_EQ(printed({"-h"}), help);
 }
 
 TEST(Options, HelpNamesEveryOption)
 {
-    for (const char* name : {"--listen", "--rmf", "--cache", "--registries", "--oem-endpoint",
-                             "--auth", "--workers", "--log-level", "--request-timeout", "--help"}) {
-        EXPECT_THAT(host::helpText(), HasSubstr(name));
+    for (const char* name :
+         {"--listen", "--rmf", "--cache", "--registries", "--oem-endpoint", "--auth", "--workers",
+          "--log-level", "--request-timeout", "--cim", "--help", "-h", "--version"}) {
+        EXPECT_THAT(printed({"-h"}), HasSubstr(name));
     }
+}
+
+TEST(Options, VersionNamesTheProgram)
+{
+    EXPECT_TRUE(printed({"--version"}).starts_with("cimgated "));
+}
+
+TEST(Options, TheLastOfSeveralCounts)
+{
+    EXPECT_EQ(parsed({"--workers", "3", "--log-level", "2", "--workers=4"}).workers, 4U);
+    EXPECT_EQ(parsed({"--listen", "127.0.0.2:1", "--listen", "[::1]:2"}).address, "::1");
 }
 
 TEST(Options, IPv6AddressesStandInBrackets)
@@ -150,7 +177,7 @@ TEST(Options, NumbersHaveRanges)
 
 TEST(Options, UnknownOptionsAreNamed)
 {
-    for (const char* name : {"--port", "-h", "file"}) {
+    for (const char* name : {"--port", "-x", "file"}) {
         EXPECT_THAT(problemOf({name}), HasSubstr("unknown option " + std::string(name) + ";"));
         EXPECT_THAT(problemOf({name, "value"}), HasSubstr("--help"));
     }
