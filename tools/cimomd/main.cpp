@@ -10,12 +10,24 @@
 
 namespace {
 
-constexpr int kWrongOptions = 2;
-
-int complain(const std::string& problem, int status)
+int complain(const std::string& problem)
 {
     (void)std::fprintf(stderr, "cimgate-cimomd: %s\n", problem.c_str());
-    return status;
+    return EXIT_FAILURE;
+}
+
+int serve(const cimomd::Options& options)
+{
+    (void)std::signal(SIGPIPE, SIG_IGN);
+    std::string problem;
+    cimomd::Repository repository;
+    cimomd::DescribedBehaviour methods;
+    if (!repository.load(options.repositoryDirectory, problem) ||
+        !methods.load(options.repositoryDirectory, repository, problem)) {
+        return complain(problem);
+    }
+    cimomd::ObjectManager manager(repository, methods, options.address);
+    return cimomd::serve(manager, options, problem) ? EXIT_SUCCESS : complain(problem);
 }
 
 } // namespace
@@ -23,24 +35,9 @@ int complain(const std::string& problem, int status)
 int main(int argc, char** argv)
 {
     cimomd::Options options;
-    std::string problem;
-    if (!cimomd::parseOptions({argv + 1, argv + argc}, options, problem)) {
-        return complain(problem, kWrongOptions);
-    }
-    if (options.help) {
-        (void)std::fputs(cimomd::helpText().c_str(), stdout);
-        return EXIT_SUCCESS;
-    }
-    (void)std::signal(SIGPIPE, SIG_IGN);
-    cimomd::Repository repository;
-    cimomd::DescribedBehaviour methods;
-    if (!repository.load(options.repositoryDirectory, problem) ||
-        !methods.load(options.repositoryDirectory, repository, problem)) {
-        return complain(problem, EXIT_FAILURE);
-    }
-    cimomd::ObjectManager manager(repository, methods, options.address);
-    if (!cimomd::serve(manager, options, problem)) {
-        return complain(problem, EXIT_FAILURE);
-    }
-    return EXIT_SUCCESS;
+    cli::Command program = cimomd::commandLine(options);
+    program.run = [&options] {
+        return serve(options);
+    };
+    return cli::run(program, {argv + 1, argv + argc});
 }

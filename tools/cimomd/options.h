@@ -2,9 +2,10 @@
 #ifndef CIMOMD_OPTIONS_H_
 #define CIMOMD_OPTIONS_H_
 
+#include <cli/command_line.h>
+
 #include <cstdint>
 #include <string>
-#include <vector>
 
 namespace cimomd {
 
@@ -13,16 +14,10 @@ struct Options
     std::string address = "127.0.0.1"; // numeric
     uint16_t port = 5988;              // 0 picks a free one
     std::string repositoryDirectory;
-    bool help = false;
 };
 
-// What --help prints.
-std::string helpText();
-
-// Reads the arguments (without the program's name) into options, which start from their defaults.
-// Returns false with what is wrong, and what to do about it, in problem.
-bool parseOptions(const std::vector<std::string>& arguments, Options& options,
-                  std::string& problem);
+// What cimgate-cimomd takes; reading the command line changes the options.
+cli::Command commandLine(Options& options);
 
 } // namespace cimomd
 

@@ -10,20 +10,35 @@ using testing::HasSubstr;
 
 using Arguments = std::vector<std::string>;
 
+cli::Reading reading(const Arguments& arguments, cimomd::Options& options)
+{
+    const cli::Command program = cimomd::commandLine(options);
+    return cli::read(program, arguments);
+}
+
 cimomd::Options parsed(const Arguments& arguments)
 {
     cimomd::Options options;
-    std::string problem;
-    EXPECT_TRUE(cimomd::parseOptions(arguments, options, problem)) << problem;
+    const cli::Reading result = reading(arguments, options);
+    EXPECT_EQ(result.outcome, cli::Reading::Outcome::Run) << result.text;
     return options;
 }
 
 std::string optionsProblem(const Arguments& arguments)
 {
     cimomd::Options options;
-    std::string problem;
-    EXPECT_FALSE(cimomd::parseOptions(arguments, options, problem));
-    return problem;
+    const cli::Reading result = reading(arguments, options);
+    EXPECT_EQ(result.outcome, cli::Reading::Outcome::Wrong);
+    EXPECT_FALSE(result.text.empty());
+    return result.text;
+}
+
+std::string printed(const Arguments& arguments)
+{
+    cimomd::Options options;
+    const cli::Reading result = reading(arguments, options);
+    EXPECT_EQ(result.outcome, cli::Reading::Outcome::Print);
+    return result.text;
 }
 
 TEST(Options, OnlyTheRepositoryIsNeeded)
@@ -32,7 +47,6 @@ TEST(Options, OnlyTheRepositoryIsNeeded)
     EXPECT_EQ(options.repositoryDirectory, "dir");
     EXPECT_EQ(options.address, "127.0.0.1");
     EXPECT_EQ(options.port, 5988);
-    EXPECT_FALSE(options.help);
     EXPECT_THAT(optionsProblem({}), HasSubstr("--repository is missing"));
 }
 
@@ -47,9 +61,11 @@ TEST(Options, ValuesAsNextArgumentOrAfterAnEqualsSign)
 
 TEST(Options, HelpEndsTheReading)
 {
-    EXPECT_TRUE(parsed({"--help", "--nonsense"}).help);
-    EXPECT_THAT(cimomd::helpText(), HasSubstr("--listen"));
-    EXPECT_THAT(cimomd::helpText(), HasSubstr("--repository"));
+    const std::string help = printed({"--help", "--nonsense"});
+    EXPECT_TRUE(help.starts_with("usage: cimgate-cimomd ")) << help;
+    EXPECT_THAT(help, HasSubstr("--listen"));
+    EXPECT_THAT(help, HasSubstr("--repository"));
+    EXPECT_EQ(printed({"-h"}), help);
 }
 
 TEST(Options, ListenNeedsANumericLoopbackAddressAndAPort)
