@@ -191,7 +191,7 @@ class Usage(CommandTest):
             with self.subTest(arguments=arguments):
                 done = run(*arguments)
                 self.assertEqual((done.returncode, done.stdout), (2, ""))
-                self.assertIn("usage: cimgate ", done.stderr)
+                self.assertRegex(done.stderr, r"\Acimgate: [^\n]+\nusage: cimgate ")
                 self.assertIn(" oem ", done.stderr)
 
     def test_time_outs_that_are_none(self):
@@ -206,11 +206,16 @@ class Usage(CommandTest):
                 self.check_fails(run("oem", "--endpoint", endpoint, "GoodOem", "G.1"), 2, f"--endpoint {endpoint}",
                                  "ipc:// and an absolute path")
 
+    def test_the_last_of_several_counts(self):
+        self.check_fails(run("oem", "--endpoint", "ipc:///first", "--endpoint=ipc:///last", "GoodOem", "G.1"), 1,
+                         "ipc:///last")
+
     def test_path_that_is_too_long_for_a_socket(self):
         self.check_fails(run("oem", "--endpoint", f"ipc:///{'p' * 107}", "GoodOem", "G.1"), 1)
 
     def test_help(self):
-        for arguments in (["--help"], ["oem", "--help"], ["oem", "--help", "--nonsense"], ["oem", "GoodOem", "--help"]):
+        for arguments in (["--help"], ["-h"], ["oem", "--help"], ["oem", "-h"], ["oem", "--help", "--nonsense"],
+                          ["oem", "GoodOem", "--help"]):
             with self.subTest(arguments=arguments):
                 done = run(*arguments)
                 self.assertEqual((done.returncode, done.stderr), (0, ""))

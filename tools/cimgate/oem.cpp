@@ -5,7 +5,6 @@
 #include <zmq.hpp>
 
 #include <cerrno>
-#include <charconv>
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
@@ -19,87 +18,30 @@ namespace {
 constexpr unsigned int kMaxTimeoutS = 3600;
 constexpr std::chrono::seconds kConnectTime{2};
 
-constexpr const char* kUsage =
-    "usage: cimgate oem [OPTION]... CONTAINER ID\n"
-    "Asks a running cimgated for the data that a container of its mapping file embeds for an id,\n"
-    "and prints the JSON object.\n"
-    "\n"
-    "  --endpoint ipc:///PATH  where cimgated answers, its --oem-endpoint\n"
-    "                          (default ipc:///run/cimgate/oem.sock)\n"
-    "  --timeout SECONDS       how long to wait for the answer, 1 to 3600 (default 35)\n"
-    "  --help                  this text\n"
-    "\n"
-    "Exit status: 0 printed, 1 no data (standard error says why), 2 wrong usage.\n";
-
 struct Options
 {
     std::string endpoint = "ipc:///run/cimgate/oem.sock";
     unsigned int timeoutS = 35; // above cimgated's deadline, unless that is set
     std::string container;
     std::string id;
-    bool help = false;
 };
 
-int complain(const std::string& problem, int status)
+int complain(const std::string& problem)
 {
     (void)std::fprintf(stderr, "cimgate oem: %s\n", problem.c_str());
-    return status;
+    return EXIT_FAILURE;
 }
 
-bool readTimeout(const std::string& text, unsigned int& seconds)
+cli::Value endpoint(std::string& target)
 {
-    const char* const end = text.data() + text.size();
-    const auto [parsed, error] = std::from_chars(text.data(), end, seconds);
-    return error == std::errc() && parsed == end && seconds >= 1 && seconds <= kMaxTimeoutS;
-}
-
-bool readOption(const std::string& name, const std::string& value, Options& options,
-                std::string& problem)
-{
-    if (name == "--endpoint" && value.starts_with("ipc:///")) {
-        options.endpoint = value;
-    } else if (name == "--endpoint") {
-        problem = "--endpoint " + value + ": give ipc:// and an absolute path";
-    } else if (name != "--timeout") {
-        problem = "unknown option " + name + "; cimgate oem --help lists them";
-    } else if (!readTimeout(value, options.timeoutS)) {
-        problem =
-            "--timeout " + value + ": give a number from 1 to " + std::to_string(kMaxTimeoutS);
-    }
-    return problem.empty();
-}
-
-bool parseOptions(const std::vector<std::string>& arguments, Options& options, std::string& problem)
-{
-    std::vector<std::string> words;
-    for (size_t i = 0; i < arguments.size(); ++i) {
-        const std::string& argument = arguments[i];
-        if (argument == "--help") {
-            options.help = true;
-            return true;
+    const auto read = [&target](const std::string& value) -> std::string {
+        if (!value.starts_with("ipc:///")) {
+            return "give ipc:// and an absolute path";
         }
-        if (!argument.starts_with("--")) {
-            words.push_back(argument);
-            continue;
-        }
-        const size_t equals = argument.find('=');
-        std::string value;
-        if (equals != std::string::npos) {
-            value = argument.substr(equals + 1);
-        } else if (i + 1 < arguments.size()) {
-            value = arguments[++i];
-        }
-        if (!readOption(argument.substr(0, equals), value, options, problem)) {
-            return false;
-        }
-    }
-    if (words.size() != 2) {
-        problem = "give a container and an id; cimgate oem --help tells more";
-        return false;
-    }
-    options.container = words[0];
-    options.id = words[1];
-    return true;
+        target = value;
+        return "";
+    };
+    return {read, target};
 }
 
 std::string compactJson(const Json::Value& value)
@@ -155,42 +97,49 @@ int printAnswer(const std::string& text)
     const std::unique_ptr<Json::CharReader> reader(Json::CharReaderBuilder().newCharReader());
     if (!reader->parse(text.data(), text.data() + text.size(), &answer, nullptr) ||
         !answer.isObject()) {
-        return complain("the answer is no JSON object", EXIT_FAILURE);
+        return complain("the answer is no JSON object");
     }
     const Json::Value error = answer.get("error", Json::Value());
     if (error.isObject() && error["reason"].isString()) {
         return complain(error["reason"].asString() + " (" + compactJson(error["code"]) +
-                            "): " + error["message"].asString(),
-                        EXIT_FAILURE);
+                        "): " + error["message"].asString());
     }
     Json::StreamWriterBuilder builder;
     builder["indentation"] = "  ";
     const std::string output = Json::writeString(builder, answer) + "\n";
     if (std::fputs(output.c_str(), stdout) < 0 || std::fflush(stdout) != 0) {
-        return complain("cannot write to standard output", EXIT_FAILURE);
+        return complain("cannot write to standard output");
     }
     return EXIT_SUCCESS;
 }
 
-} // namespace
-
-int run(const std::vector<std::string>& arguments)
+int run(const Options& options)
 {
-    Options options;
-    std::string problem;
-    if (!parseOptions(arguments, options, problem)) {
-        return complain(problem, kWrongUsage);
-    }
-    if (options.help) {
-        (void)std::fputs(kUsage, stdout);
-        return EXIT_SUCCESS;
-    }
     try {
         std::string text;
-        return ask(options, text) ? printAnswer(text) : complain(text, EXIT_FAILURE);
+        return ask(options, text) ? printAnswer(text) : complain(text);
     } catch (const std::exception& error) { // of ZeroMQ: an endpoint that it cannot use
-        return complain(options.endpoint + ": " + error.what(), EXIT_FAILURE);
+        return complain(options.endpoint + ": " + error.what());
     }
+}
+
+} // namespace
+
+cli::Command command()
+{
+    const auto options = std::make_shared<Options>();
+    return {
+        .name = "oem",
+        .summary = "Asks a running cimgated for the data that a container of its mapping file "
+                   "embeds for an id, and prints the JSON object.",
+        .options = {{"--endpoint", "ipc:///PATH", "where cimgated answers, its --oem-endpoint",
+                     endpoint(options->endpoint)},
+                    {"--timeout", "SECONDS", "how long to wait for the answer, 1 to 3600",
+                     cli::number(options->timeoutS, 1, kMaxTimeoutS)}},
+        .words = {{"CONTAINER", "a container", options->container}, {"ID", "an id", options->id}},
+        .notes = "Exit status: 0 printed, 1 no data (standard error says why), 2 wrong usage.",
+        .run = [options] { return run(*options); },
+    };
 }
 
 } // namespace oem
