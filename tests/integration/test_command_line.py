@@ -1,6 +1,7 @@
 #!/usr/bin/python3
 """Options as the command line gives them, and files they name that cannot be used."""
 
+import os
 import subprocess
 import tempfile
 import unittest
@@ -10,8 +11,10 @@ from cimgate_host import BASE, CIMGATED, PATIENCE_S, REGISTRIES, Service, collec
 from service_with_log import ServiceWithLog
 
 THING = f"{BASE}/VexoThing/T.1"
-OPTIONS = ("--listen", "--rmf", "--cache", "--cim", "--registries", "--auth", "--workers", "--log-level",
-           "--request-timeout")
+CIMOMD = os.environ["CIMOMD"]
+CIMGATE = os.environ["CIMGATE"]
+OPTIONS = ("--listen", "--rmf", "--cache", "--cim", "--registries", "--oem-endpoint", "--auth", "--workers",
+           "--log-level", "--request-timeout")
 REGISTRY_FILES = ("Base.1.18.json", "Vexo.1.0.json")
 
 
@@ -43,10 +46,30 @@ class CommandLine(unittest.TestCase):
                     self.assertIn(option, done.stderr)
 
     def test_help_beside_options_that_could_not_be_used(self):
-        for arguments in (["--help"], ["--rmf", "/nowhere", "--help"], ["--help", "--nonsense"]):
+        for arguments in (["--help"], ["-h"], ["--rmf", "/nowhere", "--help"], ["--help", "--nonsense"], ["-h", "--workers=0"]):
             done = run(*arguments)
             self.assertEqual((done.returncode, done.stderr), (0, ""), arguments)
             self.assertTrue(done.stdout.startswith("usage: cimgated "), arguments)
+
+    def test_help_names_every_option(self):
+        text = run("--help").stdout
+        for option in (*OPTIONS, "-h, --help", "--version"):
+            self.assertRegex(text, rf"\n  {option}( |\n)")
+
+    def test_version_is_that_of_all_programs(self):
+        versions = [subprocess.run([program, "--version"], stdout=subprocess.PIPE, stderr=subprocess.PIPE, text=True,
+                                   check=True, timeout=PATIENCE_S) for program in (CIMGATED, CIMOMD, CIMGATE)]
+        for done, name in zip(versions, ("cimgated", "cimgate-cimomd", "cimgate"), strict=True):
+            self.assertRegex(done.stdout, rf"\A{name} [0-9]+\.[0-9]+\.[0-9]+\n\Z")
+            self.assertEqual(done.stderr, "")
+        self.assertEqual(len({done.stdout.split()[1] for done in versions}), 1)
+
+    def test_unknown_options_are_named(self):
+        for arguments, name in ((["--nonsense"], "--nonsense"), (["--nonsense=1"], "--nonsense"), (["-x"], "-x"),
+                                (["file"], "file"), (["--workers", "1", "--Workers", "2"], "--Workers")):
+            done = run(*arguments)
+            self.assertEqual((done.returncode, done.stdout), (2, ""))
+            self.assertEqual(done.stderr, f"cimgated: unknown option {name}; cimgated --help lists them\n")
 
     def test_values_after_an_equals_sign(self):
         service = ServiceWithLog(*sample())
