@@ -2,7 +2,7 @@
 #include "CacheFile.h"
 #include "MappingFile.h"
 #include "ResourceMapper.h"
-#include "ResourceMapper/UriTable.h"
+#include "ResourceMapper/mapping/UriTable.h"
 #include "SfccInterface.h"
 #include "checks.h"
 #include "fuzz_logger.h"

@@ -1,7 +1,7 @@
 #include "MappingFile.h"
 
 #include "ResourceMapper.h"
-#include "ResourceMapper/UriTable.h"
+#include "ResourceMapper/mapping/UriTable.h"
 
 #include <fstream>
 #include <stdexcept>

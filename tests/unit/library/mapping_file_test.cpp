@@ -1,5 +1,5 @@
 #include "LibraryTest.h"
-#include "ResourceMapper/UriTable.h"
+#include "ResourceMapper/mapping/UriTable.h"
 
 namespace {
 

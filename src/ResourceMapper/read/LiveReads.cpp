@@ -3,7 +3,7 @@
 #include "CimNameSpace.h"
 #include "Log.h"
 #include "ResourceMapper.h"
-#include "ResourceMapper/Paging.h"
+#include "ResourceMapper/read/Paging.h"
 #include "SfccInterface.h"
 
 using namespace cimgate; // NOLINT(google-build-using-namespace): most of what stands here

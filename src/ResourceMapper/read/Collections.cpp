@@ -1,8 +1,8 @@
 // Collections from the data cache, a page at a time.
 #include "Log.h"
 #include "ResourceMapper.h"
-#include "ResourceMapper/Paging.h"
 #include "ResourceMapper/mapping/Entry.h"
+#include "ResourceMapper/read/Paging.h"
 #include "SQLInterface/DataCache.h"
 #include "SQLInterface/RowToJson.h"
 #include "SQLInterface/Statement.h"

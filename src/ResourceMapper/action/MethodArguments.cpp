@@ -6,7 +6,7 @@
 #include "JsonAccess.h"
 #include "Log.h"
 #include "ResourceMapper.h"
-#include "ResourceMapper/Actions.h"
+#include "ResourceMapper/action/Actions.h"
 #include "ResourceMapper/mapping/Entry.h"
 
 #include <CimClientLib/native.h>

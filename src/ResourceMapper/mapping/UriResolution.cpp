@@ -1,8 +1,8 @@
 // From a request URI to the resource, instance or action that it names.
 #include "Log.h"
 #include "ResourceMapper.h"
-#include "ResourceMapper/UriTable.h"
 #include "ResourceMapper/mapping/Entry.h"
+#include "ResourceMapper/mapping/UriTable.h"
 
 using namespace cimgate; // NOLINT(google-build-using-namespace): most of what stands here
 

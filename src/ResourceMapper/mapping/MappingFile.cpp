@@ -1,8 +1,8 @@
 // The mapping file: its one load, the table of registered URIs, and look-up by resource name.
 #include "Log.h"
 #include "ResourceMapper.h"
-#include "ResourceMapper/UriTable.h"
 #include "ResourceMapper/mapping/Entry.h"
+#include "ResourceMapper/mapping/UriTable.h"
 
 #include <fstream>
 

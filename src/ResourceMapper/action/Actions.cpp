@@ -1,5 +1,5 @@
 // A POST to an action: one call of a CIM method.
-#include "ResourceMapper/Actions.h"
+#include "ResourceMapper/action/Actions.h"
 
 #include "CimText.h"
 #include "CmpiToJson.h"
