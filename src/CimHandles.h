@@ -7,6 +7,8 @@
 
 #include <memory>
 
+namespace cimgate {
+
 struct CimRelease
 {
     template <typename Object>
@@ -57,5 +59,18 @@ public:
 private:
     CMPIStatus mStatus = {CMPI_RC_OK, nullptr};
 };
+
+// The number of an array's elements; 0 where there is no array.
+inline CMPICount sizeOf(CMPIArray* array)
+{
+    if (array == nullptr) {
+        return 0;
+    }
+    CimStatus status;
+    const CMPICount size = array->ft->getSize(array, status.out());
+    return status.failed() ? 0 : size;
+}
+
+} // namespace cimgate
 
 #endif

@@ -7,6 +7,8 @@
 
 #include <string>
 
+namespace cimgate {
+
 inline CMPIValue* charsValue(const std::string& text)
 {
     void* address = const_cast<char*>(text.c_str());
@@ -25,5 +27,7 @@ inline void addTextArgument(CMPIArgs* args, const std::string& name, const std::
 {
     const CimStatus refused(args->ft->addArg(args, name.c_str(), charsValue(text), CMPI_chars));
 }
+
+} // namespace cimgate
 
 #endif

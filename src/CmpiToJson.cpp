@@ -7,7 +7,9 @@
 #include <cstdint>
 #include <string>
 
-using namespace cimgate; // NOLINT(google-build-using-namespace): most of what stands here
+using enum cimgate::LogLevel;
+
+namespace cimgate {
 
 namespace {
 
@@ -33,16 +35,6 @@ std::string localDateTime(CMPIDateTime* dateTime)
     return localTimeText(static_cast<time_t>(us / kUsPerSecond));
 }
 
-CMPICount sizeOf(CMPIArray* array)
-{
-    if (array == nullptr) {
-        return 0;
-    }
-    CimStatus status;
-    const CMPICount size = array->ft->getSize(array, status.out());
-    return status.failed() ? 0 : size;
-}
-
 // The id of the job that a reference names by its first key; "" where there is none to be read.
 std::string jobIdOf(CMPIObjectPath* reference)
 {
@@ -60,6 +52,8 @@ std::string jobIdOf(CMPIObjectPath* reference)
 
 } // namespace
 
+} // namespace cimgate
+
 int CmpiJson::PopulateCmpiENCValues(char* name, CMPIValue* value, unsigned short type,
                                     Json::Value& out)
 {
@@ -69,13 +63,13 @@ int CmpiJson::PopulateCmpiENCValues(char* name, CMPIValue* value, unsigned short
     case CMPI_booleanString:
     case CMPI_numericString:
     case CMPI_dateTimeString:
-        out[name] = textOrNull(charsOf(value->string));
+        out[name] = cimgate::textOrNull(cimgate::charsOf(value->string));
         return 1;
     case CMPI_chars:
-        out[name] = textOrNull(value->chars);
+        out[name] = cimgate::textOrNull(value->chars);
         return 1;
     case CMPI_dateTime:
-        out[name] = localDateTime(value->dateTime);
+        out[name] = cimgate::localDateTime(value->dateTime);
         return 1;
     case CMPI_instance:
     case CMPI_ref:
@@ -200,10 +194,10 @@ int CmpiJson::PopulateCmpiArrayValues(char* name, CMPIValue* value, unsigned sho
         return 1;
     }
     CMPIArray* array = value->array;
-    const CMPICount count = sizeOf(array);
+    const CMPICount count = cimgate::sizeOf(array);
     out[countName] = count;
     for (CMPICount i = 0; i < count; ++i) {
-        CimStatus status;
+        cimgate::CimStatus status;
         CMPIData element = array->ft->getElementAt(array, i, status.out());
         if (status.failed()) {
             continue;
@@ -219,11 +213,11 @@ int CmpiJson::CmpiJobRefToJson(char* /*name*/, CMPIData data, Json::Value& /*out
                                odata::Scope& scope)
 {
     LOG_SCOPE();
-    std::string location = jobIdOf(data.value.ref);
+    std::string location = cimgate::jobIdOf(data.value.ref);
     if (location.find("JID") != std::string::npos) {
-        location.insert(0, kJobs);
+        location.insert(0, cimgate::kJobs);
     } else if (location.find("OSD") != std::string::npos) {
-        location = kDeploymentTask;
+        location = cimgate::kDeploymentTask;
     }
     scope.SetHeader("Location", location.c_str());
     return 1;
@@ -241,14 +235,14 @@ int CmpiJson::InvokeOutputToJson(Json::Value& out, CMPIArgs* outArgs, odata::Sco
     if (outArgs == nullptr) {
         return result;
     }
-    CimStatus countStatus;
+    cimgate::CimStatus countStatus;
     const unsigned int count = outArgs->ft->getArgCount(outArgs, countStatus.out());
     for (unsigned int i = 0; i < count; ++i) {
-        CimStatus status;
+        cimgate::CimStatus status;
         CMPIString* nameString = nullptr;
         CMPIData data = outArgs->ft->getArgAt(outArgs, i, &nameString, status.out());
-        const CimHandle<CMPIString> owned(nameString);
-        if (charsOf(nameString) == nullptr) {
+        const cimgate::CimHandle<CMPIString> owned(nameString);
+        if (cimgate::charsOf(nameString) == nullptr) {
             continue;
         }
         char* name = static_cast<char*>(nameString->hdl);

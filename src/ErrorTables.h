@@ -7,6 +7,8 @@
 
 class ExtendedErrorInfoHandling;
 
+namespace cimgate {
+
 constexpr unsigned int kInternalServerError = 500; // HTTP
 
 struct GenericErrorMessage
@@ -34,5 +36,7 @@ const BaseRegistryErrorCode* findBaseRegistryErrorCode(const char* messageId);
 // which a message takes three.
 void insertMessages(ExtendedErrorInfoHandling& info, const char* messageId, const char* baseMessage,
                     const std::vector<std::string>& args);
+
+} // namespace cimgate
 
 #endif

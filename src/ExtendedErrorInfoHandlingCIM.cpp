@@ -8,7 +8,7 @@
 #include <cstring>
 #include <initializer_list>
 
-using namespace cimgate; // NOLINT(google-build-using-namespace): most of what stands here
+namespace cimgate {
 
 namespace {
 
@@ -140,25 +140,27 @@ void insertMessages(ExtendedErrorInfoHandling& info, const char* messageId, cons
     }
 }
 
+} // namespace cimgate
+
 int AppendExtendedErrorMessages(unsigned int code, ExtendedErrorInfoHandling& info,
                                 unsigned int* httpStatus)
 {
     LOG_SCOPE();
-    return appendMessages(code, info, httpStatus, {});
+    return cimgate::appendMessages(code, info, httpStatus, {});
 }
 
 int AppendExtendedErrorMessages(unsigned int code, ExtendedErrorInfoHandling& info,
                                 unsigned int* httpStatus, const char* a1)
 {
     LOG_SCOPE();
-    return appendMessages(code, info, httpStatus, argumentsOf({a1}));
+    return cimgate::appendMessages(code, info, httpStatus, cimgate::argumentsOf({a1}));
 }
 
 int AppendExtendedErrorMessages(unsigned int code, ExtendedErrorInfoHandling& info,
                                 unsigned int* httpStatus, const char* a1, const char* a2)
 {
     LOG_SCOPE();
-    return appendMessages(code, info, httpStatus, argumentsOf({a1, a2}));
+    return cimgate::appendMessages(code, info, httpStatus, cimgate::argumentsOf({a1, a2}));
 }
 
 int AppendExtendedErrorMessages(unsigned int code, ExtendedErrorInfoHandling& info,
@@ -166,5 +168,5 @@ int AppendExtendedErrorMessages(unsigned int code, ExtendedErrorInfoHandling& in
                                 const char* a3)
 {
     LOG_SCOPE();
-    return appendMessages(code, info, httpStatus, argumentsOf({a1, a2, a3}));
+    return cimgate::appendMessages(code, info, httpStatus, cimgate::argumentsOf({a1, a2, a3}));
 }

@@ -4,8 +4,6 @@
 
 #include <strings.h>
 
-using namespace cimgate; // NOLINT(google-build-using-namespace): most of what stands here
-
 // An offset is wanted after "Z" as well: clients have learned to write it so.
 const std::string time_pattern = "^([0-9]{4}-[0-9]{2}-[0-9]{2}T[0-9]{2}:[0-9]{2}:[0-9]{2}"
                                  "(\\.[0-9]{3})?(Z|(\\+|-))[0-9]{2}:[0-9]{2})$";
@@ -13,6 +11,8 @@ const std::string time_pattern = "^([0-9]{4}-[0-9]{2}-[0-9]{2}T[0-9]{2}:[0-9]{2}
 regex_t regex_iso_time;
 // NOLINTNEXTLINE(cppcoreguidelines-avoid-non-const-global-variables): set together with it
 int reg_comp = regcomp(&regex_iso_time, time_pattern.c_str(), REG_EXTENDED);
+
+namespace cimgate {
 
 bool isDateTimeType(const char* type)
 {
@@ -25,3 +25,5 @@ bool isIsoTime(const std::string& text)
     regmatch_t match;
     return regexec(&regex_iso_time, text.c_str(), 1, &match, 0) == 0;
 }
+
+} // namespace cimgate

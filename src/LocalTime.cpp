@@ -1,5 +1,7 @@
 #include "LocalTime.h"
 
+namespace cimgate {
+
 std::string localTimeText(time_t seconds)
 {
     tm local{};
@@ -10,3 +12,5 @@ std::string localTimeText(time_t seconds)
     }
     return buffer;
 }
+
+} // namespace cimgate

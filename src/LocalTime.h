@@ -5,10 +5,14 @@
 #include <ctime>
 #include <string>
 
+namespace cimgate {
+
 inline constexpr unsigned int kUsPerSecond = 1000000;
 
 // Local time of seconds since the epoch, "2024-05-01T10:20:30+0200"; "" where the calendar does not
 // reach.
 std::string localTimeText(time_t seconds);
+
+} // namespace cimgate
 
 #endif

@@ -12,9 +12,16 @@ enum LogLevel : int { LOG_SEND_FAILURE = 0, LOG_ERROR = 1, LOG_STEP = 3, LOG_FAC
 // Whether a line of this level would be kept by the platform logger; true where it cannot say.
 bool isLogged(int level);
 
+// The name that lines of a function carry: its own, unless LOG_SCOPE_AS gives it another, by a
+// local object that stands before this function.
+inline const char* logName(const char* function)
+{
+    return function;
+}
+
 #define LOG_AT(level, ...)                                                                         \
     static_cast<void>(cimgate::isLogged(level) &&                                                  \
-                      logMessage(level, __FILE__, __LINE__, __func__, __VA_ARGS__) != 0)
+                      logMessage(level, __FILE__, __LINE__, logName(__func__), __VA_ARGS__) != 0)
 
 // Logs "Entering" now and "Leaving" when the enclosing block ends, on every way out of it.
 class LogScope
@@ -25,6 +32,8 @@ public:
     LogScope(const LogScope&) = delete;
     LogScope& operator=(const LogScope&) = delete;
 
+    const char* operator()(const char* /*function*/) const { return mFunction; }
+
 private:
     const char* mFile;
     int mLine;
@@ -33,8 +42,15 @@ private:
 
 #define LOG_SCOPE() LOG_SCOPE_AS(__func__)
 
-// The same under the name of the public operation whose work is done here.
-#define LOG_SCOPE_AS(name) const cimgate::LogScope logScope(__FILE__, __LINE__, name)
+// The same under the name of the public operation whose work is done here; all lines of the block
+// carry it.
+#define LOG_SCOPE_AS(name) const cimgate::LogScope logName(__FILE__, __LINE__, name)
+
+// Gives the lines of a block the name of a public operation that logs no "Entering" and "Leaving".
+#define LOG_NAME(name)                                                                             \
+    const auto logName = [](const char* /*function*/) {                                            \
+        return name;                                                                               \
+    }
 
 // Logs the condition of a broken invariant and aborts.
 [[noreturn]] void assertionFailed(const char* file, int line, const char* function,
@@ -43,7 +59,7 @@ private:
 // Checks an invariant in every build; text is what the log shows of it.
 #define RM_ASSERT_TEXT(condition, text)                                                            \
     ((condition) ? static_cast<void>(0)                                                            \
-                 : cimgate::assertionFailed(__FILE__, __LINE__, __func__, text))
+                 : cimgate::assertionFailed(__FILE__, __LINE__, logName(__func__), text))
 #define RM_ASSERT(condition) RM_ASSERT_TEXT(condition, #condition)
 
 } // namespace cimgate

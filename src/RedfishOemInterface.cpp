@@ -3,8 +3,6 @@
 #include "Log.h"
 #include "ResourceMapper.h"
 
-using namespace cimgate; // NOLINT(google-build-using-namespace): most of what stands here
-
 void getResourceOemData(char* container, char* id, Json::Value& out)
 {
     LOG_SCOPE();

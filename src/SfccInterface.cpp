@@ -6,7 +6,9 @@
 
 #include <sstream>
 
-using namespace cimgate; // NOLINT(google-build-using-namespace): most of what stands here
+using enum cimgate::LogLevel;
+
+namespace cimgate {
 
 namespace {
 
@@ -37,6 +39,8 @@ const char* keyText(const CMPIData& data)
 
 } // namespace
 
+} // namespace cimgate
+
 SfccSession::SfccSession(const std::string& user) : mUser(user), mClient(nullptr)
 {
     LOG_SCOPE();
@@ -47,7 +51,7 @@ SfccSession::~SfccSession()
     LOG_SCOPE();
     if (mClient != nullptr) {
         LOG_AT(LOG_ERROR, "Releasing sfcbd connection handle"); // at this level to be always seen
-        const CimStatus ignored(mClient->ft->release(mClient));
+        const cimgate::CimStatus ignored(mClient->ft->release(mClient));
     }
 }
 
@@ -58,9 +62,9 @@ int SfccSession::Connect()
         LOG_AT(LOG_STEP, "Connection Handle is already available");
         return CMPI_RC_OK;
     }
-    CimStatus status;
-    mClient =
-        cmciConnect(kLocalObjectManager, nullptr, kPort, mUser.c_str(), nullptr, status.out());
+    cimgate::CimStatus status;
+    mClient = cmciConnect(cimgate::kLocalObjectManager, nullptr, cimgate::kPort, mUser.c_str(),
+                          nullptr, status.out());
     if (status.failed()) {
         LOG_AT(LOG_ERROR, "Connect: rc(%d), msg(%s)", status.code(), status.message());
         // SFCC has unloaded by now what could release it.
@@ -79,20 +83,22 @@ int SfccSession::GetEnumerationHandle(CMPIEnumeration** out, const std::string& 
     *out = nullptr;
     LOG_AT(LOG_FACT, "Trying ENUM operation for class(%s), nameSpace(%s)", className.c_str(),
            nameSpace.c_str());
-    CimStatus pathStatus;
-    const CimHandle<CMPIObjectPath> path = newPath(nameSpace, className.c_str(), pathStatus);
+    cimgate::CimStatus pathStatus;
+    const cimgate::CimHandle<CMPIObjectPath> path =
+        cimgate::newPath(nameSpace, className.c_str(), pathStatus);
     if (pathStatus.failed() || path == nullptr) {
         LOG_AT(LOG_ERROR, "Error> newCMPIObjectPath: rc(%d) msg(%s)", pathStatus.code(),
                pathStatus.message());
         return pathStatus.code();
     }
-    CimStatus status;
+    cimgate::CimStatus status;
     if (query.empty()) {
         // No list of properties: object managers have been seen to fail on one.
-        *out = mClient->ft->enumInstances(mClient, path.get(), kNoFlags, nullptr, status.out());
+        *out = mClient->ft->enumInstances(mClient, path.get(), cimgate::kNoFlags, nullptr,
+                                          status.out());
     } else {
         LOG_AT(LOG_STEP, "Query: %s", query.c_str());
-        *out = mClient->ft->execQuery(mClient, path.get(), query.c_str(), kQueryLanguage,
+        *out = mClient->ft->execQuery(mClient, path.get(), query.c_str(), cimgate::kQueryLanguage,
                                       status.out());
     }
     if (status.failed()) {
@@ -109,22 +115,23 @@ int SfccSession::GetInstance(CMPIInstance** out, const Json::Value& keys, const 
     RM_ASSERT_TEXT(className != nullptr, "pcimClass != NULL");
     *out = nullptr;
     LOG_AT(LOG_FACT, "getInstance Class Name (%s), NameSpace (%s)", className, nameSpace.c_str());
-    CimStatus pathStatus;
-    const CimHandle<CMPIObjectPath> path = newPath(nameSpace, className, pathStatus);
+    cimgate::CimStatus pathStatus;
+    const cimgate::CimHandle<CMPIObjectPath> path =
+        cimgate::newPath(nameSpace, className, pathStatus);
     if (pathStatus.failed() || path == nullptr) {
         LOG_AT(LOG_ERROR, "Error> newCMPIObjectPath: rc(%d) msg(%s)", pathStatus.code(),
                pathStatus.message());
         return pathStatus.code();
     }
-    const Json::Value& names = objectOf(keys);
+    const Json::Value& names = cimgate::objectOf(keys);
     for (auto key = names.begin(); key != names.end(); ++key) {
         const std::string name = key.name();
-        const std::string value = textOf(*key);
+        const std::string value = cimgate::textOf(*key);
         LOG_AT(LOG_FACT, " getInstance Keys Name (%s), Key(%s)", name.c_str(), value.c_str());
-        addTextKey(path.get(), name, value);
+        cimgate::addTextKey(path.get(), name, value);
     }
-    CimStatus status;
-    *out = mClient->ft->getInstance(mClient, path.get(), kNoFlags, nullptr, status.out());
+    cimgate::CimStatus status;
+    *out = mClient->ft->getInstance(mClient, path.get(), cimgate::kNoFlags, nullptr, status.out());
     if (status.failed()) {
         LOG_AT(LOG_ERROR, "Error> getInstance rc(%d), msg(%s)", status.code(), status.message());
     }
@@ -133,14 +140,15 @@ int SfccSession::GetInstance(CMPIInstance** out, const Json::Value& keys, const 
 
 int SfccSession::GetNextInstance(CMPIEnumeration* e, CMPIData& data)
 {
+    LOG_NAME("GetNextInstance");
     LOG_AT(LOG_STEP, "Entering GetNextInstance()");
     RM_ASSERT_TEXT(mClient != nullptr, "cc != NULL");
     RM_ASSERT_TEXT(e != nullptr, "pEnumHandle != NULL");
-    CimStatus status;
+    cimgate::CimStatus status;
     const bool hasNext = e->ft->hasNext(e, status.out()) != 0;
     const bool isTaken = hasNext && !status.failed();
     if (isTaken) {
-        CimStatus ignored;
+        cimgate::CimStatus ignored;
         data = e->ft->getNext(e, ignored.out());
     } else if (hasNext) {
         // Asking for the next element gives no message.
@@ -154,14 +162,14 @@ int SfccSession::GetObjectByPath(CMPIInstance* ci, Json::Value& keys)
 {
     LOG_SCOPE();
     RM_ASSERT_TEXT(ci != nullptr, "pCI != NULL");
-    CimStatus status;
-    const CimHandle<CMPIObjectPath> path(ci->ft->getObjectPath(ci, status.out()));
+    cimgate::CimStatus status;
+    const cimgate::CimHandle<CMPIObjectPath> path(ci->ft->getObjectPath(ci, status.out()));
     if (status.failed() || path == nullptr) {
         LOG_AT(LOG_ERROR, "Error in getting object path: rc(%d) msg(%s)", status.code(),
                status.message());
         return status.code();
     }
-    CimStatus countStatus;
+    cimgate::CimStatus countStatus;
     const unsigned int nKeys = path->ft->getKeyCount(path.get(), countStatus.out());
     RM_ASSERT(nKeys != 0);
     if (!keys.isObject()) {
@@ -169,12 +177,12 @@ int SfccSession::GetObjectByPath(CMPIInstance* ci, Json::Value& keys)
     }
     for (unsigned int i = 0; i < nKeys; ++i) {
         CMPIString* name = nullptr;
-        CimStatus keyStatus;
+        cimgate::CimStatus keyStatus;
         const CMPIData data = path->ft->getKeyAt(path.get(), i, &name, keyStatus.out());
-        const CimHandle<CMPIString> owned(name);
-        RM_ASSERT_TEXT(charsOf(name) != nullptr, "pKeyName != NULL");
-        const char* text = keyText(data);
-        keys[charsOf(name)] = text == nullptr ? "" : text;
+        const cimgate::CimHandle<CMPIString> owned(name);
+        RM_ASSERT_TEXT(cimgate::charsOf(name) != nullptr, "pKeyName != NULL");
+        const char* text = cimgate::keyText(data);
+        keys[cimgate::charsOf(name)] = text == nullptr ? "" : text;
     }
     return CMPI_RC_OK;
 }
@@ -183,13 +191,13 @@ int SfccSession::GetInstanceCount(CMPIEnumeration* e) const
 {
     LOG_SCOPE();
     RM_ASSERT_TEXT(e != nullptr, "pEnumerationHandle != NULL");
-    CimStatus status;
+    cimgate::CimStatus status;
     CMPIArray* array = e->ft->toArray(e, status.out()); // the enumeration's own
     if (array == nullptr) {
         LOG_AT(LOG_ERROR, "Error> toArray: rc(%d), msg(%s)", status.code(), status.message());
         return 0;
     }
-    CimStatus sizeStatus;
+    cimgate::CimStatus sizeStatus;
     return static_cast<int>(array->ft->getSize(array, sizeStatus.out()));
 }
 
@@ -199,7 +207,7 @@ int SfccSession::InvokeMethod(CMPIData& result, const std::string& methodName, C
     LOG_SCOPE();
     RM_ASSERT_TEXT(mClient != nullptr, "cc != NULL");
     LOG_AT(LOG_STEP, "Invoke Method Name %s ", methodName.c_str());
-    CimStatus status;
+    cimgate::CimStatus status;
     result = mClient->ft->invokeMethod(mClient, path, methodName.c_str(), in, out, status.out());
     if (status.failed()) {
         // Log scanners look for one text for both operations.

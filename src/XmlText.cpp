@@ -2,6 +2,8 @@
 
 #include <cstddef>
 
+namespace cimgate {
+
 namespace {
 
 // A form of character by its first byte: how many bytes follow, and the range of the one right
@@ -78,3 +80,5 @@ bool isXmlText(std::string_view text)
     }
     return true;
 }
+
+} // namespace cimgate

@@ -1,10 +1,8 @@
-// Life of a mapper, and the lookups in its mapping entry.
+// Life of a mapper, and what it tells of its resource.
 #include "ResourceMapper.h"
 
 #include "Log.h"
-#include "ResourceMapper/mapping/Entry.h"
-
-using namespace cimgate; // NOLINT(google-build-using-namespace): most of what stands here
+#include "ResourceMapper/mapping/Resource.h"
 
 ResourceMapper::ResourceMapper(SfccSession* session, odata::Scope& scope, const odata::URI& uri,
                                bool isZMQCall)
@@ -27,46 +25,19 @@ ResourceMapper::~ResourceMapper()
 
 std::string ResourceMapper::GetCimClass()
 {
-    const Json::Value& member = mapping::memberEntryOf(RmfObj, mResourceObj);
-    if (&member != &mResourceObj) {
-        mResourceObj = Json::Value(member);
-    }
-    mCimClass = mapping::classNameOf(mResourceObj);
+    cimgate::findCimClass(*this);
     return mCimClass;
 }
 
 bool ResourceMapper::GetOdataMedata(const std::string& key, std::string& value,
                                     bool fromResourceObj) const
 {
-    const Json::Value& entry =
-        fromResourceObj || !mIsCollection ? mResourceObj : memberOf(RmfObj, mOemResourceName);
-    const Json::Value* found = findMember(entry, key);
-    if (found == nullptr) {
-        LOG_AT(LOG_ERROR, "%s metadata is missing in RMF", key.c_str());
-        return false;
-    }
-    value = textOf(*found);
-    return true;
+    return cimgate::findMetadata(*this, key, value, fromResourceObj);
 }
 
 void ResourceMapper::GetCimClassProperties(Json::Value& out)
 {
-    out = Json::Value(Json::arrayValue);
-    const Json::Value& properties = classProperties();
-    for (auto property = properties.begin(); property != properties.end(); ++property) {
-        out.append(property.name());
-    }
-}
-
-const Json::Value& ResourceMapper::classProperties()
-{
-    // Spelled as those who search the logs know it.
-    LOG_AT(LOG_STEP, "Entering ResourceMapper::GetCimClassPropperties()");
-    if (mCimClass.empty()) {
-        GetCimClass();
-    }
-    LOG_AT(LOG_STEP, "Leaving ResourceMapper::GetCimClassPropperties()");
-    return mapping::propertiesOf(mResourceObj, mCimClass);
+    out = cimgate::propertyNames(*this);
 }
 
 const char* ResourceMapper::GetOemResourceName() const

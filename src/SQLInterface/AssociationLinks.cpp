@@ -4,13 +4,12 @@
 #include "ResourceMapper/mapping/Entry.h"
 #include "SQLInterface.h"
 #include "SQLInterface/Statement.h"
+#include "UriText.h"
 
 #include <sqlite3.h>
 
 #include <array>
 #include <sstream>
-
-using namespace cimgate; // NOLINT(google-build-using-namespace): most of what stands here
 
 const std::string assocString =
     "{    \"VexoEnclosureCollection\" : {        "
@@ -28,6 +27,8 @@ const std::string powerSupplyLink =
     "/redfish/v1/Vexo/Chassis/System.Embedded.1/Power/PowerSupplies/VexoPowerSupply/PSU.Slot.";
 const std::string psnumericLink =
     "/redfish/v1/Vexo/Systems/System.Embedded.1/VexoPSNumericSensor/Tavix.Embedded.1#PS";
+
+namespace cimgate {
 
 namespace {
 
@@ -54,7 +55,9 @@ enum AssociationColumn : int {
 
 } // namespace
 
-const Json::Value assocObj = parseAssociations();
+} // namespace cimgate
+
+const Json::Value assocObj = cimgate::parseAssociations();
 const bool assocParsed = assocObj.isObject();
 
 // NOLINTNEXTLINE(cppcoreguidelines-avoid-non-const-global-variables): regexec takes it as it is
@@ -62,13 +65,13 @@ regex_t regex_assoc_id;
 // NOLINTNEXTLINE(cppcoreguidelines-avoid-non-const-global-variables): set together with it
 int reg_comp_assoc = regcomp(&regex_assoc_id, id_pattern.c_str(), REG_EXTENDED);
 
+namespace cimgate {
+
 namespace {
 
 void appendLink(Json::Value& links, const std::string& name, std::string uri)
 {
-    for (size_t at = uri.find('#'); at != std::string::npos; at = uri.find('#', at)) {
-        uri.replace(at, 1, "%23");
-    }
+    escapeHashes(uri);
     Json::Value reference;
     reference[mapping::kOdataId] = uri;
     links[name].append(std::move(reference));
@@ -155,7 +158,9 @@ void resolveLinks(const Json::Value& resource, Json::Value& links, const std::st
     }
 }
 
+} // namespace cimgate
+
 void SQLInterface::getLinksFromAssociation(Json::Value resource, Json::Value& links, std::string id)
 {
-    resolveLinks(resource, links, id);
+    cimgate::resolveLinks(resource, links, id);
 }

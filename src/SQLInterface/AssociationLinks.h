@@ -23,7 +23,11 @@ extern int reg_comp_assoc; // result of compiling id_pattern, 0 for success
 extern const std::string powerSupplyLink;
 extern const std::string psnumericLink;
 
+namespace cimgate {
+
 // SQLInterface::getLinksFromAssociation() without copying the mapping entry.
 void resolveLinks(const Json::Value& resource, Json::Value& links, const std::string& id);
+
+} // namespace cimgate
 
 #endif

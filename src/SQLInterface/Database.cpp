@@ -8,7 +8,9 @@
 
 #include <cstdlib>
 
-using namespace cimgate; // NOLINT(google-build-using-namespace): most of what stands here
+using cimgate::RowShape;
+using cimgate::Statement;
+using enum cimgate::LogLevel;
 
 // NOLINTNEXTLINE(cppcoreguidelines-avoid-non-const-global-variables): the process's one connection
 sqlite3* dbhandle = nullptr;
@@ -101,6 +103,6 @@ int SQLInterface::GetInstanceCount(std::string tail, unsigned int* count)
 int SQLInterface::SQLToJson(sqlite3_stmt* stmt, Json::Value& out, Json::Value rmf,
                             std::string className, bool isCollection)
 {
-    return rowsToJson(stmt, out, rmf, className,
-                      isCollection ? RowShape::Members : RowShape::Properties);
+    return cimgate::rowsToJson(stmt, out, rmf, className,
+                               isCollection ? RowShape::Members : RowShape::Properties);
 }

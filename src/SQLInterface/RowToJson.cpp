@@ -20,7 +20,7 @@
 #include <optional>
 #include <vector>
 
-using namespace cimgate; // NOLINT(google-build-using-namespace): most of what stands here
+namespace cimgate {
 
 namespace {
 
@@ -367,16 +367,19 @@ int rowsToJson(sqlite3_stmt* stmt, Json::Value& out, const Json::Value& entry,
     return 0;
 }
 
+} // namespace cimgate
+
 void SQLInterface::PopulateSQLIntegerValues(std::string prop, Json::Value& rmf,
                                             std::string className, std::string value,
                                             Json::Value& out)
 {
-    const Json::Value& properties = mapping::propertiesOf(rmf, className);
+    const Json::Value& properties = cimgate::mapping::propertiesOf(rmf, className);
     LOG_SCOPE();
-    out[prop] = numberOf(numberTypeOf(memberOf(properties, prop), className), value.c_str());
+    const Json::Value& property = cimgate::memberOf(properties, prop);
+    out[prop] = cimgate::numberOf(cimgate::numberTypeOf(property, className), value.c_str());
 }
 
 void SQLInterface::BlobValueUpdate(__blobData* blob, Json::Value& array, Json::Value valueMap)
 {
-    appendMapped(blob, array, objectOf(valueMap));
+    cimgate::appendMapped(blob, array, cimgate::objectOf(valueMap));
 }

@@ -8,6 +8,8 @@
 
 struct sqlite3_stmt;
 
+namespace cimgate {
+
 // What the rows become.
 enum class RowShape {
     Properties, // the first: an object, under the column names
@@ -18,5 +20,7 @@ enum class RowShape {
 
 int rowsToJson(sqlite3_stmt* stmt, Json::Value& out, const Json::Value& entry,
                const std::string& className, RowShape shape);
+
+} // namespace cimgate
 
 #endif

@@ -4,6 +4,8 @@
 
 #include <sqlite3.h>
 
+namespace cimgate {
+
 class Statement
 {
 public:
@@ -19,5 +21,7 @@ public:
 private:
     sqlite3_stmt* mStmt = nullptr;
 };
+
+} // namespace cimgate
 
 #endif

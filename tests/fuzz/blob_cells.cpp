@@ -121,7 +121,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
 
     const std::string_view flags = take(input, 1);
     const bool isCollection = !flags.empty() && (static_cast<uint8_t>(flags[0]) & 1U) != 0;
-    Statement statement;
+    cimgate::Statement statement;
     fuzz::require(sqlite3_prepare_v2(kDatabase.handle, isCollection ? kQueryTwice : kQuery, -1,
                                      statement.slot(), nullptr) == SQLITE_OK,
                   "the query is sound");

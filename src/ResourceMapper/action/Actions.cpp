@@ -1,11 +1,11 @@
-// A POST to an action: one call of a CIM method.
 #include "ResourceMapper/action/Actions.h"
 
 #include "CimText.h"
 #include "CmpiToJson.h"
-#include "JsonAccess.h"
 #include "Log.h"
-#include "ResourceMapper.h"
+#include "ResourceMapper/action/MethodArguments.h"
+#include "ResourceMapper/action/PayloadValidation.h"
+#include "ResourceMapper/answer/ErrorResponses.h"
 #include "ResourceMapper/mapping/Entry.h"
 #include "SfccInterface.h"
 
@@ -13,7 +13,7 @@
 
 #include <cstdlib>
 
-using namespace cimgate; // NOLINT(google-build-using-namespace): most of what stands here
+namespace cimgate {
 
 namespace {
 
@@ -83,70 +83,16 @@ Json::Value mappedOutput(const Json::Value& output, const Json::Value& map, Json
     return collected;
 }
 
-} // namespace
-
-const Json::Value& ResourceMapper::methodDeclaration(const char* part) const
+// The method's "inputs" or "outputs".
+const Json::Value& methodDeclaration(const ResourceMapper& mapper, const char* part)
 {
     const Json::Value& methods =
-        memberOf(mapping::classOf(mResourceObj, mCimClass), mapping::kMethods);
-    return memberOf(memberOf(methods, mCimMethodName), part);
+        memberOf(mapping::classOf(mapper.mResourceObj, mapper.mCimClass), mapping::kMethods);
+    return memberOf(memberOf(methods, mapper.mCimMethodName), part);
 }
 
-unsigned int ResourceMapper::InvokeAction(Json::Value& response, Json::Value& payload,
-                                          unsigned long* returnValue, Json::Value& errorArgs,
-                                          Json::Value& inputs)
-{
-    LOG_SCOPE();
-    RM_ASSERT_TEXT(mpSfccHandle != nullptr, "mpSfccHandle != NULL");
-    RM_ASSERT_TEXT(mCimClass.c_str() != nullptr, "mCimClass.c_str() != NULL");
-    if (mpSfccHandle->Connect() != CMPI_RC_OK) {
-        return RM_OK; // hosts connect first and report that failure themselves
-    }
-    CMPIObjectPath* path = nullptr;
-    unsigned int rc = AddSelectorSet(&path);
-    const CimHandle<CMPIObjectPath> objectPath(path);
-    if (rc != RM_OK) {
-        return rc;
-    }
-    const CimHandle<CMPIArgs> inArgs = newArgs();
-    RM_ASSERT_TEXT(inArgs != nullptr, "pInArgs != NULL");
-    inputs = methodDeclaration(mapping::kInputs);
-    rc = ValidatePayload(payload, inputs, errorArgs);
-    if (rc != RM_OK) {
-        LOG_AT(LOG_FACT, "ValidatePayload failed %d", static_cast<int>(rc));
-        return rc;
-    }
-    rc = addArguments(inArgs.get(), objectOf(payload), inputs, errorArgs);
-    return rc != RM_OK ? rc : callMethod(path, inArgs.get(), response, returnValue);
-}
-
-unsigned int ResourceMapper::addArguments(CMPIArgs* args, const Json::Value& payload,
-                                          const Json::Value& inputs, Json::Value& errorArgs)
-{
-    for (auto member = payload.begin(); member != payload.end(); ++member) {
-        std::string name = member.name();
-        const Json::Value& declaration = memberOf(inputs, name);
-        std::string argName = textOf(declaration, mapping::kAlias);
-        if (argName.empty()) {
-            argName = name;
-        }
-        if (member->isArray()) {
-            addArray(args, argName, *member, inputs);
-        } else if (flagOf(declaration, mapping::kIsRefType)) {
-            const unsigned int rc = AddRefToArgs(args, argName.data(), name.data(),
-                                                 argumentText(*member, nullptr), errorArgs);
-            if (rc != RM_OK) {
-                return rc;
-            }
-        } else {
-            addScalar(args, name, argName, *member, inputs);
-        }
-    }
-    return RM_OK;
-}
-
-void ResourceMapper::addScalar(CMPIArgs* args, const std::string& name, const std::string& argName,
-                               const Json::Value& value, const Json::Value& inputs)
+void addScalar(CMPIArgs* args, const std::string& name, const std::string& argName,
+               const Json::Value& value, const Json::Value& inputs)
 {
     // Under the argument's name: a parameter with an alias is sent as it was written, a date-time
     // included. Providers behind an alias expect that.
@@ -159,27 +105,81 @@ void ResourceMapper::addScalar(CMPIArgs* args, const std::string& name, const st
     }
 }
 
-unsigned int ResourceMapper::callMethod(CMPIObjectPath* path, CMPIArgs* in, Json::Value& response,
-                                        unsigned long* returnValue)
+unsigned int addArguments(CMPIArgs* args, const Json::Value& payload, const Json::Value& inputs,
+                          Json::Value& errorArgs)
+{
+    for (auto member = payload.begin(); member != payload.end(); ++member) {
+        const std::string name = member.name();
+        const Json::Value& declaration = memberOf(inputs, name);
+        std::string argName = textOf(declaration, mapping::kAlias);
+        if (argName.empty()) {
+            argName = name;
+        }
+        if (member->isArray()) {
+            addArray(args, argName, *member, inputs);
+        } else if (flagOf(declaration, mapping::kIsRefType)) {
+            const unsigned int rc =
+                addReference(args, argName, name, argumentText(*member, nullptr), errorArgs);
+            if (rc != RM_OK) {
+                return rc;
+            }
+        } else {
+            addScalar(args, name, argName, *member, inputs);
+        }
+    }
+    return RM_OK;
+}
+
+unsigned int callMethod(ResourceMapper& mapper, CMPIObjectPath* path, CMPIArgs* in,
+                        Json::Value& response, unsigned long* returnValue)
 {
     const CimHandle<CMPIArgs> outArgs = newArgs();
     RM_ASSERT_TEXT(outArgs != nullptr, "pOutArgs != NULL");
     ReturnValue returned;
-    const int rc =
-        mpSfccHandle->InvokeMethod(returned.data, mCimMethodName, path, in, outArgs.get());
+    const int rc = mapper.mpSfccHandle->InvokeMethod(returned.data, mapper.mCimMethodName, path, in,
+                                                     outArgs.get());
     if (rc != CMPI_RC_OK) {
-        return ConvertCMPIErrortoRMError(static_cast<CMPIrc>(rc));
+        return errorOfStatus(mapper, static_cast<CMPIrc>(rc));
     }
-    CmpiJson().InvokeOutputToJson(response, outArgs.get(), mScope);
-    AddValueMapToOutparam(response, returned.data);
+    CmpiJson().InvokeOutputToJson(response, outArgs.get(), mapper.mScope);
+    mapOutputs(mapper, response);
     *returnValue = returned.code();
     return RM_OK;
 }
 
-void ResourceMapper::AddValueMapToOutparam(Json::Value& response, CMPIData& /*returnValue*/)
+} // namespace
+
+unsigned int invokeAction(ResourceMapper& mapper, Json::Value& response, const Json::Value& payload,
+                          unsigned long* returnValue, Json::Value& errorArgs, Json::Value& inputs)
 {
-    LOG_SCOPE();
-    const Json::Value& outputs = objectOf(methodDeclaration(mapping::kOutputs));
+    LOG_SCOPE_AS("InvokeAction");
+    RM_ASSERT_TEXT(mapper.mpSfccHandle != nullptr, "mpSfccHandle != NULL");
+    RM_ASSERT_TEXT(mapper.mCimClass.c_str() != nullptr, "mCimClass.c_str() != NULL");
+    if (mapper.mpSfccHandle->Connect() != CMPI_RC_OK) {
+        return RM_OK; // hosts connect first and report that failure themselves
+    }
+    CMPIObjectPath* path = nullptr;
+    unsigned int rc = makeInstancePath(mapper, &path);
+    const CimHandle<CMPIObjectPath> objectPath(path);
+    if (rc != RM_OK) {
+        return rc;
+    }
+    const CimHandle<CMPIArgs> inArgs = newArgs();
+    RM_ASSERT_TEXT(inArgs != nullptr, "pInArgs != NULL");
+    inputs = methodDeclaration(mapper, mapping::kInputs);
+    rc = validatePayload(payload, inputs, errorArgs);
+    if (rc != RM_OK) {
+        LOG_AT(LOG_FACT, "ValidatePayload failed %d", static_cast<int>(rc));
+        return rc;
+    }
+    rc = addArguments(inArgs.get(), objectOf(payload), inputs, errorArgs);
+    return rc != RM_OK ? rc : callMethod(mapper, path, inArgs.get(), response, returnValue);
+}
+
+void mapOutputs(const ResourceMapper& mapper, Json::Value& response)
+{
+    LOG_SCOPE_AS("AddValueMapToOutparam");
+    const Json::Value& outputs = objectOf(methodDeclaration(mapper, mapping::kOutputs));
     // One for the whole call: a shorter array keeps the rest of a longer one before it.
     Json::Value collected(Json::arrayValue);
     for (auto declared = outputs.begin(); declared != outputs.end(); ++declared) {
@@ -197,3 +197,5 @@ void ResourceMapper::AddValueMapToOutparam(Json::Value& response, CMPIData& /*re
         }
     }
 }
+
+} // namespace cimgate

@@ -1,12 +1,11 @@
-// From the JSON body of an action to the arguments of a CIM method, and the object path that it is
-// called on.
+#include "ResourceMapper/action/MethodArguments.h"
+
 #include "CimNameSpace.h"
 #include "CimText.h"
 #include "IsoTime.h"
-#include "JsonAccess.h"
+#include "ListText.h"
 #include "Log.h"
-#include "ResourceMapper.h"
-#include "ResourceMapper/action/Actions.h"
+#include "MessageArguments.h"
 #include "ResourceMapper/mapping/Entry.h"
 
 #include <CimClientLib/native.h>
@@ -14,7 +13,7 @@
 #include <cstdlib>
 #include <sstream>
 
-using namespace cimgate; // NOLINT(google-build-using-namespace): most of what stands here
+namespace cimgate {
 
 namespace {
 
@@ -132,18 +131,15 @@ void addPlainArray(const Json::Value& elements, const std::string& argName, CMPI
 }
 
 // "name=value,name=value" as keys of a path.
-void addFixedKeys(CMPIObjectPath* path, std::string fixed)
+void addFixedKeys(CMPIObjectPath* path, const std::string& fixed)
 {
     if (fixed.empty()) {
         return;
     }
-    fixed += ",";
-    for (size_t end = fixed.find(','); end != std::string::npos; end = fixed.find(',')) {
-        const std::string item = fixed.substr(0, end);
-        const size_t equals = item.find('=');
-        RM_ASSERT_TEXT(equals != std::string::npos, "eq_pos != std::string::npos");
-        addTextKey(path, item.substr(0, equals), item.substr(equals + 1));
-        fixed.erase(0, end + 1);
+    for (const std::string_view item : itemsOf(fixed)) {
+        const std::optional<Selector> selector = selectorOf(item);
+        RM_ASSERT_TEXT(selector.has_value(), "eq_pos != std::string::npos");
+        addTextKey(path, selector->name, selector->value);
     }
 }
 
@@ -197,33 +193,21 @@ std::string argumentText(const Json::Value& value, const char* type)
     }
 }
 
-std::string ResourceMapper::JsonValtoString(Json::Value& value, const char* type)
+unsigned int makeInstancePath(const ResourceMapper& mapper, CMPIObjectPath** path)
 {
-    return argumentText(value, type);
-}
-
-unsigned int ResourceMapper::AddSelectorSet(CMPIObjectPath** path) const
-{
-    LOG_SCOPE();
+    LOG_SCOPE_AS("AddSelectorSet");
     CimStatus status;
-    *path = newCMPIObjectPath(kCimNameSpace, mCimClass.c_str(), status.out());
+    *path = newCMPIObjectPath(kCimNameSpace, mapper.mCimClass.c_str(), status.out());
     if (status.failed() || *path == nullptr) {
         return RM_INTERNAL_ERROR;
     }
-    const Json::Value& selectors = objectOf(mSelectorSet);
+    const Json::Value& selectors = objectOf(mapper.mSelectorSet);
     for (auto selector = selectors.begin(); selector != selectors.end(); ++selector) {
         const std::string key = selector.name();
         const std::string value = textOf(*selector);
         LOG_AT(LOG_STEP, "KeyName(%s) Value(%s)", key.c_str(), value.c_str());
         addTextKey(*path, key, value);
     }
-    return RM_OK;
-}
-
-unsigned int ResourceMapper::PopulateMappedValues(CMPIArgs* args, std::string name, char* argName,
-                                                  std::string text, Json::Value inputs)
-{
-    addMappedValue(args, name, argName, text, inputs);
     return RM_OK;
 }
 
@@ -240,12 +224,6 @@ void addMappedValue(CMPIArgs* args, const std::string& name, const std::string& 
             break;
         }
     }
-}
-
-void ResourceMapper::addArrayValsToArg(Json::Value& value, std::string argName, CMPIArgs* args,
-                                       Json::Value inputs)
-{
-    addArray(args, argName, value, inputs);
 }
 
 void addArray(CMPIArgs* args, const std::string& argName, const Json::Value& value,
@@ -265,17 +243,17 @@ void addArray(CMPIArgs* args, const std::string& argName, const Json::Value& val
     }
 }
 
-unsigned int ResourceMapper::AddRefToArgs(CMPIArgs* args, char* argName, char* name,
-                                          std::string uri, Json::Value& errorArgs)
+unsigned int addReference(CMPIArgs* args, const std::string& argName, const std::string& name,
+                          const std::string& uri, Json::Value& errorArgs)
 {
-    LOG_SCOPE();
+    LOG_SCOPE_AS("AddRefToArgs");
     const ResourceAddress address(uri);
     if (!address.resource.empty()) {
         LOG_AT(LOG_FACT, "Resource name %s , KeyVal %s", address.resource.c_str(),
                address.keyVal.c_str());
     }
-    const Json::Value& entry = memberOf(RmfObj, address.resource);
-    const std::string cimClass = firstMemberName(memberOf(entry, mapping::kMappings));
+    const Json::Value& entry = memberOf(ResourceMapper::RmfObj, address.resource);
+    const std::string cimClass = mapping::classNameOf(entry);
     if (address.resource.empty() || cimClass.empty()) {
         setMessageArguments(errorArgs, {uri, name});
         return RM_PROPERTY_VALUE_NOT_IN_LIST;
@@ -290,6 +268,8 @@ unsigned int ResourceMapper::AddRefToArgs(CMPIArgs* args, char* argName, char* n
     }
     CMPIValue value = {};
     value.ref = op.get();
-    const CimStatus ignored(args->ft->addArg(args, argName, &value, CMPI_ref));
+    const CimStatus ignored(args->ft->addArg(args, argName.c_str(), &value, CMPI_ref));
     return RM_OK;
 }
+
+} // namespace cimgate

@@ -1,21 +1,20 @@
-// Whether the body of an action is what its method declares: nothing that fails here is sent.
+#include "ResourceMapper/action/PayloadValidation.h"
+
+#include "ExtendedErrorInfoHandlingCIM.h"
 #include "IsoTime.h"
-#include "JsonAccess.h"
 #include "Log.h"
-#include "ResourceMapper.h"
-#include "ResourceMapper/action/Actions.h"
+#include "MessageArguments.h"
+#include "ResourceMapper/action/MethodArguments.h"
 #include "ResourceMapper/mapping/Entry.h"
 #include "XmlText.h"
 
 #include <cstring>
 
-using namespace cimgate; // NOLINT(google-build-using-namespace): most of what stands here
+namespace cimgate {
 
 namespace {
 
 constexpr const char* kCollection = "Collection";
-
-int validateType(const Json::Value& value, const char* type);
 
 int typeResult(bool isAccepted)
 {
@@ -45,31 +44,6 @@ int validateElements(const Json::Value& array, const char* type)
     return result;
 }
 
-int validateType(const Json::Value& value, const char* type)
-{
-    LOG_SCOPE_AS("ValidateValueType");
-    RM_ASSERT_TEXT(type != nullptr, "type != NULL");
-    switch (value.type()) {
-    case Json::nullValue:
-    case Json::realValue:
-    case Json::objectValue:
-        return RM_PROPERTY_VALUE_TYPE_ERROR;
-    case Json::intValue:
-    case Json::uintValue:
-        // Arguments are written as unsigned numbers.
-        return typeResult(std::strcmp(type, "Edm.Int64") == 0 && value.isUInt64());
-    case Json::stringValue:
-        return validateString(value.asString(), type);
-    case Json::booleanValue:
-        return typeResult(std::strcmp(type, "Edm.Boolean") == 0);
-    case Json::arrayValue:
-        return validateElements(value, type);
-    default:
-        LOG_AT(LOG_FACT, "In default case");
-        return RM_PROPERTY_VALUE_TYPE_ERROR;
-    }
-}
-
 // What arrived of any other text would not be what was sent. Of an array every element counts.
 bool hasOnlyCimTexts(const Json::Value& value)
 {
@@ -88,17 +62,6 @@ bool fitsDeclaration(const Json::Value& value, const Json::Value& declaration)
     const Json::Value& type = memberOf(declaration, mapping::kRedfishType);
     return !type.empty() && value.isArray() == flagOf(declaration, mapping::kIsArrayType) &&
            validateType(value, textOf(type).c_str()) == RM_OK && hasOnlyCimTexts(value);
-}
-
-unsigned int validateListed(const Json::Value& map, const std::string& text)
-{
-    LOG_SCOPE_AS("ValidateEnumTypeInPayload");
-    for (const Json::Value& redfishValue : objectOf(map)) {
-        if (textOf(redfishValue) == text) {
-            return RM_OK;
-        }
-    }
-    return RM_PROPERTY_VALUE_NOT_IN_LIST;
 }
 
 unsigned int refuseUnknown(const Json::Value& payload, const Json::Value& inputs,
@@ -156,22 +119,6 @@ unsigned int refuseUnlisted(const Json::Value& payload, const Json::Value& input
     return rc;
 }
 
-unsigned int listMandatory(const Json::Value& inputs, Json::Value& mandatory)
-{
-    LOG_SCOPE_AS("GetMandatoryArgList");
-    const Json::Value& declared = objectOf(inputs);
-    if (!mandatory.isNull() && !mandatory.isArray()) {
-        mandatory = Json::Value(Json::arrayValue);
-    }
-    for (auto input = declared.begin(); input != declared.end(); ++input) {
-        if (flagOf(*input, mapping::kIsRequired)) {
-            LOG_AT(LOG_FACT, "GetMandatoryArgList  %s", input.name().c_str());
-            mandatory.append(input.name());
-        }
-    }
-    return RM_OK;
-}
-
 unsigned int refuseMissing(const Json::Value& payload, const Json::Value& inputs,
                            Json::Value& errorArgs)
 {
@@ -188,21 +135,10 @@ unsigned int refuseMissing(const Json::Value& payload, const Json::Value& inputs
 
 } // namespace
 
-void setMessageArguments(Json::Value& errorArgs, std::initializer_list<std::string> texts)
+unsigned int validatePayload(const Json::Value& payload, const Json::Value& inputs,
+                             Json::Value& errorArgs)
 {
-    if (!errorArgs.isArray()) {
-        errorArgs = Json::Value(Json::arrayValue);
-    }
-    Json::ArrayIndex i = 0;
-    for (const std::string& text : texts) {
-        errorArgs[i++] = text;
-    }
-}
-
-unsigned int ResourceMapper::ValidatePayload(Json::Value& payload, Json::Value& inputs,
-                                             Json::Value& errorArgs)
-{
-    LOG_SCOPE();
+    LOG_SCOPE_AS("ValidatePayload");
     const Json::Value& body = objectOf(payload);
     for (const auto pass : {refuseUnknown, refuseMistyped, refuseUnlisted, refuseMissing}) {
         if (const unsigned int rc = pass(body, inputs, errorArgs); rc != RM_OK) {
@@ -212,17 +148,55 @@ unsigned int ResourceMapper::ValidatePayload(Json::Value& payload, Json::Value& 
     return RM_OK;
 }
 
-int ResourceMapper::ValidateValueType(Json::Value& value, const char* type)
+int validateType(const Json::Value& value, const char* type)
 {
-    return validateType(value, type);
+    LOG_SCOPE_AS("ValidateValueType");
+    RM_ASSERT_TEXT(type != nullptr, "type != NULL");
+    switch (value.type()) {
+    case Json::nullValue:
+    case Json::realValue:
+    case Json::objectValue:
+        return RM_PROPERTY_VALUE_TYPE_ERROR;
+    case Json::intValue:
+    case Json::uintValue:
+        // Arguments are written as unsigned numbers.
+        return typeResult(std::strcmp(type, "Edm.Int64") == 0 && value.isUInt64());
+    case Json::stringValue:
+        return validateString(value.asString(), type);
+    case Json::booleanValue:
+        return typeResult(std::strcmp(type, "Edm.Boolean") == 0);
+    case Json::arrayValue:
+        return validateElements(value, type);
+    default:
+        LOG_AT(LOG_FACT, "In default case");
+        return RM_PROPERTY_VALUE_TYPE_ERROR;
+    }
 }
 
-unsigned int ResourceMapper::ValidateEnumTypeInPayload(Json::Value valueMapping, std::string value)
+unsigned int validateListed(const Json::Value& map, const std::string& text)
 {
-    return validateListed(valueMapping, value);
+    LOG_SCOPE_AS("ValidateEnumTypeInPayload");
+    for (const Json::Value& redfishValue : objectOf(map)) {
+        if (textOf(redfishValue) == text) {
+            return RM_OK;
+        }
+    }
+    return RM_PROPERTY_VALUE_NOT_IN_LIST;
 }
 
-unsigned int ResourceMapper::GetMandatoryArgList(Json::Value& inputs, Json::Value& mandatory)
+void listMandatory(const Json::Value& inputs, Json::Value& mandatory)
 {
-    return listMandatory(inputs, mandatory);
+    LOG_SCOPE_AS("GetMandatoryArgList");
+    const Json::Value& declared = objectOf(inputs);
+    if (!mandatory.isNull() && !mandatory.isArray()) {
+        mandatory = Json::Value(Json::arrayValue);
+    }
+    for (auto input = declared.begin(); input != declared.end(); ++input) {
+        if (flagOf(*input, mapping::kIsRequired)) {
+            LOG_AT(LOG_FACT, "GetMandatoryArgList  %s", input.name().c_str());
+            mandatory.append(input.name());
+        }
+    }
 }
+
+} // namespace cimgate

@@ -1,10 +1,13 @@
-// Responses that report failures, and the messages that accompany an action's outcome.
+#include "ResourceMapper/answer/ErrorResponses.h"
+
 #include "ErrorTables.h"
 #include "JsonAccess.h"
 #include "Log.h"
-#include "ResourceMapper.h"
+#include "MessageArguments.h"
 
-using namespace cimgate; // NOLINT(google-build-using-namespace): most of what stands here
+#include <vector>
+
+namespace cimgate {
 
 namespace {
 
@@ -56,12 +59,10 @@ std::vector<std::string> textsOf(const Json::Value& array)
     return texts;
 }
 
-} // namespace
-
-std::vector<std::string> ResourceMapper::pendingErrorArguments() const
+std::vector<std::string> pendingErrorArguments(const ResourceMapper& mapper)
 {
     std::vector<std::string> values;
-    for (const Json::Value& value : objectOf(mErrorArgs)) {
+    for (const Json::Value& value : objectOf(mapper.mErrorArgs)) {
         values.push_back(textOf(value));
         LOG_AT(LOG_FACT, "ErrorParams: %d value: %s", static_cast<int>(values.size() - 1),
                values.back().c_str());
@@ -69,49 +70,51 @@ std::vector<std::string> ResourceMapper::pendingErrorArguments() const
     return values;
 }
 
-void ResourceMapper::sendExtendedError(unsigned int status, const char* failureText)
+void sendExtendedError(ResourceMapper& mapper, unsigned int status, const char* failureText)
 {
     std::string body;
-    mExtendedErrorInfo.GetNewExtendedErrMsg(body);
-    mScope.SetStatus(static_cast<int>(status));
-    mScope.WriteBody(kJsonContent, body);
-    if (mScope.SendResult(1, "") == 0) {
+    mapper.mExtendedErrorInfo.GetNewExtendedErrMsg(body);
+    mapper.mScope.SetStatus(static_cast<int>(status));
+    mapper.mScope.WriteBody(kJsonContent, body);
+    if (mapper.mScope.SendResult(1, "") == 0) {
         LOG_AT(LOG_SEND_FAILURE, "%s", failureText);
     }
 }
 
-void ResourceMapper::SendExtendedErrorResponse(_ResourceMapperError code)
+} // namespace
+
+void sendErrorResponse(ResourceMapper& mapper, _ResourceMapperError code)
 {
-    LOG_SCOPE();
+    LOG_SCOPE_AS("SendExtendedErrorResponse");
     // Log scanners count on the second line of this operation.
     LOG_AT(LOG_STEP, "Entering");
     unsigned int status = kInternalServerError;
-    const std::vector<std::string> args = pendingErrorArguments();
+    const std::vector<std::string> args = pendingErrorArguments(mapper);
     switch (args.size()) {
     case 0:
-        AppendExtendedErrorMessages(code, mExtendedErrorInfo, &status);
+        AppendExtendedErrorMessages(code, mapper.mExtendedErrorInfo, &status);
         break;
     case 1:
-        AppendExtendedErrorMessages(code, mExtendedErrorInfo, &status, args[0].c_str());
+        AppendExtendedErrorMessages(code, mapper.mExtendedErrorInfo, &status, args[0].c_str());
         break;
     case 2:
-        AppendExtendedErrorMessages(code, mExtendedErrorInfo, &status, args[0].c_str(),
+        AppendExtendedErrorMessages(code, mapper.mExtendedErrorInfo, &status, args[0].c_str(),
                                     args[1].c_str());
         break;
     case kMaxArguments:
-        AppendExtendedErrorMessages(code, mExtendedErrorInfo, &status, args[0].c_str(),
+        AppendExtendedErrorMessages(code, mapper.mExtendedErrorInfo, &status, args[0].c_str(),
                                     args[1].c_str(), args[2].c_str());
         break;
     default:
         RM_ASSERT(false);
     }
-    sendExtendedError(status, "Check syslog for more details on failure");
+    sendExtendedError(mapper, status, "Check syslog for more details on failure");
 }
 
-void ResourceMapper::SendExtendedMessageForPost(const char* messageId, Json::Value body,
-                                                unsigned char kind)
+void sendActionOutcome(ResourceMapper& mapper, const char* messageId, Json::Value body,
+                       unsigned char kind)
 {
-    LOG_SCOPE();
+    LOG_SCOPE_AS("SendExtendedMessageForPost");
     // An action's own message outputs are told by the extended message instead.
     for (const char* member :
          {"MessageArguments", "MessageArgs", "MsgArgs", "Message", "MessageID"}) {
@@ -120,31 +123,31 @@ void ResourceMapper::SendExtendedMessageForPost(const char* messageId, Json::Val
         }
     }
     if (kind == kCompleted) {
-        mExtendedErrorInfo.AppendSuccessExtendedJSON(body, messageId);
+        mapper.mExtendedErrorInfo.AppendSuccessExtendedJSON(body, messageId);
     } else if (kind == kStarted) {
-        mExtendedErrorInfo.AppendCreatedExtendedJSON(body);
+        mapper.mExtendedErrorInfo.AppendCreatedExtendedJSON(body);
     }
-    mScope.SetStatus(statusOfOutcome(kind));
-    mScope.WriteBody(kJsonContent, writeJson(body));
-    mScope.SendResult(0, "");
+    mapper.mScope.SetStatus(statusOfOutcome(kind));
+    mapper.mScope.WriteBody(kJsonContent, writeJson(body));
+    mapper.mScope.SendResult(0, "");
 }
 
-void ResourceMapper::SendExtendedErrorMessagesForPost(const char* messageId, Json::Value& args)
+void sendActionError(ResourceMapper& mapper, const char* messageId, const Json::Value& args)
 {
-    LOG_SCOPE();
+    LOG_SCOPE_AS("SendExtendedErrorMessagesForPost");
     const char* const id = messageId == nullptr ? "" : messageId;
     LOG_AT(LOG_FACT, "SendExtendedErrorMessagesForPost: MsgID (%s)", id);
-    pendingErrorArguments();
+    pendingErrorArguments(mapper);
     PostError error;
     error.lookUp(id);
-    insertMessages(mExtendedErrorInfo, id, error.baseMessage, textsOf(args));
-    sendExtendedError(error.status, "Sendresult Failed");
+    insertMessages(mapper.mExtendedErrorInfo, id, error.baseMessage, textsOf(args));
+    sendExtendedError(mapper, error.status, "Sendresult Failed");
 }
 
-void ResourceMapper::SendMultipleExtendedErrorMessagesForPost(Json::Value& messageIds,
-                                                              Json::Value& args)
+void sendActionErrors(ResourceMapper& mapper, const Json::Value& messageIds,
+                      const Json::Value& args)
 {
-    LOG_SCOPE();
+    LOG_SCOPE_AS("SendMultipleExtendedErrorMessagesForPost");
     const std::vector<std::string> ids = textsOf(messageIds);
     std::vector<std::string> arguments = textsOf(args);
     arguments.resize(ids.size());
@@ -153,20 +156,21 @@ void ResourceMapper::SendMultipleExtendedErrorMessagesForPost(Json::Value& messa
     for (size_t i = 0; i < ids.size(); ++i) {
         LOG_AT(LOG_STEP, "MessageID is:%s", ids[i].c_str());
         error.lookUp(ids[i].c_str());
-        insertMessages(mExtendedErrorInfo, ids[i].c_str(), error.baseMessage, {arguments[i]});
+        insertMessages(mapper.mExtendedErrorInfo, ids[i].c_str(), error.baseMessage,
+                       {arguments[i]});
     }
-    sendExtendedError(error.status, "Sendresult Failed");
+    sendExtendedError(mapper, error.status, "Sendresult Failed");
 }
 
-const char* ResourceMapper::ReturnQERMErrCode(unsigned int code)
+const char* productMessageId(unsigned int code)
 {
     const GenericErrorMessage* row = findGenericErrorMessage(code);
     return row == nullptr ? nullptr : row->messageId;
 }
 
-_ResourceMapperError ResourceMapper::ConvertCMPIErrortoRMError(CMPIrc rc)
+_ResourceMapperError errorOfStatus(ResourceMapper& mapper, CMPIrc rc)
 {
-    LOG_SCOPE();
+    LOG_SCOPE_AS("ConvertCMPIErrortoRMError");
     switch (rc) {
     case CMPI_RC_ERR_FAILED:
         return RM_INTERNAL_ERROR;
@@ -175,11 +179,13 @@ _ResourceMapperError ResourceMapper::ConvertCMPIErrortoRMError(CMPIrc rc)
     case CMPI_RC_ERR_INVALID_NAMESPACE:
     case CMPI_RC_ERR_INVALID_PARAMETER:
     case CMPI_RC_ERR_INVALID_CLASS:
-        return failWith(RM_RESOURCE_NOT_IN_RMF, mOemResourceName);
+        return failWith(mapper.mErrorArgs, RM_RESOURCE_NOT_IN_RMF, mapper.mOemResourceName);
     case CMPI_RC_ERR_METHOD_NOT_AVAILABLE:
     case CMPI_RC_ERR_METHOD_NOT_FOUND:
         return RM_METHOD_NOT_ALLOWED;
     default:
-        assertionFailed(__FILE__, __LINE__, __func__, "false");
+        assertionFailed(__FILE__, __LINE__, logName(__func__), "false");
     }
 }
+
+} // namespace cimgate

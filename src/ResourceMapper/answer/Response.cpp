@@ -1,29 +1,29 @@
-// Successful responses and the headers that the mapping file gives them.
+#include "ResourceMapper/answer/Response.h"
+
 #include "Log.h"
-#include "ResourceMapper.h"
 #include "ResourceMapper/mapping/Entry.h"
+#include "ResourceMapper/mapping/Resource.h"
 
-using namespace cimgate; // NOLINT(google-build-using-namespace): most of what stands here
+namespace cimgate {
 
-void ResourceMapper::SendResponse(Json::Value& body)
+void sendResponse(odata::Scope& scope, const Json::Value& body)
 {
-    LOG_SCOPE();
-    mScope.WriteBody("application/json", writeJson(body));
-    mScope.SendResult(0, "");
+    LOG_SCOPE_AS("SendResponse");
+    scope.WriteBody("application/json", writeJson(body));
+    scope.SendResult(0, "");
 }
 
-void ResourceMapper::SetLinkHeader()
+void setLinkHeader(ResourceMapper& mapper)
 {
-    LOG_SCOPE();
-    std::string value;
-    GetOdataMedata(mapping::kLinkHeader, value, false);
-    mScope.SetHeader("Link", value.c_str());
+    LOG_SCOPE_AS("SetLinkHeader");
+    const std::string value = metadata(mapper, mapping::kLinkHeader, false);
+    mapper.mScope.SetHeader("Link", value.c_str());
 }
 
-void ResourceMapper::SetAllowedHeader()
+void setAllowedHeader(ResourceMapper& mapper)
 {
-    LOG_SCOPE();
-    const Json::Value& entry = mIsCollection ? memberOf(RmfObj, mOemResourceName) : mResourceObj;
+    LOG_SCOPE_AS("SetAllowedHeader");
+    const Json::Value& entry = entryOf(mapper, false);
     if (!hasMember(entry, mapping::kAllowedOperations)) {
         LOG_AT(LOG_ERROR, "%s metadata is missing in RMF", mapping::kAllowedOperations);
         return;
@@ -38,5 +38,7 @@ void ResourceMapper::SetAllowedHeader()
         allowed += textOf(operation);
     }
     LOG_AT(LOG_STEP, "Allowed operation: %s", allowed.c_str());
-    mScope.SetHeader("Allow", allowed.c_str());
+    mapper.mScope.SetHeader("Allow", allowed.c_str());
 }
+
+} // namespace cimgate

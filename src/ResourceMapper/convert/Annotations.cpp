@@ -1,13 +1,14 @@
-// The OData annotations, "Links" and "Actions" that every object of an answer carries.
+#include "ResourceMapper/convert/Annotations.h"
+
 #include "Log.h"
-#include "ResourceMapper.h"
 #include "ResourceMapper/mapping/Entry.h"
+#include "ResourceMapper/mapping/Resource.h"
 #include "SQLInterface/AssociationLinks.h"
+#include "UriText.h"
 
 #include <algorithm>
-#include <array>
 
-using namespace cimgate; // NOLINT(google-build-using-namespace): most of what stands here
+namespace cimgate {
 
 namespace {
 
@@ -25,16 +26,6 @@ bool listHas(const Json::Value& list, std::string_view name)
 bool isSelected(const Json::Value& selectList, std::string_view name)
 {
     return selectList.empty() || listHas(selectList, name) || listHas(selectList, "*");
-}
-
-bool selectsActions(const Json::Value& selectList)
-{
-    for (const Json::Value& item : selectList) {
-        if (textOf(item).find(mapping::kActions) != std::string::npos) {
-            return !listHas(selectList, "*");
-        }
-    }
-    return false;
 }
 
 // The segments of "Actions/<action>/<member>"; empty when one of them is, or there are more.
@@ -84,170 +75,57 @@ bool pickAction(const Json::Value& actions, const std::string& item, Json::Value
     return true;
 }
 
-struct Escape
-{
-    const char* character;
-    const char* text;
-};
-
-constexpr std::array<Escape, 1> kEscapes = {{{"#", "%23"}}};
-
 } // namespace
 
-std::string ResourceMapper::metadata(const char* key, bool fromResourceObj) const
+std::string addId(const ResourceMapper& mapper, Json::Value& obj, bool ofMember)
 {
-    std::string value;
-    GetOdataMedata(key, value, fromResourceObj);
-    return value;
-}
-
-_ResourceMapperError ResourceMapper::AddOdataMetaData(Json::Value& obj, bool /*isRequested*/,
-                                                      Json::Value selectList, bool isTarget)
-{
-    return annotate(obj, selectList, isTarget);
-}
-
-_ResourceMapperError ResourceMapper::annotate(Json::Value& obj, const Json::Value& selectList,
-                                              bool isTarget)
-{
-    LOG_SCOPE_AS("AddOdataMetaData");
-    // A collection itself is described by its own entry, its members by theirs.
-    const bool fromResourceObj = !(isTarget && mIsCollection);
-    const std::string key = addId(obj, fromResourceObj);
-    if (!mIsZMQCall) {
-        addCommonProperties(obj, selectList, key, fromResourceObj);
-        addName(obj, selectList, fromResourceObj);
-    }
-    if (mShowLinks) {
-        SetLinks(obj, key);
-    }
-    obj["@odata.type"] = metadata("@odata.type", fromResourceObj);
-    obj["@odata.context"] = metadata("@odata.context", fromResourceObj);
-    if (isTarget && !mIsZMQCall) {
-        SetAllowedHeader();
-        SetLinkHeader();
-    }
-    if (mIsCollection) {
-        return RM_OK;
-    }
-    AddActions(obj);
-    if (selectsActions(selectList)) {
-        return filterActions(obj, selectList);
-    }
-    return RM_OK;
-}
-
-// Adds "@odata.id" and returns the key that it ends with.
-std::string ResourceMapper::addId(Json::Value& obj, bool fromResourceObj) const
-{
-    const Json::Value& entry = fromResourceObj ? mResourceObj : memberOf(RmfObj, mOemResourceName);
-    const std::string unique = textOf(entry, mapping::kUniqueSelector);
+    const std::string unique = textOf(entryOf(mapper, ofMember), mapping::kUniqueSelector);
     std::string key = textOf(obj, unique);
     LOG_AT(LOG_FACT, " SelectorSet %s", key.c_str());
 
-    std::string id = metadata(mapping::kOdataId, fromResourceObj);
+    std::string id = metadata(mapper, mapping::kOdataId, ofMember);
     if (!unique.empty()) {
         id += "/" + key;
     }
-    EncodeSpecialChars(id);
+    encodeSpecialChars(id);
     obj[mapping::kOdataId] = id;
     return key;
 }
 
-void ResourceMapper::addCommonProperties(Json::Value& obj, const Json::Value& selectList,
-                                         const std::string& key, bool fromResourceObj) const
+void addCommonProperties(const ResourceMapper& mapper, Json::Value& obj,
+                         const Json::Value& selectList, const std::string& key, bool ofMember)
 {
     if (isSelected(selectList, "Description")) {
-        obj["Description"] = metadata("Description", fromResourceObj);
+        obj["Description"] = metadata(mapper, "Description", ofMember);
     }
     if (isSelected(selectList, "Id")) {
-        obj["Id"] = key.empty() ? mOemResourceName : key;
+        obj["Id"] = key.empty() ? mapper.mOemResourceName : key;
     }
 }
 
-void ResourceMapper::addName(Json::Value& obj, const Json::Value& selectList,
-                             bool fromResourceObj) const
+void addName(const ResourceMapper& mapper, Json::Value& obj, const Json::Value& selectList,
+             bool ofMember)
 {
     // A mapped property of that name is the better one.
     if (isSelected(selectList, "Name") && !hasMember(obj, "Name")) {
-        obj["Name"] = metadata("Name", fromResourceObj);
+        obj["Name"] = metadata(mapper, "Name", ofMember);
     }
 }
 
-_ResourceMapperError ResourceMapper::AddOdataMetaData(Json::Value& collection)
+void addLinks(const ResourceMapper& mapper, Json::Value& obj, const std::string& key)
 {
-    LOG_SCOPE();
-    RM_ASSERT(mIsCollection == true);
-    for (const char* key :
-         {mapping::kOdataId, "@odata.context", "@odata.type", "Description", "Name"}) {
-        collection[key] = metadata(key, false);
-    }
-    SetAllowedHeader();
-    SetLinkHeader();
-    return RM_OK;
-}
-
-_ResourceMapperError ResourceMapper::AddOdataMetaData(CMPIInstance* /*instance*/, Json::Value& obj,
-                                                      Json::Value& selectList)
-{
-    return annotateLive(obj, selectList);
-}
-
-_ResourceMapperError ResourceMapper::annotateLive(Json::Value& obj, const Json::Value& selectList)
-{
-    LOG_SCOPE_AS("AddOdataMetaData");
-    const std::string key = addId(obj, true);
-    if (!mIsZMQCall) {
-        addCommonProperties(obj, selectList, key, true);
-        addName(obj, selectList, false); // members of a collection are named like it
-    }
-    if (mShowLinks) {
-        SetLinks(obj, key);
-    }
-    obj["@odata.type"] = metadata("@odata.type", true);
-    if (mIsCollection) {
-        return RM_OK;
-    }
-    obj["@odata.context"] = metadata("@odata.context", true);
-    if (!mIsZMQCall) {
-        SetAllowedHeader();
-        SetLinkHeader();
-    }
-    AddActions(obj);
-    return selectsActions(selectList) ? filterActions(obj, selectList) : RM_OK;
-}
-
-void ResourceMapper::EncodeSpecialChars(std::string& uri) const
-{
-    LOG_SCOPE();
-    if (uri.empty()) {
-        LOG_AT(LOG_STEP, "Empty URI");
-        return;
-    }
-    for (const Escape& escape : kEscapes) {
-        for (size_t at = uri.find(escape.character); at != std::string::npos;
-             at = uri.find(escape.character)) {
-            LOG_AT(LOG_STEP, "Found Encodable Char : %s", escape.character);
-            uri.replace(at, 1, escape.text);
-        }
-    }
-    LOG_AT(LOG_STEP, "Encoded Uri Segment: %s", uri.c_str());
-}
-
-void ResourceMapper::SetLinks(Json::Value& obj, std::string key)
-{
-    LOG_SCOPE();
-    if (!hasMember(mResourceObj, mapping::kLinks)) {
+    LOG_SCOPE_AS("SetLinks");
+    if (!hasMember(mapper.mResourceObj, mapping::kLinks)) {
         return;
     }
     Json::Value links;
-    resolveLinks(mResourceObj, links, key);
-    if (mSelectedLinks.empty()) {
+    resolveLinks(mapper.mResourceObj, links, key);
+    if (mapper.mSelectedLinks.empty()) {
         obj[mapping::kLinks] = std::move(links);
         return;
     }
     Json::Value selected(Json::objectValue);
-    for (const Json::Value& name : mSelectedLinks) {
+    for (const Json::Value& name : mapper.mSelectedLinks) {
         const std::string link = textOf(name);
         LOG_AT(LOG_STEP, "Links data for select operation %s", link.c_str());
         selected[link] = memberOf(links, link);
@@ -255,38 +133,57 @@ void ResourceMapper::SetLinks(Json::Value& obj, std::string key)
     obj[mapping::kLinks] = std::move(selected);
 }
 
-void ResourceMapper::AddActions(Json::Value& obj) const
+void addActions(const ResourceMapper& mapper, Json::Value& obj)
 {
-    LOG_SCOPE();
-    const Json::Value& actions = mapping::actionsOf(mResourceObj, mCimClass);
+    LOG_SCOPE_AS("AddActions");
+    const Json::Value& actions = mapping::actionsOf(mapper.mResourceObj, mapper.mCimClass);
     if (!actions.empty()) {
         obj[mapping::kActions] = actions;
     }
 }
 
-unsigned int ResourceMapper::applyFilterOnAction(Json::Value& resource, Json::Value& selectList)
+bool selectsActions(const Json::Value& selectList)
 {
-    return filterActions(resource, selectList);
+    for (const Json::Value& item : selectList) {
+        if (textOf(item).find(mapping::kActions) != std::string::npos) {
+            return !listHas(selectList, "*");
+        }
+    }
+    return false;
 }
 
-_ResourceMapperError ResourceMapper::filterActions(Json::Value& resource,
-                                                   const Json::Value& selectList)
+std::optional<std::string> filterActions(Json::Value& resource, const Json::Value& selectList)
 {
     LOG_SCOPE_AS("applyFilterOnAction");
     const Json::Value& actions = memberOf(resource, mapping::kActions);
     Json::Value filtered;
     for (const Json::Value& selected : selectList) {
-        const std::string item = textOf(selected);
+        std::string item = textOf(selected);
         if (item.find(mapping::kActions) == std::string::npos) {
             continue;
         }
         if (!pickAction(actions, item, filtered)) {
             LOG_AT(LOG_ERROR, "Invalid select property");
-            return failWith(RM_PROPERTY_UNKNOWN, item);
+            return item;
         }
     }
     if (!filtered.isNull()) {
         resource[mapping::kActions] = filtered;
     }
-    return RM_OK;
+    return std::nullopt;
 }
+
+void encodeSpecialChars(std::string& uri)
+{
+    LOG_SCOPE_AS("EncodeSpecialChars");
+    if (uri.empty()) {
+        LOG_AT(LOG_STEP, "Empty URI");
+        return;
+    }
+    for (size_t found = escapeHashes(uri); found > 0; --found) {
+        LOG_AT(LOG_STEP, "Found Encodable Char : %s", "#");
+    }
+    LOG_AT(LOG_STEP, "Encoded Uri Segment: %s", uri.c_str());
+}
+
+} // namespace cimgate

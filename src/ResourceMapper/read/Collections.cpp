@@ -1,49 +1,105 @@
-// Collections from the data cache, a page at a time.
+#include "ResourceMapper/read/Collections.h"
+
 #include "Log.h"
-#include "ResourceMapper.h"
+#include "MessageArguments.h"
 #include "ResourceMapper/mapping/Entry.h"
-#include "ResourceMapper/read/Paging.h"
+#include "ResourceMapper/read/Annotations.h"
+#include "ResourceMapper/read/Instances.h"
+#include "ResourceMapper/read/QueryOptions.h"
 #include "SQLInterface/DataCache.h"
 #include "SQLInterface/RowToJson.h"
 #include "SQLInterface/Statement.h"
 
 #include <algorithm>
-#include <cstdint>
 
-using namespace cimgate; // NOLINT(google-build-using-namespace): most of what stands here
+namespace cimgate {
 
-_ResourceMapperError ResourceMapper::refuseRange(unsigned long value, const char* option,
-                                                 const std::string& range)
+namespace {
+
+_ResourceMapperError refuseRange(ResourceMapper& mapper, unsigned long value, const char* option,
+                                 const std::string& range)
 {
-    mErrorArgs["p1"] = std::to_string(value);
-    mErrorArgs["p2"] = option;
-    mErrorArgs["p3"] = range;
+    mapper.mErrorArgs["p1"] = std::to_string(value);
+    mapper.mErrorArgs["p2"] = option;
+    mapper.mErrorArgs["p3"] = range;
     return RM_QUERY_PARAM_OUT_OF_RANGE;
 }
 
-_ResourceMapperError ResourceMapper::readPaging(Paging& paging)
+// Reads the page's rows into out["Members"], each under its properties' aliases.
+_ResourceMapperError readMembers(ResourceMapper& mapper, Json::Value& out, const Paging& paging)
+{
+    const uint32_t limit =
+        mapper.mSupportsNextLink ? std::min(paging.top, kPageMembers) : paging.top;
+    const std::string query =
+        selectQuery(mapper.mResourceObj, mapper.mCimClass, {.limit = limit, .offset = paging.skip});
+    if (query.empty()) {
+        LOG_AT(LOG_ERROR, "Properties are not present in RMF");
+        return failWith(mapper.mErrorArgs, RM_INTERNAL_ERROR, mapper.mOemResourceName);
+    }
+    if (paging.count == 0) {
+        LOG_AT(LOG_STEP, "Table is having no entries for collection resource");
+        return RM_OK;
+    }
+    Statement statement;
+    if (mapper.mSqlInterface.GetPrepareStatement(query, statement.slot(), "") != 0) {
+        LOG_AT(LOG_ERROR, "SQL Prepare statement failed for %s", query.c_str());
+        return failWith(mapper.mErrorArgs, RM_INTERNAL_ERROR, mapper.mOemResourceName);
+    }
+    LOG_AT(LOG_STEP, "Execute query %s is success", query.c_str());
+    if (rowsToJson(statement.get(), out, mapper.mResourceObj, mapper.mCimClass,
+                   RowShape::Members) != 0) {
+        LOG_AT(LOG_ERROR, "SQL to Json conversion is failed");
+        return failWith(mapper.mErrorArgs, RM_INTERNAL_ERROR, mapper.mOemResourceName);
+    }
+    return RM_OK;
+}
+
+_ResourceMapperError annotateMembers(ResourceMapper& mapper, Json::Value& out)
+{
+    if (!hasMember(out, kMembers)) {
+        return RM_OK;
+    }
+    const std::string unique = textOf(mapper.mResourceObj, mapping::kUniqueSelector);
+    const bool isKeyMapped =
+        hasMember(mapping::propertiesOf(mapper.mResourceObj, mapper.mCimClass), unique);
+    for (Json::Value& member : out[kMembers]) {
+        if (const auto rc = annotate(mapper, member, Json::Value::nullSingleton(), false);
+            rc != RM_OK) {
+            return rc;
+        }
+        if (!isKeyMapped) {
+            member.removeMember(unique);
+        }
+    }
+    return RM_OK;
+}
+
+} // namespace
+
+_ResourceMapperError readPaging(ResourceMapper& mapper, Paging& paging)
 {
     paging.top = paging.count;
-    if (!mSupportsTopSkip) {
+    if (!mapper.mSupportsTopSkip) {
         return RM_OK;
     }
     const unsigned long count = paging.count;
     unsigned long top = 0;
-    if (isQueryOptionPresent(OL_OPTION_TOP, top)) {
+    if (numericOption(mapper.mURI, OL_OPTION_TOP, top)) {
         if (top == 0 || top > count) {
             LOG_AT(LOG_ERROR, "Invalid Top(%lu), max enum count(%lu)", top, count);
-            return refuseRange(top, "$top", "(1-" + std::to_string(count) + ")");
+            return refuseRange(mapper, top, "$top", "(1-" + std::to_string(count) + ")");
         }
         LOG_AT(LOG_FACT, "Top(%lu)", top);
         paging.top = static_cast<uint32_t>(top);
         paging.topGiven = true;
     }
     unsigned long skip = 0;
-    if (isQueryOptionPresent(OL_OPTION_SKIP, skip)) {
+    if (numericOption(mapper.mURI, OL_OPTION_SKIP, skip)) {
         if (skip >= count) {
             LOG_AT(LOG_ERROR, "Skip(%lu) exceeds enum count(%lu)", skip, count);
             // Unsigned on purpose: an empty collection reports the whole range of 32 bits.
-            return refuseRange(skip, "$skip", "(0-" + std::to_string(paging.count - 1) + ")");
+            return refuseRange(mapper, skip, "$skip",
+                               "(0-" + std::to_string(paging.count - 1) + ")");
         }
         LOG_AT(LOG_FACT, "Skip(%lu)", skip);
         paging.skip = static_cast<uint32_t>(skip);
@@ -51,9 +107,10 @@ _ResourceMapperError ResourceMapper::readPaging(Paging& paging)
     return RM_OK;
 }
 
-void ResourceMapper::setNextLink(Json::Value& out, const Paging& paging, bool fromCache) const
+void setNextLink(const ResourceMapper& mapper, Json::Value& out, const Paging& paging,
+                 bool fromCache)
 {
-    std::string link = mScope.GetRequestURL();
+    std::string link = mapper.mScope.GetRequestURL();
     link.erase(std::min(link.find('?'), link.size()));
     LOG_AT(LOG_STEP, "Starting NextLink Logic");
     const uint32_t nextSkip = paging.skip + kPageMembers;
@@ -72,86 +129,45 @@ void ResourceMapper::setNextLink(Json::Value& out, const Paging& paging, bool fr
     out["Members@odata.nextLink"] = link;
 }
 
-// Reads the page's rows into out["Members"], each under its properties' aliases.
-_ResourceMapperError ResourceMapper::readMembers(Json::Value& out, const Paging& paging)
+_ResourceMapperError readCachedCollection(ResourceMapper& mapper, Json::Value& out)
 {
-    const uint32_t limit = mSupportsNextLink ? std::min(paging.top, kPageMembers) : paging.top;
-    const std::string query = GetSelectQuery(mCimClass, limit, paging.skip, "", "");
-    if (query.empty()) {
-        LOG_AT(LOG_ERROR, "Properties are not present in RMF");
-        return failWith(RM_INTERNAL_ERROR, mOemResourceName);
-    }
-    if (paging.count == 0) {
-        LOG_AT(LOG_STEP, "Table is having no entries for collection resource");
-        return RM_OK;
-    }
-    Statement statement;
-    if (mSqlInterface.GetPrepareStatement(query, statement.slot(), "") != 0) {
-        LOG_AT(LOG_ERROR, "SQL Prepare statement failed for %s", query.c_str());
-        return failWith(RM_INTERNAL_ERROR, mOemResourceName);
-    }
-    LOG_AT(LOG_STEP, "Execute query %s is success", query.c_str());
-    if (rowsToJson(statement.get(), out, mResourceObj, mCimClass, RowShape::Members) != 0) {
-        LOG_AT(LOG_ERROR, "SQL to Json conversion is failed");
-        return failWith(RM_INTERNAL_ERROR, mOemResourceName);
-    }
-    return RM_OK;
-}
-
-_ResourceMapperError ResourceMapper::annotateMembers(Json::Value& out)
-{
-    if (!hasMember(out, kMembers)) {
-        return RM_OK;
-    }
-    const std::string unique = textOf(mResourceObj, mapping::kUniqueSelector);
-    const bool isKeyMapped = hasMember(mapping::propertiesOf(mResourceObj, mCimClass), unique);
-    for (Json::Value& member : out[kMembers]) {
-        if (const auto rc = annotate(member, Json::Value::nullSingleton(), false); rc != RM_OK) {
-            return rc;
-        }
-        if (!isKeyMapped) {
-            member.removeMember(unique);
-        }
-    }
-    return RM_OK;
-}
-
-_ResourceMapperError ResourceMapper::GetCollection(Json::Value& out, bool /*fromCache*/)
-{
-    LOG_SCOPE();
-    RM_ASSERT(mIsCollection == true);
+    LOG_SCOPE_AS("GetCollection");
+    RM_ASSERT_TEXT(mapper.mIsCollection, "mIsCollection == true");
     Paging paging;
-    if (mSqlInterface.GetInstanceCount(Table_Prefix + mCimClass, &paging.count) != 0) {
+    if (mapper.mSqlInterface.GetInstanceCount(Table_Prefix + mapper.mCimClass, &paging.count) !=
+        0) {
         LOG_AT(LOG_ERROR, "Datbase table is not found");
         return RM_INTERNAL_ERROR;
     }
     LOG_AT(LOG_STEP, "Number of Instances = %d", static_cast<int>(paging.count));
     Json::Value selectList;
-    if (const auto rc = selectedNames(selectList); rc != RM_OK) {
+    if (const auto rc = selectedNames(mapper, selectList); rc != RM_OK) {
         return rc;
     }
-    if (const auto rc = readPaging(paging); rc != RM_OK) {
+    if (const auto rc = readPaging(mapper, paging); rc != RM_OK) {
         return rc;
     }
-    if (const auto rc = readMembers(out, paging); rc != RM_OK) {
+    if (const auto rc = readMembers(mapper, out, paging); rc != RM_OK) {
         return rc;
     }
     // "Not below" on purpose: a page that ends with the last member still links on, and clients
     // that follow the link learn it from the answer.
-    if (mSupportsNextLink && paging.top >= kPageMembers &&
+    if (mapper.mSupportsNextLink && paging.top >= kPageMembers &&
         paging.count >= paging.skip + kPageMembers) {
-        setNextLink(out, paging, true);
+        setNextLink(mapper, out, paging, true);
     }
-    if (const auto rc = annotateMembers(out); rc != RM_OK) {
+    if (const auto rc = annotateMembers(mapper, out); rc != RM_OK) {
         return rc;
     }
     if (paging.count == 0) {
         out[kMembers] = Json::Value(Json::arrayValue);
     }
     out[kMembersCount] = paging.count;
-    const _ResourceMapperError rc = shapeResult(out, selectList, false);
+    const _ResourceMapperError rc = shapeResult(mapper, out, selectList, false);
     if (rc == RM_OK) {
         LOG_AT(LOG_STEP, "SQL to Json conversion is success");
     }
     return rc;
 }
+
+} // namespace cimgate

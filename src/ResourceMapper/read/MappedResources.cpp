@@ -1,8 +1,10 @@
-// What a container embeds: data of other resources, read from the data cache by the container's id.
-#include "JsonAccess.h"
+#include "ResourceMapper/read/MappedResources.h"
+
 #include "Log.h"
-#include "ResourceMapper.h"
 #include "ResourceMapper/mapping/Entry.h"
+#include "ResourceMapper/mapping/MappingFile.h"
+#include "ResourceMapper/mapping/UriResolution.h"
+#include "ResourceMapper/read/Instances.h"
 #include "SQLInterface/DataCache.h"
 
 #include <regex.h>
@@ -11,7 +13,7 @@
 #include <optional>
 #include <string>
 
-using namespace cimgate; // NOLINT(google-build-using-namespace): most of what stands here
+namespace cimgate {
 
 namespace {
 
@@ -139,16 +141,48 @@ std::optional<InstanceKey> keyOf(const std::string& regex, std::string query, co
     return InstanceKey{query, true};
 }
 
+void readEmbedded(ResourceMapper& mapper, const InstanceKey& key, Json::Value& result)
+{
+    if (key.isCondition) {
+        queryCachedInstances(mapper, result, " where " + key.text + noCase);
+    } else {
+        mapper.mInstanceId = key.text;
+        (void)readCachedInstance(mapper, result); // has logged what it cannot read
+    }
+}
+
+// Reads one instance of the resource that has been loaded, and puts it into out where there is one.
+_ResourceMapperError embed(ResourceMapper& mapper, const std::string& name, const InstanceKey& key,
+                           Json::Value& out)
+{
+    if (!key.isCondition) {
+        parseSelectors(mapper, key.text);
+    }
+    if (!isCached(mapper)) {
+        return RM_DATA_NOT_CACHED;
+    }
+    LOG_AT(LOG_FACT, "Resource is cached, using embedded DB");
+    Json::Value result;
+    readEmbedded(mapper, key, result);
+    if (result.empty()) {
+        LOG_AT(LOG_FACT, "No embedded data for %s", name.c_str());
+    } else {
+        out[name] = std::move(result);
+        LOG_AT(LOG_FACT, "Setting embedded data for %s", name.c_str());
+    }
+    return RM_OK;
+}
+
 } // namespace
 
-_ResourceMapperError ResourceMapper::GetMappedResources(const char* container, const char* id,
-                                                        Json::Value& out)
+_ResourceMapperError readEmbeddedData(ResourceMapper& mapper, const char* container, const char* id,
+                                      Json::Value& out)
 {
-    LOG_SCOPE();
-    const _ResourceMapperError err = checkResource(container, true);
+    LOG_SCOPE_AS("GetMappedResources");
+    const _ResourceMapperError err = checkResource(mapper, container, true);
     RM_ASSERT(RM_OK == err);
     // A copy: each embedded resource takes the place of the container's entry.
-    const Json::Value instances = objectOf(memberOf(mResourceObj, kInstances));
+    const Json::Value instances = objectOf(memberOf(mapper.mResourceObj, kInstances));
     _ResourceMapperError rc = RM_OK;
     for (auto entry = instances.begin(); entry != instances.end() && rc == RM_OK; ++entry) {
         const std::string name = entry.name();
@@ -159,42 +193,13 @@ _ResourceMapperError ResourceMapper::GetMappedResources(const char* container, c
         LOG_AT(LOG_FACT, "Query=%s", query.c_str());
         LOG_AT(LOG_FACT, "Fetching Data for Instance %s of %s for container %s", id, name.c_str(),
                container);
-        if (checkResource(name, false) != RM_OK) {
+        if (checkResource(mapper, name, false) != RM_OK) {
             LOG_AT(LOG_ERROR, "CheckResource Failed for %s. Ignored!", name.c_str());
         } else if (const auto key = keyOf(regex, query, id)) {
-            rc = embed(name, key->text, key->isCondition, out);
+            rc = embed(mapper, name, *key, out);
         }
     }
     return rc;
 }
 
-// Reads one instance of the resource that has been loaded, and puts it into out where there is one.
-_ResourceMapperError ResourceMapper::embed(const std::string& name, const std::string& key,
-                                           bool isCondition, Json::Value& out)
-{
-    Json::Value result;
-    if (isCondition || parseSelectors(key) == 0) {
-        if (!IsCached()) {
-            return RM_DATA_NOT_CACHED;
-        }
-        LOG_AT(LOG_FACT, "Resource is cached, using embedded DB");
-        readEmbedded(key, isCondition, result);
-    }
-    if (result.empty()) {
-        LOG_AT(LOG_FACT, "No embedded data for %s", name.c_str());
-    } else {
-        out[name] = std::move(result);
-        LOG_AT(LOG_FACT, "Setting embedded data for %s", name.c_str());
-    }
-    return RM_OK;
-}
-
-void ResourceMapper::readEmbedded(const std::string& key, bool isCondition, Json::Value& result)
-{
-    if (isCondition) {
-        QueryInstances(result, " where " + key + noCase, true);
-    } else {
-        mInstanceId = key;
-        (void)GetInstance(result, true); // has logged what it cannot read
-    }
-}
+} // namespace cimgate

@@ -1,13 +1,15 @@
-// The request's query options, $select matching, and the SELECT text for a class's table.
+#include "ResourceMapper/read/QueryOptions.h"
+
+#include "ListText.h"
 #include "Log.h"
-#include "ResourceMapper.h"
+#include "MessageArguments.h"
 #include "ResourceMapper/mapping/Entry.h"
 #include "SQLInterface/DataCache.h"
 
 #include <array>
 #include <cstdio>
 
-using namespace cimgate; // NOLINT(google-build-using-namespace): most of what stands here
+namespace cimgate {
 
 namespace {
 
@@ -34,120 +36,23 @@ std::string decimal(unsigned long value)
     return text;
 }
 
-} // namespace
-
-bool ResourceMapper::isQueryOptionPresent(int option, unsigned long& value) const
-{
-    const auto bit = static_cast<unsigned int>(option);
-    value = 0;
-    if ((mURI.GetOptionMask() & bit) == 0) {
-        return false;
-    }
-    value = mURI.GetOptionUInt32(bit);
-    return true;
-}
-
-_ResourceMapperError ResourceMapper::isQueryOptionPresent(int option, Json::Value& list)
-{
-    const unsigned int mask = mURI.GetOptionMask();
-    const auto bit = static_cast<unsigned int>(option);
-    if ((mask & bit) == 0) {
-        if ((mask & OL_OPTION_EXPAND) != 0) {
-            LOG_AT(LOG_ERROR, "Expand query not supported");
-            return failWith(RM_QUERY_NOT_SUPPORTED, "Expand");
-        }
-        if ((mask & OL_OPTION_FILTER) != 0) {
-            LOG_AT(LOG_ERROR, "Filter query not supported");
-            return failWith(RM_QUERY_NOT_SUPPORTED, "Filter");
-        }
-        return RM_OK;
-    }
-    const size_t length = mURI.GetOptionLength(bit);
-    if (length < 1 || length > kMaxSelectBytes) {
-        LOG_AT(LOG_ERROR, "Exceeded Length %d", static_cast<int>(length));
-        return RM_INTERNAL_ERROR;
-    }
-    char value[kMaxSelectBytes + 1] = "";
-    mURI.CopyOption(bit, value, sizeof value);
-    std::string rest = std::string(value) + ",";
-    for (size_t comma = rest.find(','); comma != std::string::npos; comma = rest.find(',')) {
-        list.append(TrimWhiteSpace(rest.substr(0, comma)));
-        rest.erase(0, comma + 1);
-    }
-    LOG_AT(LOG_FACT, "Select query: QParam (%s) ,  QParamLen (%d)", value,
-           static_cast<int>(length));
-    return RM_OK;
-}
-
-// The names in $select; what is refused is either an option not supported or an internal error.
-_ResourceMapperError ResourceMapper::selectedNames(Json::Value& list)
-{
-    const _ResourceMapperError rc = isQueryOptionPresent(OL_OPTION_SELECT, list);
-    return rc == RM_OK || rc == RM_QUERY_NOT_SUPPORTED ? rc : RM_INTERNAL_ERROR;
-}
-
-std::string ResourceMapper::TrimWhiteSpace(std::string text)
-{
-    const size_t first = text.find_first_not_of('+');
-    if (first == std::string::npos) {
-        return {};
-    }
-    return text.substr(first, text.find_last_not_of('+') - first + 1);
-}
-
-_ResourceMapperError ResourceMapper::MatchQueryParamAndPropList(Json::Value candidates,
-                                                                Json::Value selectList,
-                                                                Json::Value& matched,
-                                                                bool& selectAll)
-{
-    return matchSelect(candidates, selectList, matched, selectAll);
-}
-
-_ResourceMapperError ResourceMapper::matchSelect(const Json::Value& candidates,
-                                                 const Json::Value& selectList,
-                                                 Json::Value& matched, bool& selectAll)
-{
-    LOG_SCOPE_AS("MatchQueryParamAndPropList");
-    if (selectList.empty()) {
-        return RM_OK;
-    }
-    mShowLinks = false;
-    for (const Json::Value& selected : selectList) {
-        const std::string item = textOf(selected);
-        if (item == "*") {
-            selectAll = true;
-            mShowLinks = mShowLinks || !mIsCollection;
-            continue;
-        }
-        std::string rejected = item;
-        const bool isLink = !mIsCollection && item.find(mapping::kLinks) != std::string::npos;
-        const bool found =
-            isLink ? matchLinks(rejected) : matchProperties(item, candidates, matched);
-        // A link that the mapping lacks is refused by its own name, anything else by the item.
-        if (!found && (rejected != item || !isAlwaysSelectable(item))) {
-            return failWith(RM_PROPERTY_UNKNOWN, rejected);
-        }
-    }
-    return RM_OK;
-}
-
 // Picks the link that item ("Links", "Links/<name>", "Links/<name>/<member>") names. Where the
 // mapping has links but not this one, item becomes the text after its first '/'.
-bool ResourceMapper::matchLinks(std::string& item)
+bool matchLinks(ResourceMapper& mapper, std::string& item)
 {
-    mShowLinks = true;
-    if (!hasMember(mResourceObj, mapping::kLinks)) {
+    mapper.mShowLinks = true;
+    if (!hasMember(mapper.mResourceObj, mapping::kLinks)) {
         return false;
     }
     const size_t slash = item.find('/');
     if (slash == std::string::npos) {
         return true;
     }
-    const Json::Value& links = memberOf(mResourceObj, mapping::kLinks);
+    const Json::Value& links = memberOf(mapper.mResourceObj, mapping::kLinks);
     const std::string wanted = item.substr(slash + 1);
     if (hasMember(links, wanted)) {
         LOG_AT(LOG_FACT, "Links select %s", wanted.c_str());
-        mSelectedLinks.append(wanted);
+        mapper.mSelectedLinks.append(wanted);
         return true;
     }
     const size_t second = wanted.find('/');
@@ -155,7 +60,7 @@ bool ResourceMapper::matchLinks(std::string& item)
     if (second != std::string::npos && hasMember(links, link) && memberOf(links, link).isObject() &&
         hasMember(memberOf(links, link), wanted.substr(second + 1))) {
         LOG_AT(LOG_FACT, "Links select %s", link.c_str());
-        mSelectedLinks.append(link);
+        mapper.mSelectedLinks.append(link);
         return true;
     }
     item = wanted;
@@ -164,10 +69,10 @@ bool ResourceMapper::matchLinks(std::string& item)
 
 // Appends the candidates that item names. An alias is selectable only where it begins with the
 // property's own name; clients rely on the names that this leaves.
-bool ResourceMapper::matchProperties(const std::string& item, const Json::Value& candidates,
-                                     Json::Value& matched) const
+bool matchProperties(const ResourceMapper& mapper, const std::string& item,
+                     const Json::Value& candidates, Json::Value& matched)
 {
-    const Json::Value& properties = mapping::propertiesOf(mResourceObj, mCimClass);
+    const Json::Value& properties = mapping::propertiesOf(mapper.mResourceObj, mapper.mCimClass);
     bool found = false;
     for (const Json::Value& candidate : candidates) {
         const std::string name = textOf(candidate);
@@ -183,13 +88,99 @@ bool ResourceMapper::matchProperties(const std::string& item, const Json::Value&
     return found;
 }
 
-std::string ResourceMapper::GetSelectQuery(std::string cimClass, unsigned long limit,
-                                           unsigned long offset, std::string key,
-                                           std::string extraClause) const
+} // namespace
+
+bool numericOption(const odata::URI& uri, int option, unsigned long& value)
 {
-    LOG_SCOPE();
-    const Json::Value& properties = mapping::propertiesOf(mResourceObj, cimClass);
-    const std::string unique = textOf(mResourceObj, mapping::kUniqueSelector);
+    const auto bit = static_cast<unsigned int>(option);
+    value = 0;
+    if ((uri.GetOptionMask() & bit) == 0) {
+        return false;
+    }
+    value = uri.GetOptionUInt32(bit);
+    return true;
+}
+
+_ResourceMapperError listOption(ResourceMapper& mapper, int option, Json::Value& list)
+{
+    LOG_NAME("isQueryOptionPresent");
+    const unsigned int mask = mapper.mURI.GetOptionMask();
+    const auto bit = static_cast<unsigned int>(option);
+    if ((mask & bit) == 0) {
+        if ((mask & OL_OPTION_EXPAND) != 0) {
+            LOG_AT(LOG_ERROR, "Expand query not supported");
+            return failWith(mapper.mErrorArgs, RM_QUERY_NOT_SUPPORTED, "Expand");
+        }
+        if ((mask & OL_OPTION_FILTER) != 0) {
+            LOG_AT(LOG_ERROR, "Filter query not supported");
+            return failWith(mapper.mErrorArgs, RM_QUERY_NOT_SUPPORTED, "Filter");
+        }
+        return RM_OK;
+    }
+    const size_t length = mapper.mURI.GetOptionLength(bit);
+    if (length < 1 || length > kMaxSelectBytes) {
+        LOG_AT(LOG_ERROR, "Exceeded Length %d", static_cast<int>(length));
+        return RM_INTERNAL_ERROR;
+    }
+    char value[kMaxSelectBytes + 1] = "";
+    mapper.mURI.CopyOption(bit, value, sizeof value);
+    for (const std::string_view item : itemsOf(value)) {
+        list.append(std::string(trimmed(item)));
+    }
+    LOG_AT(LOG_FACT, "Select query: QParam (%s) ,  QParamLen (%d)", value,
+           static_cast<int>(length));
+    return RM_OK;
+}
+
+_ResourceMapperError selectedNames(ResourceMapper& mapper, Json::Value& list)
+{
+    const _ResourceMapperError rc = listOption(mapper, OL_OPTION_SELECT, list);
+    return rc == RM_OK || rc == RM_QUERY_NOT_SUPPORTED ? rc : RM_INTERNAL_ERROR;
+}
+
+std::string_view trimmed(std::string_view text)
+{
+    const size_t first = text.find_first_not_of('+');
+    if (first == std::string_view::npos) {
+        return {};
+    }
+    return text.substr(first, text.find_last_not_of('+') - first + 1);
+}
+
+_ResourceMapperError matchSelect(ResourceMapper& mapper, const Json::Value& candidates,
+                                 const Json::Value& selectList, Json::Value& matched,
+                                 bool& selectAll)
+{
+    LOG_SCOPE_AS("MatchQueryParamAndPropList");
+    if (selectList.empty()) {
+        return RM_OK;
+    }
+    mapper.mShowLinks = false;
+    for (const Json::Value& selected : selectList) {
+        const std::string item = textOf(selected);
+        if (item == "*") {
+            selectAll = true;
+            mapper.mShowLinks = mapper.mShowLinks || !mapper.mIsCollection;
+            continue;
+        }
+        std::string rejected = item;
+        const bool isLink =
+            !mapper.mIsCollection && item.find(mapping::kLinks) != std::string::npos;
+        const bool found = isLink ? matchLinks(mapper, rejected)
+                                  : matchProperties(mapper, item, candidates, matched);
+        // A link that the mapping lacks is refused by its own name, anything else by the item.
+        if (!found && (rejected != item || !isAlwaysSelectable(item))) {
+            return failWith(mapper.mErrorArgs, RM_PROPERTY_UNKNOWN, rejected);
+        }
+    }
+    return RM_OK;
+}
+
+std::string selectQuery(const Json::Value& entry, const std::string& cimClass, const Rows& rows)
+{
+    LOG_SCOPE_AS("GetSelectQuery");
+    const Json::Value& properties = mapping::propertiesOf(entry, cimClass);
+    const std::string unique = textOf(entry, mapping::kUniqueSelector);
     std::string columns;
     for (auto property = properties.begin(); property != properties.end(); ++property) {
         columns += columns.empty() ? "" : ",";
@@ -203,13 +194,15 @@ std::string ResourceMapper::GetSelectQuery(std::string cimClass, unsigned long l
     }
     std::string query = "select ";
     query.append(columns).append(" from ").append(Table_Prefix).append(cimClass);
-    if (limit != 0 || offset != 0) {
-        query += limit != 0 ? " LIMIT " + decimal(limit) : "";
-        query += offset != 0 ? " OFFSET " + decimal(offset) : "";
-    } else if (!key.empty()) {
+    if (rows.limit != 0 || rows.offset != 0) {
+        query += rows.limit != 0 ? " LIMIT " + decimal(rows.limit) : "";
+        query += rows.offset != 0 ? " OFFSET " + decimal(rows.offset) : "";
+    } else if (!rows.key.empty()) {
         query += " where " + unique + " = ?";
     } else {
-        query += extraClause;
+        query += rows.condition;
     }
     return query;
 }
+
+} // namespace cimgate

@@ -84,7 +84,7 @@ TEST_P(FarDateTime, OfACellIsShown)
 
 TEST_P(FarDateTime, IsWrittenAsLocalTime)
 {
-    EXPECT_EQ(localTimeText(static_cast<time_t>(GetParam().seconds)), GetParam().text);
+    EXPECT_EQ(cimgate::localTimeText(static_cast<time_t>(GetParam().seconds)), GetParam().text);
 }
 
 INSTANTIATE_TEST_SUITE_P(, FarDateTime,
