@@ -1,19 +1,69 @@
 // One Redfish request, answered from a mapping file, the data cache and CIM.
 //
 // The host makes a ResourceMapper for each request, resolves the URI with ParseUri(), calls one
-// operation and sends the result:
+// operation and sends the result. A read:
 //
-//   odata::Scope scope = odata::Scope::ForRequest("/redfish/v1/...");
-//   odata::URI uri = scope.NewURI();
-//   ResourceMapper mapper(session, scope, uri, false);
-//   Json::Value body;
-//   _ResourceMapperError rc = mapper.ParseUri(RM_METHOD_GET);
-//   if (rc == RM_OK) rc = mapper.mIsCollection ? mapper.GetCollection(body)
-//                                              : mapper.GetInstance(body);
-//   if (rc == RM_OK) mapper.SendResponse(body); else mapper.SendExtendedErrorResponse(rc);
+//   #include <ResourceMapper.h>
+//   #include <SfccInterface.h>
+//
+//   // Once, before the first read. Only where the mapping has a class with "is_cached": without
+//   // its data cache the process ends.
+//   void start()
+//   {
+//       LoadDatabase();
+//   }
+//
+//   enum class Source { Mapping, Cache, CacheNotReady, Cim };
+//
+//   Source sourceOf(ResourceMapper& mapper)
+//   {
+//       const Json::Value& entry = mapper.mResourceObj;
+//       if (!mapper.mIsCollection && !entry.isMember("UniqueSelector")) {
+//           return entry.isMember("Selectors") ? Source::Cim : Source::Mapping;
+//       }
+//       if (!entry["mappings"][mapper.mCimClass]["is_cached"].asBool()) {
+//           return Source::Cim;
+//       }
+//       return mapper.IsCached() ? Source::Cache : Source::CacheNotReady;
+//   }
+//
+//   // Status, headers and body of the answer are the scope's afterwards.
+//   void answerGet(odata::Scope& scope, SfccSession& session)
+//   {
+//       const odata::URI uri = scope.NewURI();
+//       ResourceMapper mapper(&session, scope, uri, false);
+//       Json::Value body;
+//       _ResourceMapperError rc = mapper.ParseUri(RM_METHOD_GET);
+//       if (rc == RM_OK) {
+//           switch (sourceOf(mapper)) {
+//           case Source::Mapping: // a service: what its entry says of it is all there is
+//               mapper.IsServiceURI(body, rc);
+//               break;
+//           case Source::Cache:
+//               rc = mapper.mIsCollection ? mapper.GetCollection(body, true)
+//                                         : mapper.GetInstance(body, true);
+//               break;
+//           case Source::CacheNotReady: // the header "Retry-After" is set
+//               scope.SetStatus(503);
+//               scope.WriteBody("application/json", "{}"); // or an error of the host's own
+//               scope.SendResult(1, "");
+//               return;
+//           case Source::Cim:
+//               rc = mapper.mIsCollection ? mapper.GetCollection(body) : mapper.GetInstance(body);
+//               break;
+//           }
+//       }
+//       if (rc == RM_OK) {
+//           mapper.SendResponse(body);
+//       } else {
+//           mapper.SendExtendedErrorResponse(rc);
+//       }
+//   }
+//
+// The project's docs/host-integration.md has the loop around it, and a POST.
 //
 // Each read exists twice: live from CIM through the session, and, with a further bool whose value
-// does not matter, from the data cache. The host chooses; see IsCached().
+// does not matter, from the data cache.
 //
 // Threads: a mapper belongs to one request and one thread. Requests may run on several threads,
 // each with its own mapper and, where CIM is read, its own session; the mapping file is loaded
