@@ -10,7 +10,7 @@
 namespace cimxml {
 namespace {
 
-// Reads the VALUE. elements of one document.
+// Reads the objects of one document.
 class Reader
 {
 public:
@@ -18,12 +18,9 @@ public:
 
     bool readGroup(pugi::xml_node group)
     {
-        const pugi::xml_node path = group.child("NAMESPACEPATH");
-        const std::string nameSpace =
-            joinedNameSpace((path ? path : group).child("LOCALNAMESPACEPATH"));
+        const std::string nameSpace = joinedNameSpace(group.child("LOCALNAMESPACEPATH"));
         for (const pugi::xml_node value : group.children()) {
-            if (std::strncmp(value.name(), "VALUE.", std::strlen("VALUE.")) == 0 &&
-                !readObject(value, nameSpace)) {
+            if (std::strcmp(value.name(), "VALUE.OBJECT") == 0 && !readObject(value, nameSpace)) {
                 return false;
             }
         }
@@ -34,28 +31,14 @@ public:
 private:
     bool readObject(pugi::xml_node value, const std::string& nameSpace)
     {
-        ObjectPath path;
-        for (const pugi::xml_node child : value.children()) {
-            const std::string_view name = child.name();
-            const bool isPath = name.ends_with("PATH") || name == "INSTANCENAME";
-            if (isPath && !decodePath(ObjectPathView(child), path, mFault)) {
-                return false;
-            }
-        }
-        const std::string& own = path.nameSpace.empty() ? nameSpace : path.nameSpace;
         if (const pugi::xml_node cls = value.child("CLASS")) {
             DeclaredClass& declared = mDeclarations.classes.emplace_back();
-            declared.nameSpace = own;
+            declared.nameSpace = nameSpace;
             return decodeClass(cls, declared.cls, mFault);
         }
-        const pugi::xml_node instance = value.child("INSTANCE");
-        if (!instance) {
-            return mFault.set(value, std::string(value.name()) + " holds no object");
-        }
         DeclaredInstance& declared = mDeclarations.instances.emplace_back();
-        declared.nameSpace = own;
-        declared.path = std::move(path);
-        return decodeInstance(instance, declared.instance, mFault);
+        declared.nameSpace = nameSpace;
+        return decodeInstance(value.child("INSTANCE"), declared.instance, mFault);
     }
 
     Declarations& mDeclarations;

@@ -148,12 +148,6 @@ constexpr ElementRule kInstanceWithPath = {.name = "VALUE.INSTANCEWITHPATH",
 constexpr ChildRule kObjectChildren[] = {{&kInstanceRule}, {&kClassRule}};
 constexpr ElementRule kObject = {
     .name = "VALUE.OBJECT", .children = kObjectChildren, .minSingles = 1, .maxSingles = 1};
-constexpr ChildRule kNamedObjectChildren[] = {
-    {&kInstanceNameRule}, {&kInstanceRule}, {&kClassRule}};
-constexpr ElementRule kNamedObject = {.name = "VALUE.NAMEDOBJECT",
-                                      .children = kNamedObjectChildren,
-                                      .minSingles = 1,
-                                      .maxSingles = 2};
 constexpr ChildRule kObjectWithPathChildren[] = {
     {&kInstancePath}, {&kInstanceRule}, {&kClassPath}, {&kClassRule}};
 constexpr ElementRule kObjectWithPath = {.name = "VALUE.OBJECTWITHPATH",
@@ -234,25 +228,11 @@ constexpr ChildRule kOperationResponseChildren[] = {
 constexpr ChildRule kMethodResponseChildren[] = {
     {&kMethodReturn}, {&kMethodParameter, kRepeated}, {&kError, kRepeated}};
 
-constexpr ChildRule kDeclarationGroupChildren[] = {{&kLocalNameSpacePath},
-                                                   {&kNameSpacePath},
-                                                   {&kQualifierDeclaration, kRepeated},
-                                                   {&kObject, kRepeated}};
+constexpr ChildRule kDeclarationGroupChildren[] = {
+    {&kLocalNameSpacePath}, {&kQualifierDeclaration, kRepeated}, {&kObject, kRepeated}};
 constexpr ElementRule kDeclarationGroup = {
     .name = "DECLGROUP", .children = kDeclarationGroupChildren, .maxSingles = 1};
-constexpr ChildRule kNamedDeclarationsChildren[] = {{&kLocalNameSpacePath},
-                                                    {&kNameSpacePath},
-                                                    {&kQualifierDeclaration, kRepeated},
-                                                    {&kNamedObject, kRepeated}};
-constexpr ElementRule kNamedDeclarations = {
-    .name = "DECLGROUP.WITHNAME", .children = kNamedDeclarationsChildren, .maxSingles = 1};
-constexpr ChildRule kDeclarationsWithPathChildren[] = {{&kObjectWithPath, kRepeated},
-                                                       {&kObjectWithLocalPath, kRepeated}};
-constexpr ElementRule kDeclarationsWithPath = {.name = "DECLGROUP.WITHPATH",
-                                               .children = kDeclarationsWithPathChildren};
-constexpr ChildRule kDeclarationChildren[] = {{&kDeclarationGroup, kRepeated},
-                                              {&kNamedDeclarations, kRepeated},
-                                              {&kDeclarationsWithPath, kRepeated}};
+constexpr ChildRule kDeclarationChildren[] = {{&kDeclarationGroup, kRepeated}};
 constexpr ElementRule kDeclaration = {.name = "DECLARATION", .children = kDeclarationChildren};
 
 constexpr ChildRule kMessageChildren[] = {{&kRequest}, {&kMultiRequest}};

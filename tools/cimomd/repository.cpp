@@ -30,36 +30,6 @@ bool readFiles(const std::vector<std::string>& paths,
     return true;
 }
 
-// A path that comes with an instance may give keys that the instance leaves out.
-void takeKeys(const cimxml::ObjectPath& path, cimxml::Instance& instance)
-{
-    for (const cimxml::KeyBinding& key : path.keys) {
-        if (instance.find(key.name) == nullptr) {
-            cimxml::Property property;
-            property.name = key.name;
-            property.value = cimxml::Value::of(key.type, key.value);
-            instance.properties.push_back(std::move(property));
-        }
-    }
-}
-
-bool addInstance(NameSpace& nameSpace, cimxml::DeclaredInstance& declared, std::string& problem)
-{
-    takeKeys(declared.path, declared.instance);
-    cimxml::CimError error;
-    const StoredInstance* const stored = nameSpace.create(declared.instance, error);
-    if (stored == nullptr) {
-        problem = error.description;
-        return false;
-    }
-    if (!declared.path.keys.empty() &&
-        nameSpace.identityOf(declared.path) != nameSpace.identityOf(stored->path)) {
-        problem = "its keys are not those of its path " + cimxml::pathText(declared.path);
-        return false;
-    }
-    return true;
-}
-
 } // namespace
 
 bool Repository::load(const std::string& directory, std::string& problem)
@@ -104,10 +74,11 @@ bool Repository::addInstances(std::vector<File>& files, std::string& problem)
         for (cimxml::DeclaredInstance& declared : file.declarations.instances) {
             ++number;
             NameSpace* const nameSpace = find(declared.nameSpace);
-            std::string wrong = "its namespace \"" + declared.nameSpace + "\" has no classes";
-            if (nameSpace == nullptr || !addInstance(*nameSpace, declared, wrong)) {
+            cimxml::CimError error;
+            error.description = "its namespace \"" + declared.nameSpace + "\" has no classes";
+            if (nameSpace == nullptr || nameSpace->create(declared.instance, error) == nullptr) {
                 problem = file.path + ": instance " + std::to_string(number) + ", of " +
-                          declared.instance.className + ": " + wrong;
+                          declared.instance.className + ": " + error.description;
                 return false;
             }
         }

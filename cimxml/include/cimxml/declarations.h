@@ -6,8 +6,8 @@
 //     <VALUE.OBJECT><INSTANCE CLASSNAME="XCIM_Thing">...</INSTANCE></VALUE.OBJECT>
 //   </DECLGROUP></DECLARATION></CIM>
 //
-// DECLGROUP.WITHNAME (VALUE.NAMEDOBJECT) and DECLGROUP.WITHPATH (VALUE.OBJECTWITHPATH,
-// VALUE.OBJECTWITHLOCALPATH) are read too. QUALIFIER.DECLARATION is skipped.
+// QUALIFIER.DECLARATION is skipped. The other groups of DSP0201 (DECLGROUP.WITHNAME and
+// DECLGROUP.WITHPATH) are refused.
 #ifndef CIMXML_DECLARATIONS_H_
 #define CIMXML_DECLARATIONS_H_
 
@@ -28,7 +28,6 @@ struct DeclaredClass
 struct DeclaredInstance
 {
     std::string nameSpace;
-    ObjectPath path; // without keys where only the instance was given
     Instance instance;
 };
 

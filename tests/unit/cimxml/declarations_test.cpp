@@ -12,8 +12,6 @@ using testing::StartsWith;
 
 const std::string kNameSpace =
     R"(<LOCALNAMESPACEPATH><NAMESPACE NAME="root"/><NAMESPACE NAME="xcim"/></LOCALNAMESPACEPATH>)";
-const std::string kName =
-    R"(<INSTANCENAME CLASSNAME="A"><KEYBINDING NAME="Id"><KEYVALUE>k</KEYVALUE></KEYBINDING></INSTANCENAME>)";
 const std::string kInstance = "<INSTANCE CLASSNAME=\"A\">\n<PROPERTY NAME=\"Id\" "
                               "TYPE=\"string\"><VALUE>k</VALUE></PROPERTY></INSTANCE>";
 
@@ -52,38 +50,17 @@ TEST(Declarations, give_classes_and_instances_in_their_namespace)
     EXPECT_EQ(all.classes[0].cls.name, "A");
     ASSERT_EQ(all.instances.size(), 1U);
     EXPECT_EQ(all.instances[0].nameSpace, "root/xcim");
-    EXPECT_EQ(all.instances[0].path.className, "");
     EXPECT_EQ(lineOf(all.instances[0].instance.find("id")->value), "string 'k'");
 }
 
-TEST(Declarations, may_name_their_objects)
+TEST(Declarations, of_objects_with_names_or_paths_are_refused)
 {
-    const auto all = readDeclarations(
-        document("<DECLGROUP.WITHNAME><NAMESPACEPATH><HOST>h</HOST>" + kNameSpace +
-                 "</NAMESPACEPATH><VALUE.NAMEDOBJECT>" + kName + kInstance +
-                 "</VALUE.NAMEDOBJECT><VALUE.NAMEDOBJECT><CLASS NAME='A'/></VALUE.NAMEDOBJECT>"
-                 "</DECLGROUP.WITHNAME>"));
-    ASSERT_EQ(all.instances.size(), 1U);
-    EXPECT_EQ(all.instances[0].nameSpace, "root/xcim");
-    EXPECT_EQ(lineOf(all.instances[0].path), "A.Id=\"k\"");
-    EXPECT_EQ(all.classes.size(), 1U);
-}
-
-TEST(Declarations, may_give_whole_paths)
-{
-    const auto all = readDeclarations(document(
-        "<DECLGROUP.WITHPATH><VALUE.OBJECTWITHLOCALPATH><LOCALINSTANCEPATH>" + kNameSpace + kName +
-        "</LOCALINSTANCEPATH>" + kInstance +
-        "</VALUE.OBJECTWITHLOCALPATH><VALUE.OBJECTWITHPATH><CLASSPATH><NAMESPACEPATH><HOST>h</"
-        "HOST>" +
-        kNameSpace +
-        "</NAMESPACEPATH><CLASSNAME NAME='A'/></CLASSPATH><CLASS NAME='A'/></VALUE.OBJECTWITHPATH>"
-        "</DECLGROUP.WITHPATH>"));
-    ASSERT_EQ(all.instances.size(), 1U);
-    EXPECT_EQ(all.instances[0].nameSpace, "root/xcim");
-    EXPECT_EQ(lineOf(all.instances[0].path), "root/xcim:A.Id=\"k\"");
-    ASSERT_EQ(all.classes.size(), 1U);
-    EXPECT_EQ(all.classes[0].nameSpace, "root/xcim");
+    EXPECT_THAT(problemOf(document("<DECLGROUP.WITHNAME/>")),
+                HasSubstr("DECLARATION may not hold DECLGROUP.WITHNAME"));
+    EXPECT_THAT(problemOf(document("<DECLGROUP.WITHPATH/>")),
+                HasSubstr("DECLARATION may not hold DECLGROUP.WITHPATH"));
+    EXPECT_THAT(problemOf(document("<DECLGROUP><VALUE.NAMEDOBJECT/></DECLGROUP>")),
+                HasSubstr("DECLGROUP may not hold VALUE.NAMEDOBJECT"));
 }
 
 TEST(Declarations, add_up_over_groups_and_documents)
@@ -122,9 +99,8 @@ TEST(Declarations, are_refused_where_there_are_none)
     EXPECT_THAT(problemOf("<CIM CIMVERSION='2.0' DTDVERSION='2.0'><MESSAGE ID='1' "
                           "PROTOCOLVERSION='1.0'><MULTIREQ/></MESSAGE></CIM>"),
                 HasSubstr("no DECLARATION"));
-    EXPECT_THAT(problemOf(document("<DECLGROUP.WITHNAME><VALUE.NAMEDOBJECT>" + kName +
-                                   "</VALUE.NAMEDOBJECT></DECLGROUP.WITHNAME>")),
-                HasSubstr("holds no object"));
+    EXPECT_THAT(problemOf(document("<DECLGROUP><VALUE.OBJECT/></DECLGROUP>")),
+                HasSubstr("VALUE.OBJECT is incomplete"));
 }
 
 } // namespace
