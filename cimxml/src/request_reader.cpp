@@ -3,7 +3,6 @@
 
 #include <cimxml/request.h>
 
-#include <algorithm>
 #include <cstring>
 
 namespace cimxml {
@@ -141,15 +140,6 @@ std::variant<Request, RequestFault> decodeCall(pugi::xml_node message, pugi::xml
 }
 
 } // namespace
-
-const IntrinsicValue* IntrinsicRequest::find(std::string_view name) const
-{
-    const auto found =
-        std::find_if(parameters.begin(), parameters.end(), [name](const IntrinsicParameter& one) {
-            return equalsIgnoreCase(one.name, name);
-        });
-    return found == parameters.end() ? nullptr : &found->value;
-}
 
 std::variant<Request, RequestFault> decodeRequest(std::string_view body)
 {

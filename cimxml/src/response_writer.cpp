@@ -53,34 +53,12 @@ void ResponseWriter::addObjectPath(const ObjectPath& path)
     mText += "</OBJECTPATH>";
 }
 
-void ResponseWriter::addClassPath(const ObjectPath& path)
-{
-    mText += "<OBJECTPATH>";
-    appendClassPath(mText, path);
-    mText += "</OBJECTPATH>";
-}
-
 void ResponseWriter::addObjectWithPath(const ObjectPath& path, const Instance& instance)
 {
     mText += "<VALUE.OBJECTWITHPATH>";
     appendInstancePath(mText, path);
     appendInstance(mText, instance);
     mText += "</VALUE.OBJECTWITHPATH>";
-}
-
-void ResponseWriter::addClassWithPath(const ObjectPath& path, const Class& cls)
-{
-    mText += "<VALUE.OBJECTWITHPATH>";
-    appendClassPath(mText, path);
-    appendClass(mText, cls);
-    mText += "</VALUE.OBJECTWITHPATH>";
-}
-
-void ResponseWriter::addObject(const Instance& instance)
-{
-    mText += "<VALUE.OBJECT>";
-    appendInstance(mText, instance);
-    mText += "</VALUE.OBJECT>";
 }
 
 void ResponseWriter::addClass(const Class& cls)

@@ -45,16 +45,6 @@ auto* findNamed(Named& all, std::string_view name)
     return found == all.end() ? nullptr : &*found;
 }
 
-bool sameKeyValue(const Scalar& a, const Scalar& b)
-{
-    const auto* pathA = std::get_if<std::shared_ptr<const ObjectPath>>(&a);
-    const auto* pathB = std::get_if<std::shared_ptr<const ObjectPath>>(&b);
-    if (pathA != nullptr && pathB != nullptr) {
-        return samePath(**pathA, **pathB);
-    }
-    return a == b;
-}
-
 std::string keyText(const KeyBinding& key)
 {
     if (const auto* path = std::get_if<std::shared_ptr<const ObjectPath>>(&key.value)) {
@@ -140,15 +130,6 @@ Value Value::array(Type type, std::vector<Scalar> elements)
 const KeyBinding* ObjectPath::findKey(std::string_view name) const
 {
     return findNamed(keys, name);
-}
-
-bool samePath(const ObjectPath& a, const ObjectPath& b)
-{
-    return a.keys.size() == b.keys.size() && equalsIgnoreCase(a.className, b.className) &&
-           std::all_of(a.keys.begin(), a.keys.end(), [&b](const KeyBinding& key) {
-               const KeyBinding* other = b.findKey(key.name);
-               return other != nullptr && sameKeyValue(key.value, other->value);
-           });
 }
 
 std::string pathText(const ObjectPath& path)

@@ -57,9 +57,6 @@ struct IntrinsicRequest
     std::string operation; // "EnumerateInstances"
     std::string nameSpace; // "root/xcim"
     std::vector<IntrinsicParameter> parameters;
-
-    // The first of this name, without case.
-    const IntrinsicValue* find(std::string_view name) const;
 };
 
 // A method of a class or an instance, METHODCALL.

@@ -23,8 +23,6 @@ class ResponseWriter
 public:
     ResponseWriter(std::string_view messageId, std::string_view operation);
 
-    void reserve(std::size_t bytes) { mText.reserve(bytes); }
-
     void addInstance(const Instance& instance); // INSTANCE: GetInstance
     // VALUE.NAMEDINSTANCE: EnumerateInstances
     void addNamedInstance(const ObjectPath& path, const Instance& instance);
@@ -33,13 +31,8 @@ public:
     // OBJECTPATH, of an instance: AssociatorNames, ReferenceNames. Host and namespace should be
     // set.
     void addObjectPath(const ObjectPath& path);
-    // OBJECTPATH, of a class
-    void addClassPath(const ObjectPath& path);
-    // VALUE.OBJECTWITHPATH: Associators, References of an instance
+    // VALUE.OBJECTWITHPATH: Associators, References, ExecQuery
     void addObjectWithPath(const ObjectPath& path, const Instance& instance);
-    // VALUE.OBJECTWITHPATH: Associators, References of a class
-    void addClassWithPath(const ObjectPath& path, const Class& cls);
-    void addObject(const Instance& instance); // VALUE.OBJECT: ExecQuery
     void addClass(const Class& cls);          // CLASS: GetClass, EnumerateClasses
     void addClassName(std::string_view name); // CLASSNAME: EnumerateClassNames
     void addValue(

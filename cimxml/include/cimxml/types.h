@@ -117,10 +117,6 @@ struct ObjectPath
     const KeyBinding* findKey(std::string_view name) const;
 };
 
-// The same object: class and key names without case, key order aside, key values of the same kind
-// exactly. Host and namespace are not compared. A key text never equals a number; convert it first.
-bool samePath(const ObjectPath& a, const ObjectPath& b);
-
 // Class and keys, "XCIM_Thing.Id=\"a\",Port=1", in the path's order: for messages.
 std::string pathText(const ObjectPath& path);
 
@@ -211,11 +207,14 @@ struct MethodParameter
     Embedded embedded = Embedded::None;
 };
 
+// The CIM status (DSP0200) of a failure that no other is for: CIM_ERR_FAILED.
+constexpr unsigned int kCimErrFailed = 1;
+
 // An ERROR element.
 struct CimError
 {
-    unsigned int code =
-        1; // CIM status, 1 CIM_ERR_FAILED and so on; what is no such number reads as 1
+    // CIM status; what is no such number reads as a general failure.
+    unsigned int code = kCimErrFailed;
     std::string description = {};
 };
 

@@ -66,10 +66,7 @@ TEST(ResponseWriter, writes_every_kind_of_object)
     writer.addNamedInstance(kWrittenPath, thing(five));
     writer.addInstanceName(kWrittenPath);
     writer.addObjectPath(kWrittenPath);
-    writer.addClassPath(kWrittenPath);
     writer.addObjectWithPath(kWrittenPath, thing(five));
-    writer.addClassWithPath(kWrittenPath, cls);
-    writer.addObject(thing(five));
     writer.addClass(cls);
     writer.addValue(five);
     writer.addValue(Value::null(Type::Uint8));
@@ -77,11 +74,8 @@ TEST(ResponseWriter, writes_every_kind_of_object)
                 ElementsAre("instance XCIM_Thing at XCIM_Thing.Id=\"a\"b\"", "A uint8 '5'",
                             "path XCIM_Thing.Id=\"a\"b\"",
                             "path //h/root/xcim:XCIM_Thing.Id=\"a\"b\"",
-                            "path class //h/root/xcim:XCIM_Thing",
                             "instance XCIM_Thing at //h/root/xcim:XCIM_Thing.Id=\"a\"b\"",
-                            "A uint8 '5'", "class XCIM_Thing at class //h/root/xcim:XCIM_Thing",
-                            "instance XCIM_Thing at no path", "A uint8 '5'",
-                            "class XCIM_Thing at no path", "value string '5'"));
+                            "A uint8 '5'", "class XCIM_Thing at no path", "value string '5'"));
 }
 
 TEST(ResponseWriter, writes_every_type_so_that_it_reads_back)

@@ -47,39 +47,6 @@ TEST(Find, ignores_case)
     EXPECT_EQ(cimxml::findQualifier(cls.qualifiers, "ABSTRACT"), cls.qualifiers.data());
 }
 
-TEST(SamePath, ignores_case_of_names_order_of_keys_and_where_the_object_is)
-{
-    const ObjectPath a = thingPath(
-        {{"Id", Type::String, std::string("x")}, {"Port", Type::Uint32, std::uint64_t{1}}});
-    ObjectPath b = thingPath(
-        {{"PORT", Type::Uint64, std::uint64_t{1}, true}, {"ID", Type::String, std::string("x")}});
-    b.className = "xcim_thing";
-    b.host = "";
-    b.nameSpace = "root/other";
-    EXPECT_TRUE(cimxml::samePath(a, b));
-}
-
-TEST(SamePath, compares_key_values_exactly)
-{
-    const ObjectPath a = thingPath({{"Id", Type::String, std::string("x")}});
-    EXPECT_FALSE(cimxml::samePath(a, thingPath({{"Id", Type::String, std::string("X")}})));
-    EXPECT_FALSE(cimxml::samePath(a, thingPath({{"Name", Type::String, std::string("x")}})));
-    EXPECT_FALSE(cimxml::samePath(a, thingPath({})));
-    EXPECT_FALSE(cimxml::samePath(thingPath({{"Port", Type::String, std::string("1")}}),
-                                  thingPath({{"Port", Type::Uint8, std::uint64_t{1}}})));
-}
-
-TEST(SamePath, looks_into_references)
-{
-    const auto reference = [](const char* id) {
-        return std::make_shared<const ObjectPath>(
-            thingPath({{"Id", Type::String, std::string(id)}}));
-    };
-    const ObjectPath a = thingPath({{"Part", Type::Reference, reference("x")}});
-    EXPECT_TRUE(cimxml::samePath(a, thingPath({{"part", Type::Reference, reference("x")}})));
-    EXPECT_FALSE(cimxml::samePath(a, thingPath({{"part", Type::Reference, reference("y")}})));
-}
-
 TEST(PathText, shows_class_and_keys)
 {
     EXPECT_EQ(cimxml::pathText(thingPath({{"Id", Type::String, std::string("x")},
