@@ -21,16 +21,21 @@ public:
     // The request must outlive the arguments and what they return.
     explicit Arguments(const cimxml::IntrinsicRequest& request);
 
+    // The value of one of the kinds of cimxml::IntrinsicValue; an empty one where there is none.
+    // (The path of a class has no keys; whether there may be none, the class tells.)
+    template <typename Kind>
+    const Kind& required(const char* name)
+    {
+        return kindOf<Kind>(name, take(name, true));
+    }
+    template <typename Kind>
+    const Kind& optional(const char* name)
+    {
+        return kindOf<Kind>(name, take(name, false));
+    }
+
     bool flag(const char* name, bool byDefault);
-    // Empty when there is none.
-    std::string className(const char* name);
-    std::string requiredClassName(const char* name);
-    std::string text(const char* name);
-    std::string requiredText(const char* name);
     std::optional<std::vector<std::string>> names(const char* name);
-    cimxml::ObjectPath requiredInstanceName(const char* name);
-    const cimxml::Instance& requiredInstance(const char* name);
-    const cimxml::NamedInstance& requiredNamedInstance(const char* name);
     // A value of any kind, its elements as texts; null when there is none.
     cimxml::Value value(const char* name);
 
@@ -38,10 +43,21 @@ public:
     bool finish(cimxml::CimError& error);
 
 private:
-    const cimxml::IntrinsicValue* take(const char* name, bool isRequired);
+    const cimxml::IntrinsicValue& take(const char* name, bool isRequired);
+    void wrong(const std::string& name, const std::string& fault);
+
     template <typename Kind>
-    const Kind* takeKind(const char* name, bool isRequired);
-    void wrong(const std::string& description);
+    const Kind& kindOf(const char* name, const cimxml::IntrinsicValue& value)
+    {
+        static const Kind kNone{};
+        if (const auto* const kind = std::get_if<Kind>(&value)) {
+            return *kind;
+        }
+        if (!std::holds_alternative<std::monostate>(value)) {
+            wrong(name, "has a value of another type");
+        }
+        return kNone;
+    }
 
     const std::vector<cimxml::IntrinsicParameter>& mParameters;
     std::vector<bool> mIsTaken;

@@ -122,10 +122,7 @@ bool findNamedClass(OperationCall& call, const std::string& name, const ClassEnt
 bool prepare(OperationCall& call, const cimxml::ObjectPath& object,
              const std::string& associationClass, const std::string& resultClass, Search& search)
 {
-    if (!call.arguments.finish(call.error)) {
-        return false;
-    }
-    const StoredInstance* const source = call.nameSpace.find(object, call.error);
+    const StoredInstance* const source = findInstance(call, object);
     if (source == nullptr) {
         return false;
     }
@@ -138,11 +135,11 @@ bool followAssociations(OperationCall& call, const Visit& visit)
 {
     Arguments& arguments = call.arguments;
     Search search;
-    const cimxml::ObjectPath object = arguments.requiredInstanceName("ObjectName");
-    const std::string associationClass = arguments.className("AssocClass");
-    const std::string resultClass = arguments.className("ResultClass");
-    search.role = arguments.text("Role");
-    search.resultRole = arguments.text("ResultRole");
+    const auto& object = arguments.required<cimxml::ObjectPath>("ObjectName");
+    const std::string associationClass = arguments.optional<cimxml::ClassName>("AssocClass").name;
+    const std::string resultClass = arguments.optional<cimxml::ClassName>("ResultClass").name;
+    search.role = arguments.optional<std::string>("Role");
+    search.resultRole = arguments.optional<std::string>("ResultRole");
     if (!prepare(call, object, associationClass, resultClass, search)) {
         return false;
     }
@@ -154,9 +151,9 @@ bool followAssociations(OperationCall& call, const Visit& visit)
 bool followReferences(OperationCall& call, const Visit& visit)
 {
     Search search;
-    const cimxml::ObjectPath object = call.arguments.requiredInstanceName("ObjectName");
-    const std::string resultClass = call.arguments.className("ResultClass");
-    search.role = call.arguments.text("Role");
+    const auto& object = call.arguments.required<cimxml::ObjectPath>("ObjectName");
+    const std::string resultClass = call.arguments.optional<cimxml::ClassName>("ResultClass").name;
+    search.role = call.arguments.optional<std::string>("Role");
     if (!prepare(call, object, resultClass, {}, search)) {
         return false;
     }

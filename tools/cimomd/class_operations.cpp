@@ -1,7 +1,7 @@
 // The operations on classes.
 #include "operations.h"
+#include "values.h"
 
-#include <algorithm>
 #include <functional>
 
 namespace cimomd {
@@ -74,36 +74,32 @@ void forEachClass(const std::vector<const ClassEntry*>& classes, bool isDeep,
 bool enumerate(OperationCall& call, const std::string& className, bool isDeep,
                const std::function<void(const ClassEntry&)>& visit)
 {
-    const ClassEntry* const parent =
-        className.empty() ? nullptr : call.nameSpace.findClass(className, call.error);
-    if (!className.empty() && parent == nullptr) {
-        return false;
+    if (className.empty()) {
+        forEachClass(call.nameSpace.classes().roots(), isDeep, visit);
+        return call.arguments.finish(call.error);
     }
-    forEachClass(parent == nullptr ? call.nameSpace.classes().roots() : parent->subclasses, isDeep,
-                 visit);
-    return true;
+    const ClassEntry* const parent = findClass(call, className);
+    if (parent != nullptr) {
+        forEachClass(parent->subclasses, isDeep, visit);
+    }
+    return parent != nullptr;
 }
 
 } // namespace
 
 bool getClass(OperationCall& call)
 {
-    const std::string name = call.arguments.requiredClassName("ClassName");
+    const std::string name = call.arguments.required<cimxml::ClassName>("ClassName").name;
     const ClassSelection selection(call.arguments);
     const auto names = call.arguments.names("PropertyList");
-    if (!call.arguments.finish(call.error)) {
-        return false;
-    }
-    const ClassEntry* const cls = call.nameSpace.findClass(name, call.error);
+    const ClassEntry* const cls = findClass(call, name);
     if (cls == nullptr) {
         return false;
     }
     cimxml::Class selected = selectElementsOf(*cls, selection);
     if (names) {
         std::erase_if(selected.properties, [&names](const cimxml::Property& property) {
-            return std::none_of(names->begin(), names->end(), [&property](const auto& one) {
-                return cimxml::equalsIgnoreCase(one, property.name);
-            });
+            return !isNamed(property.name, *names);
         });
     }
     call.answer.addClass(selected);
@@ -112,23 +108,21 @@ bool getClass(OperationCall& call)
 
 bool enumerateClasses(OperationCall& call)
 {
-    const std::string className = call.arguments.className("ClassName");
+    const std::string className = call.arguments.optional<cimxml::ClassName>("ClassName").name;
     const bool isDeep = call.arguments.flag("DeepInheritance", false);
     const ClassSelection selection(call.arguments);
-    return call.arguments.finish(call.error) &&
-           enumerate(call, className, isDeep, [&](const ClassEntry& cls) {
-               call.answer.addClass(selectElementsOf(cls, selection));
-           });
+    return enumerate(call, className, isDeep, [&](const ClassEntry& cls) {
+        call.answer.addClass(selectElementsOf(cls, selection));
+    });
 }
 
 bool enumerateClassNames(OperationCall& call)
 {
-    const std::string className = call.arguments.className("ClassName");
+    const std::string className = call.arguments.optional<cimxml::ClassName>("ClassName").name;
     const bool isDeep = call.arguments.flag("DeepInheritance", false);
-    return call.arguments.finish(call.error) &&
-           enumerate(call, className, isDeep, [&call](const ClassEntry& cls) {
-               call.answer.addClassName(cls.definition.name);
-           });
+    return enumerate(call, className, isDeep, [&call](const ClassEntry& cls) {
+        call.answer.addClassName(cls.definition.name);
+    });
 }
 
 } // namespace cimomd

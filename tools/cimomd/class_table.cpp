@@ -9,9 +9,6 @@ namespace cimomd {
 
 namespace {
 
-// No model has as many generations; classes that derive from each other have endless ones.
-constexpr unsigned int kMaxGenerations = 200;
-
 template <typename Element>
 Element* findNamed(std::vector<Element>& elements, std::string_view name)
 {
@@ -115,14 +112,10 @@ void findKeys(ClassEntry& entry)
 
 } // namespace
 
-const cimxml::Property* ClassEntry::findProperty(std::string_view name) const
+bool ClassEntry::isKey(const cimxml::Property& property) const
 {
-    return definition.findProperty(name);
-}
-
-const cimxml::Method* ClassEntry::findMethod(std::string_view name) const
-{
-    return definition.findMethod(name);
+    return std::any_of(keys.begin(), keys.end(),
+                       [&](size_t index) { return &definition.properties[index] == &property; });
 }
 
 bool ClassEntry::isA(const ClassEntry& other) const
@@ -139,71 +132,51 @@ bool ClassEntry::hasFlag(std::string_view qualifier) const
     return isFlagged(definition.qualifiers, qualifier);
 }
 
+// A superclass comes before its subclasses, whatever the order of declaration.
 bool ClassTable::add(std::vector<ClassSource> declared, std::string& problem)
 {
-    Pending pending;
-    std::vector<std::string> order;
-    for (ClassSource& one : declared) {
-        order.push_back(lowered(one.cls.name));
-        if (find(one.cls.name) != nullptr || pending.contains(order.back())) {
-            problem = wrongClass(one, "is declared twice");
+    while (!declared.empty()) {
+        std::vector<ClassSource> waiting;
+        for (ClassSource& one : declared) {
+            if (!one.cls.superClass.empty() && find(one.cls.superClass) == nullptr) {
+                waiting.push_back(std::move(one));
+            } else if (!build(std::move(one), problem)) {
+                return false;
+            }
+        }
+        if (waiting.size() == declared.size()) {
+            problem =
+                wrongClass(waiting.front(), "is derived from " + waiting.front().cls.superClass +
+                                                ", which is not declared, or is derived from it");
             return false;
         }
-        pending.emplace(order.back(), std::move(one));
+        declared = std::move(waiting);
     }
-    return std::all_of(order.begin(), order.end(),
-                       [&](const std::string& key) { return resolve(key, pending, 0, problem); });
+    return true;
 }
 
-// A superclass comes before its subclasses, whatever the order of declaration.
-bool ClassTable::resolve(const std::string& key, Pending& pending, unsigned int depth,
-                         std::string& problem)
+bool ClassTable::build(ClassSource declared, std::string& problem)
 {
-    const auto found = pending.find(key);
-    if (found == pending.end()) {
-        return true;
-    }
-    const ClassSource& declared = found->second;
-    if (depth > kMaxGenerations) {
-        problem = wrongClass(declared, "is derived from itself");
-        return false;
-    }
-    ClassEntry* superclass = nullptr;
-    if (!declared.cls.superClass.empty()) {
-        const std::string superKey = lowered(declared.cls.superClass);
-        if (!resolve(superKey, pending, depth + 1, problem)) {
-            return false;
-        }
-        const auto known = mClasses.find(superKey);
-        if (known == mClasses.end()) {
-            problem = wrongClass(declared, "is derived from " + declared.cls.superClass +
-                                               ", which is not declared");
-            return false;
-        }
-        superclass = known->second.get();
-    }
-    ClassSource taken = std::move(found->second);
-    pending.erase(found);
-    return build(std::move(taken), superclass, problem);
-}
-
-bool ClassTable::build(ClassSource declared, ClassEntry* superclass, std::string& problem)
-{
-    const cimxml::Class none;
-    const cimxml::Class& inherited = superclass == nullptr ? none : superclass->definition;
-    const std::string wrong = inherit(inherited, declared.cls);
+    const auto parent = mClasses.find(lowered(declared.cls.superClass));
+    ClassEntry* const superclass = parent == mClasses.end() ? nullptr : parent->second.get();
+    const std::string wrong =
+        inherit(superclass == nullptr ? cimxml::Class{} : superclass->definition, declared.cls);
     if (!wrong.empty()) {
         problem =
             wrongClass(declared, "declares " + wrong + " twice, or overrides one of another type");
         return false;
     }
-    std::string key = lowered(declared.cls.name);
-    auto entry = std::make_unique<ClassEntry>();
-    entry->definition = std::move(declared.cls);
-    entry->superclass = superclass;
-    findKeys(*entry);
-    (superclass == nullptr ? mRoots : superclass->subclasses).push_back(entry.get());
-    mClasses.emplace(std::move(key), std::move(entry));
+    const auto [place, isNew] = mClasses.try_emplace(lowered(declared.cls.name));
+    if (!isNew) {
+        problem = wrongClass(declared, "is declared twice");
+        return false;
+    }
+    place->second = std::make_unique<ClassEntry>();
+    ClassEntry& entry = *place->second;
+    entry.definition = std::move(declared.cls);
+    entry.superclass = superclass;
+    findKeys(entry);
+    (superclass == nullptr ? mRoots : superclass->subclasses).push_back(&entry);
     return true;
 }
 

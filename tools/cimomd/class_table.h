@@ -16,9 +16,7 @@ namespace cimomd {
 // class itself does not declare are marked as propagated, and all name the class they come from.
 struct ClassEntry
 {
-    // Null when there is none; names are told without case.
-    const cimxml::Property* findProperty(std::string_view name) const;
-    const cimxml::Method* findMethod(std::string_view name) const;
+    bool isKey(const cimxml::Property& property) const; // one of definition.properties
 
     // Whether it is the other class or derived from it.
     bool isA(const ClassEntry& other) const;
@@ -52,11 +50,7 @@ public:
     const std::vector<const ClassEntry*>& roots() const { return mRoots; }
 
 private:
-    using Pending = std::map<std::string, ClassSource>;
-
-    bool resolve(const std::string& key, Pending& pending, unsigned int depth,
-                 std::string& problem);
-    bool build(ClassSource declared, ClassEntry* superclass, std::string& problem);
+    bool build(ClassSource declared, std::string& problem);
 
     std::map<std::string, std::unique_ptr<ClassEntry>> mClasses;
     std::vector<const ClassEntry*> mRoots;

@@ -1,6 +1,7 @@
 #include "described_values.h"
 
 #include "cim_status.h"
+#include "object_path_text.h"
 #include "values.h"
 
 #include <algorithm>
@@ -13,49 +14,53 @@ namespace cimomd {
 
 namespace {
 
+using cimxml::Value;
 using Reference = std::shared_ptr<const cimxml::ObjectPath>;
+using Targets = std::vector<const StoredInstance*>;
 
-const Reference* referenceOf(const cimxml::Value& value)
+// Of a scalar or an array; null when the input is not given.
+Value inputValue(const Json::Value& name, const CallValues& call)
 {
-    return value.isNull || value.isArray ? nullptr : std::get_if<Reference>(&value.scalar);
+    const auto found =
+        std::find_if(call.inputs.begin(), call.inputs.end(), [&name](const auto& input) {
+            return cimxml::equalsIgnoreCase(input.name, name.asString());
+        });
+    return found == call.inputs.end() ? Value() : found->value;
 }
 
-cimxml::Value keyOfInput(const CallValues& call, const InputSource& source)
+// The path that an input holds; null when there is none.
+Reference referenceOf(const Value& value)
 {
-    const cimxml::Value input = inputValue(call, source.name);
-    const Reference* const reference = referenceOf(input);
-    const cimxml::KeyBinding* const key =
-        reference == nullptr ? nullptr : (*reference)->findKey(source.key);
-    return key == nullptr ? cimxml::Value() : cimxml::Value::of(key->type, key->value);
+    const auto* const reference = std::get_if<Reference>(&value.scalar);
+    return reference == nullptr ? nullptr : *reference;
 }
 
-struct SourceValue
+// A constant comes as text, since JSON has fewer types than CIM.
+Value sourceValue(const Json::Value& described, const CallValues& call)
 {
-    const CallValues& call;
-
-    cimxml::Value operator()(const cimxml::Scalar& constant) const
-    {
-        return cimxml::Value::of(cimxml::Type::String, constant);
+    if (!described.isObject()) {
+        return described.isNull() ? Value() : Value::of(cimxml::Type::String, described.asString());
     }
-    cimxml::Value operator()(const InputSource& source) const
-    {
-        return source.key.empty() ? inputValue(call, source.name) : keyOfInput(call, source);
+    if (described.isMember("now")) {
+        return Value::of(cimxml::Type::DateTime, dateTimeText(call.now));
     }
-    cimxml::Value operator()(const NowSource& /*now*/) const
-    {
-        return cimxml::Value::of(cimxml::Type::DateTime, dateTimeText(call.now));
-    }
-    cimxml::Value operator()(const JobSource& /*job*/) const
-    {
+    if (described.isMember("job")) {
         return call.job == nullptr
-                   ? cimxml::Value()
-                   : cimxml::Value::of(cimxml::Type::Reference,
-                                       std::make_shared<const cimxml::ObjectPath>(*call.job));
+                   ? Value()
+                   : Value::of(cimxml::Type::Reference,
+                               std::make_shared<const cimxml::ObjectPath>(*call.job));
     }
-};
+    Value input = inputValue(described["input"], call);
+    if (!described.isMember("key")) {
+        return input;
+    }
+    const Reference reference = referenceOf(input);
+    const cimxml::KeyBinding* const key =
+        reference == nullptr ? nullptr : reference->findKey(described["key"].asString());
+    return key == nullptr ? Value() : Value::of(key->type, key->value);
+}
 
-// A reference to an instance that is there is told as the instance itself tells its path: with keys
-// of the right types.
+// A reference to an instance that is there is told as the instance itself tells its path.
 void settleReference(const NameSpace& nameSpace, cimxml::Scalar& scalar)
 {
     auto* const reference = std::get_if<Reference>(&scalar);
@@ -67,17 +72,34 @@ void settleReference(const NameSpace& nameSpace, cimxml::Scalar& scalar)
     }
 }
 
-bool elementOf(cimxml::Value item, cimxml::Type type, const NameSpace& nameSpace,
+bool elementOf(const Json::Value& described, const CallValues& call, cimxml::Type type,
                cimxml::Scalar& element)
 {
-    if (!convertTo(type, false, item)) {
+    Value value = sourceValue(described, call);
+    if (!convertTo(type, false, value)) {
         return false;
     }
-    settleReference(nameSpace, item.scalar);
-    element = item.isNull ? cimxml::Scalar() : std::move(item.scalar);
+    settleReference(call.nameSpace, value.scalar);
+    element = std::move(value.scalar);
     return true;
 }
 
+bool convert(const Json::Value& described, const CallValues& call, const ValueUse& use,
+             Value& value)
+{
+    if (described.isArray()) {
+        value = Value::array(use.type, {});
+        return use.isArray && std::all_of(described.begin(), described.end(), [&](const auto& one) {
+                   return elementOf(one, call, use.type, value.elements.emplace_back());
+               });
+    }
+    value = sourceValue(described, call);
+    const bool isConverted = convertTo(use.type, use.isArray, value);
+    settleReference(call.nameSpace, value.scalar);
+    return isConverted;
+}
+
+// Of two scalars of one type; references are told by the object that they mean.
 bool sameScalar(const NameSpace& nameSpace, cimxml::Type type, const cimxml::Scalar& a,
                 const cimxml::Scalar& b)
 {
@@ -90,100 +112,99 @@ bool sameScalar(const NameSpace& nameSpace, cimxml::Type type, const cimxml::Sca
            cimxml::scalarText(type, a) == cimxml::scalarText(type, b);
 }
 
-// Of two values of one type.
-bool sameValue(const NameSpace& nameSpace, const cimxml::Value& a, const cimxml::Value& b)
+// Of two values of one type. What one value has not is empty in both.
+bool sameValue(const NameSpace& nameSpace, const Value& a, const Value& b)
 {
-    if (a.isNull || b.isNull) {
-        return a.isNull && b.isNull;
-    }
     const auto same = [&](const cimxml::Scalar& one, const cimxml::Scalar& other) {
         return sameScalar(nameSpace, a.type, one, other);
     };
-    return a.isArray ? std::equal(a.elements.begin(), a.elements.end(), b.elements.begin(),
-                                  b.elements.end(), same)
-                     : same(a.scalar, b.scalar);
+    return a.isNull == b.isNull && same(a.scalar, b.scalar) &&
+           std::equal(a.elements.begin(), a.elements.end(), b.elements.begin(), b.elements.end(),
+                      same);
 }
 
-bool isOneOf(const cimxml::Value& actual, const CallCondition& condition, const CallValues& call)
+bool isEqual(const Value& actual, const Json::Value& described, const CallValues& call)
 {
-    return std::any_of(condition.values.begin(), condition.values.end(), [&](const auto& source) {
-        cimxml::Value value;
-        cimxml::CimError ignored;
-        return evaluate(source, call, {actual.type, actual.isArray, {}}, value, ignored) &&
-               sameValue(call.nameSpace, actual, value);
-    });
+    Value value;
+    return convert(described, call, {actual.type, actual.isArray}, value) &&
+           sameValue(call.nameSpace, actual, value);
 }
 
-bool valueFits(const cimxml::Value& actual, const CallCondition& condition, const CallValues& call)
+// Whether a value is as the condition wants it.
+bool fits(const Value& actual, const Json::Value& condition, const CallValues& call)
 {
-    return isOneOf(actual, condition, call) == (condition.test == CallCondition::Test::IsOneOf);
-}
-
-bool inputFits(const CallCondition& condition, const CallValues& call)
-{
-    const cimxml::Value input = SourceValue{call}(condition.input);
-    if (condition.test == CallCondition::Test::IsOneOf ||
-        condition.test == CallCondition::Test::IsNot) {
-        return valueFits(input, condition, call);
+    if (condition.isMember("isOneOf")) {
+        const Json::Value& choices = condition["isOneOf"];
+        return std::any_of(choices.begin(), choices.end(), [&](const Json::Value& choice) {
+            return isEqual(actual, choice, call);
+        });
     }
-    const Reference* const reference = referenceOf(input);
-    cimxml::CimError ignored;
-    return reference != nullptr && (call.nameSpace.find(**reference, ignored) != nullptr) ==
-                                       (condition.test == CallCondition::Test::Exists);
+    return condition.isMember("is") ? isEqual(actual, condition["is"], call)
+                                    : !isEqual(actual, condition["isNot"], call);
 }
 
-bool propertyFits(const CallCondition& condition, const CallValues& call)
+bool findOne(const cimxml::ObjectPath& path, const CallValues& call, Targets& targets,
+             cimxml::CimError& error)
 {
-    std::vector<const StoredInstance*> targets;
-    cimxml::CimError ignored;
-    if (!findTargets(*condition.object, call, targets, ignored) || targets.empty()) {
-        return false;
+    targets.push_back(call.nameSpace.find(path, error));
+    return targets.back() != nullptr;
+}
+
+// The instances that are meant; an error when the one that is named is not there.
+bool findTargets(const Json::Value& object, const CallValues& call, Targets& targets,
+                 cimxml::CimError& error)
+{
+    if (object.isObject()) {
+        const Reference reference = referenceOf(inputValue(object["input"], call));
+        return reference == nullptr
+                   ? fail(error, kInvalidParameter,
+                          "the parameter " + object["input"].asString() + " is missing")
+                   : findOne(*reference, call, targets, error);
     }
-    return std::all_of(targets.begin(), targets.end(), [&](const StoredInstance* target) {
-        const cimxml::Property* const property = target->instance.find(condition.property);
-        return property != nullptr && valueFits(property->value, condition, call);
-    });
-}
-
-struct TargetFinder
-{
-    const CallValues& call;
-    std::vector<const StoredInstance*>& targets;
-    cimxml::CimError& error;
-
-    bool operator()(const CalledObject& /*called*/) const
-    {
+    if (object == kCalledObject) {
         targets.push_back(call.called);
         return call.called != nullptr ||
                fail(error, kInvalidParameter, "the method is one of instances, not of the class");
     }
-    bool operator()(const InputSource& source) const
-    {
-        const cimxml::Value input = inputValue(call, source.name);
-        const Reference* const reference = referenceOf(input);
-        return reference == nullptr
-                   ? fail(error, kInvalidParameter, "the parameter " + source.name + " is missing")
-                   : findOne(**reference);
+    cimxml::ObjectPath path;
+    (void)readObjectPath(object.asString(), path);
+    if (!path.keys.empty()) {
+        return findOne(path, call, targets, error);
     }
-    bool operator()(const cimxml::ObjectPath& path) const
-    {
-        if (!path.keys.empty()) {
-            return findOne(path);
-        }
-        const ClassEntry* const cls = call.nameSpace.findClass(path.className, error);
-        if (cls == nullptr) {
-            return false;
-        }
-        call.nameSpace.forEach(
-            *cls, [this](const StoredInstance& stored) { targets.push_back(&stored); });
-        return true;
+    const ClassEntry* const cls = call.nameSpace.findClass(path.className, error);
+    if (cls == nullptr) {
+        return false;
     }
-    bool findOne(const cimxml::ObjectPath& path) const
-    {
-        targets.push_back(call.nameSpace.find(path, error));
-        return targets.back() != nullptr;
+    call.nameSpace.forEach(
+        *cls, [&targets](const StoredInstance& stored) { targets.push_back(&stored); });
+    return true;
+}
+
+bool inputHolds(const Json::Value& condition, const CallValues& call)
+{
+    const Value input = sourceValue(condition, call);
+    if (!condition.isMember("exists")) {
+        return fits(input, condition, call);
     }
-};
+    const Reference reference = referenceOf(input);
+    cimxml::CimError ignored;
+    return reference != nullptr &&
+           (call.nameSpace.find(*reference, ignored) != nullptr) == condition["exists"].asBool();
+}
+
+bool propertyHolds(const Json::Value& condition, const CallValues& call)
+{
+    Targets targets;
+    cimxml::CimError ignored;
+    if (!findTargets(condition["object"], call, targets, ignored) || targets.empty()) {
+        return false;
+    }
+    return std::all_of(targets.begin(), targets.end(), [&](const StoredInstance* target) {
+        const cimxml::Property* const property =
+            target->instance.find(condition["property"].asString());
+        return property != nullptr && fits(property->value, condition, call);
+    });
+}
 
 } // namespace
 
@@ -202,105 +223,58 @@ std::string dateTimeText(TimePoint time)
     return std::string(text.data()) + "." + fraction + "+000";
 }
 
-cimxml::Value inputValue(const CallValues& call, const std::string& name)
+bool evaluate(const Json::Value& described, const CallValues& call, const ValueUse& use,
+              Value& value, cimxml::CimError& error)
 {
-    const auto found =
-        std::find_if(call.inputs.begin(), call.inputs.end(), [&name](const auto& input) {
-            return cimxml::equalsIgnoreCase(input.name, name);
-        });
-    return found == call.inputs.end() ? cimxml::Value() : found->value;
+    return convert(described, call, use, value) ||
+           fail(error, kFailed,
+                "what is described for " + use.name + " is not of type " +
+                    typeText(use.type, use.isArray));
 }
 
-bool evaluate(const ValueSource& source, const CallValues& call, const ValueUse& use,
-              cimxml::Value& value, cimxml::CimError& error)
-{
-    bool isFine = true;
-    if (source.isArray) {
-        value = cimxml::Value::array(use.type, {});
-        isFine = use.isArray &&
-                 std::all_of(source.items.begin(), source.items.end(), [&](const auto& item) {
-                     return elementOf(std::visit(SourceValue{call}, item), use.type, call.nameSpace,
-                                      value.elements.emplace_back());
-                 });
-    } else {
-        value = std::visit(SourceValue{call}, source.items.front());
-        isFine = convertTo(use.type, use.isArray, value);
-        settleReference(call.nameSpace, value.scalar);
-    }
-    return isFine || fail(error, kFailed,
-                          "what is described for " + use.name + " is not of type " +
-                              std::string(cimxml::typeName(use.type)) + (use.isArray ? "[]" : ""));
-}
-
-std::string changedKey(const std::vector<Assignment>& assignments, const ClassEntry& cls)
-{
-    for (const size_t index : cls.keys) {
-        const std::string& key = cls.definition.properties[index].name;
-        if (std::any_of(assignments.begin(), assignments.end(),
-                        [&key](const Assignment& assignment) {
-                            return cimxml::equalsIgnoreCase(assignment.name, key);
-                        })) {
-            return key;
-        }
-    }
-    return {};
-}
-
-bool findTargets(const ObjectSource& source, const CallValues& call,
-                 std::vector<const StoredInstance*>& targets, cimxml::CimError& error)
-{
-    return std::visit(TargetFinder{call, targets, error}, source);
-}
-
-bool evaluateProperties(const std::vector<Assignment>& assignments, const CallValues& call,
-                        const ClassEntry& cls, cimxml::Instance& properties,
-                        cimxml::CimError& error)
+bool evaluateProperties(const Json::Value& described, const CallValues& call, const ClassEntry& cls,
+                        cimxml::Instance& properties, cimxml::CimError& error)
 {
     properties.className = cls.definition.name;
-    for (const Assignment& assignment : assignments) {
-        const cimxml::Property* const declared = cls.findProperty(assignment.name);
+    for (const std::string& name : described.getMemberNames()) {
+        const cimxml::Property* const declared = cls.definition.findProperty(name);
         if (declared == nullptr) {
-            return fail(error, kFailed,
-                        cls.definition.name + " has no property " + assignment.name);
+            return fail(error, kFailed, cls.definition.name + " has no property " + name);
         }
-        cimxml::Property property;
+        if (cls.isKey(*declared)) {
+            return fail(error, kFailed, "the key " + declared->name + " cannot be changed");
+        }
+        cimxml::Property& property = properties.properties.emplace_back();
         property.name = declared->name;
-        if (!evaluate(assignment.value, call,
+        if (!evaluate(described[name], call,
                       {declared->value.type, declared->value.isArray, declared->name},
                       property.value, error)) {
             return false;
         }
-        properties.properties.push_back(std::move(property));
     }
     return true;
 }
 
-bool evaluateChanges(const std::vector<Change>& changes, const CallValues& call,
-                     std::vector<InstanceChange>& evaluated, cimxml::CimError& error)
+bool evaluateChanges(const Json::Value& described, const CallValues& call,
+                     std::vector<InstanceChange>& changes, cimxml::CimError& error)
 {
-    for (const Change& change : changes) {
-        std::vector<const StoredInstance*> targets;
-        if (!findTargets(change.object, call, targets, error)) {
-            return false;
-        }
-        for (const StoredInstance* const target : targets) {
-            if (const std::string key = changedKey(change.properties, *target->cls); !key.empty()) {
-                return fail(error, kFailed, "the key " + key + " cannot be changed");
-            }
-            InstanceChange made{target->path, {}};
-            if (!evaluateProperties(change.properties, call, *target->cls, made.properties,
-                                    error)) {
-                return false;
-            }
-            evaluated.push_back(std::move(made));
-        }
-    }
-    return true;
+    return std::all_of(described.begin(), described.end(), [&](const Json::Value& change) {
+        Targets targets;
+        return findTargets(change["object"], call, targets, error) &&
+               std::all_of(targets.begin(), targets.end(), [&](const StoredInstance* target) {
+                   InstanceChange& made = changes.emplace_back(InstanceChange{target->path, {}});
+                   return evaluateProperties(change["properties"], call, *target->cls,
+                                             made.properties, error);
+               });
+    });
 }
 
-bool holds(const CallCondition& condition, const CallValues& call)
+bool hold(const Json::Value& conditions, const CallValues& call)
 {
-    return condition.object ? propertyFits(condition, call) : inputFits(condition, call);
+    return std::all_of(conditions.begin(), conditions.end(), [&call](const Json::Value& condition) {
+        return condition.isMember("input") ? inputHolds(condition, call)
+                                           : propertyHolds(condition, call);
+    });
 }
 
 } // namespace cimomd

@@ -1,11 +1,12 @@
-// What the sources of a description stand for while a call is carried out.
+// What the values, conditions and changes of a description stand for while a call is carried out.
+// The format is in docs/cimomd.md; description_check.h has seen to it that a description has it.
 #ifndef CIMOMD_DESCRIBED_VALUES_H_
 #define CIMOMD_DESCRIBED_VALUES_H_
 
-#include "method_description.h"
 #include "name_space.h"
 
 #include <cimxml/types.h>
+#include <json/value.h>
 
 #include <chrono>
 #include <string>
@@ -32,12 +33,6 @@ struct InstanceChange
     cimxml::Instance properties;
 };
 
-// "20240501102030.123456+000"
-std::string dateTimeText(TimePoint time);
-
-// Of a scalar or an array; null when the input is not given.
-cimxml::Value inputValue(const CallValues& call, const std::string& name);
-
 // What a value is for.
 struct ValueUse
 {
@@ -46,28 +41,26 @@ struct ValueUse
     std::string name = {}; // for the message of an error
 };
 
-// The value of a source in the type that it is for.
-bool evaluate(const ValueSource& source, const CallValues& call, const ValueUse& use,
+// The object that a method is called of, where a description names objects.
+constexpr const char* kCalledObject = "this";
+
+// "20240501102030.123456+000"
+std::string dateTimeText(TimePoint time);
+
+// A described value in the type that it is for.
+bool evaluate(const Json::Value& described, const CallValues& call, const ValueUse& use,
               cimxml::Value& value, cimxml::CimError& error);
 
-// The instances that a source means; an error when the one that it names is not there.
-bool findTargets(const ObjectSource& source, const CallValues& call,
-                 std::vector<const StoredInstance*>& targets, cimxml::CimError& error);
+// Properties of cls with their values; null stands for none.
+bool evaluateProperties(const Json::Value& described, const CallValues& call, const ClassEntry& cls,
+                        cimxml::Instance& properties, cimxml::CimError& error);
 
-// The properties of cls with their values.
-bool evaluateProperties(const std::vector<Assignment>& assignments, const CallValues& call,
-                        const ClassEntry& cls, cimxml::Instance& properties,
-                        cimxml::CimError& error);
+// Appends what a list of changes comes to, one for each instance.
+bool evaluateChanges(const Json::Value& described, const CallValues& call,
+                     std::vector<InstanceChange>& changes, cimxml::CimError& error);
 
-// The name of a key that the assignments would change; empty when they change none.
-std::string changedKey(const std::vector<Assignment>& assignments, const ClassEntry& cls);
-
-// Appends what the changes are, one for each instance.
-bool evaluateChanges(const std::vector<Change>& changes, const CallValues& call,
-                     std::vector<InstanceChange>& evaluated, cimxml::CimError& error);
-
-// Whether a condition holds; it does not where what it is about is not there.
-bool holds(const CallCondition& condition, const CallValues& call);
+// Whether all conditions of a list hold. One does not where what it is about is not there.
+bool hold(const Json::Value& conditions, const CallValues& call);
 
 } // namespace cimomd
 

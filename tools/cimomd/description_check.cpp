@@ -1,246 +1,295 @@
 #include "description_check.h"
 
 #include "described_values.h"
+#include "object_path_text.h"
 
 #include <algorithm>
-#include <string>
-#include <variant>
-#include <vector>
+#include <initializer_list>
+#include <string_view>
 
 namespace cimomd {
 
 namespace {
 
-bool isConstant(const ValueSource& source)
+constexpr double kMaxSeconds = 86400;
+constexpr unsigned int kMaxPercent = 100;
+
+bool isText(const Json::Value& json)
 {
-    return std::all_of(source.items.begin(), source.items.end(), [](const ScalarSource& item) {
-        return std::holds_alternative<cimxml::Scalar>(item);
-    });
+    return json.isString() && !json.asString().empty();
 }
 
-// Checks the cases of one method.
+// Checks the cases of one method. Each function returns false when there is a problem.
 class Checker
 {
 public:
-    Checker(const NameSpace& nameSpace, const ClassEntry& cls, const cimxml::Method& method,
-            std::string& problem)
-        : mNameSpace(nameSpace), mClass(cls), mMethod(method), mProblem(problem)
-    {}
+    explicit Checker(const cimxml::Method& method) : mMethod(method) {}
 
-    bool check(const MethodCase& one);
+    bool cases(const Json::Value& json);
+
+    const std::string& problem() const { return mProblem; }
 
 private:
-    bool wrong(const std::string& what);
-    bool input(const InputSource& source);
-    bool sources(const ValueSource& source, const std::string& where);
-    bool value(const ValueSource& source, const ValueUse& use);
-    bool condition(const CallCondition& condition);
-    bool output(const Assignment& output);
-    bool returnValue(const ValueSource& source);
-    bool change(const Change& change);
-    bool job(const JobDescription& job);
-    bool properties(const std::vector<Assignment>& assignments, const ClassEntry* cls);
-    bool changes(const std::vector<Assignment>& assignments, const ClassEntry* cls);
-    bool objectClass(const ObjectSource& object, const ClassEntry*& cls);
+    using Check = bool (Checker::*)(const Json::Value&);
 
-    const NameSpace& mNameSpace;
-    const ClassEntry& mClass;
+    bool wrong(const std::string& what);
+    bool isObjectOf(const Json::Value& json, std::initializer_list<std::string_view> known);
+    bool at(const std::string& place, const Json::Value& json, Check check);
+    bool in(const Json::Value& json, const char* member, Check check);
+    bool each(const Json::Value& json, Check check);
+
+    bool methodCase(const Json::Value& json);
+    bool seconds(const Json::Value& json);
+    bool error(const Json::Value& json);
+    bool returnValue(const Json::Value& json);
+    bool outputs(const Json::Value& json);
+    bool conditions(const Json::Value& json) { return each(json, &Checker::condition); }
+    bool condition(const Json::Value& json);
+    bool inputCondition(const Json::Value& json);
+    bool test(const Json::Value& json);
+    bool changes(const Json::Value& json) { return each(json, &Checker::change); }
+    bool change(const Json::Value& json);
+    bool job(const Json::Value& json);
+    bool steps(const Json::Value& json) { return each(json, &Checker::step); }
+    bool step(const Json::Value& json);
+    bool properties(const Json::Value& json);
+    bool object(const Json::Value& json);
+    bool values(const Json::Value& json) { return each(json, &Checker::value); }
+    bool value(const Json::Value& json);
+    bool scalar(const Json::Value& json);
+    bool input(const Json::Value& json);
+    bool isReference(const Json::Value& input) const;
+
     const cimxml::Method& mMethod;
-    std::string& mProblem;
-    bool mHasJob = false;
+    bool mHasJob = false; // the case at hand
+    std::string mWhere;
+    std::string mProblem;
 };
 
 bool Checker::wrong(const std::string& what)
 {
-    mProblem = what;
+    mProblem = mWhere + ": " + what;
     return false;
 }
 
-bool Checker::input(const InputSource& source)
+// A member that is not known is most likely misspelt, so it is not passed over.
+bool Checker::isObjectOf(const Json::Value& json, std::initializer_list<std::string_view> known)
 {
-    const cimxml::Parameter* const parameter = mMethod.findParameter(source.name);
-    if (parameter == nullptr) {
-        return wrong("the method " + mMethod.name + " has no parameter " + source.name);
+    std::string list;
+    for (const std::string_view name : known) {
+        list += (list.empty() ? "\"" : ", \"") + std::string(name) + "\"";
     }
-    return source.key.empty() || parameter->type == cimxml::Type::Reference ||
-           wrong("the parameter " + source.name + " is no reference and has no keys");
+    if (!json.isObject()) {
+        return wrong("give an object with " + list);
+    }
+    for (const std::string& name : json.getMemberNames()) {
+        if (std::find(known.begin(), known.end(), name) == known.end()) {
+            return wrong("\"" + name + "\" has no meaning here; there are " + list);
+        }
+    }
+    return true;
 }
 
-bool Checker::sources(const ValueSource& source, const std::string& where)
+// Checks what is found at a place, which messages name.
+bool Checker::at(const std::string& place, const Json::Value& json, Check check)
 {
-    for (const ScalarSource& item : source.items) {
-        const auto* const named = std::get_if<InputSource>(&item);
-        if (named != nullptr && !input(*named)) {
+    const size_t length = mWhere.size();
+    mWhere += place;
+    const bool isFine = (this->*check)(json);
+    mWhere.resize(length);
+    return isFine;
+}
+
+// Checks a member that may be absent.
+bool Checker::in(const Json::Value& json, const char* member, Check check)
+{
+    return !json.isMember(member) || at(std::string(".") + member, json[member], check);
+}
+
+bool Checker::each(const Json::Value& json, Check check)
+{
+    if (!json.isArray()) {
+        return wrong("give an array");
+    }
+    for (Json::ArrayIndex i = 0; i < json.size(); ++i) {
+        if (!at("[" + std::to_string(i) + "]", json[i], check)) {
             return false;
         }
-        if (std::holds_alternative<JobSource>(item) && !mHasJob) {
-            return wrong(where + " is to be the job, but the case has no \"job\"");
-        }
     }
     return true;
 }
 
-bool Checker::value(const ValueSource& source, const ValueUse& use)
+bool Checker::cases(const Json::Value& json)
 {
-    if (!sources(source, use.name)) {
+    return json.isArray() && !json.empty() ? each(json, &Checker::methodCase)
+                                           : wrong("give an array of one case or more");
+}
+
+bool Checker::methodCase(const Json::Value& json)
+{
+    const bool isError = json.isObject() && json.isMember("error");
+    mHasJob = json.isObject() && json.isMember("job");
+    return (isError ? isObjectOf(json, {"when", "delay", "error"})
+                    : isObjectOf(json,
+                                 {"when", "delay", "error", "return", "outputs", "set", "job"})) &&
+           in(json, "when", &Checker::conditions) && in(json, "delay", &Checker::seconds) &&
+           in(json, "error", &Checker::error) && in(json, "return", &Checker::returnValue) &&
+           in(json, "outputs", &Checker::outputs) && in(json, "set", &Checker::changes) &&
+           in(json, "job", &Checker::job);
+}
+
+bool Checker::seconds(const Json::Value& json)
+{
+    return (json.isNumeric() && json.asDouble() >= 0 && json.asDouble() <= kMaxSeconds) ||
+           wrong("give a number of seconds from 0 to " +
+                 std::to_string(static_cast<int>(kMaxSeconds)));
+}
+
+bool Checker::error(const Json::Value& json)
+{
+    return isObjectOf(json, {"code", "description"}) &&
+           ((json["code"].isUInt() && json["code"].asUInt() > 0 && isText(json["description"])) ||
+            wrong("give \"code\", the number of a CIM status, and \"description\", a text"));
+}
+
+bool Checker::returnValue(const Json::Value& json)
+{
+    return mMethod.returnType ? value(json) : wrong("the method returns nothing");
+}
+
+bool Checker::outputs(const Json::Value& json)
+{
+    if (!properties(json)) {
         return false;
     }
-    const std::vector<cimxml::MethodParameter> noInputs;
-    cimxml::Value ignored;
-    cimxml::CimError error;
-    return !isConstant(source) || evaluate(source, {mNameSpace, noInputs}, use, ignored, error) ||
-           wrong(error.description);
-}
-
-// The class of an object; null when only the call can tell.
-bool Checker::objectClass(const ObjectSource& object, const ClassEntry*& cls)
-{
-    cls = std::holds_alternative<CalledObject>(object) ? &mClass : nullptr;
-    if (const auto* const named = std::get_if<InputSource>(&object)) {
-        const cimxml::Parameter* const parameter = mMethod.findParameter(named->name);
-        if (!named->key.empty() || parameter == nullptr ||
-            parameter->type != cimxml::Type::Reference) {
-            return wrong("the object is no parameter of " + mMethod.name + " that is a reference");
+    for (const std::string& name : json.getMemberNames()) {
+        if (mMethod.findParameter(name) == nullptr) {
+            return wrong("the method has no parameter " + name);
         }
-    }
-    const auto* const path = std::get_if<cimxml::ObjectPath>(&object);
-    cimxml::CimError error;
-    if (path != nullptr) {
-        cls = mNameSpace.findClass(path->className, error);
-        return cls != nullptr || wrong(error.description);
     }
     return true;
 }
 
-bool Checker::properties(const std::vector<Assignment>& assignments, const ClassEntry* cls)
+bool Checker::condition(const Json::Value& json)
 {
-    return std::all_of(assignments.begin(), assignments.end(), [&](const Assignment& assignment) {
-        if (cls == nullptr) {
-            return sources(assignment.value, assignment.name);
-        }
-        const cimxml::Property* const property = cls->findProperty(assignment.name);
-        if (property == nullptr) {
-            return wrong(cls->definition.name + " has no property " + assignment.name);
-        }
-        return value(assignment.value,
-                     {property->value.type, property->value.isArray, property->name});
+    if (json.isObject() && json.isMember("input")) {
+        return inputCondition(json);
+    }
+    return isObjectOf(json, {"object", "property", "is", "isNot", "isOneOf"}) &&
+           at(".object", json["object"], &Checker::object) &&
+           (isText(json["property"]) ||
+            wrong("give either \"input\", or \"object\" and \"property\"")) &&
+           test(json);
+}
+
+bool Checker::inputCondition(const Json::Value& json)
+{
+    if (!json.isMember("exists")) {
+        return isObjectOf(json, {"input", "key", "is", "isNot", "isOneOf"}) && input(json) &&
+               test(json);
+    }
+    return isObjectOf(json, {"input", "exists"}) && input(json) &&
+           ((json["exists"].isBool() && isReference(json)) ||
+            wrong("give \"exists\" as true or false, of a parameter that is a reference"));
+}
+
+bool Checker::test(const Json::Value& json)
+{
+    return (json.isMember("is") + json.isMember("isNot") + json.isMember("isOneOf") == 1 ||
+            wrong("give one of \"is\", \"isNot\", \"isOneOf\", or, of a reference, \"exists\"")) &&
+           in(json, "is", &Checker::value) && in(json, "isNot", &Checker::value) &&
+           in(json, "isOneOf", &Checker::values);
+}
+
+bool Checker::change(const Json::Value& json)
+{
+    return isObjectOf(json, {"object", "properties"}) &&
+           at(".object", json["object"], &Checker::object) &&
+           in(json, "properties", &Checker::properties);
+}
+
+bool Checker::job(const Json::Value& json)
+{
+    return isObjectOf(json, {"class", "seconds", "properties", "steps"}) &&
+           (isText(json["class"]) || wrong("give \"class\" as a text")) &&
+           in(json, "seconds", &Checker::seconds) && in(json, "properties", &Checker::properties) &&
+           in(json, "steps", &Checker::steps);
+}
+
+bool Checker::step(const Json::Value& json)
+{
+    return isObjectOf(json, {"percent", "properties", "set"}) &&
+           ((json["percent"].isUInt() && json["percent"].asUInt() <= kMaxPercent) ||
+            wrong("give \"percent\" as a number from 0 to 100")) &&
+           in(json, "properties", &Checker::properties) && in(json, "set", &Checker::changes);
+}
+
+bool Checker::properties(const Json::Value& json)
+{
+    if (!json.isObject()) {
+        return wrong("give an object of names and values");
+    }
+    const std::vector<std::string> names = json.getMemberNames();
+    return std::all_of(names.begin(), names.end(), [&](const std::string& name) {
+        return at("." + name, json[name], &Checker::value);
     });
 }
 
-bool Checker::changes(const std::vector<Assignment>& assignments, const ClassEntry* cls)
+bool Checker::object(const Json::Value& json)
 {
-    if (!properties(assignments, cls)) {
-        return false;
+    cimxml::ObjectPath ignored;
+    if (json.isObject() && json.size() == 1 && json.isMember("input")) {
+        return input(json) && (isReference(json) || wrong("the parameter is no reference"));
     }
-    const std::string key = cls == nullptr ? std::string() : changedKey(assignments, *cls);
-    return key.empty() || wrong("the key " + key + " cannot be changed");
+    return (json.isString() && readObjectPath(json.asString(), ignored)) ||
+           wrong("give \"this\", a path such as \"XCIM_Fan.DeviceID=Fan.1\", a class, or "
+                 "{\"input\": NAME}");
 }
 
-bool Checker::condition(const CallCondition& condition)
+bool Checker::value(const Json::Value& json)
 {
-    const auto all = [&condition](const auto& isFine) {
-        return std::all_of(condition.values.begin(), condition.values.end(), isFine);
+    return json.isArray() ? each(json, &Checker::scalar) : scalar(json);
+}
+
+bool Checker::scalar(const Json::Value& json)
+{
+    const auto isOnly = [&json](const char* name) {
+        return json.isObject() && json.size() == 1 && json[name] == Json::Value(true);
     };
-    if (condition.object) {
-        const ClassEntry* cls = nullptr;
-        return objectClass(*condition.object, cls) && all([&](const ValueSource& source) {
-                   return properties({{condition.property, source}}, cls);
-               });
+    if (json.isObject() && json.isMember("input")) {
+        return isObjectOf(json, {"input", "key"}) && input(json);
     }
-    if (!input(condition.input)) {
-        return false;
+    if (isOnly("job")) {
+        return mHasJob || wrong("it is to be the job, but the case has no \"job\"");
     }
-    const cimxml::Parameter& parameter = *mMethod.findParameter(condition.input.name);
-    const bool isAboutInstance = condition.test == CallCondition::Test::Exists ||
-                                 condition.test == CallCondition::Test::IsMissing;
-    if (isAboutInstance && parameter.type != cimxml::Type::Reference) {
-        return wrong("the parameter " + parameter.name +
-                     " is no reference: \"exists\" is no test of it");
-    }
-    const cimxml::Type type = condition.input.key.empty() ? parameter.type : cimxml::Type::String;
-    return all([&](const ValueSource& source) {
-        return value(source, {type, parameter.isArray, parameter.name});
-    });
+    return (!json.isObject() && !json.isArray()) || isOnly("now") ||
+           wrong("give a constant, {\"input\": NAME}, {\"input\": NAME, \"key\": NAME}, "
+                 "{\"now\": true}, {\"job\": true}, or an array of these");
 }
 
-bool Checker::output(const Assignment& output)
+// The input that is named and, where there is one, the key of the instance that it refers to.
+bool Checker::input(const Json::Value& json)
 {
-    const cimxml::Parameter* const parameter = mMethod.findParameter(output.name);
-    return parameter == nullptr
-               ? input({output.name})
-               : value(output.value, {parameter->type, parameter->isArray, parameter->name});
-}
-
-bool Checker::returnValue(const ValueSource& source)
-{
-    return !mMethod.returnType ? wrong("the method " + mMethod.name + " returns nothing")
-                               : value(source, {*mMethod.returnType, false, "the return value"});
-}
-
-bool Checker::change(const Change& change)
-{
-    const ClassEntry* cls = nullptr;
-    return objectClass(change.object, cls) && changes(change.properties, cls);
-}
-
-bool Checker::job(const JobDescription& job)
-{
-    cimxml::CimError error;
-    const ClassEntry* const cls = mNameSpace.findClass(job.className, error);
-    if (cls == nullptr) {
-        return wrong(error.description);
+    if (!isText(json["input"]) || mMethod.findParameter(json["input"].asString()) == nullptr) {
+        return wrong("give as \"input\" the name of a parameter of the method");
     }
-    if (cls->keys.size() != 1 ||
-        cls->definition.properties[cls->keys.front()].value.type != cimxml::Type::String) {
-        return wrong(cls->definition.name +
-                     " is no class of jobs: its only key has to be a string");
-    }
-    return changes(job.properties, cls) &&
-           std::all_of(job.steps.begin(), job.steps.end(), [&](const JobStep& step) {
-               return changes(step.properties, cls) &&
-                      std::all_of(step.changes.begin(), step.changes.end(),
-                                  [this](const Change& one) { return change(one); });
-           });
+    return !json.isMember("key") || (isText(json["key"]) && isReference(json)) ||
+           wrong("give as \"key\" the name of one; only a parameter that is a reference has keys");
 }
 
-bool Checker::check(const MethodCase& one)
+bool Checker::isReference(const Json::Value& input) const
 {
-    mHasJob = one.job.has_value();
-    return std::all_of(one.conditions.begin(), one.conditions.end(),
-                       [this](const CallCondition& each) { return condition(each); }) &&
-           (!one.returnValue || returnValue(*one.returnValue)) &&
-           std::all_of(one.outputs.begin(), one.outputs.end(),
-                       [this](const Assignment& each) { return output(each); }) &&
-           std::all_of(one.changes.begin(), one.changes.end(),
-                       [this](const Change& each) { return change(each); }) &&
-           (!one.job || job(*one.job));
+    return mMethod.findParameter(input["input"].asString())->type == cimxml::Type::Reference;
 }
 
 } // namespace
 
-bool checkDescription(const MethodDescription& description, const NameSpace& nameSpace,
-                      std::string& problem)
+bool checkDescription(const Json::Value& cases, const cimxml::Method& method, std::string& problem)
 {
-    const std::string name = description.className + "." + description.method;
-    cimxml::CimError error;
-    const ClassEntry* const cls = nameSpace.findClass(description.className, error);
-    if (cls == nullptr) {
-        problem = name + ": " + error.description;
-        return false;
-    }
-    const cimxml::Method* const method = cls->findMethod(description.method);
-    if (method == nullptr) {
-        problem = name + ": the class declares no such method";
-        return false;
-    }
-    Checker checker(nameSpace, *cls, *method, problem);
-    for (size_t i = 0; i < description.cases.size(); ++i) {
-        if (!checker.check(description.cases[i])) {
-            problem.insert(0, name + "[" + std::to_string(i) + "]: ");
-            return false;
-        }
-    }
-    return true;
+    Checker checker(method);
+    const bool isFine = checker.cases(cases);
+    problem = checker.problem();
+    return isFine;
 }
 
 } // namespace cimomd

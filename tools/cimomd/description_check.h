@@ -1,19 +1,18 @@
-// Whether a description fits the classes that it is about.
+// Whether a description of a method has the format of docs/cimomd.md.
 #ifndef CIMOMD_DESCRIPTION_CHECK_H_
 #define CIMOMD_DESCRIPTION_CHECK_H_
 
-#include "method_description.h"
-#include "name_space.h"
+#include <cimxml/types.h>
+#include <json/value.h>
 
 #include <string>
 
 namespace cimomd {
 
-// Checks that classes, methods, parameters and properties are declared and constants are of their
-// types; what only a call can tell is left to it. Returns false with the place and what is wrong in
-// problem.
-bool checkDescription(const MethodDescription& description, const NameSpace& nameSpace,
-                      std::string& problem);
+// Checks the cases of a method: whether all members are known and of their kind, and whether the
+// method has the parameters. What classes, instances and types have to say shows in a call. Returns
+// false with the place ("[1].set[0].object: ..."), what is wrong and what is possible in problem.
+bool checkDescription(const Json::Value& cases, const cimxml::Method& method, std::string& problem);
 
 } // namespace cimomd
 

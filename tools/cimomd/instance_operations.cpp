@@ -2,7 +2,7 @@
 #include "cim_status.h"
 #include "operations.h"
 #include "query.h"
-#include "query_filter.h"
+#include "values.h"
 
 #include <algorithm>
 #include <utility>
@@ -10,13 +10,6 @@
 namespace cimomd {
 
 namespace {
-
-bool isNamed(const std::string& property, const std::vector<std::string>& names)
-{
-    return std::any_of(names.begin(), names.end(), [&property](const std::string& name) {
-        return cimxml::equalsIgnoreCase(name, property);
-    });
-}
 
 // What GetInstance and EnumerateInstances know of instances but have no use for: instances have no
 // qualifiers, and LocalOnly is deprecated, since no two object managers agreed on what it means.
@@ -31,29 +24,17 @@ const std::vector<std::string>* pointerTo(const std::optional<std::vector<std::s
     return names ? &*names : nullptr;
 }
 
-bool languageOf(const std::string& name, QueryLanguage& language)
-{
-    if (cimxml::equalsIgnoreCase(name, "WQL")) {
-        language = QueryLanguage::Wql;
-        return true;
-    }
-    language = QueryLanguage::Cql;
-    return cimxml::equalsIgnoreCase(name, "CQL") || cimxml::equalsIgnoreCase(name, "DMTF:CQL");
-}
-
-void answerMatches(OperationCall& call, const Query& query, const QueryFilter& filter,
-                   const ClassEntry& cls)
-{
-    const PropertySelection selection{query.properties.empty() ? nullptr : &query.properties};
-    call.nameSpace.forEach(cls, [&](const StoredInstance& stored) {
-        if (filter.matches(stored.instance)) {
-            call.answer.addObjectWithPath(fullPath(call, stored.path),
-                                          selectProperties(stored.instance, selection));
-        }
-    });
-}
-
 } // namespace
+
+const ClassEntry* findClass(OperationCall& call, const std::string& name)
+{
+    return call.arguments.finish(call.error) ? call.nameSpace.findClass(name, call.error) : nullptr;
+}
+
+const StoredInstance* findInstance(OperationCall& call, const cimxml::ObjectPath& path)
+{
+    return call.arguments.finish(call.error) ? call.nameSpace.find(path, call.error) : nullptr;
+}
 
 // The properties of a superclass come first, so those of the class asked for are the first ones.
 cimxml::Instance selectProperties(const cimxml::Instance& instance,
@@ -87,15 +68,12 @@ cimxml::ObjectPath fullPath(const OperationCall& call, const cimxml::ObjectPath&
 
 bool enumerateInstances(OperationCall& call)
 {
-    const std::string className = call.arguments.requiredClassName("ClassName");
+    const std::string className = call.arguments.required<cimxml::ClassName>("ClassName").name;
     const bool isDeep = call.arguments.flag("DeepInheritance", true);
     ignoreDeprecated(call.arguments);
     const bool withClassOrigin = call.arguments.flag("IncludeClassOrigin", false);
     const auto names = call.arguments.names("PropertyList");
-    if (!call.arguments.finish(call.error)) {
-        return false;
-    }
-    const ClassEntry* const cls = call.nameSpace.findClass(className, call.error);
+    const ClassEntry* const cls = findClass(call, className);
     if (cls == nullptr) {
         return false;
     }
@@ -108,11 +86,8 @@ bool enumerateInstances(OperationCall& call)
 
 bool enumerateInstanceNames(OperationCall& call)
 {
-    const std::string className = call.arguments.requiredClassName("ClassName");
-    if (!call.arguments.finish(call.error)) {
-        return false;
-    }
-    const ClassEntry* const cls = call.nameSpace.findClass(className, call.error);
+    const std::string className = call.arguments.required<cimxml::ClassName>("ClassName").name;
+    const ClassEntry* const cls = findClass(call, className);
     if (cls == nullptr) {
         return false;
     }
@@ -123,14 +98,11 @@ bool enumerateInstanceNames(OperationCall& call)
 
 bool getInstance(OperationCall& call)
 {
-    const cimxml::ObjectPath path = call.arguments.requiredInstanceName("InstanceName");
+    const auto& path = call.arguments.required<cimxml::ObjectPath>("InstanceName");
     ignoreDeprecated(call.arguments);
     const bool withClassOrigin = call.arguments.flag("IncludeClassOrigin", false);
     const auto names = call.arguments.names("PropertyList");
-    if (!call.arguments.finish(call.error)) {
-        return false;
-    }
-    const StoredInstance* const stored = call.nameSpace.find(path, call.error);
+    const StoredInstance* const stored = findInstance(call, path);
     if (stored == nullptr) {
         return false;
     }
@@ -141,7 +113,7 @@ bool getInstance(OperationCall& call)
 
 bool createInstance(OperationCall& call)
 {
-    const cimxml::Instance& instance = call.arguments.requiredInstance("NewInstance");
+    const cimxml::Instance& instance = call.arguments.required<cimxml::Instance>("NewInstance");
     if (!call.arguments.finish(call.error)) {
         return false;
     }
@@ -155,8 +127,7 @@ bool createInstance(OperationCall& call)
 
 bool modifyInstance(OperationCall& call)
 {
-    const cimxml::NamedInstance& modified =
-        call.arguments.requiredNamedInstance("ModifiedInstance");
+    const auto& modified = call.arguments.required<cimxml::NamedInstance>("ModifiedInstance");
     (void)call.arguments.flag("IncludeQualifiers", true);
     const auto names = call.arguments.names("PropertyList");
     if (!call.arguments.finish(call.error)) {
@@ -170,18 +141,15 @@ bool modifyInstance(OperationCall& call)
 
 bool deleteInstance(OperationCall& call)
 {
-    const cimxml::ObjectPath path = call.arguments.requiredInstanceName("InstanceName");
+    const auto& path = call.arguments.required<cimxml::ObjectPath>("InstanceName");
     return call.arguments.finish(call.error) && call.nameSpace.remove(path, call.error);
 }
 
 bool getProperty(OperationCall& call)
 {
-    const cimxml::ObjectPath path = call.arguments.requiredInstanceName("InstanceName");
-    const std::string name = call.arguments.requiredText("PropertyName");
-    if (!call.arguments.finish(call.error)) {
-        return false;
-    }
-    const StoredInstance* const stored = call.nameSpace.find(path, call.error);
+    const auto& path = call.arguments.required<cimxml::ObjectPath>("InstanceName");
+    const std::string name = call.arguments.required<std::string>("PropertyName");
+    const StoredInstance* const stored = findInstance(call, path);
     if (stored == nullptr) {
         return false;
     }
@@ -196,9 +164,9 @@ bool getProperty(OperationCall& call)
 
 bool setProperty(OperationCall& call)
 {
-    const cimxml::ObjectPath path = call.arguments.requiredInstanceName("InstanceName");
+    const auto& path = call.arguments.required<cimxml::ObjectPath>("InstanceName");
     cimxml::Property property;
-    property.name = call.arguments.requiredText("PropertyName");
+    property.name = call.arguments.required<std::string>("PropertyName");
     property.value = call.arguments.value("NewValue");
     cimxml::Instance changes;
     changes.properties.push_back(std::move(property));
@@ -208,30 +176,27 @@ bool setProperty(OperationCall& call)
 
 bool execQuery(OperationCall& call)
 {
-    const std::string languageName = call.arguments.requiredText("QueryLanguage");
-    const std::string text = call.arguments.requiredText("Query");
+    const auto& language = call.arguments.required<std::string>("QueryLanguage");
+    const auto& text = call.arguments.required<std::string>("Query");
     if (!call.arguments.finish(call.error)) {
         return false;
     }
-    QueryLanguage language = QueryLanguage::Cql;
-    if (!languageOf(languageName, language)) {
+    if (!cimxml::equalsIgnoreCase(language, "CQL") &&
+        !cimxml::equalsIgnoreCase(language, "DMTF:CQL")) {
         return fail(call.error, kQueryLanguageNotSupported,
-                    "the query languages are CQL and WQL, not " + languageName);
+                    "the query language is CQL (or DMTF:CQL), not " + language);
     }
     Query query;
-    std::string problem;
-    if (!readQuery(text, language, query, problem)) {
-        return fail(call.error, kInvalidQuery, problem);
-    }
-    const ClassEntry* const cls = call.nameSpace.findClass(query.className, call.error);
-    if (cls == nullptr) {
+    if (!readQuery(text, call.nameSpace, query, call.error)) {
         return false;
     }
-    QueryFilter filter;
-    if (!filter.bind(query, *cls, problem)) {
-        return fail(call.error, kInvalidQuery, problem);
-    }
-    answerMatches(call, query, filter, *cls);
+    const PropertySelection selection{query.properties.empty() ? nullptr : &query.properties};
+    call.nameSpace.forEach(*query.cls, [&](const StoredInstance& stored) {
+        if (query.selects(stored.instance)) {
+            call.answer.addObjectWithPath(fullPath(call, stored.path),
+                                          selectProperties(stored.instance, selection));
+        }
+    });
     return true;
 }
 

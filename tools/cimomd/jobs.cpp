@@ -11,13 +11,14 @@ namespace {
 
 constexpr unsigned int kDone = 100;
 constexpr size_t kDigits = 12;
+constexpr const char* kIdPrefix = "JID_";
 constexpr const char* kPercentProperty = "PercentComplete";
 
-std::string idOf(const std::string& prefix, uint64_t number)
+std::string idOf(uint64_t number)
 {
     std::string digits = std::to_string(number);
     digits.insert(0, kDigits - std::min(kDigits, digits.size()), '0');
-    return prefix + digits;
+    return kIdPrefix + digits;
 }
 
 unsigned int percentAt(const PlannedJob& job, TimePoint now)
@@ -52,7 +53,7 @@ void setPercent(PlannedJob& job, unsigned int percent)
 {
     cimxml::CimError ignored;
     const StoredInstance* const stored = job.nameSpace->find(job.path, ignored);
-    if (stored != nullptr && stored->cls->findProperty(kPercentProperty) != nullptr) {
+    if (stored != nullptr && stored->cls->definition.findProperty(kPercentProperty) != nullptr) {
         cimxml::Instance changes;
         changes.properties.push_back(propertyOf(kPercentProperty, std::to_string(percent)));
         (void)job.nameSpace->modify(job.path, changes, nullptr, ignored);
@@ -75,33 +76,42 @@ bool advanceTo(PlannedJob& job, unsigned int percent)
 
 } // namespace
 
-bool Jobs::plan(const JobDescription& description, NameSpace& nameSpace, const CallValues& call,
+bool Jobs::plan(const Json::Value& described, NameSpace& nameSpace, const CallValues& call,
                 PlannedJob& planned, cimxml::CimError& error)
 {
-    const ClassEntry* const cls = nameSpace.findClass(description.className, error);
+    const ClassEntry* const cls = nameSpace.findClass(described["class"].asString(), error);
     if (cls == nullptr) {
         return false;
     }
+    if (cls->keys.size() != 1 ||
+        cls->definition.properties[cls->keys.front()].value.type != cimxml::Type::String) {
+        return fail(error, kFailed,
+                    cls->definition.name + " is no class of jobs: its only key has to be a string");
+    }
     planned.nameSpace = &nameSpace;
     planned.start = call.now;
-    planned.duration = description.duration;
+    planned.duration = durationOf(described["seconds"]);
     cimxml::CimError ignored;
     do {
-        planned.path = pathOf(*cls, idOf(description.prefix, ++mLastNumber));
+        planned.path = pathOf(*cls, idOf(++mLastNumber));
     } while (nameSpace.find(planned.path, ignored) != nullptr);
-    CallValues known{call.nameSpace, call.inputs, call.called, call.now, &planned.path};
-    if (!evaluateProperties(description.properties, known, *cls, planned.instance, error)) {
+    CallValues known = call;
+    known.job = &planned.path;
+    if (!evaluateProperties(described["properties"], known, *cls, planned.instance, error)) {
         return false;
     }
-    for (const JobStep& step : description.steps) {
-        known.now = planned.start + planned.duration * step.percent / kDone;
-        PlannedJob::Step& made = planned.steps.emplace_back(PlannedJob::Step{step.percent, {}});
+    for (const Json::Value& step : described["steps"]) {
+        PlannedJob::Step& made = planned.steps.emplace_back();
+        made.percent = step["percent"].asUInt();
+        known.now = planned.start + planned.duration * made.percent / kDone;
         InstanceChange& own = made.changes.emplace_back(InstanceChange{planned.path, {}});
-        if (!evaluateProperties(step.properties, known, *cls, own.properties, error) ||
-            !evaluateChanges(step.changes, known, made.changes, error)) {
+        if (!evaluateProperties(step["properties"], known, *cls, own.properties, error) ||
+            !evaluateChanges(step["set"], known, made.changes, error)) {
             return false;
         }
     }
+    std::stable_sort(planned.steps.begin(), planned.steps.end(),
+                     [](const auto& a, const auto& b) { return a.percent < b.percent; });
     return true;
 }
 
@@ -119,6 +129,13 @@ bool Jobs::start(PlannedJob planned, cimxml::CimError& error)
 void Jobs::advance(TimePoint now)
 {
     mRunning.remove_if([now](PlannedJob& job) { return advanceTo(job, percentAt(job, now)); });
+}
+
+std::chrono::milliseconds durationOf(const Json::Value& seconds)
+{
+    constexpr int kMillisecondsPerSecond = 1000;
+    return std::chrono::milliseconds(
+        static_cast<int64_t>(seconds.asDouble() * kMillisecondsPerSecond));
 }
 
 } // namespace cimomd

@@ -3,8 +3,9 @@
 #define CIMOMD_JOBS_H_
 
 #include "described_values.h"
-#include "method_description.h"
 #include "name_space.h"
+
+#include <json/value.h>
 
 #include <chrono>
 #include <cstdint>
@@ -34,8 +35,8 @@ struct PlannedJob
 class Jobs
 {
 public:
-    // Plans a job with an id that is not in use.
-    bool plan(const JobDescription& description, NameSpace& nameSpace, const CallValues& call,
+    // Plans a job as it is described, with an id that is not in use.
+    bool plan(const Json::Value& described, NameSpace& nameSpace, const CallValues& call,
               PlannedJob& planned, cimxml::CimError& error);
 
     // Creates its instance. From then on the job goes on by itself.
@@ -48,6 +49,9 @@ private:
     std::list<PlannedJob> mRunning;
     uint64_t mLastNumber = 0;
 };
+
+// Of a number of seconds; null stands for none.
+std::chrono::milliseconds durationOf(const Json::Value& seconds);
 
 } // namespace cimomd
 

@@ -1,4 +1,4 @@
-#include "described_behaviour.h"
+#include "methods.h"
 #include "object_manager.h"
 #include "options.h"
 #include "repository.h"
@@ -21,7 +21,7 @@ int serve(const cimomd::Options& options)
     (void)std::signal(SIGPIPE, SIG_IGN);
     std::string problem;
     cimomd::Repository repository;
-    cimomd::DescribedBehaviour methods;
+    cimomd::Methods methods;
     if (!repository.load(options.repositoryDirectory, problem) ||
         !methods.load(options.repositoryDirectory, repository, problem)) {
         return complain(problem);

@@ -44,79 +44,42 @@ bool isXml(std::string_view mediaType)
            cimxml::equalsIgnoreCase(mediaType, "text/xml");
 }
 
-bool isUtf8(std::string_view charset)
-{
-    return cimxml::equalsIgnoreCase(charset, "utf-8") ||
-           cimxml::equalsIgnoreCase(charset, "\"utf-8\"");
-}
-
-bool isReadable(std::string_view contentType)
-{
-    if (!isXml(takeUpTo(contentType, ';'))) {
-        return false;
-    }
-    while (!contentType.empty()) {
-        std::string_view parameter = takeUpTo(contentType, ';');
-        if (cimxml::equalsIgnoreCase(takeUpTo(parameter, '='), "charset") &&
-            !isUtf8(trimmed(parameter))) {
-            return false;
-        }
-    }
-    return true;
-}
-
 // Whether one of the ranges of an Accept header suits; no header accepts all.
-bool isAccepted(std::string_view ranges, bool (*suits)(std::string_view))
+bool isAccepted(std::string_view ranges)
 {
-    if (ranges.empty()) {
-        return true;
-    }
-    while (!ranges.empty()) {
+    bool suits = ranges.empty();
+    while (!suits && !ranges.empty()) {
         std::string_view range = takeUpTo(ranges, ',');
-        if (suits(takeUpTo(range, ';'))) {
-            return true;
-        }
+        const std::string_view type = takeUpTo(range, ';');
+        suits = isXml(type) || type == "application/*" || type == "text/*" || type == "*/*";
     }
-    return false;
-}
-
-bool suitsXml(std::string_view range)
-{
-    return isXml(range) || cimxml::equalsIgnoreCase(range, "application/*") ||
-           cimxml::equalsIgnoreCase(range, "text/*") || range == "*/*";
-}
-
-bool suitsUtf8(std::string_view range)
-{
-    return isUtf8(range) || range == "*";
+    return suits;
 }
 
 bool checkMethod(const httpd::Request& request, Refusal& refusal)
 {
     if (request.method == "M-POST") {
-        return refuse(refusal, 501, {}, "the HTTP extension framework is not supported; use POST");
+        return refuse(refusal, kHttpNotImplemented, {},
+                      "the HTTP extension framework is not supported; use POST");
     }
     if (request.method != "POST") {
-        return refuse(refusal, 405, {}, "CIM-XML messages are sent by POST");
+        return refuse(refusal, kHttpMethodNotAllowed, {}, "CIM-XML messages are sent by POST");
     }
     if (request.target != kPath) {
-        return refuse(refusal, 404, {}, std::string("CIM-XML messages are sent to ") + kPath);
+        return refuse(refusal, kHttpNotFound, {},
+                      std::string("CIM-XML messages are sent to ") + kPath);
     }
     return true;
 }
 
 bool checkMediaTypes(const httpd::Request& request, Refusal& refusal)
 {
-    const std::string_view encoding = httpd::findHeader(request.headers, "Content-Encoding");
-    if (!isReadable(httpd::findHeader(request.headers, "Content-Type")) ||
-        (!encoding.empty() && !cimxml::equalsIgnoreCase(encoding, "identity"))) {
-        return refuse(refusal, 415, {}, "the body must be application/xml in UTF-8, not encoded");
+    std::string_view contentType = httpd::findHeader(request.headers, "Content-Type");
+    if (!isXml(takeUpTo(contentType, ';'))) {
+        return refuse(refusal, kHttpUnsupportedMediaType, {}, "the body must be application/xml");
     }
-    if (!isAccepted(httpd::findHeader(request.headers, "Accept"), suitsXml) ||
-        !isAccepted(httpd::findHeader(request.headers, "Accept-Charset"), suitsUtf8)) {
-        return refuse(refusal, 406, {}, "answers are application/xml in UTF-8");
-    }
-    return true;
+    return isAccepted(httpd::findHeader(request.headers, "Accept")) ||
+           refuse(refusal, kHttpNotAcceptable, {}, "answers are application/xml");
 }
 
 // Without the header it is the first version.
@@ -127,7 +90,7 @@ bool checkProtocolVersion(const httpd::Request& request, Refusal& refusal)
                             version.back() >= '0' && version.back() <= '4')) {
         return true;
     }
-    return refuse(refusal, 501, "unsupported-protocol-version",
+    return refuse(refusal, kHttpNotImplemented, "unsupported-protocol-version",
                   "the versions 1.0 to 1.4 are supported");
 }
 
@@ -135,10 +98,11 @@ bool checkOperation(const httpd::Request& request, Refusal& refusal)
 {
     const std::string_view operation = httpd::findHeader(request.headers, "CIMOperation");
     if (operation.empty()) {
-        return refuse(refusal, 400, "unsupported-operation", "the CIMOperation header is missing");
+        return refuse(refusal, kHttpBadRequest, "unsupported-operation",
+                      "the CIMOperation header is missing");
     }
     if (!cimxml::equalsIgnoreCase(operation, "MethodCall")) {
-        return refuse(refusal, 501, "unsupported-operation",
+        return refuse(refusal, kHttpNotImplemented, "unsupported-operation",
                       "the only supported CIMOperation is MethodCall");
     }
     return true;
@@ -201,14 +165,14 @@ bool checkRepeated(const httpd::Request& request, const CalledOperation& called,
     const std::string method = percentDecoded(httpd::findHeader(request.headers, "CIMMethod"));
     const std::string object = percentDecoded(httpd::findHeader(request.headers, "CIMObject"));
     if (!cimxml::equalsIgnoreCase(method, called.method)) {
-        return refuse(refusal, 400, "header-mismatch",
+        return refuse(refusal, kHttpBadRequest, "header-mismatch",
                       "CIMMethod says \"" + method + "\", the body \"" +
                           std::string(called.method) + "\"");
     }
     if (!isObject(object, called)) {
         std::string inBody(called.nameSpace);
         inBody += called.className.empty() ? "" : ":" + std::string(called.className);
-        return refuse(refusal, 400, "header-mismatch",
+        return refuse(refusal, kHttpBadRequest, "header-mismatch",
                       "CIMObject says \"" + object + "\", the body \"" + inBody + "\"");
     }
     return true;
@@ -216,14 +180,15 @@ bool checkRepeated(const httpd::Request& request, const CalledOperation& called,
 
 httpd::Response messageResponse(std::string body)
 {
-    return {
-        200, {{"Content-Type", kContentType}, {"CIMOperation", "MethodResponse"}}, std::move(body)};
+    return {kHttpOk,
+            {{"Content-Type", kContentType}, {"CIMOperation", "MethodResponse"}},
+            std::move(body)};
 }
 
 httpd::Response refusalResponse(const Refusal& refusal)
 {
     httpd::Response response{refusal.status, {{"Content-Type", "text/plain; charset=utf-8"}}, {}};
-    if (refusal.status == 405) {
+    if (refusal.status == kHttpMethodNotAllowed) {
         response.headers.push_back({"Allow", "POST"});
     }
     if (!refusal.cimError.empty()) {

@@ -10,10 +10,19 @@
 
 namespace cimomd {
 
+// The HTTP status codes (RFC 9110) that are answered with.
+constexpr unsigned int kHttpOk = 200;
+constexpr unsigned int kHttpBadRequest = 400;
+constexpr unsigned int kHttpNotFound = 404;
+constexpr unsigned int kHttpMethodNotAllowed = 405;
+constexpr unsigned int kHttpNotAcceptable = 406;
+constexpr unsigned int kHttpUnsupportedMediaType = 415;
+constexpr unsigned int kHttpNotImplemented = 501;
+
 // Why a request is refused as HTTP; a CIM error, in contrast, is an answer.
 struct Refusal
 {
-    unsigned int status = 400;
+    unsigned int status = kHttpBadRequest;
     std::string cimError; // value of the CIMError header; empty: none
     std::string detail;   // for whoever reads along
 };

@@ -1,27 +1,25 @@
-// What extrinsic methods do: the seam between the object manager, which finds the method and gives
-// its inputs their declared types, and whoever knows how a method behaves.
+// Extrinsic methods: they do what files beside the declarations describe.
 #ifndef CIMOMD_METHODS_H_
 #define CIMOMD_METHODS_H_
 
-#include "name_space.h"
+#include "jobs.h"
+#include "repository.h"
 
 #include <cimxml/request.h>
 #include <cimxml/types.h>
+#include <json/value.h>
 
 #include <chrono>
+#include <functional>
+#include <map>
 #include <optional>
+#include <string>
+#include <utility>
 #include <vector>
 
 namespace cimomd {
 
-struct MethodCall
-{
-    NameSpace& nameSpace;
-    const ClassEntry& cls;          // of the object
-    const StoredInstance* instance; // null when the method is called of the class
-    const cimxml::Method& method;
-    std::vector<cimxml::MethodParameter> inputs; // declared ones only, converted to their types
-};
+using Clock = std::function<TimePoint()>;
 
 struct MethodResult
 {
@@ -31,25 +29,37 @@ struct MethodResult
     std::chrono::milliseconds delay{0};
 };
 
-class MethodBehaviour
+class Methods
 {
 public:
-    MethodBehaviour() = default;
-    virtual ~MethodBehaviour() = default;
-    MethodBehaviour(const MethodBehaviour&) = delete;
-    MethodBehaviour& operator=(const MethodBehaviour&) = delete;
+    explicit Methods(Clock clock = std::chrono::system_clock::now) : mClock(std::move(clock)) {}
 
-    // Returns false with a CIM error when the method cannot be carried out: kMethodNotAvailable
-    // when it has no behaviour. It may change instances of the namespace.
-    virtual bool invoke(const MethodCall& call, MethodResult& result, cimxml::CimError& error) = 0;
+    // Reads all *.methods.json of a directory, the repository's; there may be none. Returns false
+    // with file, method and cause in problem.
+    bool load(const std::string& directory, Repository& repository, std::string& problem);
 
-    // Brings instances that change by themselves up to date; called before each operation.
-    virtual void advance() {}
+    // Finds the method that a request calls and carries it out. Without a description, of the class
+    // or of one that it is derived from, it is kMethodNotAvailable. A call that fails changes
+    // nothing.
+    bool call(NameSpace& nameSpace, const cimxml::ExtrinsicRequest& request, MethodResult& result,
+              cimxml::CimError& error);
+
+    // Brings jobs up to date; to be called before each operation.
+    void advance() { mJobs.advance(mClock()); }
+
+private:
+    bool add(const std::string& text, Repository& repository, std::string& problem);
+    bool describe(const NameSpace& nameSpace, const std::string& name, const Json::Value& cases,
+                  std::string& problem);
+    const Json::Value* findCases(const ClassEntry& cls, const cimxml::Method& method) const;
+    bool carryOut(const Json::Value& described, NameSpace& nameSpace, const cimxml::Method& method,
+                  CallValues& values, MethodResult& result, cimxml::CimError& error);
+
+    Clock mClock;
+    // The cases of methods, by class and lowered method name.
+    std::map<std::pair<const ClassEntry*, std::string>, Json::Value> mDescriptions;
+    Jobs mJobs;
 };
-
-// Finds the method that a request calls and has it carried out.
-bool callMethod(NameSpace& nameSpace, const cimxml::ExtrinsicRequest& request,
-                MethodBehaviour& behaviour, MethodResult& result, cimxml::CimError& error);
 
 } // namespace cimomd
 

@@ -12,18 +12,6 @@ namespace cimomd {
 
 namespace {
 
-bool checkProperties(const ClassEntry& cls, const cimxml::Instance& instance,
-                     cimxml::CimError& error)
-{
-    for (const cimxml::Property& property : instance.properties) {
-        if (cls.findProperty(property.name) == nullptr) {
-            return fail(error, kNoSuchProperty,
-                        cls.definition.name + " has no property " + property.name);
-        }
-    }
-    return true;
-}
-
 // Puts the value of a property that came from outside into its place.
 bool assign(const cimxml::Property& given, cimxml::Property& property, cimxml::CimError& error)
 {
@@ -31,8 +19,7 @@ bool assign(const cimxml::Property& given, cimxml::Property& property, cimxml::C
     if (!convertTo(property.value.type, property.value.isArray, value)) {
         return fail(error, kTypeMismatch,
                     "the value of " + property.name + " is not of type " +
-                        std::string(cimxml::typeName(property.value.type)) +
-                        (property.value.isArray ? "[]" : ""));
+                        typeText(property.value.type, property.value.isArray));
     }
     property.value = std::move(value);
     if (given.embedded != cimxml::Embedded::None) {
@@ -77,15 +64,23 @@ const cimxml::KeyBinding* bindingOf(const cimxml::ObjectPath& path, const std::s
 
 } // namespace
 
-bool NameSpace::fillIn(const cimxml::Instance& given, cimxml::Instance& instance,
-                       cimxml::CimError& error) const
+// Puts values that came from outside into their places: those that are named, or all of them.
+bool NameSpace::fillIn(const cimxml::Instance& given, const std::vector<std::string>* names,
+                       cimxml::Instance& instance, cimxml::CimError& error) const
 {
     for (const cimxml::Property& property : given.properties) {
-        cimxml::Property& own = *instance.find(property.name);
-        if (!assign(property, own, error)) {
+        cimxml::Property* const own = instance.find(property.name);
+        if (own == nullptr) {
+            return fail(error, kNoSuchProperty,
+                        instance.className + " has no property " + property.name);
+        }
+        if (names != nullptr && !isNamed(own->name, *names)) {
+            continue;
+        }
+        if (!assign(property, *own, error)) {
             return false;
         }
-        settleReference(own.value.scalar);
+        settleReference(own->value.scalar);
     }
     return true;
 }
@@ -103,7 +98,7 @@ void NameSpace::settleReference(cimxml::Scalar& scalar) const
     auto path = std::make_shared<cimxml::ObjectPath>(**reference);
     path->className = cls->definition.name;
     for (cimxml::KeyBinding& key : path->keys) {
-        const cimxml::Property* const property = cls->findProperty(key.name);
+        const cimxml::Property* const property = cls->definition.findProperty(key.name);
         cimxml::KeyBinding typed = key;
         if (property != nullptr && convertKey(property->value.type, typed)) {
             settleReference(typed.value);
@@ -155,7 +150,7 @@ bool NameSpace::makeIdentity(const cimxml::ObjectPath& path, std::string& identi
         if (!convertKey(property.value.type, key)) {
             return fail(error, kInvalidParameter,
                         "the key " + property.name + " is not of type " +
-                            std::string(cimxml::typeName(property.value.type)));
+                            typeText(property.value.type, false));
         }
         appendScalar(key.type, key.value, identity);
     }
@@ -166,28 +161,13 @@ bool NameSpace::makeIdentity(const cimxml::ObjectPath& path, std::string& identi
     return true;
 }
 
-std::string NameSpace::looseIdentity(const cimxml::ObjectPath& path) const
-{
-    std::map<std::string, const cimxml::KeyBinding*> keys;
-    for (const cimxml::KeyBinding& key : path.keys) {
-        keys.emplace(lowered(key.name), &key);
-    }
-    std::string identity = lowered(path.className);
-    for (const auto& [name, key] : keys) {
-        identity += '.' + name;
-        appendScalar(key->type, key->value, identity);
-    }
-    return identity;
-}
-
 std::string NameSpace::identityOf(const cimxml::ObjectPath& path) const
 {
-    if (!isHere(path)) {
-        return lowered(path.nameSpace) + ':' + looseIdentity(path);
-    }
     std::string identity;
     cimxml::CimError ignored;
-    return makeIdentity(path, identity, ignored) ? identity : looseIdentity(path);
+    return isHere(path) && makeIdentity(path, identity, ignored)
+               ? identity
+               : lowered(path.nameSpace) + ':' + cimxml::pathText(path);
 }
 
 bool NameSpace::locate(const cimxml::ObjectPath& path, std::string& identity,
@@ -224,8 +204,7 @@ const StoredInstance* NameSpace::create(const cimxml::Instance& instance, cimxml
     }
     stored.instance = blankInstance(*stored.cls);
     std::string identity;
-    if (!checkProperties(*stored.cls, instance, error) ||
-        !fillIn(instance, stored.instance, error) ||
+    if (!fillIn(instance, nullptr, stored.instance, error) ||
         !makePath(*stored.cls, stored.instance, stored.path, error) ||
         !makeIdentity(stored.path, identity, error)) {
         return nullptr;
@@ -245,22 +224,13 @@ bool NameSpace::modify(const cimxml::ObjectPath& path, const cimxml::Instance& c
 {
     std::string identity;
     Instances::iterator stored;
-    if (!locate(path, identity, stored, error) || !checkProperties(*stored->cls, changes, error)) {
+    if (!locate(path, identity, stored, error)) {
         return false;
-    }
-    cimxml::Instance wanted;
-    for (const cimxml::Property& property : changes.properties) {
-        const bool isNamed =
-            names == nullptr || std::any_of(names->begin(), names->end(), [&](const auto& name) {
-                return cimxml::equalsIgnoreCase(name, property.name);
-            });
-        if (isNamed) {
-            wanted.properties.push_back(property);
-        }
     }
     cimxml::Instance changed = stored->instance;
     cimxml::ObjectPath changedPath;
-    if (!fillIn(wanted, changed, error) || !makePath(*stored->cls, changed, changedPath, error)) {
+    if (!fillIn(changes, names, changed, error) ||
+        !makePath(*stored->cls, changed, changedPath, error)) {
         return false;
     }
     if (identityOf(changedPath) != identity) {

@@ -58,8 +58,8 @@ public:
                  const std::function<void(const StoredInstance&)>& visit) const;
 
     // A text that is the same for two paths exactly when they mean the same object: names without
-    // case, keys in any order and converted to their types, texts exactly. Paths of classes that
-    // are not known here, or of other namespaces, have one too.
+    // case, keys in any order and converted to their types, texts exactly. Of classes that are not
+    // known here, and in other namespaces, only paths that look the same have the same.
     std::string identityOf(const cimxml::ObjectPath& path) const;
 
     // Whether the path has no other namespace.
@@ -68,13 +68,11 @@ public:
 private:
     using Instances = std::list<StoredInstance>;
 
-    bool fillIn(const cimxml::Instance& given, cimxml::Instance& instance,
-                cimxml::CimError& error) const;
+    bool fillIn(const cimxml::Instance& given, const std::vector<std::string>* names,
+                cimxml::Instance& instance, cimxml::CimError& error) const;
     void settleReference(cimxml::Scalar& scalar) const;
-
     bool makeIdentity(const cimxml::ObjectPath& path, std::string& identity,
                       cimxml::CimError& error) const;
-    std::string looseIdentity(const cimxml::ObjectPath& path) const;
     void appendScalar(cimxml::Type type, const cimxml::Scalar& scalar, std::string& text) const;
     bool locate(const cimxml::ObjectPath& path, std::string& identity, Instances::iterator& found,
                 cimxml::CimError& error) const;

@@ -52,7 +52,7 @@ const OperationEntry* findOperation(const std::string& name)
 Refusal refusalOf(const cimxml::RequestFault& fault)
 {
     const bool isUnsupported = fault.cimError.find("unsupported") != std::string::npos;
-    return {isUnsupported ? 501U : 400U, fault.cimError, fault.message};
+    return {isUnsupported ? kHttpNotImplemented : kHttpBadRequest, fault.cimError, fault.message};
 }
 
 CalledOperation calledBy(const cimxml::IntrinsicRequest& request)
@@ -147,7 +147,7 @@ bool ObjectManager::callExtrinsic(const cimxml::ExtrinsicRequest& request, Metho
                                   cimxml::CimError& error)
 {
     NameSpace* const nameSpace = findNameSpace(request.object.nameSpace, error);
-    return nameSpace != nullptr && callMethod(*nameSpace, request, mMethods, result, error);
+    return nameSpace != nullptr && mMethods.call(*nameSpace, request, result, error);
 }
 
 NameSpace* ObjectManager::findNameSpace(const std::string& name, cimxml::CimError& error)

@@ -19,7 +19,7 @@ class ObjectManager
 {
 public:
     // All must outlive the object manager. The host stands in object paths.
-    ObjectManager(Repository& repository, MethodBehaviour& methods, const std::string& host)
+    ObjectManager(Repository& repository, Methods& methods, const std::string& host)
         : mRepository(repository), mMethods(methods), mHost(host)
     {}
 
@@ -46,7 +46,7 @@ private:
     NameSpace* findNameSpace(const std::string& name, cimxml::CimError& error);
 
     Repository& mRepository;
-    MethodBehaviour& mMethods;
+    Methods& mMethods;
     const std::string& mHost;
 };
 

@@ -25,6 +25,11 @@ struct OperationCall
 
 using Operation = bool (*)(OperationCall& call);
 
+// The class or the instance that an operation is about, once all its arguments are read; null with
+// the error where one of them is wrong or there is no such object.
+const ClassEntry* findClass(OperationCall& call, const std::string& name);
+const StoredInstance* findInstance(OperationCall& call, const cimxml::ObjectPath& path);
+
 // What of an instance is asked for.
 struct PropertySelection
 {

@@ -1,46 +1,102 @@
 #include "query.h"
 
+#include "cim_status.h"
 #include "query_tokens.h"
+#include "values.h"
 
-#include <strings.h>
-
+#include <algorithm>
+#include <compare>
+#include <type_traits>
 #include <utility>
 
 namespace cimomd {
 
 namespace {
 
+using Condition = Query::Condition;
+
 // How deep conditions may be nested: beyond what anyone writes, far from the end of the stack.
 constexpr unsigned int kMaxNesting = 64;
 
-bool isSame(const std::string& a, const char* b)
-{
-    return strcasecmp(a.c_str(), b) == 0;
-}
+constexpr const char* kSupported =
+    "; supported is SELECT * | property, ... FROM class [WHERE condition] with =, <>, <, <=, >, "
+    ">=, "
+    "IS NULL, IS NOT NULL, AND, OR and parentheses: no NOT, no LIKE, no aliases, no functions";
 
-struct ComparisonSymbol
+struct Comparison
 {
     std::string_view symbol;
-    Condition::Kind kind;
-    Condition::Kind mirrored; // with its operands exchanged
+    bool (*holds)(std::partial_ordering order);
 };
 
-constexpr ComparisonSymbol kComparisons[] = {
-    {"=", Condition::Kind::Equal, Condition::Kind::Equal},
-    {"<>", Condition::Kind::NotEqual, Condition::Kind::NotEqual},
-    {"!=", Condition::Kind::NotEqual, Condition::Kind::NotEqual},
-    {"<", Condition::Kind::Less, Condition::Kind::Greater},
-    {"<=", Condition::Kind::LessOrEqual, Condition::Kind::GreaterOrEqual},
-    {">", Condition::Kind::Greater, Condition::Kind::Less},
-    {">=", Condition::Kind::GreaterOrEqual, Condition::Kind::LessOrEqual},
+constexpr Comparison kComparisons[] = {
+    {"=",
+     [](std::partial_ordering order) {
+         return order == 0;
+     }},
+    {"<>",
+     [](std::partial_ordering order) {
+         return order != 0;
+     }},
+    {"<",
+     [](std::partial_ordering order) {
+         return order < 0;
+     }},
+    {"<=",
+     [](std::partial_ordering order) {
+         return order <= 0;
+     }},
+    {">",
+     [](std::partial_ordering order) {
+         return order > 0;
+     }},
+    {">=",
+     [](std::partial_ordering order) {
+         return order >= 0;
+     }},
 };
+
+// Of values of one type.
+std::partial_ordering compare(const cimxml::Scalar& a, const cimxml::Scalar& b)
+{
+    return std::visit(
+        [](const auto& x, const auto& y) -> std::partial_ordering {
+            using X = std::decay_t<decltype(x)>;
+            constexpr bool kHasOrder = std::is_arithmetic_v<X> || std::is_same_v<X, std::string>;
+            if constexpr (kHasOrder && std::is_same_v<X, std::decay_t<decltype(y)>>) {
+                return x <=> y;
+            } else {
+                return std::partial_ordering::unordered;
+            }
+        },
+        a, b);
+}
+
+// What values of a type are compared with; Symbol: with nothing.
+QueryToken::Kind kindOfLiteral(cimxml::Type type)
+{
+    if (cimxml::isUnsigned(type) || cimxml::isSigned(type) || cimxml::isReal(type)) {
+        return QueryToken::Kind::Number;
+    }
+    if (type == cimxml::Type::String) {
+        return QueryToken::Kind::Text;
+    }
+    return type == cimxml::Type::Boolean ? QueryToken::Kind::Name : QueryToken::Kind::Symbol;
+}
+
+Condition joined(Condition a, Condition b, bool needsBoth)
+{
+    return [a = std::move(a), b = std::move(b), needsBoth](const cimxml::Instance& instance) {
+        return needsBoth ? a(instance) && b(instance) : a(instance) || b(instance);
+    };
+}
 
 class Parser
 {
 public:
-    Parser(const std::vector<QueryToken>& tokens, QueryLanguage language, Query& query,
-           std::string& problem)
-        : mTokens(tokens), mLanguage(language), mQuery(query), mProblem(problem)
+    Parser(const std::vector<QueryToken>& tokens, const NameSpace& nameSpace, Query& query,
+           cimxml::CimError& error)
+        : mTokens(tokens), mNameSpace(nameSpace), mQuery(query), mError(error)
     {}
 
     bool run();
@@ -52,70 +108,61 @@ private:
     bool takeSymbol(std::string_view symbol);
     bool takeName(std::string& name);
     bool expected(const std::string& what);
+    bool invalid(const std::string& problem) { return fail(mError, kInvalidQuery, problem); }
 
     bool readSelectList();
-    bool readFrom();
-    bool checkQualifiers();
-    bool readProperty(std::string& name);
-
-    bool readOr(Condition& condition);
-    bool readAnd(Condition& condition);
-    bool readNot(Condition& condition);
+    bool readClass();
+    bool findProperty(const std::string& name, size_t& index);
+    bool readAlternatives(Condition& condition);
+    bool readConjunction(Condition& condition);
     bool readTest(Condition& condition);
-    bool readOperand(Operand& operand);
-    bool readComparison(Condition& condition);
-    bool readLike(Condition& condition);
-    bool readIs(Condition& condition);
+    bool readNullTest(size_t property, Condition& condition);
+    bool readComparison(size_t property, Condition& condition);
+    bool readLiteral(const cimxml::Property& property, cimxml::Scalar& literal);
 
     const std::vector<QueryToken>& mTokens;
-    QueryLanguage mLanguage;
+    const NameSpace& mNameSpace;
     Query& mQuery;
-    std::string& mProblem;
+    cimxml::CimError& mError;
     size_t mAt = 0;
     unsigned int mNesting = 0;
-    std::string mAlias;
-    std::vector<std::string> mQualifiers; // of properties; the class is known only after some
 };
 
 bool Parser::nextIsKeyword(const char* keyword) const
 {
-    return next().kind == QueryToken::Kind::Name && isSame(next().text, keyword);
+    return next().kind == QueryToken::Kind::Name && cimxml::equalsIgnoreCase(next().text, keyword);
 }
 
 bool Parser::takeKeyword(const char* keyword)
 {
-    if (!nextIsKeyword(keyword)) {
-        return false;
-    }
-    ++mAt;
-    return true;
+    const bool isThere = nextIsKeyword(keyword);
+    mAt += isThere ? 1 : 0;
+    return isThere;
 }
 
 bool Parser::takeSymbol(std::string_view symbol)
 {
-    if (next().kind != QueryToken::Kind::Symbol || next().text != symbol) {
-        return false;
-    }
-    ++mAt;
-    return true;
+    const bool isThere = next().kind == QueryToken::Kind::Symbol && next().text == symbol;
+    mAt += isThere ? 1 : 0;
+    return isThere;
 }
 
 bool Parser::takeName(std::string& name)
 {
-    if (next().kind != QueryToken::Kind::Name) {
-        return false;
+    const bool isThere = next().kind == QueryToken::Kind::Name && !nextIsKeyword("NOT");
+    if (isThere) {
+        name = next().text;
+        ++mAt;
     }
-    name = next().text;
-    ++mAt;
-    return true;
+    return isThere;
 }
 
 // Always false.
 bool Parser::expected(const std::string& what)
 {
-    mProblem = "expected " + what + " at offset " + std::to_string(next().offset) +
-               (next().kind == QueryToken::Kind::End ? ", where the query ends" : "");
-    return false;
+    const bool isEnd = next().kind == QueryToken::Kind::End;
+    return invalid("expected " + what + " at offset " + std::to_string(next().offset) +
+                   (isEnd ? ", where the query ends" : " instead of " + next().text) + kSupported);
 }
 
 bool Parser::run()
@@ -123,16 +170,16 @@ bool Parser::run()
     if (!takeKeyword("SELECT")) {
         return expected("SELECT");
     }
-    if (!readSelectList() || !readFrom()) {
+    if (!readSelectList() || !readClass()) {
         return false;
     }
-    if (takeKeyword("WHERE") && !readOr(mQuery.where.emplace_back())) {
+    mQuery.selects = [](const cimxml::Instance&) {
+        return true;
+    };
+    if (takeKeyword("WHERE") && !readAlternatives(mQuery.selects)) {
         return false;
     }
-    if (next().kind != QueryToken::Kind::End) {
-        return expected("the end of the query");
-    }
-    return checkQualifiers();
+    return next().kind == QueryToken::Kind::End || expected("the end of the query");
 }
 
 bool Parser::readSelectList()
@@ -141,202 +188,148 @@ bool Parser::readSelectList()
         return true;
     }
     do {
-        if (!readProperty(mQuery.properties.emplace_back())) {
-            return false;
+        if (!takeName(mQuery.properties.emplace_back())) {
+            return expected("a property");
         }
     } while (takeSymbol(","));
     return true;
 }
 
-bool Parser::readFrom()
+bool Parser::readClass()
 {
+    std::string name;
     if (!takeKeyword("FROM")) {
         return expected("FROM");
     }
-    if (!takeName(mQuery.className)) {
+    if (!takeName(name)) {
         return expected("a class");
     }
-    if (takeKeyword("AS") && !takeName(mAlias)) {
-        return expected("the alias of the class");
-    }
-    if (mAlias.empty() && !nextIsKeyword("WHERE")) {
-        (void)takeName(mAlias);
-    }
-    return true;
+    mQuery.cls = mNameSpace.findClass(name, mError);
+    size_t ignored = 0;
+    return mQuery.cls != nullptr && std::all_of(mQuery.properties.begin(), mQuery.properties.end(),
+                                                [&](const std::string& property) {
+                                                    return findProperty(property, ignored);
+                                                });
 }
 
-bool Parser::readProperty(std::string& name)
+bool Parser::findProperty(const std::string& name, size_t& index)
 {
-    if (!takeName(name)) {
-        return expected("a property");
+    const cimxml::Class& cls = mQuery.cls->definition;
+    const cimxml::Property* const property = cls.findProperty(name);
+    if (property == nullptr) {
+        return invalid(cls.name + " has no property " + name);
     }
-    if (takeSymbol(".")) {
-        mQualifiers.push_back(std::move(name));
-        if (!takeName(name)) {
-            return expected("a property");
-        }
-    }
+    index = static_cast<size_t>(property - cls.properties.data());
     return true;
 }
 
-bool Parser::checkQualifiers()
-{
-    for (const std::string& qualifier : mQualifiers) {
-        if (!isSame(qualifier, mQuery.className.c_str()) && !isSame(qualifier, mAlias.c_str())) {
-            mProblem = qualifier + " is not the class that is selected from";
-            return false;
-        }
-    }
-    return true;
-}
-
-bool Parser::readOr(Condition& condition)
+bool Parser::readAlternatives(Condition& condition)
 {
     if (++mNesting > kMaxNesting) {
-        mProblem = "conditions are nested too deep";
+        return invalid("conditions are nested too deep");
+    }
+    if (!readConjunction(condition)) {
         return false;
     }
-    condition.kind = Condition::Kind::Or;
-    do {
-        if (!readAnd(condition.parts.emplace_back())) {
+    while (takeKeyword("OR")) {
+        Condition other;
+        if (!readConjunction(other)) {
             return false;
         }
-    } while (takeKeyword("OR"));
+        condition = joined(std::move(condition), std::move(other), false);
+    }
     --mNesting;
     return true;
 }
 
-bool Parser::readAnd(Condition& condition)
+bool Parser::readConjunction(Condition& condition)
 {
-    condition.kind = Condition::Kind::And;
-    do {
-        if (!readNot(condition.parts.emplace_back())) {
+    if (!readTest(condition)) {
+        return false;
+    }
+    while (takeKeyword("AND")) {
+        Condition other;
+        if (!readTest(other)) {
             return false;
         }
-    } while (takeKeyword("AND"));
+        condition = joined(std::move(condition), std::move(other), true);
+    }
     return true;
-}
-
-bool Parser::readNot(Condition& condition)
-{
-    bool isNegated = false;
-    while (takeKeyword("NOT")) {
-        isNegated = !isNegated;
-    }
-    if (isNegated) {
-        condition.kind = Condition::Kind::Not;
-    }
-    return readTest(isNegated ? condition.parts.emplace_back() : condition);
 }
 
 bool Parser::readTest(Condition& condition)
 {
     if (takeSymbol("(")) {
-        return readOr(condition) && (takeSymbol(")") || expected("\")\""));
+        return readAlternatives(condition) && (takeSymbol(")") || expected("\")\""));
     }
-    if (!readOperand(condition.left)) {
+    std::string name;
+    size_t property = 0;
+    if (!takeName(name)) {
+        return expected("a property or \"(\"");
+    }
+    if (!findProperty(name, property)) {
         return false;
     }
-    if (takeKeyword("IS")) {
-        return readIs(condition);
-    }
-    if (nextIsKeyword("NOT") || nextIsKeyword("LIKE")) {
-        return readLike(condition);
-    }
-    return readComparison(condition);
+    return takeKeyword("IS") ? readNullTest(property, condition)
+                             : readComparison(property, condition);
 }
 
-bool Parser::readOperand(Operand& operand)
+bool Parser::readNullTest(size_t property, Condition& condition)
 {
-    switch (next().kind) {
-    case QueryToken::Kind::Text:
-        operand.kind = Operand::Kind::Text;
-        break;
-    case QueryToken::Kind::Number:
-        operand.kind = Operand::Kind::Number;
-        break;
-    case QueryToken::Kind::Name:
-        if (!nextIsKeyword("TRUE") && !nextIsKeyword("FALSE")) {
-            operand.kind = Operand::Kind::Property;
-            return readProperty(operand.text);
-        }
-        operand.kind = Operand::Kind::Boolean;
-        break;
-    default:
-        return expected("a property or a literal");
-    }
-    operand.text = next().text;
-    ++mAt;
-    return true;
+    const bool isNull = !takeKeyword("NOT");
+    condition = [property, isNull](const cimxml::Instance& instance) {
+        return instance.properties[property].value.isNull == isNull;
+    };
+    return takeKeyword("NULL") || expected("NULL");
 }
 
-// A property comes to stand on the left, so that the literal takes its type.
-bool Parser::readComparison(Condition& condition)
+bool Parser::readComparison(size_t property, Condition& condition)
 {
-    for (const ComparisonSymbol& comparison : kComparisons) {
+    for (const Comparison& comparison : kComparisons) {
         if (!takeSymbol(comparison.symbol)) {
             continue;
         }
-        condition.kind = comparison.kind;
-        if (!readOperand(condition.right)) {
+        cimxml::Scalar literal;
+        if (!readLiteral(mQuery.cls->definition.properties[property], literal)) {
             return false;
         }
-        if (condition.left.kind != Operand::Kind::Property) {
-            std::swap(condition.left, condition.right);
-            condition.kind = comparison.mirrored;
-        }
-        return condition.left.kind == Operand::Kind::Property ||
-               expected("a comparison of a property before this");
+        condition = [property, literal = std::move(literal),
+                     holds = comparison.holds](const cimxml::Instance& instance) {
+            const cimxml::Value& value = instance.properties[property].value;
+            return !value.isNull && holds(compare(value.scalar, literal));
+        };
+        return true;
     }
     return expected("a comparison");
 }
 
-bool Parser::readLike(Condition& condition)
+bool Parser::readLiteral(const cimxml::Property& property, cimxml::Scalar& literal)
 {
-    Condition like;
-    like.kind = Condition::Kind::Like;
-    like.left = std::move(condition.left);
-    const bool isNegated = takeKeyword("NOT");
-    if (!takeKeyword("LIKE")) {
-        return expected("LIKE");
+    const bool isBoolean = nextIsKeyword("TRUE") || nextIsKeyword("FALSE");
+    if (next().kind != QueryToken::Kind::Text && next().kind != QueryToken::Kind::Number &&
+        !isBoolean) {
+        return expected("a literal");
     }
-    if (like.left.kind != Operand::Kind::Property) {
-        return expected("LIKE for a property instead of what is before it");
+    const cimxml::Type type = property.value.type;
+    auto value = cimxml::parseScalar(type, next().text);
+    if (property.value.isArray || kindOfLiteral(type) != next().kind || !value) {
+        return invalid(property.name + " is of type " + typeText(type, property.value.isArray) +
+                       " and cannot be compared with " + next().text);
     }
-    if (next().kind != QueryToken::Kind::Text) {
-        return expected("a pattern in quotes");
-    }
-    const std::string& pattern = next().text;
-    if (!(mLanguage == QueryLanguage::Cql
-              ? LikePattern::readCql(pattern, like.pattern, mProblem)
-              : LikePattern::readWql(pattern, like.pattern, mProblem))) {
-        return false;
-    }
+    literal = std::move(*value);
     ++mAt;
-    condition = isNegated ? Condition{Condition::Kind::Not, {std::move(like)}, {}, {}, {}}
-                          : std::move(like);
     return true;
-}
-
-bool Parser::readIs(Condition& condition)
-{
-    if (condition.left.kind != Operand::Kind::Property) {
-        return expected("IS for a property instead of what is before it");
-    }
-    condition.kind = Condition::Kind::IsNull;
-    if (takeKeyword("NOT")) {
-        condition = Condition{Condition::Kind::Not, {condition}, {}, {}, {}};
-    }
-    return takeKeyword("NULL") || expected("NULL");
 }
 
 } // namespace
 
-bool readQuery(std::string_view text, QueryLanguage language, Query& query, std::string& problem)
+bool readQuery(std::string_view text, const NameSpace& nameSpace, Query& query,
+               cimxml::CimError& error)
 {
-    query = {};
     std::vector<QueryToken> tokens;
-    return splitQuery(text, tokens, problem) && Parser(tokens, language, query, problem).run();
+    std::string problem;
+    return splitQuery(text, tokens, problem) ? Parser(tokens, nameSpace, query, error).run()
+                                             : fail(error, kInvalidQuery, problem + kSupported);
 }
 
 } // namespace cimomd

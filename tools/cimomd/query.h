@@ -1,67 +1,41 @@
-// The SELECT statements of ExecQuery, in CQL (DSP0202) and in WQL; both share the part that is
-// supported here:
+// The queries of ExecQuery, in that part of CQL (DSP0202) which is supported here:
 //
-//   SELECT * | property [, property]... FROM class [[AS] alias] [WHERE condition]
+//   SELECT * | property [, property]... FROM class [WHERE condition]
 //
-// A condition is a comparison (= <> != < <= > >=), [NOT] LIKE with a text (see like_pattern.h),
-// IS [NOT] NULL, or such joined by AND, OR, NOT and parentheses. An operand is a property, which
-// may be qualified by the class or its alias, or a literal: 'text' or "text" (doubled quotes and
-// backslashes stand for themselves), a number (decimal, real, 0x hexadecimal), TRUE or FALSE.
-// Keywords and names are told without case.
+// A condition compares a property with a literal (=, <>, <, <=, >, >=) or tests it for null
+// (IS NULL, IS NOT NULL); AND, OR and parentheses join conditions. A literal is a text in single or
+// double quotes, a number, TRUE or FALSE, and takes the type of the property. Keywords and names
+// are told without case.
+//
+// A comparison with null does not hold. Date-times, references and arrays can only be tested for
+// null.
 #ifndef CIMOMD_QUERY_H_
 #define CIMOMD_QUERY_H_
 
-#include "like_pattern.h"
+#include "name_space.h"
 
+#include <cimxml/types.h>
+
+#include <functional>
 #include <string>
 #include <string_view>
 #include <vector>
 
 namespace cimomd {
 
-enum class QueryLanguage { Cql, Wql };
-
-// A property's name, or a literal as text that still has to become a value.
-struct Operand
-{
-    enum class Kind { Property, Text, Number, Boolean };
-
-    Kind kind = Kind::Property;
-    std::string text;
-};
-
-struct Condition
-{
-    enum class Kind {
-        And,
-        Or,
-        Not,
-        Equal,
-        NotEqual,
-        Less,
-        LessOrEqual,
-        Greater,
-        GreaterOrEqual,
-        Like,
-        IsNull
-    };
-
-    Kind kind = Kind::And;
-    std::vector<Condition> parts; // of And and Or: any number; of Not: one
-    Operand left;                 // of the others
-    Operand right;                // of the comparisons
-    LikePattern pattern;          // of Like
-};
-
 struct Query
 {
+    // Tests an instance of the class or of a subclass, with all properties in their order.
+    using Condition = std::function<bool(const cimxml::Instance&)>;
+
     std::vector<std::string> properties; // none: all
-    std::string className;
-    std::vector<Condition> where; // none or one
+    const ClassEntry* cls = nullptr;
+    Condition selects;
 };
 
-// Returns false with what is wrong, and where, in problem.
-bool readQuery(std::string_view text, QueryLanguage language, Query& query, std::string& problem);
+// Returns false with kInvalidQuery or kInvalidClass; the description says where and what is wrong.
+bool readQuery(std::string_view text, const NameSpace& nameSpace, Query& query,
+               cimxml::CimError& error);
 
 } // namespace cimomd
 

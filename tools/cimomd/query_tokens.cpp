@@ -1,155 +1,111 @@
 #include "query_tokens.h"
 
+#include <algorithm>
 #include <cctype>
 
 namespace cimomd {
 
 namespace {
 
-constexpr std::string_view kLongSymbols[] = {"<>", "<=", ">=", "!="};
-constexpr std::string_view kShortSymbols = "=<>(),.*";
+constexpr std::string_view kSymbols[] = {"<>", "<=", ">=", "=", "<", ">", "(", ")", ",", "*"};
 
-bool isDigit(char c)
+bool isSpace(char c)
 {
-    return c >= '0' && c <= '9';
-}
-
-bool isNameStart(char c)
-{
-    const auto byte = static_cast<unsigned char>(c);
-    return std::isalpha(byte) != 0 || c == '_' || byte >= 0x80;
+    return std::isspace(static_cast<unsigned char>(c)) != 0;
 }
 
 bool isNamePart(char c)
 {
-    return isNameStart(c) || isDigit(c);
+    const auto byte = static_cast<unsigned char>(c);
+    return std::isalnum(byte) != 0 || c == '_' || byte >= 0x80;
 }
 
-class Splitter
+// Whether it is a number that the property's type can hold shows when it becomes a value.
+bool isNumberPart(char c)
 {
-public:
-    Splitter(std::string_view query, std::vector<QueryToken>& tokens, std::string& problem)
-        : mQuery(query), mTokens(tokens), mProblem(problem)
-    {}
+    return isNamePart(c) || c == '.' || c == '+' || c == '-';
+}
 
-    bool run()
-    {
-        while (mAt < mQuery.size()) {
-            if (std::isspace(static_cast<unsigned char>(mQuery[mAt])) != 0) {
-                ++mAt;
-            } else if (!takeToken()) {
-                return false;
-            }
+bool isNumberStart(char c)
+{
+    return std::isdigit(static_cast<unsigned char>(c)) != 0 || c == '+' || c == '-';
+}
+
+std::string_view takeWhile(std::string_view& rest, bool (*belongs)(char))
+{
+    const auto end = std::find_if_not(rest.begin(), rest.end(), belongs);
+    const std::string_view taken = rest.substr(0, static_cast<size_t>(end - rest.begin()));
+    rest.remove_prefix(taken.size());
+    return taken;
+}
+
+// Takes a text and its quotes. A backslash stands before a quote or a backslash that means itself.
+bool takeText(std::string_view& rest, std::string& text)
+{
+    const char quote = rest.front();
+    for (size_t i = 1; i < rest.size(); ++i) {
+        if (rest[i] == quote) {
+            rest.remove_prefix(i + 1);
+            return true;
         }
-        add(QueryToken::Kind::End, {});
+        const bool isEscape =
+            rest[i] == '\\' && i + 1 < rest.size() && (rest[i + 1] == quote || rest[i + 1] == '\\');
+        text += rest[isEscape ? ++i : i];
+    }
+    return false;
+}
+
+bool takeSymbol(std::string_view& rest, std::string& text)
+{
+    for (const std::string_view symbol : kSymbols) {
+        if (rest.starts_with(symbol)) {
+            text = symbol;
+            rest.remove_prefix(symbol.size());
+            return true;
+        }
+    }
+    return false;
+}
+
+bool takeToken(std::string_view& rest, QueryToken& token, std::string& problem)
+{
+    const char first = rest.front();
+    const std::string at = " at offset " + std::to_string(token.offset);
+    if (first == '\'' || first == '"') {
+        token.kind = QueryToken::Kind::Text;
+        problem = "a text without its closing quote" + at;
+        return takeText(rest, token.text);
+    }
+    if (isNumberStart(first)) {
+        token.kind = QueryToken::Kind::Number;
+        token.text = takeWhile(rest, isNumberPart);
         return true;
     }
-
-private:
-    bool takeToken()
-    {
-        const char first = mQuery[mAt];
-        if (first == '\'' || first == '"') {
-            return takeText(first);
-        }
-        if (isNameStart(first)) {
-            take(QueryToken::Kind::Name, endOf(isNamePart, mAt));
-            return true;
-        }
-        const bool isSigned = first == '-' || first == '+';
-        if (isDigit(charAt(isSigned ? mAt + 1 : mAt))) {
-            takeNumber(isSigned ? mAt + 1 : mAt);
-            return true;
-        }
-        return takeSymbol();
+    if (isNamePart(first)) {
+        token.kind = QueryToken::Kind::Name;
+        token.text = takeWhile(rest, isNamePart);
+        return true;
     }
-
-    // The character at an offset; a null character beyond the end.
-    char charAt(size_t offset) const { return offset < mQuery.size() ? mQuery[offset] : '\0'; }
-
-    size_t endOf(bool (*belongs)(char), size_t from) const
-    {
-        while (from < mQuery.size() && belongs(mQuery[from])) {
-            ++from;
-        }
-        return from;
-    }
-
-    void add(QueryToken::Kind kind, std::string text)
-    {
-        mTokens.push_back({kind, std::move(text), mAt});
-    }
-
-    void take(QueryToken::Kind kind, size_t end)
-    {
-        add(kind, std::string(mQuery.substr(mAt, end - mAt)));
-        mAt = end;
-    }
-
-    // Whether it is a number that any type can hold shows when it becomes a value.
-    void takeNumber(size_t digits)
-    {
-        size_t end = endOf(isNamePart, digits);
-        if (charAt(end) == '.' && isDigit(charAt(end + 1))) {
-            end = endOf(isNamePart, end + 1);
-        }
-        const bool isHex = charAt(digits + 1) == 'x' || charAt(digits + 1) == 'X';
-        const char last = charAt(end - 1);
-        const char sign = charAt(end);
-        if (!isHex && (last == 'e' || last == 'E') && (sign == '-' || sign == '+')) {
-            end = endOf(isDigit, end + 1);
-        }
-        take(QueryToken::Kind::Number, end);
-    }
-
-    bool takeText(char quote)
-    {
-        std::string text;
-        for (size_t i = mAt + 1; i < mQuery.size(); ++i) {
-            const char c = mQuery[i];
-            const bool isEscape = (c == quote || c == '\\') && charAt(i + 1) == c;
-            const bool isEscapedQuote = c == '\\' && charAt(i + 1) == quote;
-            if (isEscape || isEscapedQuote) {
-                text += charAt(++i);
-            } else if (c != quote) {
-                text += c;
-            } else {
-                add(QueryToken::Kind::Text, std::move(text));
-                mAt = i + 1;
-                return true;
-            }
-        }
-        mProblem = "a text without its closing quote at offset " + std::to_string(mAt);
-        return false;
-    }
-
-    bool takeSymbol()
-    {
-        for (const std::string_view symbol : kLongSymbols) {
-            if (mQuery.substr(mAt).starts_with(symbol)) {
-                take(QueryToken::Kind::Symbol, mAt + symbol.size());
-                return true;
-            }
-        }
-        if (kShortSymbols.find(mQuery[mAt]) != std::string_view::npos) {
-            take(QueryToken::Kind::Symbol, mAt + 1);
-            return true;
-        }
-        mProblem = "an unexpected character at offset " + std::to_string(mAt);
-        return false;
-    }
-
-    std::string_view mQuery;
-    std::vector<QueryToken>& mTokens;
-    std::string& mProblem;
-    size_t mAt = 0;
-};
+    token.kind = QueryToken::Kind::Symbol;
+    problem = std::string("the character ") + first + at + " means nothing here";
+    return takeSymbol(rest, token.text);
+}
 
 } // namespace
 
 bool splitQuery(std::string_view query, std::vector<QueryToken>& tokens, std::string& problem)
 {
-    return Splitter(query, tokens, problem).run();
+    for (std::string_view rest = query;;) {
+        (void)takeWhile(rest, isSpace);
+        QueryToken& token = tokens.emplace_back();
+        token.offset = query.size() - rest.size();
+        if (rest.empty()) {
+            return true;
+        }
+        if (!takeToken(rest, token, problem)) {
+            return false;
+        }
+    }
 }
 
 } // namespace cimomd

@@ -54,6 +54,18 @@ std::string lowered(std::string_view text)
     return small;
 }
 
+bool isNamed(std::string_view name, const std::vector<std::string>& names)
+{
+    return std::any_of(names.begin(), names.end(), [name](const std::string& one) {
+        return cimxml::equalsIgnoreCase(one, name);
+    });
+}
+
+std::string typeText(cimxml::Type type, bool isArray)
+{
+    return std::string(cimxml::typeName(type)) + (isArray ? "[]" : "");
+}
+
 bool convertKey(cimxml::Type type, cimxml::KeyBinding& key)
 {
     const cimxml::Type from = std::exchange(key.type, type);

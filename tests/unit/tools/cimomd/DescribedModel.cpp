@@ -96,7 +96,7 @@ std::string DescribedModel::load(const std::string& fileText)
 {
     std::ofstream(mDirectory.File("model.methods.json")) << fileText;
     std::string problem;
-    return mBehaviour.load(mDirectory.File(""), mRepository, problem) ? std::string() : problem;
+    return mMethods.load(mDirectory.File(""), mRepository, problem) ? std::string() : problem;
 }
 
 std::string DescribedModel::describe(const std::string& cases)
@@ -127,8 +127,7 @@ DescribedModel::Outcome DescribedModel::callWith(const std::string& method, cons
     request.isInstance = !id.empty();
     request.inputs = inputs;
     Outcome outcome;
-    outcome.isDone =
-        cimomd::callMethod(nameSpace(), request, mBehaviour, outcome.result, outcome.error);
+    outcome.isDone = mMethods.call(nameSpace(), request, outcome.result, outcome.error);
     return outcome;
 }
 

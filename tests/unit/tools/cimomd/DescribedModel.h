@@ -2,7 +2,7 @@
 #ifndef DESCRIBED_MODEL_H_
 #define DESCRIBED_MODEL_H_
 
-#include "described_behaviour.h"
+#include "methods.h"
 #include "repository.h"
 
 #include <TempDirectory.h>
@@ -56,18 +56,18 @@ public:
 
     cimomd::NameSpace& nameSpace() { return *mRepository.find("root/xcim"); }
     cimomd::Repository& repository() { return mRepository; }
-    cimomd::DescribedBehaviour& behaviour() { return mBehaviour; }
+    cimomd::Methods& methods() { return mMethods; }
     void wait(std::chrono::milliseconds time)
     {
         mNow += time;
-        mBehaviour.advance();
+        mMethods.advance();
     }
 
 private:
     support::TempDirectory mDirectory;
     cimomd::Repository mRepository;
     std::chrono::system_clock::time_point mNow = kStart;
-    cimomd::DescribedBehaviour mBehaviour{[this] {
+    cimomd::Methods mMethods{[this] {
         return mNow;
     }};
 };

@@ -53,13 +53,6 @@ TEST_F(JobsTest, IdThatIsTakenIsPassedOver)
     EXPECT_EQ(start(), "Job.InstanceID=\"JID_000000000002\"");
 }
 
-TEST_F(JobsTest, CanHaveAnotherPrefix)
-{
-    describe(
-        R"({"outputs": {"Job": {"job": true}}, "job": {"class": "Job", "prefix": "OSD_", "seconds": 1}})");
-    EXPECT_EQ(start(), "Job.InstanceID=\"OSD_000000000001\"");
-}
-
 TEST_F(JobsTest, GoOnWithTimeUntilTheyAreDone)
 {
     describe(kCase);

@@ -61,8 +61,6 @@ TEST(MessageHeaders, UsualOnesAreFine)
     EXPECT_EQ(refusalOf(with("CIMProtocolVersion", "1.4")), "");
     EXPECT_EQ(refusalOf(with("Accept", "text/html, application/xml;q=0.9")), "");
     EXPECT_EQ(refusalOf(with("Accept", "*/*")), "");
-    EXPECT_EQ(refusalOf(with("Accept-Charset", "utf-8")), "");
-    EXPECT_EQ(refusalOf(with("Content-Encoding", "identity")), "");
 }
 
 TEST(MessageHeaders, OtherMethodsAndPathsAreRefused)
@@ -81,10 +79,7 @@ TEST(MessageHeaders, MediaTypesAreRefused)
 {
     EXPECT_EQ(refusalOf(with("Content-Type", "application/json")), "415 ");
     EXPECT_EQ(refusalOf(with("Content-Type", "")), "415 ");
-    EXPECT_EQ(refusalOf(with("Content-Type", "application/xml; charset=latin1")), "415 ");
-    EXPECT_EQ(refusalOf(with("Content-Encoding", "gzip")), "415 ");
     EXPECT_EQ(refusalOf(with("Accept", "text/html")), "406 ");
-    EXPECT_EQ(refusalOf(with("Accept-Charset", "latin1")), "406 ");
 }
 
 TEST(MessageHeaders, CimHeadersAreRefused)

@@ -1,7 +1,6 @@
 // The operations: which parameters they take, and how they fail.
 #include "SampleModel.h"
 #include "cim_status.h"
-#include "described_behaviour.h"
 #include "object_manager.h"
 
 #include <TempDirectory.h>
@@ -33,25 +32,6 @@ constexpr const char* kModel = R"(<?xml version="1.0" encoding="utf-8"?>
 </DECLGROUP></DECLARATION></CIM>
 )";
 
-// Remembers what it was called with.
-class Recorder : public cimomd::MethodBehaviour
-{
-public:
-    bool invoke(const cimomd::MethodCall& call, cimomd::MethodResult& result,
-                cimxml::CimError& /*error*/) override
-    {
-        mSaw = call.method.name + (call.instance == nullptr ? " of the class" : " of an instance");
-        for (const cimxml::MethodParameter& input : call.inputs) {
-            mSaw += " " + input.name + "=" + std::string(cimxml::typeName(input.value.type)) + " " +
-                    cimxml::scalarText(input.value.type, input.value.scalar);
-        }
-        result.returnValue.emplace().value = cimxml::Value::of(Type::Uint32, uint64_t{4096});
-        return true;
-    }
-
-    std::string mSaw;
-};
-
 class OperationsTest : public testing::Test
 {
 protected:
@@ -71,16 +51,14 @@ protected:
             cimxml::IntrinsicRequest{"7", operation, nameSpace, std::move(parameters)});
     }
 
-    std::string invoke(cimomd::MethodBehaviour& behaviour, const std::string& method,
-                       const cimxml::ObjectPath& object, bool isInstance,
+    std::string invoke(const std::string& method, const cimxml::ObjectPath& object, bool isInstance,
                        const std::vector<cimxml::MethodParameter>& inputs = {})
     {
-        cimomd::ObjectManager manager(mRepository, behaviour, mHost);
         cimxml::ObjectPath full = object;
         full.nameSpace = "root/xcim";
         std::chrono::milliseconds delay{0};
-        return manager.answer(cimxml::ExtrinsicRequest{"7", method, full, isInstance, inputs},
-                              delay);
+        return mManager.answer(cimxml::ExtrinsicRequest{"7", method, full, isInstance, inputs},
+                               delay);
     }
 
     static std::string code(unsigned int status)
@@ -91,8 +69,8 @@ protected:
     const std::string mHost = "127.0.0.1";
     support::TempDirectory mDirectory;
     cimomd::Repository mRepository;
-    cimomd::DescribedBehaviour mNone;
-    cimomd::ObjectManager mManager{mRepository, mNone, mHost};
+    cimomd::Methods mMethods;
+    cimomd::ObjectManager mManager{mRepository, mMethods, mHost};
     cimxml::ObjectPath mFan = path("Fan", {{"Id", "f"}});
 };
 
@@ -168,7 +146,8 @@ TEST_F(OperationsTest, QueriesFailWithTheirOwnCodes)
                 HasSubstr(code(cimomd::kQueryLanguageNotSupported)));
     EXPECT_THAT(query("CQL", "SELECT"), HasSubstr(code(cimomd::kInvalidQuery)));
     EXPECT_THAT(query("CQL", "SELECT Nothing FROM Fan"), HasSubstr(code(cimomd::kInvalidQuery)));
-    EXPECT_THAT(query("WQL", "SELECT * FROM X"), HasSubstr(code(cimomd::kInvalidClass)));
+    EXPECT_THAT(query("CQL", "SELECT * FROM X"), HasSubstr(code(cimomd::kInvalidClass)));
+    EXPECT_THAT(query("WQL", "SELECT * FROM Fan"), HasSubstr("the query language is CQL"));
     const std::string found = query("DMTF:CQL", "SELECT Speed FROM Fan WHERE Id = 'big'");
     EXPECT_THAT(found, HasSubstr("<INSTANCE CLASSNAME=\"BigFan\"><PROPERTY NAME=\"Speed\""));
     EXPECT_THAT(found, HasSubstr("<KEYVALUE"));
@@ -185,31 +164,30 @@ TEST_F(OperationsTest, ModifiedInstanceMustBeOfTheClassOfItsPath)
 
 TEST_F(OperationsTest, MethodsThatAreNotThere)
 {
-    EXPECT_THAT(invoke(mNone, "Stop", mFan, true), HasSubstr(code(cimomd::kMethodNotAvailable)));
-    EXPECT_THAT(invoke(mNone, "Fly", mFan, true), HasSubstr(code(cimomd::kMethodNotFound)));
-    EXPECT_THAT(invoke(mNone, "Stop", path("X", {{"Id", "f"}}), true),
+    EXPECT_THAT(invoke("Stop", mFan, true), HasSubstr(code(cimomd::kMethodNotAvailable)));
+    EXPECT_THAT(invoke("Fly", mFan, true), HasSubstr(code(cimomd::kMethodNotFound)));
+    EXPECT_THAT(invoke("Stop", path("X", {{"Id", "f"}}), true),
                 HasSubstr(code(cimomd::kInvalidClass)));
-    EXPECT_THAT(invoke(mNone, "Stop", path("Fan", {{"Id", "z"}}), true),
+    EXPECT_THAT(invoke("Stop", path("Fan", {{"Id", "z"}}), true),
                 HasSubstr(code(cimomd::kNotFound)));
 }
 
 TEST_F(OperationsTest, MethodsGetTheirInputsInTheDeclaredTypes)
 {
-    Recorder recorder;
+    std::ofstream(mDirectory.File("model.methods.json"))
+        << R"({"namespace": "root/xcim", "methods": {"Fan.Stop": [{"return": {"input": "Seconds"}}]}})";
+    std::string problem;
+    ASSERT_TRUE(mMethods.load(mDirectory.File(""), mRepository, problem)) << problem;
     cimxml::MethodParameter waiting;
     waiting.name = "SECONDS";
-    waiting.value = cimxml::Value::of(Type::String, std::string("5"));
-    EXPECT_THAT(invoke(recorder, "stop", path("BigFan", {{"Id", "big"}}), true, {waiting}),
-                HasSubstr("<VALUE>4096</VALUE>"));
-    EXPECT_EQ(recorder.mSaw, "Stop of an instance Seconds=uint16 5");
-    invoke(recorder, "Stop", path("Fan", {}), false);
-    EXPECT_EQ(recorder.mSaw, "Stop of the class");
+    waiting.value = cimxml::Value::of(Type::String, std::string("0x5"));
+    EXPECT_THAT(invoke("stop", path("BigFan", {{"Id", "big"}}), true, {waiting}),
+                HasSubstr("<RETURNVALUE PARAMTYPE=\"uint32\"><VALUE>5</VALUE>"));
+    EXPECT_THAT(invoke("Stop", path("Fan", {}), false, {waiting}), HasSubstr("<VALUE>5</VALUE>"));
     waiting.value.scalar = std::string("soon");
-    EXPECT_THAT(invoke(recorder, "Stop", mFan, true, {waiting}),
-                HasSubstr(code(cimomd::kInvalidParameter)));
+    EXPECT_THAT(invoke("Stop", mFan, true, {waiting}), HasSubstr(code(cimomd::kInvalidParameter)));
     waiting.name = "Hours";
-    EXPECT_THAT(invoke(recorder, "Stop", mFan, true, {waiting}),
-                HasSubstr(code(cimomd::kInvalidParameter)));
+    EXPECT_THAT(invoke("Stop", mFan, true, {waiting}), HasSubstr(code(cimomd::kInvalidParameter)));
 }
 
 } // namespace

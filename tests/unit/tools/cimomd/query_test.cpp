@@ -1,171 +1,188 @@
-// How a query is read.
+// Which queries are read, and what they select.
+#include "SampleModel.h"
+#include "cim_status.h"
 #include "query.h"
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 namespace {
 
-using cimomd::Condition;
-using cimomd::Operand;
-using cimomd::Query;
-using cimomd::QueryLanguage;
+using cimxml::Type;
+using sample::cls;
+using sample::instance;
+using sample::key;
+using sample::property;
+using testing::AllOf;
+using testing::HasSubstr;
+using testing::StartsWith;
 
-Query readQuery(std::string_view text, QueryLanguage language = QueryLanguage::Cql)
+class QueryTest : public testing::Test
 {
-    Query query;
-    std::string problem;
-    EXPECT_TRUE(cimomd::readQuery(text, language, query, problem)) << text << ": " << problem;
-    return query;
-}
-
-std::string queryProblem(std::string_view text)
-{
-    Query query;
-    std::string problem;
-    EXPECT_FALSE(cimomd::readQuery(text, QueryLanguage::Cql, query, problem)) << text;
-    return problem;
-}
-
-std::string describe(const Operand& operand)
-{
-    switch (operand.kind) {
-    case Operand::Kind::Text:
-        return "'" + operand.text + "'";
-    case Operand::Kind::Number:
-        return "#" + operand.text;
-    case Operand::Kind::Boolean:
-        return "?" + operand.text;
-    case Operand::Kind::Property:
-        break;
+protected:
+    QueryTest()
+    {
+        cimxml::Property list;
+        list.name = "List";
+        list.value = cimxml::Value::null(Type::String, true);
+        sample::declare(
+            mNameSpace,
+            {cls("T", "",
+                 {key("Id", Type::String), property("U", Type::Uint8), property("S", Type::Sint64),
+                  property("R", Type::Real32), property("B", Type::Boolean),
+                  property("D", Type::DateTime), property("Text", Type::String), list}),
+             cls("Sub", "T", {})});
+        add("T", {{"Id", "a"},
+                  {"U", "1"},
+                  {"S", "-5"},
+                  {"R", "1.5"},
+                  {"B", "TRUE"},
+                  {"Text", "it's \"\\x\""},
+                  {"D", "20240501120000.000000+120"}});
+        add("Sub", {{"Id", "b"},
+                    {"U", "200"},
+                    {"S", "5"},
+                    {"R", "-0.5"},
+                    {"B", "FALSE"},
+                    {"Text", "Fan"}});
+        add("T", {{"Id", "c"}});
     }
-    return operand.text;
-}
 
-std::string describe(const Condition& condition)
-{
-    static constexpr const char* kNames[] = {"and", "or", "not", "=",    "<>",    "<",
-                                             "<=",  ">",  ">=",  "like", "isnull"};
-    const bool isJoin =
-        condition.kind == Condition::Kind::And || condition.kind == Condition::Kind::Or;
-    if (isJoin && condition.parts.size() == 1) {
-        return describe(condition.parts.front());
+    void add(const char* className, const sample::Texts& values)
+    {
+        sample::create(mNameSpace, instance(className, values));
     }
-    std::string text = "(" + std::string(kNames[static_cast<size_t>(condition.kind)]);
-    for (const Condition& part : condition.parts) {
-        text += " " + describe(part);
+
+    cimomd::Query read(const std::string& text)
+    {
+        cimomd::Query query;
+        cimxml::CimError error;
+        EXPECT_TRUE(cimomd::readQuery(text, mNameSpace, query, error)) << error.description;
+        return query;
     }
-    if (condition.parts.empty()) {
-        text += " " + describe(condition.left);
-        if (condition.kind < Condition::Kind::Like) {
-            text += " " + describe(condition.right);
+
+    // The ids of what is selected.
+    std::string select(const std::string& where)
+    {
+        const cimomd::Query query = read("SELECT * FROM T WHERE " + where);
+        std::string ids;
+        if (query.selects) {
+            mNameSpace.forEach(*query.cls, [&](const cimomd::StoredInstance& stored) {
+                ids += query.selects(stored.instance) ? sample::textOf(stored.instance, "Id") : "";
+            });
         }
+        return ids;
     }
-    return text + ")";
-}
 
-// The condition of a query.
-std::string where(const std::string& text)
-{
-    const Query query = readQuery("SELECT * FROM C WHERE " + text);
-    return query.where.empty() ? "" : describe(query.where.front());
-}
+    std::string problem(const std::string& text, unsigned int code = cimomd::kInvalidQuery)
+    {
+        cimomd::Query query;
+        cimxml::CimError error;
+        EXPECT_FALSE(cimomd::readQuery(text, mNameSpace, query, error)) << text;
+        EXPECT_EQ(error.code, code) << text;
+        return error.description;
+    }
 
-TEST(Query, SelectsAllOrSomePropertiesOfAClass)
+    std::string whereProblem(const std::string& where)
+    {
+        return problem("SELECT * FROM T WHERE " + where);
+    }
+
+    cimomd::NameSpace mNameSpace{"root/xcim"};
+};
+
+TEST_F(QueryTest, SelectsAllOrSomePropertiesOfAClass)
 {
-    Query query = readQuery("SELECT * FROM XCIM_Fan");
+    cimomd::Query query = read("SELECT * FROM T");
     EXPECT_TRUE(query.properties.empty());
-    EXPECT_EQ(query.className, "XCIM_Fan");
-    EXPECT_TRUE(query.where.empty());
-    query = readQuery("select Name,XCIM_FAN.Speed , f.Unit from XCIM_Fan f where f.Speed>1");
-    EXPECT_EQ(query.properties, (std::vector<std::string>{"Name", "Speed", "Unit"}));
-    EXPECT_EQ(describe(query.where.front()), "(> Speed #1)");
-    EXPECT_EQ(readQuery("SELECT f.Name FROM XCIM_Fan AS f").properties.front(), "Name");
+    EXPECT_EQ(query.cls, mNameSpace.classes().find("T"));
+    EXPECT_TRUE(query.selects({}));
+    query = read("select Id,u , Text from t where U=1");
+    EXPECT_EQ(query.properties, (std::vector<std::string>{"Id", "u", "Text"}));
 }
 
-TEST(Query, Comparisons)
+TEST_F(QueryTest, NumbersTruthValuesAndTexts)
 {
-    EXPECT_EQ(where("A = 'x'"), "(= A 'x')");
-    EXPECT_EQ(where("A<>\"x\""), "(<> A 'x')");
-    EXPECT_EQ(where("A != 1"), "(<> A #1)");
-    EXPECT_EQ(where("A < -1.5e-3"), "(< A #-1.5e-3)");
-    EXPECT_EQ(where("A<=0x1F"), "(<= A #0x1F)");
-    EXPECT_EQ(where("A > +7"), "(> A #+7)");
-    EXPECT_EQ(where("A >= B"), "(>= A B)");
-    EXPECT_EQ(where("A = true"), "(= A ?true)");
+    EXPECT_EQ(select("U = 1"), "a");
+    EXPECT_EQ(select("U <> 1"), "b");
+    EXPECT_EQ(select("U >= 0xC8"), "b");
+    EXPECT_EQ(select("U < 200"), "a");
+    EXPECT_EQ(select("S <= -5"), "a");
+    EXPECT_EQ(select("R>-0.5"), "a");
+    EXPECT_EQ(select("R < 1"), "b");
+    EXPECT_EQ(select("B = true"), "a");
+    EXPECT_EQ(select("Text = 'Fan'"), "b");
+    EXPECT_EQ(select("Text = 'fan'"), "");
+    EXPECT_EQ(select("Text = \"it's \\\"\\\\x\\\"\""), "a");
+    EXPECT_EQ(select("Text > 'G'"), "a");
 }
 
-TEST(Query, LiteralOnTheLeftChangesSides)
+TEST_F(QueryTest, NullFitsNoComparison)
 {
-    EXPECT_EQ(where("1 < A"), "(> A #1)");
-    EXPECT_EQ(where("1 >= A"), "(<= A #1)");
-    EXPECT_EQ(where("'x' = A"), "(= A 'x')");
+    EXPECT_EQ(select("U IS NULL"), "c");
+    EXPECT_EQ(select("U is not null"), "ab");
+    EXPECT_EQ(select("U <> 77"), "ab");
+    EXPECT_EQ(select("D IS NOT NULL"), "a");
+    EXPECT_EQ(select("List IS NULL"), "acb");
 }
 
-TEST(Query, AndBindsTighterThanOr)
+TEST_F(QueryTest, AndBindsTighterThanOr)
 {
-    EXPECT_EQ(where("A=1 OR B=2 AND NOT C=3"), "(or (= A #1) (and (= B #2) (not (= C #3))))");
-    EXPECT_EQ(where("(A=1 OR B=2) and C=3"), "(and (or (= A #1) (= B #2)) (= C #3))");
-    EXPECT_EQ(where("NOT NOT A=1"), "(= A #1)");
-    EXPECT_EQ(where("NOT (A=1)"), "(not (= A #1))");
+    EXPECT_EQ(select("U = 1 OR Id = 'c'"), "ac");
+    EXPECT_EQ(select("U = 1 OR U = 200 AND B = TRUE"), "a");
+    EXPECT_EQ(select("(U = 1 OR U = 200) AND B = FALSE"), "b");
 }
 
-TEST(Query, NullAndLike)
+TEST_F(QueryTest, WhatCannotBeComparedIsRefused)
 {
-    EXPECT_EQ(where("A IS NULL"), "(isnull A)");
-    EXPECT_EQ(where("A is not null AND B=1"), "(and (not (isnull A)) (= B #1))");
-    EXPECT_EQ(where("A LIKE 'x'"), "(like A)");
-    EXPECT_EQ(where("A NOT LIKE 'x'"), "(not (like A))");
+    EXPECT_EQ(whereProblem("X = 1"), "T has no property X");
+    EXPECT_EQ(problem("SELECT X FROM T"), "T has no property X");
+    EXPECT_EQ(whereProblem("U = 'one'"), "U is of type uint8 and cannot be compared with one");
+    EXPECT_EQ(whereProblem("U = 256"), "U is of type uint8 and cannot be compared with 256");
+    EXPECT_EQ(whereProblem("Text = 1"), "Text is of type string and cannot be compared with 1");
+    EXPECT_EQ(whereProblem("Text = TRUE"),
+              "Text is of type string and cannot be compared with TRUE");
+    EXPECT_EQ(whereProblem("D = '20240501120000.000000+120'"),
+              "D is of type datetime and cannot be compared with 20240501120000.000000+120");
+    EXPECT_EQ(whereProblem("List = 'a'"), "List is of type string[] and cannot be compared with a");
+    EXPECT_EQ(problem("SELECT * FROM X", cimomd::kInvalidClass),
+              "there is no class X in root/xcim");
 }
 
-TEST(Query, PatternsAreThoseOfTheLanguage)
+TEST_F(QueryTest, WhatIsNotSupportedIsNamedBesideWhatIs)
 {
-    const char* text = "SELECT * FROM C WHERE A LIKE 'F%'";
-    EXPECT_FALSE(
-        readQuery(text, QueryLanguage::Cql).where[0].parts[0].parts[0].pattern.matches("Fan"));
-    EXPECT_TRUE(
-        readQuery(text, QueryLanguage::Wql).where[0].parts[0].parts[0].pattern.matches("Fan"));
+    const auto names = [](const std::string& what) {
+        return AllOf(StartsWith("expected " + what), HasSubstr("; supported is SELECT * | "));
+    };
+    EXPECT_THAT(whereProblem("Text LIKE 'F%'"), names("a comparison at offset 27 instead of LIKE"));
+    EXPECT_THAT(whereProblem("NOT U = 1"),
+                names("a property or \"(\" at offset 22 instead of NOT"));
+    EXPECT_THAT(whereProblem("1 = U"), names("a property or \"(\" at offset 22 instead of 1"));
+    EXPECT_THAT(whereProblem("U = S"), names("a literal at offset 26 instead of S"));
+    EXPECT_THAT(problem("SELECT * FROM T AS t"),
+                names("the end of the query at offset 16 instead of AS"));
 }
 
-TEST(Query, QuotesAndBackslashesInTexts)
+TEST_F(QueryTest, ProblemsSayWhere)
 {
-    EXPECT_EQ(where("A = 'it''s'"), "(= A 'it's')");
-    EXPECT_EQ(where("A = 'it\\'s'"), "(= A 'it's')");
-    EXPECT_EQ(where("A = 'C:\\\\x\\y'"), "(= A 'C:\\x\\y')");
-    EXPECT_EQ(where("A = '<&>\"'"), "(= A '<&>\"')");
-    EXPECT_EQ(where("A = ''"), "(= A '')");
+    EXPECT_THAT(problem(""), StartsWith("expected SELECT at offset 0, where the query ends"));
+    EXPECT_THAT(problem("SELECT"), StartsWith("expected a property at offset 6, where"));
+    EXPECT_THAT(problem("SELECT Id, FROM T"), StartsWith("expected FROM at offset 16"));
+    EXPECT_THAT(problem("SELECT * FROM"), StartsWith("expected a class at offset 13, where"));
+    EXPECT_THAT(whereProblem("U"), StartsWith("expected a comparison at offset 23, where"));
+    EXPECT_THAT(whereProblem("(U=1"), StartsWith("expected \")\" at offset 26, where"));
+    EXPECT_THAT(whereProblem("U=1 B"), StartsWith("expected the end of the query at offset 26"));
+    EXPECT_THAT(whereProblem("U IS 5"), StartsWith("expected NULL at offset 27 instead of 5"));
+    EXPECT_THAT(whereProblem("Text = 'x"),
+                StartsWith("a text without its closing quote at offset 29"));
+    EXPECT_THAT(problem("SELECT * FROM T;"),
+                StartsWith("the character ; at offset 15 means nothing here"));
 }
 
-TEST(Query, ProblemsSayWhere)
+TEST_F(QueryTest, NestingIsLimited)
 {
-    EXPECT_EQ(queryProblem(""), "expected SELECT at offset 0, where the query ends");
-    EXPECT_EQ(queryProblem("SELECT"), "expected a property at offset 6, where the query ends");
-    EXPECT_EQ(queryProblem("SELECT A, FROM C"), "expected FROM at offset 15");
-    EXPECT_EQ(queryProblem("SELECT * FROM"), "expected a class at offset 13, where the query ends");
-    EXPECT_EQ(queryProblem("SELECT * FROM C AS"),
-              "expected the alias of the class at offset 18, where the query ends");
-    EXPECT_EQ(queryProblem("SELECT * FROM C WHERE A"),
-              "expected a comparison at offset 23, where the query ends");
-    EXPECT_EQ(queryProblem("SELECT * FROM C WHERE (A=1"),
-              "expected \")\" at offset 26, where the query ends");
-    EXPECT_EQ(queryProblem("SELECT * FROM C WHERE A=1 B"),
-              "expected the end of the query at offset 26");
-    EXPECT_EQ(queryProblem("SELECT * FROM C WHERE A IS 5"), "expected NULL at offset 27");
-    EXPECT_EQ(queryProblem("SELECT * FROM C WHERE A LIKE 5"),
-              "expected a pattern in quotes at offset 29");
-    EXPECT_EQ(queryProblem("SELECT * FROM C WHERE A = 'x"),
-              "a text without its closing quote at offset 26");
-    EXPECT_EQ(queryProblem("SELECT * FROM C; "), "an unexpected character at offset 15");
-    EXPECT_EQ(queryProblem("SELECT x.A FROM C"), "x is not the class that is selected from");
-    EXPECT_EQ(queryProblem("SELECT * FROM C WHERE 1 = 1"),
-              "expected a comparison of a property before this at offset 27, where the query ends");
-}
-
-TEST(Query, NestingIsLimited)
-{
-    const std::string deep(100, '(');
-    EXPECT_EQ(queryProblem("SELECT * FROM C WHERE " + deep), "conditions are nested too deep");
-    const std::string fine(60, '(');
-    EXPECT_EQ(where(fine + "A=1" + std::string(60, ')')), "(= A #1)");
+    EXPECT_EQ(whereProblem(std::string(100, '(')), "conditions are nested too deep");
+    EXPECT_EQ(select(std::string(60, '(') + "U=1" + std::string(60, ')')), "a");
 }
 
 } // namespace

@@ -16,7 +16,7 @@ using sample::DescribedModel;
 using testing::HasSubstr;
 using testing::StartsWith;
 
-class DescribedBehaviour : public testing::Test
+class MethodsTest : public testing::Test
 {
 protected:
     void describe(const std::string& cases) { ASSERT_EQ(mModel.describe(cases), ""); }
@@ -34,7 +34,7 @@ protected:
     DescribedModel mModel;
 };
 
-TEST_F(DescribedBehaviour, MethodThatIsNotDescribedIsNotAvailable)
+TEST_F(MethodsTest, MethodThatIsNotDescribedIsNotAvailable)
 {
     EXPECT_THAT(mModel.call("Stop", "f").returned(), StartsWith("error 16: "));
     describe("{}");
@@ -43,14 +43,14 @@ TEST_F(DescribedBehaviour, MethodThatIsNotDescribedIsNotAvailable)
     EXPECT_THAT(mModel.call("Fly", "f").returned(), StartsWith("error 17: "));
 }
 
-TEST_F(DescribedBehaviour, DescriptionOfAClassHoldsForItsSubclassesAndForTheClassItself)
+TEST_F(MethodsTest, DescriptionOfAClassHoldsForItsSubclassesAndForTheClassItself)
 {
     describe(R"({"return": 7})");
     EXPECT_EQ(mModel.call("Stop", "big").returned(), "7");
     EXPECT_EQ(mModel.call("stop", "").returned(), "7");
 }
 
-TEST_F(DescribedBehaviour, DescriptionOfASubclassGoesFirst)
+TEST_F(MethodsTest, DescriptionOfASubclassGoesFirst)
 {
     ASSERT_EQ(mModel.load(R"({"namespace": "ROOT/xcim", "methods": {
                               "fan.stop": [{"return": 1}], "BigFan.Stop": [{"return": 2}]}})"),
@@ -59,7 +59,7 @@ TEST_F(DescribedBehaviour, DescriptionOfASubclassGoesFirst)
     EXPECT_EQ(mModel.call("Stop", "big").returned(), "2");
 }
 
-TEST_F(DescribedBehaviour, OutputOfEveryTypeHasItsDeclaredType)
+TEST_F(MethodsTest, OutputOfEveryTypeHasItsDeclaredType)
 {
     const std::vector<std::pair<std::string, std::string>> outputs{
         {"boolean", "true"},
@@ -100,7 +100,7 @@ TEST_F(DescribedBehaviour, OutputOfEveryTypeHasItsDeclaredType)
     EXPECT_EQ(outcome.output("references"), "[BigFan.Id=\"big\",null]");
 }
 
-TEST_F(DescribedBehaviour, OutputsCanBeNullOrEmpty)
+TEST_F(MethodsTest, OutputsCanBeNullOrEmpty)
 {
     const DescribedModel::Outcome outcome =
         report(R"({"uint8": null, "uint16s": null, "strings": [], "references": [null]})");
@@ -115,7 +115,7 @@ TEST_F(DescribedBehaviour, OutputsCanBeNullOrEmpty)
     EXPECT_TRUE(outcome.result.outputs[1].value.isArray);
 }
 
-TEST_F(DescribedBehaviour, FirstCaseWhoseConditionsAllHoldCounts)
+TEST_F(MethodsTest, FirstCaseWhoseConditionsAllHoldCounts)
 {
     describe(
         R"({"when": [{"input": "Seconds", "is": 5}, {"input": "force", "is": true}], "return": 1},
@@ -138,13 +138,13 @@ TEST_F(DescribedBehaviour, FirstCaseWhoseConditionsAllHoldCounts)
     EXPECT_EQ(mModel.callWith("Stop", "f", {names}).returned(), "4");
 }
 
-TEST_F(DescribedBehaviour, CallThatFitsNoCaseIsAnInvalidParameter)
+TEST_F(MethodsTest, CallThatFitsNoCaseIsAnInvalidParameter)
 {
     describe(R"({"when": [{"input": "Seconds", "is": 5}]})");
     EXPECT_THAT(mModel.call("Stop", "f", {{"Seconds", "6"}}).returned(), StartsWith("error 4: "));
 }
 
-TEST_F(DescribedBehaviour, ConditionsLookAtInstances)
+TEST_F(MethodsTest, ConditionsLookAtInstances)
 {
     describe(R"({"when": [{"object": "this", "property": "Speed", "is": 100}], "return": 1,
                  "set": [{"object": "this", "properties": {"Speed": 0}}]},
@@ -160,7 +160,7 @@ TEST_F(DescribedBehaviour, ConditionsLookAtInstances)
     EXPECT_EQ(mModel.call("Stop", "g").returned(), "2");
 }
 
-TEST_F(DescribedBehaviour, ReferencesAreToldByTheInstanceTheyMean)
+TEST_F(MethodsTest, ReferencesAreToldByTheInstanceTheyMean)
 {
     describe(R"({"when": [{"input": "Other", "is": "Fan.Id=g"}], "return": 1},
                 {"when": [{"input": "Other", "exists": false}, {"input": "Other", "key": "Id", "is": "z"}],
@@ -177,7 +177,7 @@ TEST_F(DescribedBehaviour, ReferencesAreToldByTheInstanceTheyMean)
     EXPECT_EQ(mModel.call("Stop", "f").returned(), "5");
 }
 
-TEST_F(DescribedBehaviour, PropertiesTakeConstantsInputsAndTheTime)
+TEST_F(MethodsTest, PropertiesTakeConstantsInputsAndTheTime)
 {
     describe(
         R"({"set": [{"object": "this", "properties": {"speed": {"input": "Seconds"}, "Since": {"now": true},
@@ -190,6 +190,33 @@ TEST_F(DescribedBehaviour, PropertiesTakeConstantsInputsAndTheTime)
     EXPECT_EQ(mModel.fan("g", "Speed"), "100");
 }
 
+TEST_F(MethodsTest, WhatDoesNotFitTheClassesIsAnErrorOfTheCall)
+{
+    const std::pair<const char*, const char*> descriptions[] = {
+        {R"({"return": -1})", "what is described for the return value is not of type uint32"},
+        {R"({"outputs": {"Names": "one"}})", "what is described for Names is not of type string[]"},
+        {R"({"set": [{"object": "this", "properties": {"Colour": 1}}]})",
+         "Fan has no property Colour"},
+        {R"({"set": [{"object": "this", "properties": {"id": "g"}}]})",
+         "the key Id cannot be changed"},
+        {R"({"set": [{"object": "Van.Id=f", "properties": {"Ok": true}}]})",
+         "there is no class Van in root/xcim"},
+        {R"({"set": [{"object": "Van", "properties": {"Ok": true}}]})",
+         "there is no class Van in root/xcim"},
+        {R"({"job": {"class": "Van"}})", "there is no class Van in root/xcim"},
+        {R"({"job": {"class": "Job", "properties": {"State": "x"}}})",
+         "what is described for State is not of type uint16"},
+        {R"({"job": {"class": "Job", "steps": [{"percent": 1, "properties": {"Speed": 1}}]}})",
+         "Job has no property Speed"}};
+    for (const auto& [described, problem] : descriptions) {
+        DescribedModel model;
+        ASSERT_EQ(model.describe(described), "");
+        EXPECT_THAT(model.call("Stop", "f").returned(), HasSubstr(problem));
+        EXPECT_EQ(model.property("Job", "InstanceID", "JID_000000000001", "State"),
+                  "no such instance");
+    }
+}
+
 // Around the end of a time_t of 32 bits, and where the clock's own nanoseconds end.
 TEST(DescribedTime, GoesOnUntilTheClockEnds)
 {
@@ -198,12 +225,12 @@ TEST(DescribedTime, GoesOnUntilTheClockEnds)
                                                      {2147483648, "20380119031408.000000+000"},
                                                      {4294967296, "21060207062816.000000+000"},
                                                      {9223372036, "22620411234716.000000+000"}};
-    for (const auto& [seconds, text] : times) {
-        EXPECT_EQ(cimomd::dateTimeText(cimomd::TimePoint(std::chrono::seconds(seconds))), text);
+    for (const auto& [elapsed, text] : times) {
+        EXPECT_EQ(cimomd::dateTimeText(cimomd::TimePoint(std::chrono::seconds(elapsed))), text);
     }
 }
 
-TEST_F(DescribedBehaviour, ChangesReachTheInstanceThatIsNamedAndAllOfAClass)
+TEST_F(MethodsTest, ChangesReachTheInstanceThatIsNamedAndAllOfAClass)
 {
     describe(R"({"when": [{"input": "Other", "isNot": null}],
                  "set": [{"object": {"input": "Other"}, "properties": {"Speed": 1}}]},
@@ -218,7 +245,7 @@ TEST_F(DescribedBehaviour, ChangesReachTheInstanceThatIsNamedAndAllOfAClass)
     EXPECT_EQ(mModel.property("BigFan", "Id", "big", "Speed"), "2");
 }
 
-TEST_F(DescribedBehaviour, CallThatFailsLeavesNoTraces)
+TEST_F(MethodsTest, CallThatFailsLeavesNoTraces)
 {
     describe(R"({"when": [{"input": "Other", "isNot": null}], "job": {"class": "Job", "seconds": 1},
                  "set": [{"object": "this", "properties": {"Speed": 1}},
@@ -235,7 +262,7 @@ TEST_F(DescribedBehaviour, CallThatFailsLeavesNoTraces)
               "no such instance");
 }
 
-TEST_F(DescribedBehaviour, DescribedErrorsAndDelaysAreHandedOn)
+TEST_F(MethodsTest, DescribedErrorsAndDelaysAreHandedOn)
 {
     describe(R"({"when": [{"input": "Force", "is": true}], "delay": 0.25,
                  "error": {"code": 2, "description": "not <now>"}},
@@ -246,7 +273,7 @@ TEST_F(DescribedBehaviour, DescribedErrorsAndDelaysAreHandedOn)
     EXPECT_EQ(mModel.call("Stop", "f").result.delay, std::chrono::seconds(20));
 }
 
-TEST_F(DescribedBehaviour, InputThatIsGivenTwiceIsRefused)
+TEST_F(MethodsTest, InputThatIsGivenTwiceIsRefused)
 {
     describe(R"({"return": 0})");
     const auto outcome = mModel.call("Stop", "f", {{"Seconds", "1"}, {"SECONDS", "2"}});
@@ -255,7 +282,7 @@ TEST_F(DescribedBehaviour, InputThatIsGivenTwiceIsRefused)
     EXPECT_EQ(outcome.error.description, "the parameter Seconds is given twice");
 }
 
-TEST_F(DescribedBehaviour, PointInTimeWithTheSuffixOfAnIntervalIsTakenForOne)
+TEST_F(MethodsTest, PointInTimeWithTheSuffixOfAnIntervalIsTakenForOne)
 {
     describe(R"({"set": [{"object": "this", "properties": {"Since": {"input": "At"}}}]})");
     const auto arrivesAs = [this](const std::string& text) {
