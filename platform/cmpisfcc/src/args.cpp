@@ -1,5 +1,4 @@
-#include "objects.h"
-#include "values.h"
+#include "tables.h"
 
 namespace cmpisfcc {
 
@@ -20,35 +19,7 @@ CMPIArgs* cloneArgs(CMPIArgs* args, CMPIStatus* rc)
 
 CMPIStatus addArg(CMPIArgs* args, const char* name, CMPIValue* value, CMPIType type)
 {
-    ArgsObject& target = self(args);
-    if (name == nullptr) {
-        return failure(CMPI_RC_ERR_INVALID_PARAMETER, "An argument needs a name");
-    }
-    if (target.arguments.find(name) != nullptr) {
-        return failure(CMPI_RC_ERR_ALREADY_EXISTS);
-    }
-    CMPIData data = {};
-    if (!takeValue(*target.arena, value, type, CharsAt::Address, data)) {
-        return failure(CMPI_RC_ERR_INVALID_PARAMETER, "An argument cannot be of this type");
-    }
-    target.arguments.append(*target.arena, target.arena->copy(name), data);
-    return kSuccess;
-}
-
-CMPIData getArg(CMPIArgs* args, const char* name, CMPIStatus* rc)
-{
-    return self(args).arguments.get(name, rc);
-}
-
-CMPIData getArgAt(CMPIArgs* args, unsigned int index, CMPIString** name, CMPIStatus* rc)
-{
-    return self(args).arguments.getAt(index, name, rc);
-}
-
-unsigned int getArgCount(CMPIArgs* args, CMPIStatus* rc)
-{
-    succeed(rc);
-    return self(args).arguments.count;
+    return self(args).arguments.add(*self(args).arena, name, value, type, "An argument");
 }
 
 CMPIArgs* makeArgs(CMPIStatus* rc)
@@ -57,12 +28,18 @@ CMPIArgs* makeArgs(CMPIStatus* rc)
     return makeObject<ArgsObject>(nullptr);
 }
 
+using Arguments = Reading<ArgsObject, &ArgsObject::arguments>;
+
 } // namespace
 
 constexpr CMPIArgsFT ArgsObject::kTable = {
-    NATIVE_FT_VERSION,          releaseObject<ArgsObject>, Guarded<cloneArgs>::call,
-    Guarded<addArg>::call,      Guarded<getArg>::call,     Guarded<getArgAt>::call,
-    Guarded<getArgCount>::call,
+    NATIVE_FT_VERSION,
+    releaseObject<ArgsObject>,
+    Guarded<cloneArgs>::call,
+    Guarded<addArg>::call,
+    Guarded<Arguments::get>::call,
+    Guarded<Arguments::getAt>::call,
+    Guarded<Arguments::count>::call,
 };
 
 } // namespace cmpisfcc

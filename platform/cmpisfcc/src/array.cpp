@@ -1,4 +1,4 @@
-#include "objects.h"
+#include "tables.h"
 #include "values.h"
 
 #include <algorithm>
@@ -10,12 +10,6 @@ namespace {
 ArrayObject& self(CMPIArray* array)
 {
     return *static_cast<ArrayObject*>(array);
-}
-
-CMPIArray* cloneArray(CMPIArray* array, CMPIStatus* rc)
-{
-    succeed(rc);
-    return copyArray(array, nullptr);
 }
 
 CMPICount getSize(CMPIArray* array, CMPIStatus* rc)
@@ -105,8 +99,12 @@ ArrayObject* copyArray(const CMPIArray* array, Arena* arena)
 }
 
 constexpr CMPIArrayFT ArrayObject::kTable = {
-    NATIVE_FT_VERSION,           releaseObject<ArrayObject>,   Guarded<cloneArray>::call,
-    Guarded<getSize>::call,      Guarded<getSimpleType>::call, Guarded<getElementAt>::call,
+    NATIVE_FT_VERSION,
+    releaseObject<ArrayObject>,
+    Guarded<cloned<CMPIArray, copyArray>>::call,
+    Guarded<getSize>::call,
+    Guarded<getSimpleType>::call,
+    Guarded<getElementAt>::call,
     Guarded<setElementAt>::call,
 };
 

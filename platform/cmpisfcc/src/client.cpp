@@ -4,9 +4,6 @@ namespace cmpisfcc {
 
 namespace {
 
-constexpr long kHttpOk = 200;
-constexpr long kHttpUnauthorized = 401;
-
 // Feeds what arrives to the reader.
 class ReaderSink : public BodySink
 {

@@ -1,4 +1,4 @@
-#include "objects.h"
+#include "tables.h"
 #include "values.h"
 
 #include <algorithm>
@@ -12,70 +12,10 @@ ClassObject& self(CMPIConstClass* cls)
     return *static_cast<ClassObject*>(cls);
 }
 
-CMPIConstClass* cloneClass(CMPIConstClass* cls, CMPIStatus* rc)
-{
-    succeed(rc);
-    return copyClass(cls, nullptr);
-}
-
 CMPIString* getClassName(CMPIConstClass* cls, CMPIStatus* rc)
 {
     succeed(rc);
     return newString(self(cls).className);
-}
-
-CMPIData getProperty(CMPIConstClass* cls, const char* name, CMPIStatus* rc)
-{
-    return self(cls).properties.get(name, rc);
-}
-
-CMPIData getPropertyAt(CMPIConstClass* cls, unsigned int index, CMPIString** name, CMPIStatus* rc)
-{
-    return self(cls).properties.getAt(index, name, rc);
-}
-
-unsigned int getPropertyCount(CMPIConstClass* cls, CMPIStatus* rc)
-{
-    succeed(rc);
-    return self(cls).properties.count;
-}
-
-CMPIData noQualifier(CMPIConstClass* /*cls*/, const char* /*name*/, CMPIStatus* rc)
-{
-    fail(rc, CMPI_RC_ERR_NO_SUCH_PROPERTY);
-    return noData(CMPI_nullValue | CMPI_notFound);
-}
-
-CMPIData noQualifierAt(CMPIConstClass* cls, unsigned int /*index*/, CMPIString** name,
-                       CMPIStatus* rc)
-{
-    if (name != nullptr) {
-        *name = nullptr;
-    }
-    return noQualifier(cls, nullptr, rc);
-}
-
-unsigned int noQualifierCount(CMPIConstClass* /*cls*/, CMPIStatus* rc)
-{
-    succeed(rc);
-    return 0;
-}
-
-CMPIData noMemberQualifier(CMPIConstClass* cls, const char* /*member*/, const char* name,
-                           CMPIStatus* rc)
-{
-    return noQualifier(cls, name, rc);
-}
-
-CMPIData noMemberQualifierAt(CMPIConstClass* cls, const char* /*member*/, unsigned int index,
-                             CMPIString** name, CMPIStatus* rc)
-{
-    return noQualifierAt(cls, index, name, rc);
-}
-
-unsigned int noMemberQualifierCount(CMPIConstClass* cls, const char* /*member*/, CMPIStatus* rc)
-{
-    return noQualifierCount(cls, rc);
 }
 
 const MethodDeclaration* findMethod(const ClassObject& cls, const char* name)
@@ -149,6 +89,9 @@ unsigned int getMethodParameterCount(CMPIConstClass* cls, const char* methodName
     return method->parameters.count;
 }
 
+using Properties = Reading<ClassObject, &ClassObject::properties>;
+using Qualifiers = NoQualifiers<CMPIConstClass, CMPI_RC_ERR_NO_SUCH_PROPERTY>;
+
 } // namespace
 
 ClassObject* copyClass(const CMPIConstClass* cls, Arena* arena)
@@ -170,26 +113,26 @@ ClassObject* copyClass(const CMPIConstClass* cls, Arena* arena)
 constexpr CMPIConstClassFT ClassObject::kTable = {
     NATIVE_FT_VERSION,
     releaseObject<ClassObject>,
-    Guarded<cloneClass>::call,
+    Guarded<cloned<CMPIConstClass, copyClass>>::call,
     Guarded<getClassName>::call,
-    Guarded<getProperty>::call,
-    Guarded<getPropertyAt>::call,
-    Guarded<getPropertyCount>::call,
-    Guarded<noQualifier>::call,
-    Guarded<noQualifierAt>::call,
-    Guarded<noQualifierCount>::call,
-    Guarded<noMemberQualifier>::call,
-    Guarded<noMemberQualifierAt>::call,
-    Guarded<noMemberQualifierCount>::call,
+    Guarded<Properties::get>::call,
+    Guarded<Properties::getAt>::call,
+    Guarded<Properties::count>::call,
+    Guarded<Qualifiers::get>::call,
+    Guarded<Qualifiers::getAt>::call,
+    Guarded<Qualifiers::count>::call,
+    Guarded<Qualifiers::getOfMember>::call,
+    Guarded<Qualifiers::getOfMemberAt>::call,
+    Guarded<Qualifiers::countOfMember>::call,
     Guarded<getMethod>::call,
     Guarded<getMethodAt>::call,
     Guarded<getMethodCount>::call,
     Guarded<getMethodParameter>::call,
     Guarded<getMethodParameterAt>::call,
     Guarded<getMethodParameterCount>::call,
-    Guarded<noMemberQualifier>::call,
-    Guarded<noMemberQualifierAt>::call,
-    Guarded<noMemberQualifierCount>::call,
+    Guarded<Qualifiers::getOfMember>::call,
+    Guarded<Qualifiers::getOfMemberAt>::call,
+    Guarded<Qualifiers::countOfMember>::call,
 };
 
 } // namespace cmpisfcc

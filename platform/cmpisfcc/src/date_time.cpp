@@ -1,6 +1,6 @@
 #include "date_time.h"
 
-#include "objects.h"
+#include "tables.h"
 
 #include <algorithm>
 #include <array>
@@ -64,12 +64,6 @@ CMPIUint64 microsOfPoint(const char* text)
 bool isInterval(const char* text)
 {
     return text[kSignAt] == ':';
-}
-
-CMPIDateTime* cloneDateTime(CMPIDateTime* dateTime, CMPIStatus* rc)
-{
-    succeed(rc);
-    return copyDateTime(dateTime, nullptr);
 }
 
 CMPIUint64 getBinaryFormat(CMPIDateTime* dateTime, CMPIStatus* rc)
@@ -182,7 +176,7 @@ DateTimeObject* copyDateTime(const CMPIDateTime* dateTime, Arena* arena)
 constexpr CMPIDateTimeFT DateTimeObject::kTable = {
     NATIVE_FT_VERSION,
     releaseObject<DateTimeObject>,
-    Guarded<cloneDateTime>::call,
+    Guarded<cloned<CMPIDateTime, copyDateTime>>::call,
     Guarded<getBinaryFormat>::call,
     Guarded<getStringFormat>::call,
     Guarded<getIsInterval>::call,

@@ -1,5 +1,7 @@
 #include "http_transport.h"
 
+#include <cimxml/types.h>
+
 #include <algorithm>
 #include <charconv>
 #include <new>
@@ -108,7 +110,9 @@ unsigned int statusCode(std::string_view text)
 {
     unsigned int code = 0;
     const auto [stop, error] = std::from_chars(text.data(), text.data() + text.size(), code);
-    return error == std::errc() && stop == text.data() + text.size() && code != 0 ? code : 1;
+    return error == std::errc() && stop == text.data() + text.size() && code != 0
+               ? code
+               : cimxml::kCimErrFailed;
 }
 
 void set(CURL* handle, CURLoption option, long value)
@@ -199,8 +203,6 @@ private:
         }
         return mSink.take(bytes);
     }
-
-    static constexpr long kHttpOk = 200;
 
     BodySink& mSink;
     const TransportLimits& mLimits;

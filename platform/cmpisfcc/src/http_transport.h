@@ -15,6 +15,10 @@
 
 namespace cmpisfcc {
 
+// HTTP status codes (RFC 9110) that are told from all others.
+constexpr long kHttpOk = 200;
+constexpr long kHttpUnauthorized = 401;
+
 // How long things may take and how large they may be.
 struct TransportLimits
 {

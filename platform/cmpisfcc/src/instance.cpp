@@ -1,4 +1,4 @@
-#include "objects.h"
+#include "tables.h"
 #include "values.h"
 
 #include <algorithm>
@@ -10,29 +10,6 @@ namespace {
 InstanceObject& self(CMPIInstance* instance)
 {
     return *static_cast<InstanceObject*>(instance);
-}
-
-CMPIInstance* cloneInstance(CMPIInstance* instance, CMPIStatus* rc)
-{
-    succeed(rc);
-    return copyInstance(instance, nullptr);
-}
-
-CMPIData getProperty(CMPIInstance* instance, const char* name, CMPIStatus* rc)
-{
-    return self(instance).properties.get(name, rc);
-}
-
-CMPIData getPropertyAt(CMPIInstance* instance, unsigned int index, CMPIString** name,
-                       CMPIStatus* rc)
-{
-    return self(instance).properties.getAt(index, name, rc);
-}
-
-unsigned int getPropertyCount(CMPIInstance* instance, CMPIStatus* rc)
-{
-    succeed(rc);
-    return self(instance).properties.count;
 }
 
 bool isFilteredOut(const InstanceObject& instance, const char* name)
@@ -75,9 +52,7 @@ CMPIObjectPath* getObjectPath(CMPIInstance* instance, CMPIStatus* rc)
 {
     const InstanceObject& source = self(instance);
     Owned<PathObject> path = makeOwned<PathObject>();
-    path->host = path->arena->copy(source.host);
-    path->nameSpace = path->arena->copy(source.nameSpace);
-    path->className = path->arena->copy(source.className);
+    static_cast<Place&>(*path) = source.Place::copyInto(*path->arena);
     for (unsigned int i = 0; i < source.properties.count; ++i) {
         const NamedValue& property = source.properties.items[i];
         CMPIData data = {};
@@ -118,45 +93,6 @@ CMPIStatus setPropertyFilter(CMPIInstance* instance, char** propertyList, char**
     return kSuccess;
 }
 
-CMPIData noQualifier(CMPIInstance* /*instance*/, const char* /*name*/, CMPIStatus* rc)
-{
-    fail(rc, CMPI_RC_ERR_NO_SUCH_PROPERTY);
-    return noData(CMPI_nullValue | CMPI_notFound);
-}
-
-CMPIData noQualifierAt(CMPIInstance* instance, unsigned int /*index*/, CMPIString** name,
-                       CMPIStatus* rc)
-{
-    if (name != nullptr) {
-        *name = nullptr;
-    }
-    return noQualifier(instance, nullptr, rc);
-}
-
-unsigned int noQualifierCount(CMPIInstance* /*instance*/, CMPIStatus* rc)
-{
-    succeed(rc);
-    return 0;
-}
-
-CMPIData noPropertyQualifier(CMPIInstance* instance, const char* /*property*/, const char* name,
-                             CMPIStatus* rc)
-{
-    return noQualifier(instance, name, rc);
-}
-
-CMPIData noPropertyQualifierAt(CMPIInstance* instance, const char* /*property*/, unsigned int index,
-                               CMPIString** name, CMPIStatus* rc)
-{
-    return noQualifierAt(instance, index, name, rc);
-}
-
-unsigned int noPropertyQualifierCount(CMPIInstance* instance, const char* /*property*/,
-                                      CMPIStatus* rc)
-{
-    return noQualifierCount(instance, rc);
-}
-
 CMPIInstance* makeInstance(CMPIObjectPath* path, CMPIStatus* rc)
 {
     if (path == nullptr) {
@@ -165,13 +101,14 @@ CMPIInstance* makeInstance(CMPIObjectPath* path, CMPIStatus* rc)
     }
     const auto& source = *static_cast<const PathObject*>(path);
     Owned<InstanceObject> instance = makeOwned<InstanceObject>();
-    instance->host = instance->arena->copy(source.host);
-    instance->nameSpace = instance->arena->copy(source.nameSpace);
-    instance->className = instance->arena->copy(source.className);
+    static_cast<Place&>(*instance) = source.Place::copyInto(*instance->arena);
     instance->properties = source.keys.copyInto(*instance->arena);
     succeed(rc);
     return instance.release();
 }
+
+using Properties = Reading<InstanceObject, &InstanceObject::properties>;
+using Qualifiers = NoQualifiers<CMPIInstance, CMPI_RC_ERR_NO_SUCH_PROPERTY>;
 
 } // namespace
 
@@ -179,9 +116,7 @@ InstanceObject* copyInstance(const CMPIInstance* instance, Arena* arena)
 {
     const auto& source = *static_cast<const InstanceObject*>(instance);
     Owned<InstanceObject> copy = makeOwned<InstanceObject>(arena);
-    copy->host = copy->arena->copy(source.host);
-    copy->nameSpace = copy->arena->copy(source.nameSpace);
-    copy->className = copy->arena->copy(source.className);
+    static_cast<Place&>(*copy) = source.Place::copyInto(*copy->arena);
     copy->properties = source.properties.copyInto(*copy->arena);
     return copy.release();
 }
@@ -189,19 +124,19 @@ InstanceObject* copyInstance(const CMPIInstance* instance, Arena* arena)
 constexpr CMPIInstanceFT InstanceObject::kTable = {
     NATIVE_FT_VERSION,
     releaseObject<InstanceObject>,
-    Guarded<cloneInstance>::call,
-    Guarded<getProperty>::call,
-    Guarded<getPropertyAt>::call,
-    Guarded<getPropertyCount>::call,
+    Guarded<cloned<CMPIInstance, copyInstance>>::call,
+    Guarded<Properties::get>::call,
+    Guarded<Properties::getAt>::call,
+    Guarded<Properties::count>::call,
     Guarded<setProperty>::call,
     Guarded<getObjectPath>::call,
     Guarded<setPropertyFilter>::call,
-    Guarded<noQualifier>::call,
-    Guarded<noQualifierAt>::call,
-    Guarded<noQualifierCount>::call,
-    Guarded<noPropertyQualifier>::call,
-    Guarded<noPropertyQualifierAt>::call,
-    Guarded<noPropertyQualifierCount>::call,
+    Guarded<Qualifiers::get>::call,
+    Guarded<Qualifiers::getAt>::call,
+    Guarded<Qualifiers::count>::call,
+    Guarded<Qualifiers::getOfMember>::call,
+    Guarded<Qualifiers::getOfMemberAt>::call,
+    Guarded<Qualifiers::countOfMember>::call,
 };
 
 } // namespace cmpisfcc

@@ -43,6 +43,25 @@ NamedValue* NamedValues::append(Arena& arena, const char* nameInArena, const CMP
     return &items[count++];
 }
 
+CMPIStatus NamedValues::add(Arena& arena, const char* name, const CMPIValue* value, CMPIType type,
+                            const char* what)
+{
+    if (name == nullptr) {
+        return failure(CMPI_RC_ERR_INVALID_PARAMETER,
+                       (std::string(what) + " needs a name").c_str());
+    }
+    if (find(name) != nullptr) {
+        return failure(CMPI_RC_ERR_ALREADY_EXISTS);
+    }
+    CMPIData data = {};
+    if (!takeValue(arena, value, type, CharsAt::Address, data)) {
+        return failure(CMPI_RC_ERR_INVALID_PARAMETER,
+                       (std::string(what) + " cannot be of this type").c_str());
+    }
+    append(arena, arena.copy(name), data);
+    return kSuccess;
+}
+
 NamedValues NamedValues::copyInto(Arena& arena) const
 {
     NamedValues copy = {};

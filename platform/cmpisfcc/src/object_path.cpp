@@ -1,4 +1,4 @@
-#include "objects.h"
+#include "tables.h"
 #include "values.h"
 
 namespace cmpisfcc {
@@ -8,12 +8,6 @@ namespace {
 PathObject& self(CMPIObjectPath* path)
 {
     return *static_cast<PathObject*>(path);
-}
-
-CMPIObjectPath* clonePath(CMPIObjectPath* path, CMPIStatus* rc)
-{
-    succeed(rc);
-    return copyPath(path, nullptr);
 }
 
 // A part of the path as a text of the caller's; NULL where it is not set.
@@ -58,36 +52,13 @@ CMPIString* getClassName(CMPIObjectPath* path, CMPIStatus* rc)
 
 CMPIStatus addKey(CMPIObjectPath* path, const char* name, CMPIValue* value, CMPIType type)
 {
-    PathObject& target = self(path);
-    if (name == nullptr) {
-        return failure(CMPI_RC_ERR_INVALID_PARAMETER, "A key needs a name");
+    NamedValues& keys = self(path).keys;
+    const CMPIStatus status = keys.add(*self(path).arena, name, value, type, "A key");
+    if (status.rc == CMPI_RC_OK) {
+        CMPIData& added = keys.items[keys.count - 1].data;
+        added.state = static_cast<CMPIValueState>(added.state | CMPI_keyValue);
     }
-    if (target.keys.find(name) != nullptr) {
-        return failure(CMPI_RC_ERR_ALREADY_EXISTS);
-    }
-    CMPIData data = {};
-    if (!takeValue(*target.arena, value, type, CharsAt::Address, data)) {
-        return failure(CMPI_RC_ERR_INVALID_PARAMETER, "A key cannot be of this type");
-    }
-    data.state = static_cast<CMPIValueState>(data.state | CMPI_keyValue);
-    target.keys.append(*target.arena, target.arena->copy(name), data);
-    return kSuccess;
-}
-
-CMPIData getKey(CMPIObjectPath* path, const char* name, CMPIStatus* rc)
-{
-    return self(path).keys.get(name, rc);
-}
-
-CMPIData getKeyAt(CMPIObjectPath* path, unsigned int index, CMPIString** name, CMPIStatus* rc)
-{
-    return self(path).keys.getAt(index, name, rc);
-}
-
-unsigned int getKeyCount(CMPIObjectPath* path, CMPIStatus* rc)
-{
-    succeed(rc);
-    return self(path).keys.count;
+    return status;
 }
 
 CMPIStatus setNameSpaceFromObjectPath(CMPIObjectPath* path, CMPIObjectPath* source)
@@ -99,24 +70,6 @@ CMPIStatus setHostAndNameSpaceFromObjectPath(CMPIObjectPath* path, CMPIObjectPat
 {
     (void)setHostname(path, self(source).host);
     return setNameSpace(path, self(source).nameSpace);
-}
-
-CMPIData noQualifier(CMPIObjectPath* /*path*/, const char* /*qualifier*/, CMPIStatus* rc)
-{
-    fail(rc, CMPI_RC_ERR_NOT_SUPPORTED);
-    return noData(CMPI_nullValue | CMPI_notFound);
-}
-
-CMPIData noMemberQualifier(CMPIObjectPath* path, const char* /*member*/, const char* qualifier,
-                           CMPIStatus* rc)
-{
-    return noQualifier(path, qualifier, rc);
-}
-
-CMPIData noParameterQualifier(CMPIObjectPath* path, const char* /*method*/,
-                              const char* /*parameter*/, const char* qualifier, CMPIStatus* rc)
-{
-    return noQualifier(path, qualifier, rc);
 }
 
 // Texts in quotation marks, so that no character of a value can be taken for the path's own.
@@ -167,15 +120,16 @@ CMPIObjectPath* makePath(const char* nameSpace, const char* className, CMPIStatu
     return path.release();
 }
 
+using Keys = Reading<PathObject, &PathObject::keys>;
+using Qualifiers = NoQualifiers<CMPIObjectPath, CMPI_RC_ERR_NOT_SUPPORTED>;
+
 } // namespace
 
 PathObject* copyPath(const CMPIObjectPath* path, Arena* arena)
 {
     const auto& source = *static_cast<const PathObject*>(path);
     Owned<PathObject> copy = makeOwned<PathObject>(arena);
-    copy->host = copy->arena->copy(source.host);
-    copy->nameSpace = copy->arena->copy(source.nameSpace);
-    copy->className = copy->arena->copy(source.className);
+    static_cast<Place&>(*copy) = source.Place::copyInto(*copy->arena);
     copy->keys = source.keys.copyInto(*copy->arena);
     return copy.release();
 }
@@ -183,7 +137,7 @@ PathObject* copyPath(const CMPIObjectPath* path, Arena* arena)
 constexpr CMPIObjectPathFT PathObject::kTable = {
     NATIVE_FT_VERSION,
     releaseObject<PathObject>,
-    Guarded<clonePath>::call,
+    Guarded<cloned<CMPIObjectPath, copyPath>>::call,
     Guarded<setNameSpace>::call,
     Guarded<getNameSpace>::call,
     Guarded<setHostname>::call,
@@ -191,15 +145,15 @@ constexpr CMPIObjectPathFT PathObject::kTable = {
     Guarded<setClassName>::call,
     Guarded<getClassName>::call,
     Guarded<addKey>::call,
-    Guarded<getKey>::call,
-    Guarded<getKeyAt>::call,
-    Guarded<getKeyCount>::call,
+    Guarded<Keys::get>::call,
+    Guarded<Keys::getAt>::call,
+    Guarded<Keys::count>::call,
     Guarded<setNameSpaceFromObjectPath>::call,
     Guarded<setHostAndNameSpaceFromObjectPath>::call,
-    Guarded<noQualifier>::call,
-    Guarded<noMemberQualifier>::call,
-    Guarded<noMemberQualifier>::call,
-    Guarded<noParameterQualifier>::call,
+    Guarded<Qualifiers::get>::call,
+    Guarded<Qualifiers::getOfMember>::call,
+    Guarded<Qualifiers::getOfMember>::call,
+    Guarded<Qualifiers::getOfPart>::call,
     Guarded<toString>::call,
 };
 

@@ -32,6 +32,9 @@ struct NamedValues
     [[nodiscard]] NamedValue* find(const char* name) const;
     NamedValue* append(Arena& arena, const char* nameInArena, const CMPIData& dataInArena);
     void reserve(Arena& arena, unsigned int wanted);
+    // Adds what a caller gives, unless there is one of this name. what  "A key", for messages.
+    CMPIStatus add(Arena& arena, const char* name, const CMPIValue* value, CMPIType type,
+                   const char* what);
     // Deep copies into the arena.
     [[nodiscard]] NamedValues copyInto(Arena& arena) const;
 
@@ -48,26 +51,33 @@ struct Held : Interface
     bool isRoot;
 };
 
-struct PathObject : Held<CMPIObjectPath>
+// Where an object is and of which class it is; null where that is not known.
+struct Place
+{
+    const char* host;
+    const char* nameSpace;
+    const char* className;
+
+    [[nodiscard]] Place copyInto(Arena& arena) const
+    {
+        return {arena.copy(host), arena.copy(nameSpace), arena.copy(className)};
+    }
+};
+
+struct PathObject : Held<CMPIObjectPath>, Place
 {
     static constexpr const char* kTypeName = "CMPIObjectPath";
     static constexpr std::size_t kFirstBytes = 400;
     static const CMPIObjectPathFT kTable;
-    const char* host;
-    const char* nameSpace;
-    const char* className;
     NamedValues keys;
 };
 
 // An instance has no path of its own: its keys are those properties whose state says so.
-struct InstanceObject : Held<CMPIInstance>
+struct InstanceObject : Held<CMPIInstance>, Place
 {
     static constexpr const char* kTypeName = "CMPIInstance";
     static constexpr std::size_t kFirstBytes = 1000;
     static const CMPIInstanceFT kTable;
-    const char* host;
-    const char* nameSpace;
-    const char* className;
     NamedValues properties;
     const char* const* filter; // names that may be set, ends with null; null: all
 };

@@ -54,7 +54,17 @@ public:
                                  : with("ObjectName", std::move(path));
     }
 
-    // A class that narrows the result; NULL does not.
+    // What is associated with the object, narrowed by what is not NULL.
+    Operation& withAssociated(const char* assocClass, const char* resultClass, const char* role,
+                              const char* resultRole)
+    {
+        return withObjectName()
+            .withClass("AssocClass", assocClass)
+            .withClass("ResultClass", resultClass)
+            .withText("Role", role)
+            .withText("ResultRole", resultRole);
+    }
+
     Operation& withClass(const char* name, const char* className)
     {
         return className == nullptr ? *this : with(name, cimxml::ClassName{className});
@@ -70,10 +80,23 @@ public:
         return with(name, booleanText((flags & flag) != 0));
     }
 
-    Operation& withQualifierFlags(CMPIFlags flags)
+    Operation& withDeepInheritance(CMPIFlags flags)
+    {
+        return withFlag("DeepInheritance", flags, CMPI_FLAG_DeepInheritance);
+    }
+
+    // How much of each object is to be returned; properties is NULL for all of them.
+    Operation& withSelection(CMPIFlags flags, char** properties)
+    {
+        return withFlag("LocalOnly", flags, CMPI_FLAG_LocalOnly)
+            .withOriginAndProperties(flags, properties);
+    }
+
+    Operation& withOriginAndProperties(CMPIFlags flags, char** properties)
     {
         return withFlag("IncludeQualifiers", flags, CMPI_FLAG_IncludeQualifiers)
-            .withFlag("IncludeClassOrigin", flags, CMPI_FLAG_IncludeClassOrigin);
+            .withFlag("IncludeClassOrigin", flags, CMPI_FLAG_IncludeClassOrigin)
+            .withProperties(properties);
     }
 
     Operation& withProperties(char** properties)
@@ -156,9 +179,7 @@ CMPIConstClass* getClass(CMCIClient* client, CMPIObjectPath* path, CMPIFlags fla
 {
     return Operation("GetClass", path)
         .withClassName()
-        .withFlag("LocalOnly", flags, CMPI_FLAG_LocalOnly)
-        .withQualifierFlags(flags)
-        .withProperties(properties)
+        .withSelection(flags, properties)
         .fetch<ClassObject>(client, Returns::Classes, rc);
 }
 
@@ -167,7 +188,7 @@ CMPIEnumeration* enumClassNames(CMCIClient* client, CMPIObjectPath* path, CMPIFl
 {
     return Operation("EnumerateClassNames", path)
         .withClassName()
-        .withFlag("DeepInheritance", flags, CMPI_FLAG_DeepInheritance)
+        .withDeepInheritance(flags)
         .enumerate(client, Returns::ClassNames, rc);
 }
 
@@ -176,9 +197,8 @@ CMPIEnumeration* enumClasses(CMCIClient* client, CMPIObjectPath* path, CMPIFlags
 {
     return Operation("EnumerateClasses", path)
         .withClassName()
-        .withFlag("DeepInheritance", flags, CMPI_FLAG_DeepInheritance)
-        .withFlag("LocalOnly", flags, CMPI_FLAG_LocalOnly)
-        .withQualifierFlags(flags)
+        .withDeepInheritance(flags)
+        .withSelection(flags, nullptr)
         .enumerate(client, Returns::Classes, rc);
 }
 
@@ -187,9 +207,7 @@ CMPIInstance* getInstance(CMCIClient* client, CMPIObjectPath* path, CMPIFlags fl
 {
     return Operation("GetInstance", path)
         .withInstanceName()
-        .withFlag("LocalOnly", flags, CMPI_FLAG_LocalOnly)
-        .withQualifierFlags(flags)
-        .withProperties(properties)
+        .withSelection(flags, properties)
         .fetch<InstanceObject>(client, Returns::Instances, rc);
 }
 
@@ -239,10 +257,8 @@ CMPIEnumeration* enumInstances(CMCIClient* client, CMPIObjectPath* path, CMPIFla
 {
     return Operation("EnumerateInstances", path)
         .withClassName()
-        .withFlag("DeepInheritance", flags, CMPI_FLAG_DeepInheritance)
-        .withFlag("LocalOnly", flags, CMPI_FLAG_LocalOnly)
-        .withQualifierFlags(flags)
-        .withProperties(properties)
+        .withDeepInheritance(flags)
+        .withSelection(flags, properties)
         .enumerate(client, Returns::Instances, rc);
 }
 
@@ -252,13 +268,8 @@ CMPIEnumeration* associators(CMCIClient* client, CMPIObjectPath* path, const cha
                              CMPIFlags flags, char** properties, CMPIStatus* rc)
 {
     return Operation("Associators", path)
-        .withObjectName()
-        .withClass("AssocClass", assocClass)
-        .withClass("ResultClass", resultClass)
-        .withText("Role", role)
-        .withText("ResultRole", resultRole)
-        .withQualifierFlags(flags)
-        .withProperties(properties)
+        .withAssociated(assocClass, resultClass, role, resultRole)
+        .withOriginAndProperties(flags, properties)
         .enumerate(client, Returns::Instances, rc);
 }
 
@@ -267,11 +278,7 @@ CMPIEnumeration* associatorNames(CMCIClient* client, CMPIObjectPath* path, const
                                  CMPIStatus* rc)
 {
     return Operation("AssociatorNames", path)
-        .withObjectName()
-        .withClass("AssocClass", assocClass)
-        .withClass("ResultClass", resultClass)
-        .withText("Role", role)
-        .withText("ResultRole", resultRole)
+        .withAssociated(assocClass, resultClass, role, resultRole)
         .enumerate(client, Returns::Paths, rc);
 }
 
@@ -279,11 +286,8 @@ CMPIEnumeration* references(CMCIClient* client, CMPIObjectPath* path, const char
                             const char* role, CMPIFlags flags, char** properties, CMPIStatus* rc)
 {
     return Operation("References", path)
-        .withObjectName()
-        .withClass("ResultClass", resultClass)
-        .withText("Role", role)
-        .withQualifierFlags(flags)
-        .withProperties(properties)
+        .withAssociated(nullptr, resultClass, role, nullptr)
+        .withOriginAndProperties(flags, properties)
         .enumerate(client, Returns::Instances, rc);
 }
 
@@ -291,9 +295,7 @@ CMPIEnumeration* referenceNames(CMCIClient* client, CMPIObjectPath* path, const 
                                 const char* role, CMPIStatus* rc)
 {
     return Operation("ReferenceNames", path)
-        .withObjectName()
-        .withClass("ResultClass", resultClass)
-        .withText("Role", role)
+        .withAssociated(nullptr, resultClass, role, nullptr)
         .enumerate(client, Returns::Paths, rc);
 }
 
