@@ -5,21 +5,31 @@
 namespace cimxml {
 namespace {
 
-std::string failedCall(std::string_view messageId, std::string_view element, std::string_view name,
-                       const CimError& error)
+// A whole message whose answer holds what fill appends to it.
+template <typename Fill>
+std::string answered(std::string_view messageId, std::string_view element, std::string_view name,
+                     Fill fill)
 {
     std::string out;
     appendMessageStart(out, messageId, "SIMPLERSP");
     appendOpening(out, element, name);
-    out += "<ERROR";
-    appendAttribute(out, "CODE", std::to_string(error.code));
-    if (!error.description.empty()) {
-        appendAttribute(out, "DESCRIPTION", error.description);
-    }
-    out += "/>";
+    fill(out);
     appendEnd(out, element);
     appendMessageEnd(out, "SIMPLERSP");
     return out;
+}
+
+std::string failedCall(std::string_view messageId, std::string_view element, std::string_view name,
+                       const CimError& error)
+{
+    return answered(messageId, element, name, [&error](std::string& out) {
+        out += "<ERROR";
+        appendAttribute(out, "CODE", std::to_string(error.code));
+        if (!error.description.empty()) {
+            appendAttribute(out, "DESCRIPTION", error.description);
+        }
+        out += "/>";
+    });
 }
 
 } // namespace
@@ -85,12 +95,7 @@ std::string ResponseWriter::finish()
 
 std::string encodeEmptyResponse(std::string_view messageId, std::string_view operation)
 {
-    std::string out;
-    appendMessageStart(out, messageId, "SIMPLERSP");
-    appendOpening(out, "IMETHODRESPONSE", operation);
-    appendEnd(out, "IMETHODRESPONSE");
-    appendMessageEnd(out, "SIMPLERSP");
-    return out;
+    return answered(messageId, "IMETHODRESPONSE", operation, [](std::string& /*out*/) {});
 }
 
 std::string encodeErrorResponse(std::string_view messageId, std::string_view operation,
@@ -103,18 +108,14 @@ std::string encodeMethodResponse(std::string_view messageId, std::string_view me
                                  const MethodParameter* returnValue,
                                  const std::vector<MethodParameter>& outputs)
 {
-    std::string out;
-    appendMessageStart(out, messageId, "SIMPLERSP");
-    appendOpening(out, "METHODRESPONSE", method);
-    if (returnValue != nullptr) {
-        appendMethodParameter(out, "RETURNVALUE", *returnValue);
-    }
-    for (const MethodParameter& output : outputs) {
-        appendMethodParameter(out, "PARAMVALUE", output);
-    }
-    appendEnd(out, "METHODRESPONSE");
-    appendMessageEnd(out, "SIMPLERSP");
-    return out;
+    return answered(messageId, "METHODRESPONSE", method, [&](std::string& out) {
+        if (returnValue != nullptr) {
+            appendMethodParameter(out, "RETURNVALUE", *returnValue);
+        }
+        for (const MethodParameter& output : outputs) {
+            appendMethodParameter(out, "PARAMVALUE", output);
+        }
+    });
 }
 
 std::string encodeMethodErrorResponse(std::string_view messageId, std::string_view method,

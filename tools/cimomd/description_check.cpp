@@ -1,11 +1,9 @@
 #include "description_check.h"
 
-#include "described_values.h"
 #include "object_path_text.h"
 
 #include <algorithm>
 #include <initializer_list>
-#include <string_view>
 
 namespace cimomd {
 
@@ -32,21 +30,26 @@ public:
 private:
     using Check = bool (Checker::*)(const Json::Value&);
 
+    struct Member
+    {
+        const char* name;
+        Check check;
+        bool isRequired = false;
+    };
+
     bool wrong(const std::string& what);
-    bool isObjectOf(const Json::Value& json, std::initializer_list<std::string_view> known);
     bool at(const std::string& place, const Json::Value& json, Check check);
-    bool in(const Json::Value& json, const char* member, Check check);
     bool each(const Json::Value& json, Check check);
+    bool members(const Json::Value& json, std::initializer_list<Member> known);
 
     bool methodCase(const Json::Value& json);
-    bool seconds(const Json::Value& json);
     bool error(const Json::Value& json);
     bool returnValue(const Json::Value& json);
     bool outputs(const Json::Value& json);
     bool conditions(const Json::Value& json) { return each(json, &Checker::condition); }
     bool condition(const Json::Value& json);
     bool inputCondition(const Json::Value& json);
-    bool test(const Json::Value& json);
+    bool hasTest(const Json::Value& json);
     bool changes(const Json::Value& json) { return each(json, &Checker::change); }
     bool change(const Json::Value& json);
     bool job(const Json::Value& json);
@@ -58,7 +61,13 @@ private:
     bool value(const Json::Value& json);
     bool scalar(const Json::Value& json);
     bool input(const Json::Value& json);
-    bool isReference(const Json::Value& input) const;
+    bool reference(const Json::Value& json);
+
+    bool text(const Json::Value& json) { return isText(json) || wrong("give a text"); }
+    bool flag(const Json::Value& json) { return json.isBool() || wrong("give true or false"); }
+    bool seconds(const Json::Value& json);
+    bool percent(const Json::Value& json);
+    bool status(const Json::Value& json);
 
     const cimxml::Method& mMethod;
     bool mHasJob = false; // the case at hand
@@ -72,24 +81,6 @@ bool Checker::wrong(const std::string& what)
     return false;
 }
 
-// A member that is not known is most likely misspelt, so it is not passed over.
-bool Checker::isObjectOf(const Json::Value& json, std::initializer_list<std::string_view> known)
-{
-    std::string list;
-    for (const std::string_view name : known) {
-        list += (list.empty() ? "\"" : ", \"") + std::string(name) + "\"";
-    }
-    if (!json.isObject()) {
-        return wrong("give an object with " + list);
-    }
-    for (const std::string& name : json.getMemberNames()) {
-        if (std::find(known.begin(), known.end(), name) == known.end()) {
-            return wrong("\"" + name + "\" has no meaning here; there are " + list);
-        }
-    }
-    return true;
-}
-
 // Checks what is found at a place, which messages name.
 bool Checker::at(const std::string& place, const Json::Value& json, Check check)
 {
@@ -98,12 +89,6 @@ bool Checker::at(const std::string& place, const Json::Value& json, Check check)
     const bool isFine = (this->*check)(json);
     mWhere.resize(length);
     return isFine;
-}
-
-// Checks a member that may be absent.
-bool Checker::in(const Json::Value& json, const char* member, Check check)
-{
-    return !json.isMember(member) || at(std::string(".") + member, json[member], check);
 }
 
 bool Checker::each(const Json::Value& json, Check check)
@@ -119,6 +104,28 @@ bool Checker::each(const Json::Value& json, Check check)
     return true;
 }
 
+// A member that is not known is most likely misspelt, so it is not passed over.
+bool Checker::members(const Json::Value& json, std::initializer_list<Member> known)
+{
+    std::string list;
+    for (const Member& member : known) {
+        list += (list.empty() ? "\"" : ", \"") + std::string(member.name) + "\"";
+    }
+    if (!json.isObject()) {
+        return wrong("give an object with " + list);
+    }
+    for (const std::string& name : json.getMemberNames()) {
+        if (std::none_of(known.begin(), known.end(),
+                         [&name](const Member& member) { return name == member.name; })) {
+            return wrong("\"" + name + "\" has no meaning here; there are " + list);
+        }
+    }
+    return std::all_of(known.begin(), known.end(), [&](const Member& member) {
+        return (!member.isRequired && !json.isMember(member.name)) ||
+               at(std::string(".") + member.name, json[member.name], member.check);
+    });
+}
+
 bool Checker::cases(const Json::Value& json)
 {
     return json.isArray() && !json.empty() ? each(json, &Checker::methodCase)
@@ -127,29 +134,24 @@ bool Checker::cases(const Json::Value& json)
 
 bool Checker::methodCase(const Json::Value& json)
 {
-    const bool isError = json.isObject() && json.isMember("error");
     mHasJob = json.isObject() && json.isMember("job");
-    return (isError ? isObjectOf(json, {"when", "delay", "error"})
-                    : isObjectOf(json,
-                                 {"when", "delay", "error", "return", "outputs", "set", "job"})) &&
-           in(json, "when", &Checker::conditions) && in(json, "delay", &Checker::seconds) &&
-           in(json, "error", &Checker::error) && in(json, "return", &Checker::returnValue) &&
-           in(json, "outputs", &Checker::outputs) && in(json, "set", &Checker::changes) &&
-           in(json, "job", &Checker::job);
-}
-
-bool Checker::seconds(const Json::Value& json)
-{
-    return (json.isNumeric() && json.asDouble() >= 0 && json.asDouble() <= kMaxSeconds) ||
-           wrong("give a number of seconds from 0 to " +
-                 std::to_string(static_cast<int>(kMaxSeconds)));
+    if (json.isObject() && json.isMember("error")) {
+        return members(json, {{"when", &Checker::conditions},
+                              {"delay", &Checker::seconds},
+                              {"error", &Checker::error}});
+    }
+    return members(json, {{"when", &Checker::conditions},
+                          {"delay", &Checker::seconds},
+                          {"error", &Checker::error},
+                          {"return", &Checker::returnValue},
+                          {"outputs", &Checker::outputs},
+                          {"set", &Checker::changes},
+                          {"job", &Checker::job}});
 }
 
 bool Checker::error(const Json::Value& json)
 {
-    return isObjectOf(json, {"code", "description"}) &&
-           ((json["code"].isUInt() && json["code"].asUInt() > 0 && isText(json["description"])) ||
-            wrong("give \"code\", the number of a CIM status, and \"description\", a text"));
+    return members(json, {{"code", &Checker::status, true}, {"description", &Checker::text, true}});
 }
 
 bool Checker::returnValue(const Json::Value& json)
@@ -175,53 +177,57 @@ bool Checker::condition(const Json::Value& json)
     if (json.isObject() && json.isMember("input")) {
         return inputCondition(json);
     }
-    return isObjectOf(json, {"object", "property", "is", "isNot", "isOneOf"}) &&
-           at(".object", json["object"], &Checker::object) &&
-           (isText(json["property"]) ||
-            wrong("give either \"input\", or \"object\" and \"property\"")) &&
-           test(json);
+    if (!json.isObject() || !json.isMember("object")) {
+        return wrong("give either \"input\", or \"object\" and \"property\"");
+    }
+    return members(json, {{"object", &Checker::object},
+                          {"property", &Checker::text, true},
+                          {"is", &Checker::value},
+                          {"isNot", &Checker::value},
+                          {"isOneOf", &Checker::values}}) &&
+           hasTest(json);
 }
 
 bool Checker::inputCondition(const Json::Value& json)
 {
-    if (!json.isMember("exists")) {
-        return isObjectOf(json, {"input", "key", "is", "isNot", "isOneOf"}) && input(json) &&
-               test(json);
+    if (json.isMember("exists")) {
+        return reference(json) &&
+               members(json, {{"input", &Checker::text}, {"exists", &Checker::flag}});
     }
-    return isObjectOf(json, {"input", "exists"}) && input(json) &&
-           ((json["exists"].isBool() && isReference(json)) ||
-            wrong("give \"exists\" as true or false, of a parameter that is a reference"));
+    return input(json) &&
+           members(json, {{"input", &Checker::text},
+                          {"key", &Checker::text},
+                          {"is", &Checker::value},
+                          {"isNot", &Checker::value},
+                          {"isOneOf", &Checker::values}}) &&
+           hasTest(json);
 }
 
-bool Checker::test(const Json::Value& json)
+bool Checker::hasTest(const Json::Value& json)
 {
-    return (json.isMember("is") + json.isMember("isNot") + json.isMember("isOneOf") == 1 ||
-            wrong("give one of \"is\", \"isNot\", \"isOneOf\", or, of a reference, \"exists\"")) &&
-           in(json, "is", &Checker::value) && in(json, "isNot", &Checker::value) &&
-           in(json, "isOneOf", &Checker::values);
+    return json.isMember("is") + json.isMember("isNot") + json.isMember("isOneOf") == 1 ||
+           wrong("give one of \"is\", \"isNot\", \"isOneOf\", or, of a reference, \"exists\"");
 }
 
 bool Checker::change(const Json::Value& json)
 {
-    return isObjectOf(json, {"object", "properties"}) &&
-           at(".object", json["object"], &Checker::object) &&
-           in(json, "properties", &Checker::properties);
+    return members(json,
+                   {{"object", &Checker::object, true}, {"properties", &Checker::properties}});
 }
 
 bool Checker::job(const Json::Value& json)
 {
-    return isObjectOf(json, {"class", "seconds", "properties", "steps"}) &&
-           (isText(json["class"]) || wrong("give \"class\" as a text")) &&
-           in(json, "seconds", &Checker::seconds) && in(json, "properties", &Checker::properties) &&
-           in(json, "steps", &Checker::steps);
+    return members(json, {{"class", &Checker::text, true},
+                          {"seconds", &Checker::seconds},
+                          {"properties", &Checker::properties},
+                          {"steps", &Checker::steps}});
 }
 
 bool Checker::step(const Json::Value& json)
 {
-    return isObjectOf(json, {"percent", "properties", "set"}) &&
-           ((json["percent"].isUInt() && json["percent"].asUInt() <= kMaxPercent) ||
-            wrong("give \"percent\" as a number from 0 to 100")) &&
-           in(json, "properties", &Checker::properties) && in(json, "set", &Checker::changes);
+    return members(json, {{"percent", &Checker::percent, true},
+                          {"properties", &Checker::properties},
+                          {"set", &Checker::changes}});
 }
 
 bool Checker::properties(const Json::Value& json)
@@ -237,10 +243,10 @@ bool Checker::properties(const Json::Value& json)
 
 bool Checker::object(const Json::Value& json)
 {
-    cimxml::ObjectPath ignored;
-    if (json.isObject() && json.size() == 1 && json.isMember("input")) {
-        return input(json) && (isReference(json) || wrong("the parameter is no reference"));
+    if (json.isObject()) {
+        return reference(json) && members(json, {{"input", &Checker::text}});
     }
+    cimxml::ObjectPath ignored;
     return (json.isString() && readObjectPath(json.asString(), ignored)) ||
            wrong("give \"this\", a path such as \"XCIM_Fan.DeviceID=Fan.1\", a class, or "
                  "{\"input\": NAME}");
@@ -257,7 +263,7 @@ bool Checker::scalar(const Json::Value& json)
         return json.isObject() && json.size() == 1 && json[name] == Json::Value(true);
     };
     if (json.isObject() && json.isMember("input")) {
-        return isObjectOf(json, {"input", "key"}) && input(json);
+        return input(json) && members(json, {{"input", &Checker::text}, {"key", &Checker::text}});
     }
     if (isOnly("job")) {
         return mHasJob || wrong("it is to be the job, but the case has no \"job\"");
@@ -267,19 +273,39 @@ bool Checker::scalar(const Json::Value& json)
                  "{\"now\": true}, {\"job\": true}, or an array of these");
 }
 
-// The input that is named and, where there is one, the key of the instance that it refers to.
 bool Checker::input(const Json::Value& json)
 {
-    if (!isText(json["input"]) || mMethod.findParameter(json["input"].asString()) == nullptr) {
-        return wrong("give as \"input\" the name of a parameter of the method");
+    if (json.isMember("key")) {
+        return reference(json);
     }
-    return !json.isMember("key") || (isText(json["key"]) && isReference(json)) ||
-           wrong("give as \"key\" the name of one; only a parameter that is a reference has keys");
+    return (isText(json["input"]) && mMethod.findParameter(json["input"].asString()) != nullptr) ||
+           wrong("give as \"input\" the name of a parameter of the method");
 }
 
-bool Checker::isReference(const Json::Value& input) const
+bool Checker::reference(const Json::Value& json)
 {
-    return mMethod.findParameter(input["input"].asString())->type == cimxml::Type::Reference;
+    const cimxml::Parameter* const parameter =
+        isText(json["input"]) ? mMethod.findParameter(json["input"].asString()) : nullptr;
+    return (parameter != nullptr && parameter->type == cimxml::Type::Reference) ||
+           wrong("give as \"input\" the name of a parameter of the method that is a reference");
+}
+
+bool Checker::seconds(const Json::Value& json)
+{
+    return (json.isNumeric() && json.asDouble() >= 0 && json.asDouble() <= kMaxSeconds) ||
+           wrong("give a number of seconds from 0 to " +
+                 std::to_string(static_cast<int>(kMaxSeconds)));
+}
+
+bool Checker::percent(const Json::Value& json)
+{
+    return (json.isUInt() && json.asUInt() <= kMaxPercent) || wrong("give a number from 0 to 100");
+}
+
+bool Checker::status(const Json::Value& json)
+{
+    return (json.isUInt() && json.asUInt() > 0) ||
+           wrong("give the number of a CIM status, 1 or more");
 }
 
 } // namespace

@@ -121,21 +121,13 @@ bool evaluateResult(const Json::Value& described, const CallValues& values,
 
 bool Methods::load(const std::string& directory, Repository& repository, std::string& problem)
 {
-    std::vector<std::string> paths;
-    if (!listFiles(directory, ".methods.json", paths, problem)) {
-        return false;
-    }
-    return std::all_of(paths.begin(), paths.end(), [&](const std::string& path) {
-        std::string text;
-        if (!readFile(path, text, problem)) {
-            return false;
-        }
-        if (!add(text, repository, problem)) {
-            problem.insert(0, path + ": ");
-            return false;
-        }
-        return true;
-    });
+    std::vector<RepositoryFile> files;
+    return readFiles(directory, ".methods.json", files, problem) &&
+           std::all_of(files.begin(), files.end(), [&](const RepositoryFile& file) {
+               const bool isAdded = add(file.text, repository, problem);
+               problem.insert(0, isAdded ? "" : file.path + ": ");
+               return isAdded;
+           });
 }
 
 bool Methods::add(const std::string& text, Repository& repository, std::string& problem)

@@ -115,6 +115,8 @@ private:
     bool findProperty(const std::string& name, size_t& index);
     bool readAlternatives(Condition& condition);
     bool readConjunction(Condition& condition);
+    bool readJoined(const char* keyword, bool (Parser::*readPart)(Condition&),
+                    Condition& condition);
     bool readTest(Condition& condition);
     bool readNullTest(size_t property, Condition& condition);
     bool readComparison(size_t property, Condition& condition);
@@ -228,33 +230,27 @@ bool Parser::readAlternatives(Condition& condition)
     if (++mNesting > kMaxNesting) {
         return invalid("conditions are nested too deep");
     }
-    if (!readConjunction(condition)) {
-        return false;
-    }
-    while (takeKeyword("OR")) {
-        Condition other;
-        if (!readConjunction(other)) {
-            return false;
-        }
-        condition = joined(std::move(condition), std::move(other), false);
-    }
+    const bool isRead = readJoined("OR", &Parser::readConjunction, condition);
     --mNesting;
-    return true;
+    return isRead;
 }
 
 bool Parser::readConjunction(Condition& condition)
 {
-    if (!readTest(condition)) {
-        return false;
-    }
-    while (takeKeyword("AND")) {
+    return readJoined("AND", &Parser::readTest, condition);
+}
+
+bool Parser::readJoined(const char* keyword, bool (Parser::*readPart)(Condition&),
+                        Condition& condition)
+{
+    const bool needsBoth = std::string_view(keyword) == "AND";
+    bool isRead = (this->*readPart)(condition);
+    while (isRead && takeKeyword(keyword)) {
         Condition other;
-        if (!readTest(other)) {
-            return false;
-        }
-        condition = joined(std::move(condition), std::move(other), true);
+        isRead = (this->*readPart)(other);
+        condition = joined(std::move(condition), std::move(other), needsBoth);
     }
-    return true;
+    return isRead;
 }
 
 bool Parser::readTest(Condition& condition)

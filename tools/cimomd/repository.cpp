@@ -4,50 +4,29 @@
 #include "values.h"
 
 #include <algorithm>
-#include <functional>
 #include <utility>
 
 namespace cimomd {
 
-namespace {
-
-bool readFiles(const std::vector<std::string>& paths,
-               const std::function<void(const std::string&, cimxml::Declarations)>& take,
-               std::string& problem)
-{
-    for (const std::string& path : paths) {
-        std::string text;
-        cimxml::Declarations declarations;
-        if (!readFile(path, text, problem)) {
-            return false;
-        }
-        if (!cimxml::readDeclarations(text, declarations, problem)) {
-            problem.insert(0, path + ": ");
-            return false;
-        }
-        take(path, std::move(declarations));
-    }
-    return true;
-}
-
-} // namespace
-
 bool Repository::load(const std::string& directory, std::string& problem)
 {
-    std::vector<std::string> paths;
+    std::vector<RepositoryFile> texts;
     std::vector<File> files;
-    const auto take = [&files](const std::string& path, cimxml::Declarations declarations) {
-        files.push_back({path, std::move(declarations)});
-    };
-    if (!listFiles(directory, ".xml", paths, problem)) {
+    if (!readFiles(directory, ".xml", texts, problem)) {
         return false;
     }
-    if (paths.empty()) {
+    if (texts.empty()) {
         problem = directory + ": there is no *.xml file";
         return false;
     }
-    return readFiles(paths, take, problem) && addClasses(files, problem) &&
-           addInstances(files, problem);
+    for (const auto& [path, text] : texts) {
+        if (!cimxml::readDeclarations(text, files.emplace_back(File{path, {}}).declarations,
+                                      problem)) {
+            problem.insert(0, path + ": ");
+            return false;
+        }
+    }
+    return addClasses(files, problem) && addInstances(files, problem);
 }
 
 bool Repository::addClasses(std::vector<File>& files, std::string& problem)

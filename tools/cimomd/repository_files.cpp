@@ -8,35 +8,41 @@
 
 namespace cimomd {
 
+namespace {
+
 namespace fs = std::filesystem;
 
-bool listFiles(const std::string& directory, std::string_view ending,
-               std::vector<std::string>& paths, std::string& problem)
+bool readText(RepositoryFile& file, std::string& problem)
+{
+    std::ifstream stream(file.path, std::ios::binary);
+    file.text.assign(std::istreambuf_iterator<char>(stream), {});
+    if (!stream.is_open() || stream.bad()) {
+        problem = file.path + ": it cannot be read";
+        return false;
+    }
+    return true;
+}
+
+} // namespace
+
+bool readFiles(const std::string& directory, std::string_view ending,
+               std::vector<RepositoryFile>& files, std::string& problem)
 {
     std::error_code error;
     for (fs::directory_iterator entry(directory, error), end; !error && entry != end;
          entry.increment(error)) {
-        const std::string path = entry->path().string();
-        if (path.ends_with(ending)) {
-            paths.push_back(path);
+        if (std::string path = entry->path().string(); path.ends_with(ending)) {
+            files.push_back({std::move(path), {}});
         }
     }
-    std::sort(paths.begin(), paths.end());
     if (error) {
         problem = directory + ": " + error.message();
-    }
-    return !error;
-}
-
-bool readFile(const std::string& path, std::string& text, std::string& problem)
-{
-    std::ifstream file(path, std::ios::binary);
-    text.assign(std::istreambuf_iterator<char>(file), {});
-    if (!file.is_open() || file.bad()) {
-        problem = path + ": it cannot be read";
         return false;
     }
-    return true;
+    std::sort(files.begin(), files.end(),
+              [](const auto& one, const auto& other) { return one.path < other.path; });
+    return std::all_of(files.begin(), files.end(),
+                       [&problem](RepositoryFile& file) { return readText(file, problem); });
 }
 
 } // namespace cimomd

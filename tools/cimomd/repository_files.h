@@ -8,13 +8,16 @@
 
 namespace cimomd {
 
-// The paths of all files of a directory whose names end so, in the order of their names. Returns
-// false with directory and cause in problem when it cannot be read.
-bool listFiles(const std::string& directory, std::string_view ending,
-               std::vector<std::string>& paths, std::string& problem);
+struct RepositoryFile
+{
+    std::string path;
+    std::string text;
+};
 
-// Returns false with file and cause in problem.
-bool readFile(const std::string& path, std::string& text, std::string& problem);
+// Reads all files of a directory whose names end so, in the order of their names. Returns false
+// with the directory or the file and the cause in problem when one cannot be read.
+bool readFiles(const std::string& directory, std::string_view ending,
+               std::vector<RepositoryFile>& files, std::string& problem);
 
 } // namespace cimomd
 

@@ -34,9 +34,10 @@ TEST(DescriptionProblems, OfTheShapeOfACaseAreNamedWithTheirPlace)
          {R"({}, {"retrun": 1})",
           "Fan.Stop[1]: \"retrun\" has no meaning here; there are \"when\""},
          {R"({"when": {}})", "Fan.Stop[0].when: give an array"},
-         {R"({"when": [{"is": 1}]})", "Fan.Stop[0].when[0].object: give \"this\", a path"},
-         {R"({"when": [{"object": "this", "is": 1}]})",
+         {R"({"when": [{"is": 1}]})",
           "Fan.Stop[0].when[0]: give either \"input\", or \"object\" and \"property\""},
+         {R"({"when": [{"object": "this", "is": 1}]})",
+          "Fan.Stop[0].when[0].property: give a text"},
          {R"({"when": [{"input": "Seconds"}]})",
           "Fan.Stop[0].when[0]: give one of \"is\", \"isNot\""},
          {R"({"when": [{"input": "Seconds", "is": 1, "isNot": 2}]})",
@@ -50,12 +51,12 @@ TEST(DescriptionProblems, OfTheShapeOfACaseAreNamedWithTheirPlace)
          {R"({"when": [{"object": "this", "property": "Ok", "exists": true}]})",
           "Fan.Stop[0].when[0]: \"exists\" has no meaning here"},
          {R"({"when": [{"input": "Other", "exists": 1}]})",
-          "Fan.Stop[0].when[0]: give \"exists\" as true or false"},
+          "Fan.Stop[0].when[0].exists: give true or false"},
          {R"({"delay": -1})", "Fan.Stop[0].delay: give a number of seconds from 0"},
          {R"({"delay": "1"})", "Fan.Stop[0].delay: give a number of seconds"},
          {R"({"error": {"code": 0, "description": "x"}})",
-          "Fan.Stop[0].error: give \"code\", the number of a CIM status"},
-         {R"({"error": {"code": 1}})", "Fan.Stop[0].error: give \"code\""},
+          "Fan.Stop[0].error.code: give the number of a CIM status"},
+         {R"({"error": {"code": 1}})", "Fan.Stop[0].error.description: give a text"},
          {R"({"error": {"code": 1, "description": "x"}, "return": 1})",
           "Fan.Stop[0]: \"return\" has no meaning here; there are \"when\", \"delay\", \"error\""},
          {R"({"outputs": []})", "Fan.Stop[0].outputs: give an object of names and values"},
@@ -64,11 +65,11 @@ TEST(DescriptionProblems, OfTheShapeOfACaseAreNamedWithTheirPlace)
           "Fan.Stop[0].outputs.Text: give a constant, {\"input\": NAME}"},
          {R"({"set": [{"object": "Fan.Id"}]})", "Fan.Stop[0].set[0].object: give \"this\", a path"},
          {R"({"set": [{"object": 5}]})", "Fan.Stop[0].set[0].object: give \"this\", a path"},
-         {R"({"job": {}})", "Fan.Stop[0].job: give \"class\" as a text"},
+         {R"({"job": {}})", "Fan.Stop[0].job.class: give a text"},
          {R"({"job": {"class": "Job", "prefix": "OSD_"}})",
           "Fan.Stop[0].job: \"prefix\" has no meaning here; there are \"class\", \"seconds\""},
          {R"({"job": {"class": "Job", "steps": [{"percent": 101}]}})",
-          "Fan.Stop[0].job.steps[0]: give \"percent\" as a number from 0 to 100"}});
+          "Fan.Stop[0].job.steps[0].percent: give a number from 0 to 100"}});
 }
 
 TEST(DescriptionProblems, OfWhatTheMethodDoesNotDeclareAreNamedWithTheirPlace)
@@ -83,12 +84,13 @@ TEST(DescriptionProblems, OfWhatTheMethodDoesNotDeclareAreNamedWithTheirPlace)
          {R"({"outputs": {"Job": {"job": true}}})",
           "Fan.Stop[0].outputs.Job: it is to be the job, but the case has no \"job\""},
          {R"({"outputs": {"Text": {"input": "Seconds", "key": "Id"}}})",
-          "Fan.Stop[0].outputs.Text: give as \"key\" the name of one; only a parameter that is a"},
+          "Fan.Stop[0].outputs.Text: give as \"input\" the name of a parameter of the method that "
+          "is"},
          {R"({"when": [{"input": "Seconds", "exists": true}]})",
-          "Fan.Stop[0].when[0]: give \"exists\" as true or false, of a parameter that is a "
-          "reference"},
+          "Fan.Stop[0].when[0]: give as \"input\" the name of a parameter of the method that is"},
          {R"({"set": [{"object": {"input": "Seconds"}, "properties": {"Ok": true}}]})",
-          "Fan.Stop[0].set[0].object: the parameter is no reference"}});
+          "Fan.Stop[0].set[0].object: give as \"input\" the name of a parameter of the method that "
+          "is"}});
 }
 
 TEST(DescriptionProblems, OfAFileAreNamedWithIt)
