@@ -2,8 +2,7 @@
 
 import json
 
-from cim_object_manager import (NAMESPACE, InstancePath, class_element, declaration, instance_element,
-                                method_element)
+from cim_object_manager import NAMESPACE, InstancePath, class_element, declaration, instance_element, method_element
 
 METHODS = "".join([
     # Nobody describes what it does.

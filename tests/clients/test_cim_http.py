@@ -5,7 +5,6 @@ import http.client
 import json
 import signal
 import socket
-import subprocess
 import tempfile
 import threading
 import time
@@ -13,9 +12,9 @@ import unittest
 import xml.etree.ElementTree as ElementTree
 from pathlib import Path
 
-from cim_object_manager import (CIMOMD, NAMESPACE, PATIENCE_S, ObjectManager, class_element, declaration,
-                                instance_element)
+from cim_object_manager import CIMOMD, NAMESPACE, ObjectManager, class_element, declaration, instance_element
 from own_address import own_address
+from program import PATIENCE_S, run_program
 from small_model import FILES
 
 CLASS_NAME = '<IPARAMVALUE NAME="ClassName"><CLASSNAME NAME="{}"/></IPARAMVALUE>'
@@ -246,23 +245,19 @@ class Size(unittest.TestCase):
 
 
 class Start(unittest.TestCase):
-    def run_with(self, *arguments):
-        return subprocess.run([CIMOMD, *arguments], stdin=subprocess.DEVNULL, stdout=subprocess.PIPE,
-                              stderr=subprocess.PIPE, text=True, check=False, timeout=PATIENCE_S)
-
     def test_help_and_wrong_options(self):
-        done = self.run_with("--help")
+        done = run_program(CIMOMD, "--help")
         self.assertEqual((done.returncode, done.stderr), (0, ""))
         self.assertTrue(done.stdout.startswith("usage: cimgate-cimomd "))
         for arguments, hint in (([], "--repository"), (["--nonsense"], "--nonsense"),
                                 (["--repository", "x", "--listen", "5988"], "127.0.0.1:5988")):
-            done = self.run_with(*arguments)
+            done = run_program(CIMOMD, *arguments)
             self.assertEqual((done.returncode, done.stdout), (2, ""))
             self.assertIn(hint, done.stderr)
 
     def test_broken_repositories_are_named(self):
         with tempfile.TemporaryDirectory() as directory:
-            done = self.run_with("--repository", str(Path(directory, "nowhere")))
+            done = run_program(CIMOMD, "--repository", str(Path(directory, "nowhere")))
             self.assertEqual((done.returncode, done.stdout), (1, ""))
             self.assertIn("nowhere: No such file or directory", done.stderr)
         for text, hint in (("", "broken.xml: "), ("<CIM>", "broken.xml: "),

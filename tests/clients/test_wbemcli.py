@@ -10,7 +10,8 @@ import subprocess
 import unittest
 from pathlib import Path
 
-from cim_object_manager import NAMESPACE, PATIENCE_S, ObjectManager
+from cim_object_manager import NAMESPACE, ObjectManager
+from program import PATIENCE_S
 from small_model import FILES
 
 SAMPLE = Path(os.environ["CIMGATE_SOURCE_DIR"], "data", "sample", "cim")

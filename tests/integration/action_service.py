@@ -4,9 +4,8 @@ import itertools
 import json
 import xml.etree.ElementTree as ElementTree
 
-from cimgate_host import BASE
+from cimgate_host import BASE, Service
 from scripted_object_manager import method_result
-from service_with_log import ServiceWithLog
 
 SERVICE = f"{BASE}/VexoService"
 RUN = f"{SERVICE}/Actions/VexoService.Run"
@@ -37,7 +36,7 @@ def bytes_of(body):
     return body if isinstance(body, bytes) else body.encode("utf-8")
 
 
-class ActionService(ServiceWithLog):
+class ActionService(Service):
     """Has the action of action_mapping() at the object manager at url."""
 
     def __init__(self, url, mapping=None, *options, cache=None):

@@ -14,9 +14,11 @@ import socket
 import sqlite3
 import struct
 import subprocess
-import tempfile
 import time
+import unittest
 from pathlib import Path
+
+from program import PATIENCE_S, Program, state_of
 
 CIMGATED = os.environ["CIMGATED"]
 REGISTRIES = os.environ["CIMGATE_REGISTRIES"]
@@ -24,9 +26,6 @@ REGISTRIES = os.environ["CIMGATE_REGISTRIES"]
 BASE = "/redfish/v1/Vexo"
 # A reserved port, on which nothing listens.
 NO_OBJECT_MANAGER = "http://127.0.0.1:1"
-# How long anything may take that a test waits for.
-PATIENCE_S = 30
-
 STRING_ARRAY = 1
 OTHER_ARRAY = 2
 
@@ -218,14 +217,6 @@ def children_of(pid):
         return []
 
 
-def state_of(pid):
-    """"R", "S", "Z" and so on; "" for a process that is not there."""
-    try:
-        return Path(f"/proc/{pid}/stat").read_text(encoding="ascii").rpartition(") ")[2][0]
-    except (FileNotFoundError, ProcessLookupError):
-        return ""
-
-
 def cpu_ticks(pid):
     """Processor time in clock ticks; 0 for a process that is not there."""
     try:
@@ -258,16 +249,16 @@ def await_ends(pids):
                 raise AssertionError(f"process {pid} does not end")
 
 
-class Service:
+class Service(Program):
     """cimgated on a free port. mapping is what the mapping file holds (JSON, or text as it is); cache is a dictionary
-    for write_cache(), or None for no cache file. A context manager that stops it and checks how it ended."""
+    for write_cache(), or None for no cache file."""
+
+    NAME = "cimgated"
 
     def __init__(self, mapping, cache=None, options=(), listen="127.0.0.1:0"):
-        self._directory = tempfile.TemporaryDirectory(prefix="cimgate-test-")  # pylint: disable=consider-using-with
-        self.directory = Path(self._directory.name)
+        super().__init__()
         self.mapping_path = self.directory / "mapping.json"
         self.cache_path = self.directory / "cache.db"
-        self._log_path = self.directory / "log"
         if mapping is not None:
             text = mapping if isinstance(mapping, str) else json.dumps(mapping)
             self.mapping_path.write_text(text, encoding="utf-8")
@@ -275,65 +266,6 @@ class Service:
             write_cache(self.cache_path, **cache)
         self.command = [CIMGATED, "--listen", listen, "--rmf", str(self.mapping_path), "--cache", str(self.cache_path),
                         "--registries", REGISTRIES, "--cim", NO_OBJECT_MANAGER, *options]
-        self.process = None
-        self.base = None
-
-    def start(self):
-        """Starts it and waits until it listens."""
-        self.launch()
-        line = self.process.stdout.readline()
-        if not line.startswith("cimgated: listening on http://"):
-            status = self.process.wait(timeout=PATIENCE_S)
-            raise AssertionError(f"it ended with {status} and said: {line}{self.log()}")
-        self.base = line.removeprefix("cimgated: listening on ").rstrip("\n")
-        return self
-
-    def launch(self):
-        """Starts it, in a process group of its own."""
-        with self._log_path.open("wb") as log:
-            # pylint: disable=consider-using-with
-            self.process = subprocess.Popen(self.command, stdin=subprocess.DEVNULL, stdout=subprocess.PIPE, stderr=log,
-                                            text=True, start_new_session=True, env=dict(os.environ, TZ="UTC"))
-
-    def fail(self):
-        """Starts it and waits for it to give up; returns exit status, standard output and standard error."""
-        self.launch()
-        out, _ = self.process.communicate(timeout=PATIENCE_S)
-        return self.process.returncode, out, self.log()
-
-    def __enter__(self):
-        return self.start()
-
-    def __exit__(self, error_type, error, trace):
-        try:
-            if error_type is None and self.process.poll() is None:
-                self.stop()
-        finally:
-            self.discard()
-
-    def stop(self, signal_number=signal.SIGTERM):
-        """Asks it to stop and checks that it does: status 0, no process left, nothing said but the one line."""
-        pids = self.pids()
-        self.process.send_signal(signal_number)
-        self.await_end(pids)
-
-    def await_end(self, pids, status=0):
-        rest, _ = self.process.communicate(timeout=PATIENCE_S)
-        problems = [line for line in self.log().splitlines() if "Sanitizer" in line or "runtime error" in line]
-        if self.process.returncode != status or rest or problems:
-            raise AssertionError(f"it ended with {self.process.returncode}, said {rest!r}, and logged\n{self.log()}")
-        left = [pid for pid in pids if state_of(pid)]
-        if left:
-            raise AssertionError(f"processes left: {left}")
-
-    def discard(self):
-        """Ends what is left of it, however it stands."""
-        if self.process is not None:
-            if self.process.poll() is None:
-                self.process.kill()
-                self.process.wait()
-            self.process.stdout.close()
-        self._directory.cleanup()
 
     # ---- Asking
 
@@ -351,9 +283,6 @@ class Service:
         return Pending([*options, self.base + path])
 
     # ---- Looking at it
-
-    def log(self):
-        return self._log_path.read_text(encoding="utf-8", errors="replace")
 
     def spawner(self):
         [pid] = children_of(self.process.pid)
@@ -382,3 +311,41 @@ class Service:
             return busy[0] if busy else None
 
         return wait_until(busy_worker, "a busy worker")
+
+
+# ---- Tests
+
+class ServiceTest(unittest.TestCase):
+    """What tests of a service ask again and again."""
+
+    maxDiff = None
+
+    def check_value(self, service, uri, value="fine", name="A"):
+        """The resource is shown, with this value."""
+        answer = service.get(uri)
+        self.assertEqual((answer.status, answer.json().get(name)), (200, value))
+
+    def check_failed(self, answer, status, *messages, uri=None):
+        """A Redfish error with these messages, each an id and its arguments."""
+        self.assertEqual(answer.status, status, uri)
+        self.assertEqual(answer.messages(), list(messages), uri)
+        self.assertEqual(answer.get("OData-Version"), "4.0")
+        self.assertEqual(answer.get("Cache-Control"), "no-cache")
+        self.assertEqual(answer.get("Content-Type"), "application/json")
+
+
+class SharedServiceTest(ServiceTest):
+    """All tests of a class ask the same service."""
+
+    @staticmethod
+    def make_service():
+        raise NotImplementedError
+
+    @classmethod
+    def setUpClass(cls):
+        cls.service = cls.enterClassContext(cls.make_service())
+
+    def check_error(self, uri, status, *messages):
+        answer = self.service.get(uri)
+        self.check_failed(answer, status, *messages, uri=uri)
+        return answer

@@ -1,8 +1,6 @@
 """A service with requests that end or occupy their workers, and the others that go on."""
 
-import unittest
-
-from cimgate_host import BASE, Service, collection_entry, member_entry, wait_until
+from cimgate_host import BASE, Service, ServiceTest, collection_entry, member_entry, wait_until
 
 GOOD = f"{BASE}/VexoGood/G.1"
 GOODS = f"{BASE}/VexoGoodCollection"
@@ -34,23 +32,14 @@ def sample(huge_bytes=0):
     return mapping, {"classes": classes}
 
 
-class ContainmentTest(unittest.TestCase):
+class ContainmentTest(ServiceTest):
     """Each test with a service of its own: what one does to its workers is not the next one's concern."""
-
-    maxDiff = None
 
     def service(self, *options, huge_bytes=0):
         return self.enterContext(Service(*sample(huge_bytes), options))
 
     def check_good(self, service):
-        answer = service.get(GOOD)
-        self.assertEqual((answer.status, answer.json()["A"]), (200, "fine"))
-
-    def check_failed(self, answer, status, message):
-        self.assertEqual(answer.status, status)
-        self.assertEqual(answer.messages(), [(message, [])])
-        self.assertEqual(answer.get("OData-Version"), "4.0")
-        self.assertEqual(answer.get("Content-Type"), "application/json")
+        self.check_value(service, GOOD)
 
     def check_one_replaced(self, service, before):
         def replaced():

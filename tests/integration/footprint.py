@@ -3,7 +3,8 @@
 import os
 from pathlib import Path
 
-from cimgate_host import state_of, wait_until
+from cimgate_host import wait_until
+from program import state_of
 
 # What an allocator keeps of memory that it was given back, and a little more.
 GROWTH_KIB = 2048

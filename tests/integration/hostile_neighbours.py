@@ -8,8 +8,9 @@ import sqlite3
 import threading
 import unittest
 
-from cimgate_host import BASE, PATIENCE_S, Service, array_cell, collection_entry, member_entry
+from cimgate_host import BASE, Service, array_cell, collection_entry, member_entry
 from footprint import Footprint
+from program import PATIENCE_S
 
 WORKERS = 4
 REQUEST_TIMEOUT_S = 2

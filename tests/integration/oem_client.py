@@ -2,13 +2,12 @@
 
 import json
 import socket
-import unittest
 from pathlib import Path
 
 import zmq
 
-from cimgate_host import BASE, PATIENCE_S, children_of, member_entry, wait_until
-from service_with_log import ServiceWithLog
+from cimgate_host import BASE, Service, ServiceTest, children_of, member_entry, wait_until
+from program import PATIENCE_S
 
 # Every reason of an error, with its code.
 CODES = {"MalformedRequest": 4, "InvalidId": 7, "UnknownContainer": 5, "NotCached": 18, "Busy": 2, "TooLate": 2,
@@ -190,7 +189,7 @@ def name_of(pid):
         return ""
 
 
-class OemService(ServiceWithLog):
+class OemService(Service):
     """Its endpoint's socket is in its directory."""
 
     def __init__(self, mapping, cache=None, options=(), limits=""):
@@ -236,9 +235,7 @@ class OemService(ServiceWithLog):
         return [self.process.pid, self.spawner(), *children_of(self.spawner())]
 
 
-class OemTest(unittest.TestCase):
-    maxDiff = None
-
+class OemTest(ServiceTest):
     def check_error(self, answer, reason, *hints):
         """The answer is an error of this reason, and its message has all the hints."""
         self.assertEqual(list(answer), ["error"])

@@ -1,9 +1,6 @@
 """A service with one cached class, around which things go wrong."""
 
-import unittest
-
-from cimgate_host import BASE, collection_entry, member_entry
-from service_with_log import ServiceWithLog
+from cimgate_host import BASE, Service, ServiceTest, collection_entry, member_entry
 
 THING = f"{BASE}/VexoThing/T.1"
 THINGS = f"{BASE}/VexoThingCollection"
@@ -21,17 +18,14 @@ def sample():
     return mapping, {"classes": classes()}
 
 
-class RecoveryTest(unittest.TestCase):
-    maxDiff = None
-
+class RecoveryTest(ServiceTest):
     def service(self, *options):
-        service = ServiceWithLog(*sample(), options=("--workers", "2", *options))
+        service = Service(*sample(), options=("--workers", "2", *options))
         self.addCleanup(service.discard)
         return service
 
     def check_good(self, service, value="fine"):
-        answer = service.get(THING)
-        self.assertEqual((answer.status, answer.json().get("A")), (200, value))
+        self.check_value(service, THING, value)
 
     def check_later(self, service):
         answer = service.get(THING)

@@ -5,8 +5,8 @@ import socket
 import threading
 from xml.sax.saxutils import escape
 
-from cimgate_host import PATIENCE_S
 from own_address import own_address
+from program import PATIENCE_S
 
 
 def response(method, content):

@@ -5,7 +5,7 @@ import json
 import re
 import socket
 
-from cimgate_host import PATIENCE_S
+from program import PATIENCE_S
 
 HEAD = re.compile(rb"HTTP/1\.[01] (\d{3}) [A-Za-z -]+\r\n((?:[A-Za-z0-9-]+: [\x20-\x7e]*\r\n)*)\r\n")
 LENGTH = re.compile(rb"Content-Length: (\d+)\r\n")

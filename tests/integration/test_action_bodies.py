@@ -10,7 +10,8 @@ import sys
 import unittest
 
 from action_service import DONE, JSON, RUN, ActionService, action_mapping, declared
-from cimgate_host import PATIENCE_S, Pending
+from cimgate_host import Pending
+from program import PATIENCE_S
 from scripted_object_manager import ScriptedObjectManager
 
 MALFORMED = (400, [("Vexo.SYS405", []), ("Base.MalformedJSON", [])])

@@ -8,7 +8,8 @@ import threading
 import unittest
 
 from action_service import DONE, RUN, ActionService, MethodCall, action_mapping, declared
-from cimgate_host import BASE, PATIENCE_S, member_entry, wait_until, write_cache
+from cimgate_host import BASE, member_entry, wait_until, write_cache
+from program import PATIENCE_S
 from scripted_object_manager import ScriptedObjectManager, cim_error, found, http, method_error, method_response
 
 LIVE = f"{BASE}/VexoLive/L.1"

@@ -3,11 +3,10 @@
 
 import unittest
 
-from cimgate_host import BASE, wait_until, write_cache
 from cache_damage import PAGE_BYTES, overwrite
+from cimgate_host import BASE, Service, wait_until, write_cache
 from footprint import Footprint
 from recovery_service import THING, RecoveryTest, classes, sample
-from service_with_log import ServiceWithLog
 
 
 def replace_cache(service, value):
@@ -60,7 +59,7 @@ class CacheRecovery(RecoveryTest):
             footprint.check_same_again()
 
     def test_cache_that_is_filled_after_the_start(self):
-        service = ServiceWithLog(sample()[0], options=("--workers", "2"))
+        service = Service(sample()[0], options=("--workers", "2"))
         service.cache_path.touch()
         with service:
             for _ in range(4):

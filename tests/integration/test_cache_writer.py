@@ -9,9 +9,9 @@ import sqlite3
 import threading
 import unittest
 
-from cimgate_host import BASE, PATIENCE_S, array_cell, collection_entry, member_entry
+from cimgate_host import BASE, Service, array_cell, collection_entry, member_entry
 from footprint import Footprint
-from service_with_log import ServiceWithLog
+from program import PATIENCE_S
 
 COLUMNS = [f"C{i}" for i in range(10)]
 ROWS = 40
@@ -109,7 +109,7 @@ def json_of(body):
 
 class CacheWriter(unittest.TestCase):
     def check_readers(self, journal_mode):
-        service = ServiceWithLog(*sample(), options=("--workers", "3"))
+        service = Service(*sample(), options=("--workers", "3"))
         with sqlite3.connect(service.cache_path) as connection:
             [mode] = connection.execute(f"pragma journal_mode = {journal_mode}").fetchone()
             self.assertEqual(mode, journal_mode)

@@ -3,7 +3,8 @@
 
 import unittest
 
-from cimgate_host import BASE, Service, array_cell, collection_entry, member_entry, OTHER_ARRAY, STRING_ARRAY
+from cimgate_host import (BASE, OTHER_ARRAY, STRING_ARRAY, Service, SharedServiceTest, array_cell, collection_entry,
+                          member_entry)
 
 PROPERTIES = {"InstanceID": {"cim_type": "string"}, "Number": {"cim_type": "uint32"}}
 COLUMNS = ["InstanceID", "Number"]
@@ -51,13 +52,10 @@ def sample():
     return mapping, {"classes": classes, "ready": ready}
 
 
-class Collections(unittest.TestCase):
-    maxDiff = None
-
-    @classmethod
-    def setUpClass(cls):
-        mapping, cache = sample()
-        cls.service = cls.enterClassContext(Service(mapping, cache))
+class Collections(SharedServiceTest):
+    @staticmethod
+    def make_service():
+        return Service(*sample())
 
     def page(self, uri):
         answer = self.service.get(uri)
@@ -73,10 +71,8 @@ class Collections(unittest.TestCase):
         self.assertEqual("Members@odata.nextLink" in page, link is not None, uri)
 
     def check_out_of_range(self, uri, *arguments):
-        answer = self.service.get(uri)
-        self.assertEqual(answer.status, 400, uri)
-        self.assertEqual(answer.messages(), [("Vexo.SYS417", list(arguments)),
-                                             ("Base.QueryParameterOutOfRange", list(arguments))], uri)
+        self.check_error(uri, 400, ("Vexo.SYS417", list(arguments)),
+                         ("Base.QueryParameterOutOfRange", list(arguments)))
 
     # ---- Sizes
 

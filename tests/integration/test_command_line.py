@@ -2,13 +2,12 @@
 """Options as the command line gives them, and files they name that cannot be used."""
 
 import os
-import subprocess
 import tempfile
 import unittest
 from pathlib import Path
 
-from cimgate_host import BASE, CIMGATED, PATIENCE_S, REGISTRIES, Service, collection_entry, member_entry
-from service_with_log import ServiceWithLog
+from cimgate_host import BASE, CIMGATED, REGISTRIES, Service, collection_entry, member_entry
+from program import run_program
 
 THING = f"{BASE}/VexoThing/T.1"
 CIMOMD = os.environ["CIMOMD"]
@@ -24,8 +23,7 @@ def sample():
 
 
 def run(*options):
-    return subprocess.run([CIMGATED, *options], stdin=subprocess.DEVNULL, stdout=subprocess.PIPE,
-                          stderr=subprocess.PIPE, text=True, check=False, timeout=PATIENCE_S)
+    return run_program(CIMGATED, *options)
 
 
 class CommandLine(unittest.TestCase):
@@ -46,7 +44,8 @@ class CommandLine(unittest.TestCase):
                     self.assertIn(option, done.stderr)
 
     def test_help_beside_options_that_could_not_be_used(self):
-        for arguments in (["--help"], ["-h"], ["--rmf", "/nowhere", "--help"], ["--help", "--nonsense"], ["-h", "--workers=0"]):
+        for arguments in (["--help"], ["-h"], ["--rmf", "/nowhere", "--help"], ["--help", "--nonsense"],
+                          ["-h", "--workers=0"]):
             done = run(*arguments)
             self.assertEqual((done.returncode, done.stderr), (0, ""), arguments)
             self.assertTrue(done.stdout.startswith("usage: cimgated "), arguments)
@@ -57,12 +56,13 @@ class CommandLine(unittest.TestCase):
             self.assertRegex(text, rf"\n  {option}( |\n)")
 
     def test_version_is_that_of_all_programs(self):
-        versions = [subprocess.run([program, "--version"], stdout=subprocess.PIPE, stderr=subprocess.PIPE, text=True,
-                                   check=True, timeout=PATIENCE_S) for program in (CIMGATED, CIMOMD, CIMGATE)]
-        for done, name in zip(versions, ("cimgated", "cimgate-cimomd", "cimgate"), strict=True):
+        versions = set()
+        for program, name in ((CIMGATED, "cimgated"), (CIMOMD, "cimgate-cimomd"), (CIMGATE, "cimgate")):
+            done = run_program(program, "--version")
+            self.assertEqual((done.returncode, done.stderr), (0, ""))
             self.assertRegex(done.stdout, rf"\A{name} [0-9]+\.[0-9]+\.[0-9]+\n\Z")
-            self.assertEqual(done.stderr, "")
-        self.assertEqual(len({done.stdout.split()[1] for done in versions}), 1)
+            versions.add(done.stdout.split()[1])
+        self.assertEqual(len(versions), 1)
 
     def test_unknown_options_are_named(self):
         for arguments, name in ((["--nonsense"], "--nonsense"), (["--nonsense=1"], "--nonsense"), (["-x"], "-x"),
@@ -72,7 +72,7 @@ class CommandLine(unittest.TestCase):
             self.assertEqual(done.stderr, f"cimgated: unknown option {name}; cimgated --help lists them\n")
 
     def test_values_after_an_equals_sign(self):
-        service = ServiceWithLog(*sample())
+        service = Service(*sample())
         service.command = [CIMGATED, "--listen=127.0.0.1:0", f"--rmf={service.mapping_path}",
                            f"--cache={service.cache_path}", f"--registries={REGISTRIES}", "--workers=1", "--auth=none",
                            "--log-level=0", "--request-timeout=3600"]

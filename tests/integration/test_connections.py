@@ -5,7 +5,8 @@ import re
 import socket
 import unittest
 
-from cimgate_host import BASE, PATIENCE_S, Answer, Pending, Service, collection_entry, member_entry
+from cimgate_host import BASE, Answer, Pending, Service, SharedServiceTest, collection_entry, member_entry
+from program import PATIENCE_S
 
 A = f"{BASE}/VexoThing/A"
 B = f"{BASE}/VexoThing/B"
@@ -58,10 +59,10 @@ def request(target, method="GET", *headers):
     return "".join(line + "\r\n" for line in (f"{method} {target} HTTP/1.1", "Host: test", *headers, ""))
 
 
-class Connections(unittest.TestCase):
-    @classmethod
-    def setUpClass(cls):
-        cls.service = cls.enterClassContext(Service(*sample()))
+class Connections(SharedServiceTest):
+    @staticmethod
+    def make_service():
+        return Service(*sample())
 
     def wire(self):
         return Wire(self.service.base)

@@ -5,8 +5,9 @@ import os
 import signal
 import unittest
 
-from cimgate_host import Wires, state_of, wait_until
+from cimgate_host import Wires, wait_until
 from containment_service import DEADLY, GOOD, GOODS, REAL, STUCK, ContainmentTest
+from program import state_of
 
 MAX_WAITING = 128
 
@@ -20,7 +21,7 @@ class Deadlines(ContainmentTest):
         for _ in range(10):
             self.check_good(service)
         self.assertFalse(stuck.is_done())
-        self.check_failed(stuck.answer(), 504, "Base.OperationTimeout")
+        self.check_failed(stuck.answer(), 504, ("Base.OperationTimeout", []))
         self.check_good(service)
         self.check_one_replaced(service, before)
         self.assertIn("passed the deadline of its request", service.log())
@@ -36,14 +37,14 @@ class Deadlines(ContainmentTest):
     def test_worker_at_its_end_gets_no_further_request(self):
         service = self.service("--request-timeout", "1", "--workers", "1")
         for _ in range(2):
-            self.check_failed(service.get(STUCK), 504, "Base.OperationTimeout")
+            self.check_failed(service.get(STUCK), 504, ("Base.OperationTimeout", []))
             self.check_good(service)
 
     def test_stalled_worker_is_ended_at_the_deadline(self):
         service = self.service("--request-timeout", "1", "--workers", "1")
         [worker] = service.workers()
         os.kill(worker, signal.SIGSTOP)
-        self.check_failed(service.get(GOOD), 504, "Base.OperationTimeout")
+        self.check_failed(service.get(GOOD), 504, ("Base.OperationTimeout", []))
         self.check_good(service)
         self.assertEqual(state_of(worker), "")
 

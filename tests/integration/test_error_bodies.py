@@ -5,8 +5,7 @@ import json
 import unittest
 from pathlib import Path
 
-from cimgate_host import BASE, REGISTRIES, collection_entry, member_entry
-from service_with_log import ServiceWithLog
+from cimgate_host import BASE, REGISTRIES, Service, collection_entry, member_entry
 
 THING = f"{BASE}/VexoThing/T.1"
 THINGS = f"{BASE}/VexoThingCollection"
@@ -106,27 +105,27 @@ class ErrorBodies(unittest.TestCase):
         self.assertEqual(answer.get("Content-Length"), str(len(answer.body)))
 
     def test_body_of_every_error_of_a_read(self):
-        with ServiceWithLog(*sample()) as service:
+        with Service(*sample()) as service:
             for uri, status, messages in CASES:
                 with self.subTest(uri=uri):
                     self.check(service.get(uri), status, messages)
 
     def test_body_of_a_refused_method(self):
         messages = [("Vexo.1.0.SYS402", []), ("Base.1.18.OperationNotAllowed", [])]
-        with ServiceWithLog(*sample()) as service:
+        with Service(*sample()) as service:
             for method in ("PUT", "PATCH", "DELETE", "OPTIONS"):
                 with self.subTest(method=method):
                     self.check(service.get(THING, "-X", method), 405, messages)
 
     def test_body_of_every_error_of_an_action(self):
-        with ServiceWithLog(*sample()) as service:
+        with Service(*sample()) as service:
             for uri, body, content_type, status, messages in ACTION_CASES:
                 with self.subTest(uri=uri, body=body):
                     answer = service.get(uri, "-X", "POST", "-d", body, "-H", f"Content-Type: {content_type}")
                     self.check(answer, status, messages)
 
     def test_errors_take_one_line(self):
-        with ServiceWithLog(*sample()) as service:
+        with Service(*sample()) as service:
             for uri, _, _ in CASES:
                 with self.subTest(uri=uri):
                     body = service.get(uri).body

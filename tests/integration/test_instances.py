@@ -3,7 +3,8 @@
 
 import unittest
 
-from cimgate_host import BASE, Service, array_cell, collection_entry, member_entry, OTHER_ARRAY, STRING_ARRAY
+from cimgate_host import (BASE, OTHER_ARRAY, STRING_ARRAY, Service, SharedServiceTest, array_cell, collection_entry,
+                          member_entry)
 
 ALL = f"{BASE}/VexoAll"
 ANNOTATIONS = {"@odata.type": "#VexoAll.v1_0_0.VexoAll", "@odata.context": "/redfish/v1/$metadata#VexoAll.VexoAll",
@@ -89,23 +90,15 @@ def sample():
     return mapping, {"classes": classes, "ready": ready, "associations": associations}
 
 
-class Instances(unittest.TestCase):
-    maxDiff = None
-
-    @classmethod
-    def setUpClass(cls):
-        cls.service = cls.enterClassContext(Service(*sample()))
+class Instances(SharedServiceTest):
+    @staticmethod
+    def make_service():
+        return Service(*sample())
 
     def instance(self, uri):
         answer = self.service.get(uri)
         self.assertEqual(answer.status, 200, uri)
         return answer.json()
-
-    def check_error(self, uri, status, *messages):
-        answer = self.service.get(uri)
-        self.assertEqual(answer.status, status, uri)
-        self.assertEqual(answer.messages(), list(messages), uri)
-        return answer
 
     # ---- Values
 

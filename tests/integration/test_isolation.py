@@ -5,9 +5,9 @@ import os
 import signal
 import unittest
 
-from cimgate_host import (BASE, PATIENCE_S, Pending, await_ends, collection_entry, cpu_ticks, member_entry, state_of,
+from cimgate_host import (BASE, Pending, Service, ServiceTest, await_ends, collection_entry, cpu_ticks, member_entry,
                           wait_until)
-from service_with_log import ServiceWithLog
+from program import PATIENCE_S, state_of
 
 GOOD = f"{BASE}/VexoGood/G.1"
 GOODS = f"{BASE}/VexoGoodCollection"
@@ -42,19 +42,12 @@ def await_busy_workers(service, count):
     return wait_until(busy, f"{count} busy workers")
 
 
-class Isolation(unittest.TestCase):
-    maxDiff = None
-
+class Isolation(ServiceTest):
     def check_good(self, service):
-        answer = service.get(GOOD)
-        self.assertEqual((answer.status, answer.json()["A"]), (200, "fine"))
-
-    def check_failed(self, answer, status, message):
-        self.assertEqual(answer.status, status)
-        self.assertEqual(answer.messages(), [(message, [])])
+        self.check_value(service, GOOD)
 
     def test_worker_killed_in_the_middle_of_a_request_fails_that_request(self):
-        with ServiceWithLog(*sample(), options=NO_DEADLINE) as service:
+        with Service(*sample(), options=NO_DEADLINE) as service:
             for number in (signal.SIGKILL, signal.SIGABRT):
                 with self.subTest(signal=number.name):
                     workers = service.workers()
@@ -62,14 +55,14 @@ class Isolation(unittest.TestCase):
                     [busy] = await_busy_workers(service, 1)
                     self.check_good(service)
                     os.kill(busy, number)
-                    self.check_failed(stuck.answer(), 500, "Base.InternalError")
+                    self.check_failed(stuck.answer(), 500, ("Base.InternalError", []))
                     self.check_good(service)
                     now = wait_until(lambda w=workers, b=busy: len(set(service.workers()) - set(w)) == 1
                                      and b not in service.workers() and service.workers(), "the new worker")
                     self.assertEqual(len(now), len(workers))
 
     def test_requests_beside_endless_ones_are_answered_in_parallel(self):
-        with ServiceWithLog(*sample(), options=(*NO_DEADLINE, "--workers", "3")) as service:
+        with Service(*sample(), options=(*NO_DEADLINE, "--workers", "3")) as service:
             stuck = [service.start_get(STUCK) for _ in range(2)]
             busy = await_busy_workers(service, 2)
             good = [service.start_get(uri) for uri in [GOOD, GOODS] * 10]
@@ -79,38 +72,38 @@ class Isolation(unittest.TestCase):
             for pid in busy:
                 os.kill(pid, signal.SIGKILL)
             for pending in stuck:
-                self.check_failed(pending.answer(), 500, "Base.InternalError")
+                self.check_failed(pending.answer(), 500, ("Base.InternalError", []))
 
     def test_endless_requests_end_at_their_deadline_side_by_side(self):
-        with ServiceWithLog(*sample(), options=("--request-timeout", "2", "--workers", "4")) as service:
+        with Service(*sample(), options=("--request-timeout", "2", "--workers", "4")) as service:
             stuck = [service.start_get(STUCK) for _ in range(3)]
             for pending in stuck:
-                self.check_failed(pending.answer(), 504, "Base.OperationTimeout")
+                self.check_failed(pending.answer(), 504, ("Base.OperationTimeout", []))
             self.check_good(service)
 
     def test_connection_outlives_the_request_that_ended_its_worker(self):
-        with ServiceWithLog(*sample()) as service:
+        with Service(*sample()) as service:
             urls = [service.base + uri for uri in (GOOD, REAL, GOOD, REAL, GOODS)]
             output = Pending(["-w", "\n=%{http_code} %{num_connects}\n", *urls]).output().decode()
             self.assertEqual([line for line in output.splitlines() if line.startswith("=")],
                              ["=200 1", "=500 0", "=200 0", "=500 0", "=200 0"])
 
     def test_head_of_a_deadly_request_has_no_body(self):
-        with ServiceWithLog(*sample()) as service:
+        with Service(*sample()) as service:
             get = service.get(REAL)
             head = service.head(REAL)
             self.assertEqual((get.status, head.status, head.body), (500, 500, b""))
             self.assertEqual(head.get("Content-Length"), get.get("Content-Length"))
 
     def test_front_keeps_no_descriptor_of_answered_requests(self):
-        with ServiceWithLog(*sample()) as service:
+        with Service(*sample()) as service:
             def descriptors():
                 return len(os.listdir(f"/proc/{service.process.pid}/fd"))
 
             before = descriptors()
             workers = len(service.workers())
             for number in range(ABORTS):
-                self.check_failed(service.get(f"{REAL}?n={number}"), 500, "Base.InternalError")
+                self.check_failed(service.get(f"{REAL}?n={number}"), 500, ("Base.InternalError", []))
                 output = Pending([service.base + GOOD] * (REQUESTS // ABORTS)).output()
                 self.assertEqual(output.count(b"HTTP/1.1 200 OK\r\n"), REQUESTS // ABORTS)
             wait_until(lambda: descriptors() == before, f"{before} descriptors")
@@ -119,7 +112,7 @@ class Isolation(unittest.TestCase):
                        f"{workers} living workers")
 
     def test_request_of_a_service_whose_spawner_ends_gets_no_answer(self):
-        with ServiceWithLog(*sample(), options=NO_DEADLINE) as service:
+        with Service(*sample(), options=NO_DEADLINE) as service:
             stuck = service.start_get(STUCK)
             await_busy_workers(service, 1)
             pids = service.pids()

@@ -4,9 +4,8 @@
 import os
 import unittest
 
-from cimgate_host import BASE, collection_entry, member_entry
+from cimgate_host import BASE, Service, collection_entry, member_entry
 from scripted_object_manager import ScriptedObjectManager, cim_error, found, http, response
-from service_with_log import ServiceWithLog
 
 THING = f"{BASE}/VexoLive/L.1"
 THINGS = f"{BASE}/VexoLiveCollection"
@@ -29,7 +28,7 @@ def descriptor_count(pid):
 
 
 def service_at(url, *options):
-    return ServiceWithLog(*sample(), options=("--cim", url, *options))
+    return Service(*sample(), options=("--cim", url, *options))
 
 
 class Answers(unittest.TestCase):

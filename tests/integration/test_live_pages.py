@@ -3,9 +3,8 @@
 
 import unittest
 
-from cim_repository import Class, object_manager
-from cimgate_host import BASE, collection_entry, member_entry
-from service_with_log import ServiceWithLog
+from cim_object_manager import Class, object_manager
+from cimgate_host import BASE, Service, collection_entry, member_entry
 from test_live_reads import Reading, mapped
 
 
@@ -17,7 +16,7 @@ class Pages(Reading):
                    | collection_entry("VexoMany"))
         instances = [{"InstanceID": f"I.{number:04}", "A": number} for number in range(count)]
         with object_manager(cim_class, instances) as manager, \
-                ServiceWithLog(mapping, options=("--cim", manager.url)) as service:
+                Service(mapping, options=("--cim", manager.url)) as service:
             seen, path = [], f"{BASE}/VexoManyCollection"
             while path:
                 page = service.get(path).json()

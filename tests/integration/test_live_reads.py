@@ -3,10 +3,9 @@
 
 import unittest
 
-from cim_repository import Class, object_manager
-from cimgate_host import BASE, OTHER_ARRAY, STRING_ARRAY, array_cell, member_entry
+from cim_object_manager import Class, object_manager
+from cimgate_host import BASE, OTHER_ARRAY, STRING_ARRAY, Service, array_cell, member_entry
 from own_address import own_address
-from service_with_log import ServiceWithLog
 
 # One property of each CIM type: the name is that of the type.
 SCALARS = {
@@ -47,7 +46,7 @@ class Reading(unittest.TestCase):
     def read(self, cim_class, instances, mapping, *paths):
         """The bodies of these paths, each answered with 200."""
         with object_manager(cim_class, instances) as manager, \
-                ServiceWithLog(mapping, options=("--cim", manager.url)) as service:
+                Service(mapping, options=("--cim", manager.url)) as service:
             answers = [service.get(path) for path in paths]
             self.assertEqual([(path, answer.status) for path, answer in zip(paths, answers)],
                              [(path, 200) for path in paths])
@@ -153,7 +152,7 @@ class Mapping(Reading):
         cache = {"classes": {"XCIM_Here": (["InstanceID", *values], [row])}}
         there = Class("XCIM_There", {"InstanceID": "string", **types})
         with object_manager(there, [{"InstanceID": "K", **values}]) as manager, \
-                ServiceWithLog(mapping, cache, options=("--cim", manager.url)) as service:
+                Service(mapping, cache, options=("--cim", manager.url)) as service:
             cached, live = service.get(f"{BASE}/VexoHere/K"), service.get(f"{BASE}/VexoThere/K")
             self.assertEqual((cached.status, live.status), (200, 200))
             expected = {name: value for name, value in cached.json().items()}
@@ -172,7 +171,7 @@ class Restart(Reading):
         mapping = member_entry("VexoSome", "XCIM_Some", {"A": mapped("string")}, cached=False)
         thing = f"{BASE}/VexoSome/S.1"
         with object_manager(cim_class, [{"InstanceID": "S.1", "A": "a"}], address=own_address()) as manager, \
-                ServiceWithLog(mapping, options=("--cim", manager.url, "--workers", "2")) as service:
+                Service(mapping, options=("--cim", manager.url, "--workers", "2")) as service:
             self.assertEqual(service.get(thing).json()["A"], "a")
             workers = service.workers()
             statuses = []

@@ -12,8 +12,8 @@ from pathlib import Path
 
 import zmq
 
-from cimgate_host import PATIENCE_S
 from oem_client import BY_ID, TEXT, OemService, OemTest, container_entry, embedded_entry, request_text
+from program import PATIENCE_S, run_program
 
 CIMGATE = os.environ["CIMGATE"]
 DEFAULT_ENDPOINT = "ipc:///run/cimgate/oem.sock"
@@ -32,8 +32,7 @@ def sample():
 
 def run(*arguments, in_front=()):
     """What a shell gets of it; less than its own time-out is enough for all that is asked here."""
-    return subprocess.run([*in_front, CIMGATE, *arguments], stdin=subprocess.DEVNULL, stdout=subprocess.PIPE,
-                          stderr=subprocess.PIPE, text=True, check=False, timeout=PATIENCE_S)
+    return run_program(*in_front, CIMGATE, *arguments)
 
 
 class CommandTest(OemTest):

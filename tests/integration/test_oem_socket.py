@@ -5,11 +5,11 @@ import os
 import signal
 import socket
 import stat
-import subprocess
 import unittest
 
-from cimgate_host import CIMGATED, PATIENCE_S, await_ends
+from cimgate_host import CIMGATED, await_ends
 from oem_client import BY_ID, TEXT, OemService, OemTest, container_entry, embedded_data, embedded_entry
+from program import run_program
 
 GOOD_ANSWER = {"VexoGood": embedded_data("VexoGood", "G.1", A="fine")}
 
@@ -25,8 +25,7 @@ def sample():
 
 
 def run(*options):
-    return subprocess.run([CIMGATED, *options], stdin=subprocess.DEVNULL, stdout=subprocess.PIPE,
-                          stderr=subprocess.PIPE, text=True, check=False, timeout=PATIENCE_S)
+    return run_program(CIMGATED, *options)
 
 
 def leave_socket(path):

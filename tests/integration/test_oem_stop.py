@@ -5,8 +5,9 @@ import os
 import signal
 import unittest
 
-from cimgate_host import PATIENCE_S, await_ends
+from cimgate_host import await_ends
 from oem_client import OemService, OemTest, request_text
+from program import PATIENCE_S
 from test_isolation import NO_DEADLINE
 from test_oem_isolation import GOOD_ANSWER, sample
 

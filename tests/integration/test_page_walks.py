@@ -3,8 +3,7 @@
 
 import unittest
 
-from cimgate_host import BASE, collection_entry, member_entry
-from service_with_log import ServiceWithLog
+from cimgate_host import BASE, Service, collection_entry, member_entry
 
 SIZES = {"Pages": 100, "Rest": 101, "Long": 150}
 PAGES = f"{BASE}/VexoPagesCollection"
@@ -61,18 +60,18 @@ class PageWalks(unittest.TestCase):
         self.assertEqual(answer.messages(), [("Vexo.SYS417", arguments), ("Base.QueryParameterOutOfRange", arguments)])
 
     def test_last_page_that_is_not_full_ends_the_walk(self):
-        with ServiceWithLog(*sample()) as service:
+        with Service(*sample()) as service:
             self.check_walk(service, REST, "", [(0, 50), (50, 100), (100, 101)], ["?$skip=50", "?$skip=100"])
 
     def test_walk_of_full_pages_ends_at_a_refused_link(self):
-        with ServiceWithLog(*sample()) as service:
+        with Service(*sample()) as service:
             self.check_walk_into_refusal(service, PAGES, "", [(0, 50), (50, 100)], ["?$skip=50", "?$skip=100"],
                                          ["100", "$skip", "(0-99)"])
             self.check_walk_into_refusal(service, LONG, "", [(0, 50), (50, 100), (100, 150)],
                                          ["?$skip=50", "?$skip=100", "?$skip=150"], ["150", "$skip", "(0-149)"])
 
     def test_walk_shows_as_many_as_top_asks_for(self):
-        with ServiceWithLog(*sample()) as service:
+        with Service(*sample()) as service:
             for query, spans, queries in [
                     ("?$top=49", [(0, 49)], []),
                     ("?$top=75", [(0, 50), (50, 75)], ["?$skip=50&$top=25"]),
@@ -83,7 +82,7 @@ class PageWalks(unittest.TestCase):
 
     def test_walk_with_a_top_of_whole_pages_ends_at_a_refused_link(self):
         nothing = ["0", "$top", "(1-101)"]
-        with ServiceWithLog(*sample()) as service:
+        with Service(*sample()) as service:
             for query, spans, queries in [
                     ("?$top=50", [(0, 50)], ["?$skip=50&$top=0"]),
                     ("?$top=100", [(0, 50), (50, 100)], ["?$skip=50&$top=50", "?$skip=100&$top=0"])]:
@@ -91,7 +90,7 @@ class PageWalks(unittest.TestCase):
                     self.check_walk_into_refusal(service, REST, query, spans, queries, nothing)
 
     def test_walk_that_begins_after_the_first_member(self):
-        with ServiceWithLog(*sample()) as service:
+        with Service(*sample()) as service:
             for query, spans, queries in [
                     ("?$skip=1", [(1, 51), (51, 101)], ["?$skip=51", "?$skip=101"]),
                     ("?$skip=51", [(51, 101)], ["?$skip=101"])]:
@@ -106,12 +105,12 @@ class PageWalks(unittest.TestCase):
                     self.check_walk(service, REST, query, spans, queries)
 
     def test_top_that_reaches_just_behind_the_last_member(self):
-        with ServiceWithLog(*sample()) as service:
+        with Service(*sample()) as service:
             self.check_walk_into_refusal(service, REST, "?$top=101&$skip=51", [(51, 101)], ["?$skip=101&$top=0"],
                                          ["0", "$top", "(1-101)"])
 
     def test_numbers_up_to_32_bits_are_reported_as_they_are(self):
-        with ServiceWithLog(*sample()) as service:
+        with Service(*sample()) as service:
             for number in ("2147483647", "2147483648", "4294967294", "4294967295"):
                 for option, allowed in (("$top", "(1-101)"), ("$skip", "(0-100)")):
                     with self.subTest(option=option, number=number):
@@ -122,7 +121,7 @@ class PageWalks(unittest.TestCase):
                                                              ("Base.QueryParameterOutOfRange", arguments)])
 
     def test_members_on_both_sides_of_a_page_lead_to_their_instances(self):
-        with ServiceWithLog(*sample()) as service:
+        with Service(*sample()) as service:
             for number in (0, 49, 50, 99, 100):
                 [member] = service.get(f"{REST}?$top=1&$skip={number}").json()["Members"]
                 self.assertEqual(member["@odata.id"], f"{BASE}/VexoRest/Row%23{number}")

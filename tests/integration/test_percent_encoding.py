@@ -6,7 +6,8 @@ import json
 import sqlite3
 import unittest
 
-from cimgate_host import BASE, PATIENCE_S, Service, collection_entry, member_entry
+from cimgate_host import BASE, Service, collection_entry, member_entry
+from program import PATIENCE_S
 
 BYTES = range(1, 256)
 BYTE = f"{BASE}/VexoByte"

@@ -3,9 +3,8 @@
 
 import unittest
 
-from cimgate_host import BASE, member_entry, wait_until
+from cimgate_host import BASE, Service, member_entry, wait_until
 from scripted_object_manager import ScriptedObjectManager, found
-from service_with_log import ServiceWithLog
 from test_isolation import GOOD, NO_DEADLINE, REAL, STUCK, sample
 
 LIVE = f"{BASE}/VexoLive/L.1"
@@ -30,7 +29,7 @@ class Quarantine(unittest.TestCase):
         self.assertEqual(answer.messages(), [("Base.ServiceTemporarilyUnavailable", [REFUSED_S])])
 
     def test_target_that_ends_workers_is_refused_without_one(self):
-        with ServiceWithLog(*sample()) as service:
+        with Service(*sample()) as service:
             for _ in range(ENDS):
                 self.assertEqual(service.get(REAL).status, 500)
             wait_until(lambda: service.log().count("ended by signal") == ENDS, "the workers' end")
@@ -41,14 +40,14 @@ class Quarantine(unittest.TestCase):
             self.assertEqual(service.log().count(f"refuses {REAL} for {REFUSED_S} s"), 1)
 
     def test_other_targets_are_served(self):
-        with ServiceWithLog(*sample()) as service:
+        with Service(*sample()) as service:
             for _ in range(ENDS + 1):
                 service.get(REAL)
             self.assertEqual(service.get(GOOD).status, 200)
             self.assertEqual(service.get(f"{REAL}?x=1").status, 500)
 
     def test_target_that_passes_the_deadline_again_and_again_is_refused(self):
-        with ServiceWithLog(*sample(), options=("--request-timeout", "1")) as service:
+        with Service(*sample(), options=("--request-timeout", "1")) as service:
             for _ in range(ENDS):
                 self.assertEqual(service.get(STUCK).status, 504)
             self.check_refused(service.get(STUCK))
@@ -56,7 +55,7 @@ class Quarantine(unittest.TestCase):
 
 class KeptWorker(unittest.TestCase):
     def test_live_read_waits_while_a_cached_one_is_answered(self):
-        with ScriptedObjectManager(None) as manager, ServiceWithLog(
+        with ScriptedObjectManager(None) as manager, Service(
                 *sample_with_live(), options=(*NO_DEADLINE, "--workers", "2", "--cim", manager.url)) as service:
             slow = service.start_get(LIVE)
             manager.await_request()

@@ -7,8 +7,9 @@ import resource
 import signal
 import unittest
 
-from cimgate_host import PATIENCE_S, Wires, await_ends, children_of, connect_to, wait_until
+from cimgate_host import Wires, await_ends, children_of, connect_to, wait_until
 from footprint import Footprint
+from program import PATIENCE_S
 from recovery_service import THING, RecoveryTest
 
 

@@ -8,8 +8,7 @@ import unittest
 from pathlib import Path
 
 from cim_object_manager import ObjectManager
-from cimgate_host import wait_until
-from service_with_log import ServiceWithLog
+from cimgate_host import Service, wait_until
 
 SOURCE_DIR = Path(os.environ["CIMGATE_SOURCE_DIR"])
 MAPPING_FILE = SOURCE_DIR / "data" / "resourcemapping.json"
@@ -59,7 +58,7 @@ class SampleActions(unittest.TestCase):
         for entry in self.mapping.values():
             for class_map in entry.get("mappings", {}).values():
                 class_map["is_cached"] = False
-        self.service = self.enterContext(ServiceWithLog(self.mapping, options=("--cim", manager.url)))
+        self.service = self.enterContext(Service(self.mapping, options=("--cim", manager.url)))
 
     def post(self, action, **parameters):
         return self.service.post(action, json.dumps(parameters).encode("utf-8"))

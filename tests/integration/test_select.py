@@ -3,7 +3,7 @@
 
 import unittest
 
-from cimgate_host import BASE, Service, collection_entry, member_entry
+from cimgate_host import BASE, Service, SharedServiceTest, collection_entry, member_entry
 
 DRIVE = f"{BASE}/VexoDrive/D.1"
 PLAIN = f"{BASE}/VexoPlain/P.1"
@@ -32,12 +32,10 @@ def sample():
         "associations": {"Tbl_XCIM_EnclosureEMMDependency": [("XCIM_Drive", "D.1", "XCIM_Enclosure", "E.1")]}}
 
 
-class Select(unittest.TestCase):
-    maxDiff = None
-
-    @classmethod
-    def setUpClass(cls):
-        cls.service = cls.enterClassContext(Service(*sample()))
+class Select(SharedServiceTest):
+    @staticmethod
+    def make_service():
+        return Service(*sample())
 
     def selected(self, uri, items):
         answer = self.service.get(f"{uri}?$select={items}")
@@ -46,11 +44,6 @@ class Select(unittest.TestCase):
 
     def check_names(self, uri, items, names):
         self.assertEqual(set(self.selected(uri, items)) - ALWAYS, set(names), items)
-
-    def check_error(self, uri, status, *messages):
-        answer = self.service.get(uri)
-        self.assertEqual(answer.status, status, uri)
-        self.assertEqual(answer.messages(), list(messages), uri)
 
     def check_unknown(self, uri, items, name):
         self.check_error(f"{uri}?$select={items}", 400, ("Vexo.SYS429", [name]), ("Base.PropertyUnknown", [name]))

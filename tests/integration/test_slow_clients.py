@@ -11,9 +11,9 @@ import threading
 import time
 import unittest
 
-from cimgate_host import BASE, PATIENCE_S, Answer, collection_entry, member_entry
+from cimgate_host import BASE, Answer, Service, collection_entry, member_entry
 from footprint import Footprint
-from service_with_log import ServiceWithLog
+from program import PATIENCE_S
 
 THING = f"{BASE}/VexoThing/A"
 # Below the limit of all connections, and from each address below that of one.
@@ -31,7 +31,7 @@ def sample():
 
 
 def impatient_service():
-    service = ServiceWithLog(*sample())
+    service = Service(*sample())
     service.command[0] = os.environ["IMPATIENT_SERVICE"]
     return service
 
@@ -74,7 +74,7 @@ class SlowClients(unittest.TestCase):
         self.assertEqual(service.get(THING).json()["Value"], "first")
 
     def test_many_idle_connections(self):
-        with ServiceWithLog(*sample()) as service:
+        with Service(*sample()) as service:
             self.check_good(service)
             footprint = Footprint(service)
             idle = [connect(service, number) for number in range(IDLE)]
@@ -126,7 +126,7 @@ class SlowClients(unittest.TestCase):
 
     def test_answers_that_nobody_reads_hold_nobody_up(self):
         request = f"GET {BASE}/VexoThingCollection HTTP/1.1\r\nHost: test\r\n\r\n".encode()
-        with ServiceWithLog(*sample()) as service:
+        with Service(*sample()) as service:
             self.check_good(service)
             footprint = Footprint(service)
             greedy = [connect(service, number) for number in range(SLOW)]

@@ -4,14 +4,14 @@
 import os
 import signal
 import socket
-import subprocess
 import tempfile
 import unittest
 from pathlib import Path
 
-from cimgate_host import (BASE, CIMGATED, PATIENCE_S, REGISTRIES, Service, await_ends, children_of, collection_entry,
-                          connect_to, member_entry, state_of, wait_until)
+from cimgate_host import (BASE, CIMGATED, REGISTRIES, Service, await_ends, children_of, collection_entry, connect_to,
+                          member_entry, wait_until)
 from own_address import own_address
+from program import PATIENCE_S, run_program, state_of
 
 THING = f"{BASE}/VexoThing/T.1"
 STUCK = f"{BASE}/VexoStuck/T.1"
@@ -29,8 +29,7 @@ def cache():
 
 
 def run(*options):
-    return subprocess.run([CIMGATED, *options], stdin=subprocess.DEVNULL, stdout=subprocess.PIPE,
-                          stderr=subprocess.PIPE, text=True, check=False, timeout=PATIENCE_S)
+    return run_program(CIMGATED, *options)
 
 
 def has_ipv6():

@@ -5,7 +5,7 @@ import json
 import re
 import unittest
 
-from cimgate_host import BASE, Pending, Service, collection_entry, member_entry
+from cimgate_host import BASE, Pending, Service, SharedServiceTest, collection_entry, member_entry
 
 THING = f"{BASE}/VexoThing/T.1"
 THINGS = f"{BASE}/VexoThingCollection"
@@ -30,19 +30,10 @@ def sample():
     return mapping, {"classes": {"XCIM_Thing": (["InstanceID", "A"], [("T.1", "a")])}}
 
 
-class UrisAndMethods(unittest.TestCase):
-    maxDiff = None
-
-    @classmethod
-    def setUpClass(cls):
-        cls.service = cls.enterClassContext(Service(*sample()))
-
-    def check_error(self, uri, status, *messages):
-        answer = self.service.get(uri)
-        self.assertEqual(answer.status, status, uri)
-        self.assertEqual(answer.messages(), list(messages), uri)
-        self.check_common_headers(answer)
-        return answer
+class UrisAndMethods(SharedServiceTest):
+    @staticmethod
+    def make_service():
+        return Service(*sample())
 
     def check_common_headers(self, answer):
         self.assertEqual(answer.get("OData-Version"), "4.0")

@@ -4,8 +4,8 @@
 import socket
 import unittest
 
-from cimgate_host import BASE, PATIENCE_S, Answer, collection_entry, member_entry
-from service_with_log import ServiceWithLog
+from cimgate_host import BASE, Answer, Service, collection_entry, member_entry
+from program import PATIENCE_S
 
 A = f"{BASE}/VexoThing/A"
 B = f"{BASE}/VexoThing/B"
@@ -80,14 +80,14 @@ class WireLimits(unittest.TestCase):
 
     def test_body_of_a_mebibyte_is_taken(self):
         body = b"x" * MAX_BODY_BYTES
-        with ServiceWithLog(*sample()) as service:
+        with Service(*sample()) as service:
             for method, status in (("GET", 200), ("POST", 415)):
                 with self.subTest(method=method):
                     text = request(method, A, f"Content-Length: {MAX_BODY_BYTES}", body=body)
                     self.check_both(exchange(service, text, LAST), status)
 
     def test_body_above_a_mebibyte_is_refused_for_every_method(self):
-        with ServiceWithLog(*sample()) as service:
+        with Service(*sample()) as service:
             for method in ("GET", "POST"):
                 with self.subTest(method=method):
                     text = request(method, A, f"Content-Length: {MAX_BODY_BYTES + 1}")
@@ -95,24 +95,24 @@ class WireLimits(unittest.TestCase):
 
     def test_body_above_a_mebibyte_in_chunks_is_refused(self):
         chunk = b"10000\r\n" + b"x" * 0x10000 + b"\r\n"
-        with ServiceWithLog(*sample()) as service:
+        with Service(*sample()) as service:
             answers = exchange(service, request("POST", A, "Transfer-Encoding: chunked"), chunk * 17)
             self.check_refused(answers, 413, "Base.PayloadTooLarge")
 
     def test_headers_up_to_their_limit_are_taken(self):
-        with ServiceWithLog(*sample()) as service:
+        with Service(*sample()) as service:
             for target in (A, f"{A}?{'x' * 1000}", f"{A}?{'x' * 7000}"):
                 with self.subTest(target=target[:50]):
                     self.check_both(exchange(service, request_of(MAX_HEADER_BYTES, target), LAST))
 
     def test_headers_above_their_limit_are_refused(self):
-        with ServiceWithLog(*sample()) as service:
+        with Service(*sample()) as service:
             for size in (MAX_HEADER_BYTES + 1024, 2 * MAX_HEADER_BYTES):
                 with self.subTest(size=size):
                     self.check_refused(exchange(service, request_of(size, A) + LAST), 431, "Base.HeaderTooLong")
 
     def test_headers_above_their_limit_are_not_blamed_on_a_uri_that_fits(self):
-        with ServiceWithLog(*sample()) as service:
+        with Service(*sample()) as service:
             for length in (200, 1000, 7000):
                 with self.subTest(length=length):
                     text = request_of(2 * MAX_HEADER_BYTES, f"{A}?{'x' * length}")
@@ -122,17 +122,17 @@ class WireLimits(unittest.TestCase):
 
     def test_body_in_chunks_ends_where_the_next_request_begins(self):
         body = b"5\r\nGET /\r\n4;x=y\r\nabcd\r\n0\r\nTrailer: t\r\n\r\n"
-        with ServiceWithLog(*sample()) as service:
+        with Service(*sample()) as service:
             self.check_both(exchange(service, request("GET", A, "Transfer-Encoding: chunked", body=body), LAST))
 
     def test_request_in_single_bytes(self):
         text = request("GET", A, "Content-Length: 3", body=b"{}\n") + LAST
-        with ServiceWithLog(*sample()) as service:
+        with Service(*sample()) as service:
             self.check_both(exchange(service, *(text[i:i + 1] for i in range(len(text)))))
 
     def test_framing_that_can_be_read_in_two_ways_is_refused(self):
         # RFC 9112, sections 3.2 and 6.3: what hides a second request from one of two readers.
-        with ServiceWithLog(*sample()) as service:
+        with Service(*sample()) as service:
             for headers, body in [
                     (("Content-Length: 3", "Transfer-Encoding: chunked"), b"0\r\n\r\n"),
                     (("Transfer-Encoding: chunked", "Content-Length: 3"), b"0\r\n\r\n"),
@@ -149,7 +149,7 @@ class WireLimits(unittest.TestCase):
 
     def test_transfer_coding_that_hides_where_the_body_ends_is_refused(self):
         # RFC 9112, section 6.3: a body whose last coding is not "chunked" has no end that can be known.
-        with ServiceWithLog(*sample()) as service:
+        with Service(*sample()) as service:
             for coding in ("gzip", "chunked, gzip", "identity"):
                 with self.subTest(coding=coding):
                     text = request("GET", A, f"Transfer-Encoding: {coding}", body=request("GET", "/"))
@@ -157,7 +157,7 @@ class WireLimits(unittest.TestCase):
 
     def test_transfer_coding_of_http_1_0_ends_the_connection(self):
         # RFC 9112, section 6.1: HTTP/1.0 knows no transfer codings, so that its framing cannot be trusted.
-        with ServiceWithLog(*sample()) as service:
+        with Service(*sample()) as service:
             text = f"GET {A} HTTP/1.0\r\nConnection: keep-alive\r\nTransfer-Encoding: chunked\r\n\r\n0\r\n\r\n"
             answers = exchange(service, text.encode() + LAST)
             self.assertEqual(len(answers), 1)

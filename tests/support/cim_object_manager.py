@@ -4,16 +4,13 @@ Environment: CIMOMD, the program.
 """
 
 import os
-import signal
-import subprocess
-import tempfile
 from pathlib import Path
 from xml.sax.saxutils import quoteattr
 
+from program import Program
+
 CIMOMD = os.environ["CIMOMD"]
 NAMESPACE = "root/xcim"
-# How long anything may take that a test waits for.
-PATIENCE_S = 30
 
 
 # ---- Declarations
@@ -108,82 +105,60 @@ def declaration(objects, namespace=NAMESPACE):
             f"<LOCALNAMESPACEPATH>{names}</LOCALNAMESPACEPATH>\n{inner}</DECLGROUP></DECLARATION></CIM>\n")
 
 
+class Class:
+    """A class and its instances. properties: name -> CIM type, "[]" behind it for an array. keys: the names of key
+    properties."""
+
+    def __init__(self, name, properties, keys=("InstanceID",)):
+        self.name = name
+        self.properties = properties
+        self.keys = keys
+
+    def elements(self, instances):
+        """The declaration of the class and those of its instances, each a dictionary."""
+        return [class_element(self.name, self.properties, self.keys),
+                *(instance_element(self.name, {name: (self.properties[name], value) for name, value in values.items()})
+                  for values in instances)]
+
+
 # ---- The program
 
-class ObjectManager:
+class ObjectManager(Program):
     """with ObjectManager(files) as manager: asks it at manager.url, "http://127.0.0.1:PORT".
 
     files: file name -> declaration text. port: 0 for a free one. address: own_address() for one that will be started
-    anew on its port.
+    anew on its port, as start() does after kill().
     """
 
+    NAME = "cimgate-cimomd"
+
     def __init__(self, files, port=0, address="127.0.0.1"):
-        self._directory = tempfile.TemporaryDirectory()
-        self.repository = Path(self._directory.name, "repository")
+        super().__init__()
+        self.repository = self.directory / "repository"
         self.repository.mkdir()
         for name, text in files.items():
             Path(self.repository, name).write_text(text, encoding="utf-8")
-        self._log_path = Path(self._directory.name, "log")
         self.address = address
         self.port = port
-        self.process = None
-        self.url = None
 
     def launch(self):
-        with self._log_path.open("wb") as log:
-            # pylint: disable=consider-using-with
-            self.process = subprocess.Popen(
-                [CIMOMD, "--listen", f"{self.address}:{self.port}", "--repository", str(self.repository)],
-                stdin=subprocess.DEVNULL, stdout=subprocess.PIPE, stderr=log, text=True)
+        self.command = [CIMOMD, "--listen", f"{self.address}:{self.port}", "--repository", str(self.repository)]
+        super().launch()
 
     def start(self):
-        """Starts it and waits until it listens."""
-        self.launch()
-        line = self.process.stdout.readline()
-        if not line.startswith("cimgate-cimomd: listening on http://"):
-            status = self.process.wait(timeout=PATIENCE_S)
-            raise AssertionError(f"it ended with {status} and said: {line}{self.log()}")
-        self.url = line.removeprefix("cimgate-cimomd: listening on ").rstrip("\n")
-        self.port = int(self.url.rpartition(":")[2])
+        super().start()
+        self.port = int(self.base.rpartition(":")[2])
         return self
 
-    def fail(self):
-        """Starts it and waits for it to give up; returns exit status, standard output and standard error."""
-        self.launch()
-        out, _ = self.process.communicate(timeout=PATIENCE_S)
-        return self.process.returncode, out, self.log()
+    def problems(self):
+        """It has nothing to say."""
+        return self.log().splitlines()
 
-    def stop(self, signal_number=signal.SIGTERM):
-        """Asks it to stop and checks that it does, with status 0 and without a word."""
-        self.process.send_signal(signal_number)
-        rest, _ = self.process.communicate(timeout=PATIENCE_S)
-        if self.process.returncode != 0 or rest or self.log():
-            raise AssertionError(f"it ended with {self.process.returncode}, said {rest!r} and logged\n{self.log()}")
+    @property
+    def url(self):
+        return self.base
 
-    def kill(self):
-        """Ends it as a crash would; start() brings it back on the same port."""
-        self.process.kill()
-        self.process.wait()
-        self.process.stdout.close()
 
-    def log(self):
-        return self._log_path.read_text(encoding="utf-8", errors="replace")
-
-    def discard(self):
-        """Ends what is left of it, however it stands."""
-        if self.process is not None:
-            if self.process.poll() is None:
-                self.process.kill()
-                self.process.wait()
-            self.process.stdout.close()
-        self._directory.cleanup()
-
-    def __enter__(self):
-        return self.start()
-
-    def __exit__(self, error_type, error, trace):
-        try:
-            if error_type is None and self.process.poll() is None:
-                self.stop()
-        finally:
-            self.discard()
+def object_manager(cim_class, instances, **more):
+    """An object manager with the instances of one class."""
+    return ObjectManager({"repository.xml": declaration(cim_class.elements(instances))}, **more)
