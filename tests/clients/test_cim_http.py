@@ -245,6 +245,12 @@ class Size(unittest.TestCase):
 
 
 class Start(unittest.TestCase):
+    def check_fails(self, manager, hint):
+        status, out, log = manager.fail()
+        manager.discard()
+        self.assertEqual((status, out), (1, ""))
+        self.assertIn(hint, log)
+
     def test_help_and_wrong_options(self):
         done = run_program(CIMOMD, "--help")
         self.assertEqual((done.returncode, done.stderr), (0, ""))
@@ -262,29 +268,17 @@ class Start(unittest.TestCase):
             self.assertIn("nowhere: No such file or directory", done.stderr)
         for text, hint in (("", "broken.xml: "), ("<CIM>", "broken.xml: "),
                            (declaration([class_element("A", {}, superclass="B")]), "broken.xml: class A")):
-            manager = ObjectManager({"broken.xml": text})
-            status, out, log = manager.fail()
-            manager.discard()
-            self.assertEqual((status, out), (1, ""))
-            self.assertIn(hint, log)
+            self.check_fails(ObjectManager({"broken.xml": text}), hint)
 
     def test_broken_method_descriptions_are_named(self):
         for text, hint in (("{", "broken.methods.json: it is not JSON"),
                            (json.dumps({"namespace": NAMESPACE, "methods": {"XCIM_Fan.Fly": [{}]}}),
                             "broken.methods.json: XCIM_Fan.Fly: the class declares no such method")):
-            manager = ObjectManager({**FILES, "broken.methods.json": text})
-            status, out, log = manager.fail()
-            manager.discard()
-            self.assertEqual((status, out), (1, ""))
-            self.assertIn(hint, log)
+            self.check_fails(ObjectManager({**FILES, "broken.methods.json": text}), hint)
 
     def test_port_in_use_is_named(self):
         with ObjectManager(FILES) as first:
-            second = ObjectManager(FILES, first.port)
-            status, out, log = second.fail()
-            second.discard()
-            self.assertEqual((status, out), (1, ""))
-            self.assertIn(f"cannot listen on {first.url}: ", log)
+            self.check_fails(ObjectManager(FILES, first.port), f"cannot listen on {first.url}: ")
 
     def test_either_signal_ends_it(self):
         for number in (signal.SIGTERM, signal.SIGINT):

@@ -110,9 +110,10 @@ class Answer:
         return found
 
 
-def connect_to(base, timeout=PATIENCE_S):
+def connect_to(base, timeout=PATIENCE_S, **more):
+    """more: of socket.create_connection()."""
     host, _, port = base.removeprefix("http://").rpartition(":")
-    return socket.create_connection((host.strip("[]"), int(port)), timeout=timeout)
+    return socket.create_connection((host.strip("[]"), int(port)), timeout=timeout, **more)
 
 
 def ask(base, path, method="GET", headers=(), body=b""):
@@ -132,7 +133,7 @@ def ask(base, path, method="GET", headers=(), body=b""):
         return answer
 
 
-def read_answer(stream):
+def read_answer(stream, has_body=True):
     head = b""
     while not head.endswith(b"\r\n\r\n"):
         line = stream.readline()
@@ -140,6 +141,8 @@ def read_answer(stream):
             raise AssertionError(f"no answer, but {head!r}")
         head += line
     answer = Answer(head)
+    if not has_body:
+        return answer
     length = int(answer.get("Content-Length"))
     answer.body = stream.read(length)
     if len(answer.body) != length:
@@ -325,13 +328,17 @@ class ServiceTest(unittest.TestCase):
         answer = service.get(uri)
         self.assertEqual((answer.status, answer.json().get(name)), (200, value))
 
+    def check_headers(self, answer):
+        """Those of every answer."""
+        self.assertEqual(answer.get("OData-Version"), "4.0")
+        self.assertEqual(answer.get("Cache-Control"), "no-cache")
+        self.assertEqual(answer.get("Content-Type"), "application/json")
+
     def check_failed(self, answer, status, *messages, uri=None):
         """A Redfish error with these messages, each an id and its arguments."""
         self.assertEqual(answer.status, status, uri)
         self.assertEqual(answer.messages(), list(messages), uri)
-        self.assertEqual(answer.get("OData-Version"), "4.0")
-        self.assertEqual(answer.get("Cache-Control"), "no-cache")
-        self.assertEqual(answer.get("Content-Type"), "application/json")
+        self.check_headers(answer)
 
 
 class SharedServiceTest(ServiceTest):

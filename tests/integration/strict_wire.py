@@ -5,7 +5,7 @@ import json
 import re
 import socket
 
-from program import PATIENCE_S
+from cimgate_host import connect_to
 
 HEAD = re.compile(rb"HTTP/1\.[01] (\d{3}) [A-Za-z -]+\r\n((?:[A-Za-z0-9-]+: [\x20-\x7e]*\r\n)*)\r\n")
 LENGTH = re.compile(rb"Content-Length: (\d+)\r\n")
@@ -15,15 +15,14 @@ class StrictWire:
     """A connection that is made when it is needed, and kept as long as the service keeps it."""
 
     def __init__(self, service):
-        host, _, port = service.base.removeprefix("http://").rpartition(":")
-        self._address = (host, int(port))
+        self._base = service.base
         self._socket = None
         self._received = b""
         self.made = 0
 
     def send(self, text):
         if self._socket is None:
-            self._socket = socket.create_connection(self._address, timeout=PATIENCE_S)
+            self._socket = connect_to(self._base)
             self._received = b""
             self.made += 1
         # The answer to what has been sent so far may end the connection.

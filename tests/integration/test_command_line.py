@@ -50,6 +50,34 @@ class CommandLine(unittest.TestCase):
             self.assertEqual((done.returncode, done.stderr), (0, ""), arguments)
             self.assertTrue(done.stdout.startswith("usage: cimgated "), arguments)
 
+    def test_help_names_options_and_defaults(self):
+        done = run("--help")
+        self.assertEqual((done.returncode, done.stderr), (0, ""))
+        for option in ("--listen", "--rmf", "--cache", "--registries", "--auth none", "--workers", "--log-level",
+                       "--request-timeout"):
+            self.assertIn(option, done.stdout)
+        for default in ("127.0.0.1:8000", "/usr/share/cimgate/resourcemapping.json",
+                        "/var/run/cmpidatacache/CMPI_DataCache.db"):
+            self.assertIn(default, done.stdout)
+
+    def test_wrong_options(self):
+        for options, hint in [(["--nonsense"], "--help"), (["file"], "--help"), (["--workers", "0"], "from 1 to 64"),
+                              (["--workers"], "needs a value"), (["--log-level", "5"], "from 0 to 4"),
+                              (["--request-timeout", "x"], "from 1 to 3600"), (["--auth", "users"], "none"),
+                              (["--listen", "8000"], "127.0.0.1:8000"), (["--cim", "x"], "give http://HOST:PORT"),
+                              (["--listen", "localhost:8000"], "numeric")]:
+            done = run(*options)
+            self.assertEqual((done.returncode, done.stdout), (2, ""), options)
+            self.assertRegex(done.stderr, r"\Acimgated: .*\n\Z", options)
+            self.assertIn(hint, done.stderr)
+
+    def test_only_loopback_without_authentication(self):
+        for address in ("0.0.0.0:0", "[::]:0", "10.1.2.3:8000"):
+            for auth in ([], ["--auth", "none"]):
+                done = run("--listen", address, *auth)
+                self.assertEqual((done.returncode, done.stdout), (2, ""))
+                self.assertIn("loopback", done.stderr)
+
     def test_help_names_every_option(self):
         text = run("--help").stdout
         for option in (*OPTIONS, "-h, --help", "--version"):

@@ -6,9 +6,10 @@ import random
 import threading
 import unittest
 
-from cimgate_host import BASE, Service, collection_entry, member_entry
+from cimgate_host import BASE
 from footprint import Footprint
 from strict_wire import StrictWire
+from things import A, thing_service
 
 REQUESTS = 20_000
 # After so many the service has allocated what it needs for such clients.
@@ -17,12 +18,11 @@ SEED = 20240501
 # Clients at a time: while one makes up its request, the service answers another one's.
 SENDERS = 4
 
-THING = f"{BASE}/VexoThing/A"
 # What a client's request may make of itself; 500 is the library's answer to a "$select" that is empty or too long.
 STATUSES = {200, 400, 404, 405, 408, 413, 414, 415, 431, 500, 501, 505}
 
-TARGETS = [THING, THING + "?$select=Value", f"{BASE}/VexoThingCollection?$top=2&$skip=1", "/", f"{BASE}/%56exoThing/A",
-           f"http://host{THING}", "*", f"{BASE}/Nope"]
+TARGETS = [A, A + "?$select=Value", f"{BASE}/VexoThingCollection?$top=2&$skip=1", "/", f"{BASE}/%56exoThing/A",
+           f"http://host{A}", "*", f"{BASE}/Nope"]
 HEADERS = ["Accept: */*", "Connection: keep-alive", "X-Long: " + "x" * 200, "Cookie: a=b; c=d", "TE: trailers",
            "Expect: 100-continue", "Upgrade: h2c", "If-Match: *"]
 
@@ -108,12 +108,6 @@ class Generator:
                                                 [" folded"] * 50])) + b"\r\n"
 
 
-def sample():
-    mapping = member_entry("VexoThing", "XCIM_Thing", {"Value": {"cim_type": "string"}}) | collection_entry("VexoThing")
-    rows = [("A", "first"), ("B", "second"), ("C", "third")]
-    return mapping, {"classes": {"XCIM_Thing": (["InstanceID", "Value"], rows)}}
-
-
 class Sender(threading.Thread):
     """Sends its part of the requests, one after the other."""
 
@@ -163,7 +157,7 @@ class MalformedHttp(unittest.TestCase):
         return set().union(*(sender.seen for sender in senders)), sum(sender.connections for sender in senders)
 
     def test_no_request_hangs_or_harms(self):
-        service = self.enterContext(Service(*sample()))
+        service = self.enterContext(thing_service())
         pids = service.pids()
         generators = [Generator(SEED + number) for number in range(SENDERS)]
         first_seen, _ = self.send(service, generators, WARM_UP)
@@ -177,7 +171,7 @@ class MalformedHttp(unittest.TestCase):
         # Nothing that a client sends ends a worker either.
         self.assertEqual(service.pids(), pids)
         footprint.check_same_again()
-        self.assertEqual(service.get(THING).json()["Value"], "first")
+        self.assertEqual(service.get(A).json()["Value"], "first")
 
 
 if __name__ == "__main__":

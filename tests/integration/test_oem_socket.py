@@ -113,7 +113,7 @@ class Socket(OemTest):
     def test_service_that_was_killed_can_be_started_again(self):
         former = self.service().start()
         pids = former.pids()
-        former.process.kill()
+        former.kill()
         await_ends(pids)
         with self.at(former.socket_path) as service:
             self.check_good(service)

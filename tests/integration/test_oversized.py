@@ -3,24 +3,12 @@
 
 import unittest
 
-from cimgate_host import BASE, Service, collection_entry, member_entry
 from footprint import Footprint
 from strict_wire import StrictWire
-
-THING = f"{BASE}/VexoThing/A"
-THINGS = f"{BASE}/VexoThingCollection"
+from things import A, THINGS, request, thing_service
 
 MAX_HEADERS = 100
 MUCH = 8 * 1024 * 1024
-
-
-def sample():
-    mapping = member_entry("VexoThing", "XCIM_Thing", {"Value": {"cim_type": "string"}}) | collection_entry("VexoThing")
-    return mapping, {"classes": {"XCIM_Thing": (["InstanceID", "Value"], [("A", "first"), ("B", "second")])}}
-
-
-def request(target, *headers, method="GET", body=b""):
-    return "\r\n".join([f"{method} {target} HTTP/1.1", "Host: test", *headers, "", ""]).encode() + body
 
 
 def numbered_headers(count):
@@ -34,7 +22,7 @@ class Oversized(unittest.TestCase):
 
     @classmethod
     def setUpClass(cls):
-        cls.service = cls.enterClassContext(Service(*sample()))
+        cls.service = cls.enterClassContext(thing_service())
         cls.pids = cls.service.pids()
 
     def exchange(self, text):
@@ -46,7 +34,7 @@ class Oversized(unittest.TestCase):
 
     def tearDown(self):
         self.assertEqual(self.service.pids(), self.pids)
-        self.assertEqual(self.service.get(THING).json()["Value"], "first")
+        self.assertEqual(self.service.get(A).json()["Value"], "first")
 
     def check(self, text, status):
         self.assertEqual(self.exchange(text), [status])
@@ -56,9 +44,9 @@ class Oversized(unittest.TestCase):
         self.assertIn(self.exchange(text), ([status], []))
 
     def test_number_of_headers(self):
-        self.check(request(THING, *numbered_headers(MAX_HEADERS - 1)), 200)
-        self.check(request(THING, *numbered_headers(MAX_HEADERS)), 431)
-        self.check_refused(request(THING, *numbered_headers(100_000)), 431)
+        self.check(request(A, *numbered_headers(MAX_HEADERS - 1)), 200)
+        self.check(request(A, *numbered_headers(MAX_HEADERS)), 431)
+        self.check_refused(request(A, *numbered_headers(100_000)), 431)
 
     def test_numbers_of_query_options_and_selected_names(self):
         self.check(request(f"{THINGS}?{'&' * 5000}$top=1"), 200)
@@ -68,7 +56,7 @@ class Oversized(unittest.TestCase):
         self.check(request(f"{THINGS}?$select=" + ",".join(["Members"] * 31)), 200)
         # The library reads no longer list.
         self.check(request(f"{THINGS}?$select=" + ",".join(["Members"] * 1000)), 500)
-        self.check(request(f"{THING}?$select=" + "," * 8000), 500)
+        self.check(request(f"{A}?$select=" + "," * 8000), 500)
 
     def test_numbers_beyond_every_width(self):
         for digits in (10, 20, 40, 8000):
@@ -86,16 +74,16 @@ class Oversized(unittest.TestCase):
     def check_much_of_everything(self):
         much = "x" * MUCH
         self.check_refused(request("/" + much), 414)
-        self.check_refused(request(THING, method=much), 414)
-        self.check_refused(request(THING, f"X: {much}"), 431)
-        self.check_refused(request(THING, f"{much}: x"), 431)
-        self.check_refused(request(THING, "X: y" + "\r\n y" * (MUCH // 4)), 431)
-        self.check_refused(request(THING, f"Content-Length: {MUCH}", body=much.encode()), 413)
+        self.check_refused(request(A, method=much), 414)
+        self.check_refused(request(A, f"X: {much}"), 431)
+        self.check_refused(request(A, f"{much}: x"), 431)
+        self.check_refused(request(A, "X: y" + "\r\n y" * (MUCH // 4)), 431)
+        self.check_refused(request(A, f"Content-Length: {MUCH}", body=much.encode()), 413)
         chunked = "Transfer-Encoding: chunked"
-        self.check_refused(request(THING, chunked, body=b"%x\r\n" % MUCH + much.encode()), 413)
-        self.check_refused(request(THING, chunked, body=b"1\r\nx\r\n" * (MUCH // 6)), 413)
-        self.assertIn(self.exchange(request(THING, chunked, body=b"1;" + much.encode())), ([400], [431], [413], []))
-        self.assertIn(self.exchange(request(THING, chunked, body=b"0\r\n" + b"X: y\r\n" * (MUCH // 6))),
+        self.check_refused(request(A, chunked, body=b"%x\r\n" % MUCH + much.encode()), 413)
+        self.check_refused(request(A, chunked, body=b"1\r\nx\r\n" * (MUCH // 6)), 413)
+        self.assertIn(self.exchange(request(A, chunked, body=b"1;" + much.encode())), ([400], [431], [413], []))
+        self.assertIn(self.exchange(request(A, chunked, body=b"0\r\n" + b"X: y\r\n" * (MUCH // 6))),
                       ([400], [431], [413], []))
 
 

@@ -6,16 +6,15 @@ Environment: IMPATIENT_SERVICE, cimgated with shorter limits of time.
 
 import os
 import selectors
-import socket
 import threading
 import time
 import unittest
 
-from cimgate_host import BASE, Answer, Service, collection_entry, member_entry
+from cimgate_host import BASE, Answer, connect_to
 from footprint import Footprint
 from program import PATIENCE_S
+from things import A, thing_service
 
-THING = f"{BASE}/VexoThing/A"
 # Below the limit of all connections, and from each address below that of one.
 IDLE = 500
 ADDRESSES = [f"127.0.0.{number}" for number in range(2, 7)]
@@ -25,21 +24,14 @@ SLOW = 25
 DRIP_S = 0.05
 
 
-def sample():
-    mapping = member_entry("VexoThing", "XCIM_Thing", {"Value": {"cim_type": "string"}}) | collection_entry("VexoThing")
-    return mapping, {"classes": {"XCIM_Thing": (["InstanceID", "Value"], [("A", "first"), ("B", "second")])}}
-
-
 def impatient_service():
-    service = Service(*sample())
+    service = thing_service()
     service.command[0] = os.environ["IMPATIENT_SERVICE"]
     return service
 
 
 def connect(service, number):
-    host, _, port = service.base.removeprefix("http://").rpartition(":")
-    source = (ADDRESSES[number % len(ADDRESSES)], 0)
-    return socket.create_connection((host, int(port)), timeout=PATIENCE_S, source_address=source)
+    return connect_to(service.base, source_address=(ADDRESSES[number % len(ADDRESSES)], 0))
 
 
 class Drip:
@@ -71,15 +63,15 @@ class SlowClients(unittest.TestCase):
     maxDiff = None
 
     def check_good(self, service):
-        self.assertEqual(service.get(THING).json()["Value"], "first")
+        self.assertEqual(service.get(A).json()["Value"], "first")
 
     def test_many_idle_connections(self):
-        with Service(*sample()) as service:
+        with thing_service() as service:
             self.check_good(service)
             footprint = Footprint(service)
             idle = [connect(service, number) for number in range(IDLE)]
             for connection in idle[::2]:  # some of them have asked already
-                connection.sendall(f"GET {THING} HTTP/1.1\r\nHost: test\r\n\r\n".encode())
+                connection.sendall(f"GET {A} HTTP/1.1\r\nHost: test\r\n\r\n".encode())
                 self.assertTrue(connection.recv(65536).startswith(b"HTTP/1.1 200 OK\r\n"))
             for _ in range(20):
                 self.check_good(service)
@@ -92,7 +84,7 @@ class SlowClients(unittest.TestCase):
             footprint.check_same_again()
 
     def test_requests_that_come_byte_by_byte_are_refused_in_time(self):
-        head = f"GET {THING} HTTP/1.1\r\nHost: test\r\n"
+        head = f"GET {A} HTTP/1.1\r\nHost: test\r\n"
         kinds = [(b"G", b"E"), (head.encode(), b""), (head.encode() + b"X: ", b"y"),
                  (head.encode() + b"Content-Length: 1000\r\n\r\n", b"z"),
                  (head.encode() + b"Content-Length: 1000\r\n\r\n", b""),
@@ -126,7 +118,7 @@ class SlowClients(unittest.TestCase):
 
     def test_answers_that_nobody_reads_hold_nobody_up(self):
         request = f"GET {BASE}/VexoThingCollection HTTP/1.1\r\nHost: test\r\n\r\n".encode()
-        with Service(*sample()) as service:
+        with thing_service() as service:
             self.check_good(service)
             footprint = Footprint(service)
             greedy = [connect(service, number) for number in range(SLOW)]

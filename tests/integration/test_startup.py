@@ -8,10 +8,10 @@ import tempfile
 import unittest
 from pathlib import Path
 
-from cimgate_host import (BASE, CIMGATED, REGISTRIES, Service, await_ends, children_of, collection_entry, connect_to,
+from cimgate_host import (BASE, REGISTRIES, Service, await_ends, children_of, collection_entry, connect_to,
                           member_entry, wait_until)
 from own_address import own_address
-from program import PATIENCE_S, run_program, state_of
+from program import state_of
 
 THING = f"{BASE}/VexoThing/T.1"
 STUCK = f"{BASE}/VexoStuck/T.1"
@@ -26,10 +26,6 @@ def mapping(cached=True):
 
 def cache():
     return {"classes": {"XCIM_Thing": (["InstanceID", "A"], [("T.1", "a")])}}
-
-
-def run(*options):
-    return run_program(CIMGATED, *options)
 
 
 def has_ipv6():
@@ -47,36 +43,6 @@ def listens(service):
     except (ConnectionRefusedError, ConnectionResetError):  # the latter where it stops at that moment
         return False
     return True
-
-
-class CommandLine(unittest.TestCase):
-    def test_help(self):
-        done = run("--help")
-        self.assertEqual((done.returncode, done.stderr), (0, ""))
-        for option in ("--listen", "--rmf", "--cache", "--registries", "--auth none", "--workers", "--log-level",
-                       "--request-timeout"):
-            self.assertIn(option, done.stdout)
-        for default in ("127.0.0.1:8000", "/usr/share/cimgate/resourcemapping.json",
-                        "/var/run/cmpidatacache/CMPI_DataCache.db"):
-            self.assertIn(default, done.stdout)
-
-    def test_wrong_options(self):
-        for options, hint in [(["--nonsense"], "--help"), (["file"], "--help"), (["--workers", "0"], "from 1 to 64"),
-                              (["--workers"], "needs a value"), (["--log-level", "5"], "from 0 to 4"),
-                              (["--request-timeout", "x"], "from 1 to 3600"), (["--auth", "users"], "none"),
-                              (["--listen", "8000"], "127.0.0.1:8000"), (["--cim", "x"], "give http://HOST:PORT"),
-                              (["--listen", "localhost:8000"], "numeric")]:
-            done = run(*options)
-            self.assertEqual((done.returncode, done.stdout), (2, ""), options)
-            self.assertRegex(done.stderr, r"\Acimgated: .*\n\Z", options)
-            self.assertIn(hint, done.stderr)
-
-    def test_only_loopback_without_authentication(self):
-        for address in ("0.0.0.0:0", "[::]:0", "10.1.2.3:8000"):
-            for auth in ([], ["--auth", "none"]):
-                done = run("--listen", address, *auth)
-                self.assertEqual((done.returncode, done.stdout), (2, ""))
-                self.assertIn("loopback", done.stderr)
 
 
 class CannotStart(unittest.TestCase):
@@ -206,8 +172,7 @@ class Stops(unittest.TestCase):
 
     def test_idle_connections_do_not_hold_it_up(self):
         with Service(mapping(), cache()) as service:
-            host, _, port = service.base.removeprefix("http://").rpartition(":")
-            with socket.create_connection((host, int(port)), timeout=PATIENCE_S) as idle:
+            with connect_to(service.base) as idle:
                 service.get(THING)
                 service.stop()
                 self.assertEqual(idle.recv(1), b"")
@@ -239,8 +204,7 @@ class Stops(unittest.TestCase):
         stuck = service.start_get(STUCK)
         service.await_busy_worker()
         pids = service.pids()
-        service.process.kill()
-        service.process.wait(timeout=PATIENCE_S)
+        service.kill()
         await_ends(pids)
         with self.assertRaises(AssertionError):
             stuck.answer()

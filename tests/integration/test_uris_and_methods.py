@@ -35,11 +35,6 @@ class UrisAndMethods(SharedServiceTest):
     def make_service():
         return Service(*sample())
 
-    def check_common_headers(self, answer):
-        self.assertEqual(answer.get("OData-Version"), "4.0")
-        self.assertEqual(answer.get("Cache-Control"), "no-cache")
-        self.assertEqual(answer.get("Content-Type"), "application/json")
-
     def check_missing(self, uri, argument):
         self.check_error(uri, 404, ("Vexo.SYS403", [argument]), ("Base.ResourceMissingAtURI", [argument]))
 
@@ -129,7 +124,7 @@ class UrisAndMethods(SharedServiceTest):
 
     def check_not_allowed(self, answer, allowed, *messages):
         self.assertEqual((answer.status, answer.get("Allow"), answer.messages()), (405, allowed, list(messages)))
-        self.check_common_headers(answer)
+        self.check_headers(answer)
 
     def test_other_methods_are_not_allowed(self):
         for method in ("PUT", "PATCH", "DELETE", "OPTIONS", "TRACE", "BREW", "post"):
