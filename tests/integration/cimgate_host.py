@@ -26,6 +26,8 @@ REGISTRIES = os.environ["CIMGATE_REGISTRIES"]
 BASE = "/redfish/v1/Vexo"
 # A reserved port, on which nothing listens.
 NO_OBJECT_MANAGER = "http://127.0.0.1:1"
+# Longer than any test runs: what ends a request is then never its deadline.
+NO_DEADLINE = ("--request-timeout", "3600")
 STRING_ARRAY = 1
 OTHER_ARRAY = 2
 
@@ -305,15 +307,15 @@ class Service(Program):
         wait_until(lambda: not any(state_of(pid) for pid in workers), "the workers' end")
         return workers
 
-    def await_busy_worker(self):
-        """Waits until a worker computes for longer than any but an endless request makes it; returns its pid."""
+    def await_busy_workers(self, count=1):
+        """Waits until so many workers compute for longer than any but an endless request makes them; their pids."""
         before = {pid: cpu_ticks(pid) for pid in self.workers()}
 
-        def busy_worker():
-            busy = [pid for pid in self.workers() if cpu_ticks(pid) - before.get(pid, 0) >= 5]
-            return busy[0] if busy else None
+        def busy():
+            pids = [pid for pid in self.workers() if cpu_ticks(pid) - before.get(pid, 0) >= 5]
+            return pids if len(pids) == count else None
 
-        return wait_until(busy_worker, "a busy worker")
+        return wait_until(busy, f"{count} busy workers")
 
 
 # ---- Tests

@@ -8,7 +8,7 @@ import threading
 import unittest
 
 from action_service import DONE, RUN, ActionService, MethodCall, action_mapping, declared
-from cimgate_host import BASE, member_entry, wait_until, write_cache
+from cimgate_host import BASE, NO_DEADLINE, member_entry, wait_until, write_cache
 from program import PATIENCE_S
 from scripted_object_manager import ScriptedObjectManager, cim_error, found, http, method_error, method_response
 
@@ -26,8 +26,6 @@ CIM_ERRORS = {1: (500, INTERNAL, None), 2: (403, [("Vexo.KTX0506", []), ("Base.I
 
 # Requests that are answered while a method goes on.
 OTHERS = 50
-# Longer than any test runs: what ends a request is then never its deadline.
-NO_DEADLINE = ("--request-timeout", "3600")
 
 
 def mapping():

@@ -17,7 +17,7 @@ class Deadlines(ContainmentTest):
         service = self.service("--request-timeout", "2")
         before = service.workers()
         stuck = service.start_get(STUCK)
-        service.await_busy_worker()
+        service.await_busy_workers()
         for _ in range(10):
             self.check_good(service)
         self.assertFalse(stuck.is_done())
@@ -63,7 +63,7 @@ class Deadlines(ContainmentTest):
         service = self.service("--request-timeout", "20", "--workers", "1")
         with Wires(service.base, 1 + MAX_WAITING + surplus) as wires:
             wires.send(0, STUCK)
-            service.await_busy_worker()
+            service.await_busy_workers()
             for index in range(1, len(wires)):
                 wires.send(index, GOOD)
             refused = wires.read_answers(surplus)

@@ -5,54 +5,22 @@ import os
 import signal
 import unittest
 
-from cimgate_host import (BASE, Pending, Service, ServiceTest, await_ends, collection_entry, cpu_ticks, member_entry,
-                          wait_until)
+from cimgate_host import NO_DEADLINE, Pending, Service, await_ends, wait_until
+from containment_service import GOOD, GOODS, REAL, STUCK, ContainmentTest, sample
 from program import PATIENCE_S, state_of
-
-GOOD = f"{BASE}/VexoGood/G.1"
-GOODS = f"{BASE}/VexoGoodCollection"
-STUCK = f"{BASE}/VexoStuck/G.1"
-REAL = f"{BASE}/VexoReal/X"
-
-# Longer than any test runs: what ends a request is then never its deadline.
-NO_DEADLINE = ("--request-timeout", "3600")
 
 REQUESTS = 200
 ABORTS = 10
 
 
-def sample():
-    text = {"cim_type": "string"}
-    mapping = member_entry("VexoGood", "XCIM_Good", {"A": text}) | collection_entry("VexoGood")
-    mapping |= member_entry("VexoReal", "XCIM_Real", {"A": text})
-    # A link whose association table is missing: reading its rows never ends.
-    mapping |= member_entry("VexoStuck", "XCIM_Good", {"A": text}, Links={"VexoEnclosureCollection": {}})
-    columns = ["InstanceID", "A"]
-    return mapping, {"classes": {"XCIM_Good": (columns, [("G.1", "fine")]), "XCIM_Real": (columns, [("X", 1.5)])}}
-
-
-def await_busy_workers(service, count):
-    """Waits until so many workers compute for longer than any but an endless request makes them; their pids."""
-    before = {pid: cpu_ticks(pid) for pid in service.workers()}
-
-    def busy():
-        pids = [pid for pid in service.workers() if cpu_ticks(pid) - before.get(pid, 0) >= 5]
-        return pids if len(pids) == count else None
-
-    return wait_until(busy, f"{count} busy workers")
-
-
-class Isolation(ServiceTest):
-    def check_good(self, service):
-        self.check_value(service, GOOD)
-
+class Isolation(ContainmentTest):
     def test_worker_killed_in_the_middle_of_a_request_fails_that_request(self):
         with Service(*sample(), options=NO_DEADLINE) as service:
             for number in (signal.SIGKILL, signal.SIGABRT):
                 with self.subTest(signal=number.name):
                     workers = service.workers()
                     stuck = service.start_get(STUCK)
-                    [busy] = await_busy_workers(service, 1)
+                    [busy] = service.await_busy_workers()
                     self.check_good(service)
                     os.kill(busy, number)
                     self.check_failed(stuck.answer(), 500, ("Base.InternalError", []))
@@ -64,7 +32,7 @@ class Isolation(ServiceTest):
     def test_requests_beside_endless_ones_are_answered_in_parallel(self):
         with Service(*sample(), options=(*NO_DEADLINE, "--workers", "3")) as service:
             stuck = [service.start_get(STUCK) for _ in range(2)]
-            busy = await_busy_workers(service, 2)
+            busy = service.await_busy_workers(2)
             good = [service.start_get(uri) for uri in [GOOD, GOODS] * 10]
             for pending in good:
                 self.assertEqual(pending.answer().status, 200)
@@ -114,7 +82,7 @@ class Isolation(ServiceTest):
     def test_request_of_a_service_whose_spawner_ends_gets_no_answer(self):
         with Service(*sample(), options=NO_DEADLINE) as service:
             stuck = service.start_get(STUCK)
-            await_busy_workers(service, 1)
+            service.await_busy_workers()
             pids = service.pids()
             os.kill(service.spawner(), signal.SIGKILL)
             self.assertEqual(service.process.wait(timeout=PATIENCE_S), 1)

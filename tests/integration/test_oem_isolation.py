@@ -5,9 +5,8 @@ import os
 import signal
 import unittest
 
-from cimgate_host import BASE, Wires, wait_until
+from cimgate_host import BASE, NO_DEADLINE, Wires, wait_until
 from oem_client import BY_ID, TEXT, OemService, OemTest, container_entry, embedded_data, embedded_entry, request_text
-from test_isolation import NO_DEADLINE, await_busy_workers
 
 GOOD = f"{BASE}/VexoGood/G.1"
 STUCK = f"{BASE}/VexoStuck/G.1"
@@ -82,7 +81,7 @@ class Isolation(OemTest):
             for number in (signal.SIGKILL, signal.SIGABRT):
                 with self.subTest(signal=number.name):
                     client.send(request_text("StuckOem", "G.1"))
-                    busy = service.await_busy_worker()
+                    [busy] = service.await_busy_workers()
                     self.check_good(service)
                     os.kill(busy, number)
                     self.check_error(client.receive_json(), "WorkerEnded", "log")
@@ -92,7 +91,7 @@ class Isolation(OemTest):
         with OemService(*sample(), options=("--workers", "1", "--request-timeout", "2")) as service:
             with service.client() as stuck, service.client() as waiting:
                 stuck.send(request_text("StuckOem", "G.1"))
-                service.await_busy_worker()
+                service.await_busy_workers()
                 waiting.send(request_text("GoodOem", "G.1"))
                 self.check_error(stuck.receive_json(), "TooLate")
                 # Whether the next worker is there before its own deadline is a matter of time.
@@ -117,7 +116,7 @@ class Isolation(OemTest):
         with OemService(*sample(), options=NO_DEADLINE) as service:
             with service.client() as leaving:
                 leaving.send(request_text("StuckOem", "G.1"))
-                busy = service.await_busy_worker()
+                [busy] = service.await_busy_workers()
             self.check_good(service)
             endpoint = service.endpoint_process()
             os.kill(busy, signal.SIGKILL)
@@ -129,7 +128,7 @@ class Isolation(OemTest):
         with OemService(*sample(), options=(*NO_DEADLINE, "--workers", "3")) as service, service.dealer() as dealer:
             for number in range(2):
                 dealer.send(number, "StuckOem", "G.1")
-            busy = await_busy_workers(service, 2)
+            busy = service.await_busy_workers(2)
             for _ in range(10):
                 self.check_good(service)
             for pid in busy:

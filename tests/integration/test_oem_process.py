@@ -8,12 +8,11 @@ import socket
 import stat
 import unittest
 
-from cimgate_host import BASE, wait_until
+from cimgate_host import BASE, NO_DEADLINE, wait_until
 from footprint import Footprint, is_sanitized
 from oem_client import (BY_ID, ONE_OF_MORE, TEXT, OemService, OemTest, connect_raw, container_entry, embedded_data,
                         embedded_entry, request_text, shake_hands)
 from program import state_of
-from test_isolation import NO_DEADLINE
 
 GOOD = f"{BASE}/VexoGood/G.1"
 GOOD_ANSWER = {"VexoGood": embedded_data("VexoGood", "G.1", A="fine")}
@@ -62,7 +61,7 @@ class EndpointProcess(OemTest):
     def test_one_that_is_killed_with_requests_on_their_way(self):
         with OemService(*sample(), options=NO_DEADLINE) as service, service.dealer() as dealer:
             dealer.send(1, "StuckOem", "G.1")
-            busy = service.await_busy_worker()
+            [busy] = service.await_busy_workers()
             process = service.endpoint_process()
             os.kill(process, signal.SIGKILL)
             service.await_new_endpoint_process(process)

@@ -5,9 +5,8 @@ import os
 import signal
 import unittest
 
-from cimgate_host import await_ends
+from cimgate_host import NO_DEADLINE, await_ends
 from oem_client import OemService, OemTest, request_text
-from test_isolation import NO_DEADLINE
 from test_oem_isolation import GOOD_ANSWER, sample
 
 
@@ -15,7 +14,7 @@ class Stop(OemTest):
     def test_request_that_is_being_answered_is_still_answered(self):
         with OemService(*sample(), options=("--request-timeout", "2")) as service, service.client() as client:
             client.send(request_text("StuckOem", "G.1"))
-            service.await_busy_worker()
+            service.await_busy_workers()
             service.stop()
             self.check_error(client.receive_json(), "TooLate")
             self.assertFalse(service.socket_path.exists())
@@ -48,7 +47,7 @@ class Stop(OemTest):
         self.addCleanup(service.discard)
         with service.client() as client:
             client.send(request_text("StuckOem", "G.1"))
-            service.await_busy_worker()
+            service.await_busy_workers()
             pids = service.pids()
             service.kill()
             await_ends(pids)

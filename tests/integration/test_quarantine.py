@@ -3,9 +3,9 @@
 
 import unittest
 
-from cimgate_host import BASE, Service, member_entry, wait_until
+from cimgate_host import BASE, NO_DEADLINE, Service, member_entry, wait_until
+from containment_service import GOOD, REAL, STUCK, sample
 from scripted_object_manager import ScriptedObjectManager, found
-from test_isolation import GOOD, NO_DEADLINE, REAL, STUCK, sample
 
 LIVE = f"{BASE}/VexoLive/L.1"
 

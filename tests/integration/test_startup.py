@@ -180,7 +180,7 @@ class Stops(unittest.TestCase):
     def test_request_that_is_being_answered_is_still_answered(self):
         with Service(mapping(), cache(), ["--request-timeout", "2"]) as service:
             stuck = service.start_get(STUCK)
-            service.await_busy_worker()
+            service.await_busy_workers()
             service.stop()
             answer = stuck.answer()
             self.assertEqual((answer.status, answer.get("Connection")), (504, "close"))
@@ -188,7 +188,7 @@ class Stops(unittest.TestCase):
     def test_second_signal_does_not_wait(self):
         with Service(mapping(), cache(), ["--request-timeout", "3600"]) as service:
             stuck = service.start_get(STUCK)
-            service.await_busy_worker()
+            service.await_busy_workers()
             pids = service.pids()
             service.process.send_signal(signal.SIGTERM)
             wait_until(lambda: not listens(service), "the end of listening")
@@ -202,7 +202,7 @@ class Stops(unittest.TestCase):
         service = Service(mapping(), cache()).start()
         self.addCleanup(service.discard)
         stuck = service.start_get(STUCK)
-        service.await_busy_worker()
+        service.await_busy_workers()
         pids = service.pids()
         service.kill()
         await_ends(pids)
