@@ -354,6 +354,12 @@ class SharedServiceTest(ServiceTest):
     def setUpClass(cls):
         cls.service = cls.enterClassContext(cls.make_service())
 
+    def resource(self, uri):
+        """The body of an answer that must be there."""
+        answer = self.service.get(uri)
+        self.assertEqual(answer.status, 200, uri)
+        return answer.json()
+
     def check_error(self, uri, status, *messages):
         answer = self.service.get(uri)
         self.check_failed(answer, status, *messages, uri=uri)

@@ -57,14 +57,9 @@ class Collections(SharedServiceTest):
     def make_service():
         return Service(*sample())
 
-    def page(self, uri):
-        answer = self.service.get(uri)
-        self.assertEqual(answer.status, 200, uri)
-        return answer.json()
-
     def check_page(self, uri, count, numbers, link):
         """One page: the number of rows in all, the rows it shows, and the exact next link (None: there is none)."""
-        page = self.page(uri)
+        page = self.resource(uri)
         self.assertEqual(page["Members@odata.count"], count, uri)
         self.assertEqual([member["Number"] for member in page["Members"]], list(numbers), uri)
         self.assertEqual(page.get("Members@odata.nextLink"), link, uri)
@@ -77,7 +72,7 @@ class Collections(SharedServiceTest):
     # ---- Sizes
 
     def test_empty_collection(self):
-        self.assertEqual(self.page(EMPTY), {
+        self.assertEqual(self.resource(EMPTY), {
             "@odata.id": EMPTY, "@odata.type": "#VexoEmptyCollection.VexoEmptyCollection",
             "@odata.context": "/redfish/v1/$metadata#VexoEmptyCollection.VexoEmptyCollection",
             "Id": "VexoEmptyCollection", "Name": "VexoEmptyCollection name",
@@ -100,7 +95,7 @@ class Collections(SharedServiceTest):
         uri = MANY
         while uri:
             links.append(uri)
-            page = self.page(uri)
+            page = self.resource(uri)
             self.assertEqual(page["Members@odata.count"], 120)
             seen += [member["Number"] for member in page["Members"]]
             uri = page.get("Members@odata.nextLink")
@@ -173,7 +168,7 @@ class Collections(SharedServiceTest):
     # ---- Members
 
     def test_members_are_shown_as_mapped(self):
-        shown = self.page(SHOWN)
+        shown = self.resource(SHOWN)
         annotations = {"@odata.type": "#VexoShown.v1_0_0.VexoShown",
                        "@odata.context": "/redfish/v1/$metadata#VexoShown.VexoShown", "Name": "VexoShown name",
                        "Description": "VexoShown description",

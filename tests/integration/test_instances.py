@@ -95,28 +95,23 @@ class Instances(SharedServiceTest):
     def make_service():
         return Service(*sample())
 
-    def instance(self, uri):
-        answer = self.service.get(uri)
-        self.assertEqual(answer.status, 200, uri)
-        return answer.json()
-
     # ---- Values
 
     def test_every_kind_of_value(self):
-        self.assertEqual(self.instance(f"{ALL}/Full.1"), {
+        self.assertEqual(self.resource(f"{ALL}/Full.1"), {
             "@odata.id": f"{ALL}/Full.1", "Id": "Full.1", "Name": "VexoAll name", **ANNOTATIONS, **FULL_SHOWN,
             "Actions": {"#VexoAll.Reset": {"target": f"{ALL}/Actions/VexoAll.Reset"}}})
 
     def test_null_cells_are_null(self):
-        shown = self.instance(f"{ALL}/Null")
+        shown = self.resource(f"{ALL}/Null")
         self.assertEqual({name: shown[name] for name in FULL_SHOWN}, dict.fromkeys(FULL_SHOWN))
 
     def test_empty_text_is_null_and_zero_is_not(self):
-        shown = self.instance(f"{ALL}/Empty")
+        shown = self.resource(f"{ALL}/Empty")
         self.assertEqual((shown["Text"], shown["Health"], shown["Small"], shown["Flag"]), (None, None, 0, False))
 
     def test_values_that_are_not_as_announced(self):
-        shown = self.instance(f"{ALL}/Odd")
+        shown = self.resource(f"{ALL}/Odd")
         self.assertEqual(shown["Health"], "99")  # not in the value map
         self.assertEqual(shown["State"], "off")
         self.assertIs(shown["Flag"], False)  # only 1 is true
@@ -125,19 +120,19 @@ class Instances(SharedServiceTest):
         self.assertEqual(shown["Modes"], ["On", "Off"])
 
     def test_array_counts_belong_to_collection_members_only(self):
-        self.assertNotIn("Names@odata.count", self.instance(f"{ALL}/Full.1"))
-        members = {member["Id"]: member for member in self.instance(f"{ALL}Collection")["Members"]}
+        self.assertNotIn("Names@odata.count", self.resource(f"{ALL}/Full.1"))
+        members = {member["Id"]: member for member in self.resource(f"{ALL}Collection")["Members"]}
         self.assertEqual(members["Full.1"]["Names@odata.count"], 2)
         self.assertEqual(members["Odd"]["Names@odata.count"], 9)
         self.assertEqual(members["Full.1"]["SpeedsShown@odata.count"], 2)
 
     def test_mapped_key_and_name_are_shown(self):
-        shown = self.instance(f"{BASE}/VexoKeyed/Dev.1")
+        shown = self.resource(f"{BASE}/VexoKeyed/Dev.1")
         self.assertEqual((shown["DeviceID"], shown["Id"], shown["Name"]), ("Dev.1", "Dev.1", "Mapped name"))
-        self.assertIsNone(self.instance(f"{BASE}/VexoKeyed/Dev.2")["Name"])
+        self.assertIsNone(self.resource(f"{BASE}/VexoKeyed/Dev.2")["Name"])
 
     def test_key_that_is_not_mapped_is_not_shown(self):
-        self.assertNotIn("InstanceID", self.instance(f"{ALL}/Full.1"))
+        self.assertNotIn("InstanceID", self.resource(f"{ALL}/Full.1"))
 
     # ---- Keys in URIs
 
@@ -146,7 +141,7 @@ class Instances(SharedServiceTest):
                                        ("plus+one", "plus+one", "plus+one"), ("50%25", "50%", "50%"),
                                        ("a%2Fb", "a/b", "a/b"), ("%C3%BC", "ü", "ü"),
                                        ("%46ull%2e1", "Full.1", "Full.1")]:
-            shown = self.instance(f"{ALL}/{encoded}")
+            shown = self.resource(f"{ALL}/{encoded}")
             self.assertEqual((shown["Id"], shown["@odata.id"]), (key, f"{ALL}/{shown_id}"), encoded)
 
     def test_missing_instance_is_not_found(self):
@@ -154,7 +149,7 @@ class Instances(SharedServiceTest):
                     "%22;drop%20table%20Tbl_XCIM_All;"):
             self.check_error(f"{ALL}/{key}", 404, ("Vexo.SYS403", ["VexoAll"]),
                              ("Base.ResourceMissingAtURI", ["VexoAll"]))
-        self.instance(f"{ALL}/Full.1")
+        self.resource(f"{ALL}/Full.1")
 
     def test_entry_without_a_key_is_not_found(self):
         for uri in (ALL, f"{ALL}/"):
@@ -162,30 +157,30 @@ class Instances(SharedServiceTest):
 
     def test_class_without_mapped_properties_has_only_its_key(self):
         # Its one column is the key, which is enough for a statement.
-        shown = self.instance(f"{BASE}/VexoBare/X")
+        shown = self.resource(f"{BASE}/VexoBare/X")
         self.assertEqual(set(shown), {"@odata.id", "@odata.type", "@odata.context", "Id", "Name", "Description"})
 
     # ---- Links
 
     def test_links_come_from_the_association_table(self):
         emm = "/redfish/v1/Vexo/Chassis/System.Embedded.1/VexoEnclosureEMM"
-        self.assertEqual(self.instance(f"{BASE}/VexoEnclosure/Enclosure.1")["Links"], {
+        self.assertEqual(self.resource(f"{BASE}/VexoEnclosure/Enclosure.1")["Links"], {
             "ComputerSystem": {"@odata.id": "/redfish/v1/Systems/1"},
             "VexoEnclosureEMMCollection": [{"@odata.id": f"{emm}/EMM.1"}, {"@odata.id": f"{emm}/EMM%232"}]})
-        self.assertEqual(self.instance(f"{BASE}/VexoEnclosure/Enclosure.2")["Links"]["VexoEnclosureEMMCollection"],
+        self.assertEqual(self.resource(f"{BASE}/VexoEnclosure/Enclosure.2")["Links"]["VexoEnclosureEMMCollection"],
                          [{"@odata.id": f"{emm}/EMM.3"}])
 
     def test_association_with_the_system_is_no_link(self):
         enclosure = "/redfish/v1/Vexo/Chassis/System.Embedded.1/VexoEnclosure/Enclosure.1"
-        self.assertEqual(self.instance(f"{BASE}/VexoEnclosureEMM/EMM.1")["Links"],
+        self.assertEqual(self.resource(f"{BASE}/VexoEnclosureEMM/EMM.1")["Links"],
                          {"VexoEnclosureCollection": [{"@odata.id": enclosure}]})
-        self.assertFalse(self.instance(f"{BASE}/VexoEnclosureEMM/EMM.9")["Links"])
+        self.assertFalse(self.resource(f"{BASE}/VexoEnclosureEMM/EMM.9")["Links"])
 
     def test_power_supply_links_come_from_the_key(self):
         sensor = "/redfish/v1/Vexo/Systems/System.Embedded.1/VexoPSNumericSensor/Tavix.Embedded.1%23PS2Current2"
-        self.assertEqual(self.instance(f"{BASE}/VexoPowerSupply/PSU.Slot.2")["Links"],
+        self.assertEqual(self.resource(f"{BASE}/VexoPowerSupply/PSU.Slot.2")["Links"],
                          {"VexoPSNumericSensorCollection": [{"@odata.id": sensor}]})
-        self.assertFalse(self.instance(f"{BASE}/VexoPowerSupply/PSU.None")["Links"])
+        self.assertFalse(self.resource(f"{BASE}/VexoPowerSupply/PSU.None")["Links"])
 
     # ---- Headers
 
@@ -222,7 +217,7 @@ class Instances(SharedServiceTest):
             self.assertEqual(answer.get("Retry-After"), "5")
 
     def test_readiness_ignores_case(self):
-        self.assertEqual(self.instance(f"{BASE}/VexoLowerCase/X")["A"], "y")
+        self.assertEqual(self.resource(f"{BASE}/VexoLowerCase/X")["A"], "y")
 
     def test_live_resources_need_an_object_manager(self):
         for uri in (f"{BASE}/VexoLive/X", f"{BASE}/VexoFixed"):
@@ -233,7 +228,7 @@ class Instances(SharedServiceTest):
 
     def test_singleton_comes_from_the_mapping_alone(self):
         actions = {"#VexoService.Run": {"target": f"{BASE}/VexoService/Actions/VexoService.Run"}}
-        self.assertEqual(self.instance(f"{BASE}/VexoService"), {
+        self.assertEqual(self.resource(f"{BASE}/VexoService"), {
             "@odata.id": f"{BASE}/VexoService", "@odata.type": "#VexoService.v1_0_0.VexoService",
             "@odata.context": "/redfish/v1/$metadata#VexoService.VexoService", "Id": "VexoService",
             "Name": "VexoService name", "Description": "VexoService description", "Actions": actions})

@@ -38,9 +38,7 @@ class Select(SharedServiceTest):
         return Service(*sample())
 
     def selected(self, uri, items):
-        answer = self.service.get(f"{uri}?$select={items}")
-        self.assertEqual(answer.status, 200, items)
-        return answer.json()
+        return self.resource(f"{uri}?$select={items}")
 
     def check_names(self, uri, items, names):
         self.assertEqual(set(self.selected(uri, items)) - ALWAYS, set(names), items)
