@@ -100,13 +100,15 @@ class Isolation(OemTest):
                     self.check_error(answer, "Busy", "5 seconds")
                 self.check_good(service)
 
-    def test_queue_that_is_full_is_busy(self):
+    def test_http_client_that_fills_the_queue_gives_way_to_the_message_queue(self):
         options = (*NO_DEADLINE, "--workers", "1")
         with OemService(*sample(), options=options) as service, Wires(service.base, 1 + WAITING + 2) as wires:
             for index in range(len(wires)):
                 wires.send(index, f"{STUCK}?n={index}")
             self.assertEqual([answer.status for answer in wires.read_answers(2)], [503, 503])
-            self.check_error(service.ask("GoodOem", "G.1"), "Busy", "5 seconds")
+            with service.client() as client:
+                client.send(request_text("GoodOem", "G.1"))
+                self.assertEqual([answer.status for answer in wires.read_answers(1)], [503])
             pids = service.pids()
             for number in (signal.SIGTERM, signal.SIGINT):  # the second one does not wait for them
                 service.process.send_signal(number)
