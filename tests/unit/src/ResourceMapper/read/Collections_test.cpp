@@ -1,18 +1,17 @@
+#include "Boxes.h"
 #include "LibraryTest.h"
 
 namespace {
 
+using support::Answer;
 using support::IsJson;
-using support::json;
 using support::logged;
 using support::loggedAnywhere;
 using support::loggedFrom;
+using support::PageCase;
 using support::Request;
 using support::StatementTrace;
 using ::testing::ElementsAre;
-
-constexpr const char* kNextLink = "Members@odata.nextLink";
-constexpr const char* kCount = "Members@odata.count";
 
 class Collection : public support::LibraryTest
 {
@@ -20,19 +19,7 @@ protected:
     // Maps the boxes; "paged" and "topSkip" are the collection's flags.
     void map(bool paged, bool topSkip) const
     {
-        Json::Value mapping = json(R"({
-            "VexoBoxes": {"@odata.id": "/r/VexoBoxes", "@odata.type": "#Boxes",
-                "@odata.context": "/ctx/Boxes", "Name": "All", "Description": "All boxes",
-                "is_collection": true, "allowed_operations": ["GET"], "Link_Header": "</boxes>",
-                "mappings": {"VexoBox": {}}},
-            "VexoBox": {"@odata.id": "/r/VexoBox", "@odata.type": "#Box",
-                "@odata.context": "/ctx/Box", "Name": "One", "Description": "One box",
-                "UniqueSelector": "Key", "mappings": {"XCIM_Box": {
-                    "properties": {"Size": {"cim_type": "uint32", "alias": "SizeMM"}},
-                    "Actions": {"#Box.Open": {"target": "/open"}}}}}})");
-        mapping["VexoBoxes"]["supports_nextlink"] = paged;
-        mapping["VexoBoxes"]["supports_top_skip"] = topSkip;
-        mMapping.Write(support::compact(mapping));
+        mMapping.Write(support::compact(support::boxMapping(paged, topSkip)));
     }
 
     // A table of boxes; sizes are 0, 1, 2 and so on.
@@ -44,20 +31,11 @@ protected:
                   (rows == 0 ? " where 0" : ""));
     }
 
-    struct Answer
-    {
-        _ResourceMapperError result;
-        Json::Value body;
-        Json::Value errorArgs;
-    };
-
     static Answer get(Request& request)
     {
-        Answer answer{request.mapper.ParseUri(RM_METHOD_GET), Json::Value(), Json::Value()};
-        EXPECT_EQ(answer.result, RM_OK);
-        answer.result = request.mapper.GetCollection(answer.body, true);
-        answer.errorArgs = request.mapper.mErrorArgs;
-        return answer;
+        return answerOf(request, [](ResourceMapper& mapper, Json::Value& body) {
+            return mapper.GetCollection(body, true);
+        });
     }
 
     static Answer get(const std::string& query)
@@ -67,42 +45,14 @@ protected:
     }
 };
 
-// A page: what is asked of a collection of so many rows, and what comes.
-struct PageCase
-{
-    int rows;
-    const char* query;
-    int first;
-    unsigned int members;
-    const char* nextLink; // null for none
-};
-
-void PrintTo(const PageCase& page, std::ostream* stream)
-{
-    *stream << page.query << " of " << page.rows;
-}
-
 class CollectionPage : public Collection, public ::testing::WithParamInterface<PageCase>
 {
 protected:
     // Checks the page; the collection is mapped.
-    void expectPage() const
+    void expectItsPage() const
     {
-        const PageCase& page = GetParam();
-        fill(page.rows);
-        const Answer answer = get(page.query);
-        ASSERT_EQ(answer.result, RM_OK);
-        const Json::Value& members = answer.body["Members"];
-        ASSERT_TRUE(members.isArray());
-        ASSERT_EQ(members.size(), page.members);
-        for (Json::ArrayIndex index = 0; index < members.size(); ++index) {
-            EXPECT_EQ(members[index]["SizeMM"].asInt(), page.first + static_cast<int>(index));
-        }
-        EXPECT_EQ(answer.body[kCount].asInt(), page.rows);
-        EXPECT_EQ(answer.body.isMember(kNextLink), page.nextLink != nullptr);
-        if (page.nextLink != nullptr) {
-            EXPECT_EQ(answer.body[kNextLink].asString(), page.nextLink);
-        }
+        fill(GetParam().boxes);
+        expectPage(get(GetParam().query), GetParam());
     }
 };
 
@@ -112,7 +62,7 @@ class PagedCollection : public CollectionPage
 TEST_P(PagedCollection, HasMembersCountAndNextLink)
 {
     map(true, true);
-    expectPage();
+    expectItsPage();
 }
 
 INSTANTIATE_TEST_SUITE_P(
@@ -145,7 +95,7 @@ class PagedWithoutOptions : public CollectionPage
 TEST_P(PagedWithoutOptions, IgnoresTopAndSkip)
 {
     map(true, false);
-    expectPage();
+    expectItsPage();
 }
 
 INSTANTIATE_TEST_SUITE_P(, PagedWithoutOptions,
@@ -160,7 +110,7 @@ class UnpagedWithOptions : public CollectionPage
 TEST_P(UnpagedWithOptions, HonoursTopAndSkipWithoutALink)
 {
     map(false, true);
-    expectPage();
+    expectItsPage();
 }
 
 INSTANTIATE_TEST_SUITE_P(, UnpagedWithOptions,
@@ -174,7 +124,7 @@ class UnpagedCollection : public CollectionPage
 TEST_P(UnpagedCollection, ComesWhole)
 {
     map(false, false);
-    expectPage();
+    expectItsPage();
 }
 
 INSTANTIATE_TEST_SUITE_P(, UnpagedCollection,

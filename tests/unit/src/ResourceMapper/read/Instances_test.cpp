@@ -1,9 +1,11 @@
+#include "Answer.h"
 #include "LibraryTest.h"
 
 #include <array>
 
 namespace {
 
+using support::Answer;
 using support::arrayCell;
 using support::IsJson;
 using support::json;
@@ -53,20 +55,11 @@ protected:
                   "('Box 2', 'Second', null, 'off', 'n', 8, 0, '5')");
     }
 
-    struct Answer
-    {
-        _ResourceMapperError result;
-        Json::Value body;
-        Json::Value errorArgs;
-    };
-
     static Answer get(Request& request)
     {
-        Answer answer{request.mapper.ParseUri(RM_METHOD_GET), Json::Value(), Json::Value()};
-        EXPECT_EQ(answer.result, RM_OK);
-        answer.result = request.mapper.GetInstance(answer.body, true);
-        answer.errorArgs = request.mapper.mErrorArgs;
-        return answer;
+        return answerOf(request, [](ResourceMapper& mapper, Json::Value& body) {
+            return mapper.GetInstance(body, true);
+        });
     }
 
     static Answer get(const std::string& path)

@@ -1,19 +1,18 @@
+#include "Boxes.h"
 #include "LiveTest.h"
 
 namespace {
 
+using support::Answer;
 using support::CimValue;
 using support::countLogged;
 using support::IsJson;
-using support::json;
 using support::logged;
 using support::loggedAnywhere;
+using support::PageCase;
 using support::Request;
 using support::scriptedCim;
 using ::testing::ElementsAre;
-
-constexpr const char* kLiveNextLink = "Members@odata.nextLink";
-constexpr const char* kLiveCount = "Members@odata.count";
 
 class LiveCollection : public support::LiveTest
 {
@@ -21,20 +20,12 @@ protected:
     // Maps the boxes; "paged" and "topSkip" are the collection's flags.
     void map(bool paged, bool topSkip) const
     {
-        Json::Value mapping = json(R"({
-            "VexoBoxes": {"@odata.id": "/r/VexoBoxes#", "@odata.type": "#Boxes",
-                "@odata.context": "/ctx/Boxes", "Name": "All", "Description": "All boxes",
-                "is_collection": true, "allowed_operations": ["GET"], "Link_Header": "</boxes>",
-                "mappings": {"VexoBox": {}}},
-            "VexoUri": {"@odata.id": "/r/VexoBoxes"},
-            "VexoBox": {"@odata.id": "/r/VexoBox", "@odata.type": "#Box",
-                "@odata.context": "/ctx/Box", "Name": "One", "Description": "One box",
-                "UniqueSelector": "Key", "Links": {"ComputerSystem": {"@odata.id": "/r/System"}},
-                "mappings": {"XCIM_Box": {
-                    "properties": {"Key": {}, "Size": {"alias": "SizeMM"}},
-                    "Actions": {"#Box.Open": {"target": "/open"}}}}}})");
-        mapping["VexoBoxes"]["supports_nextlink"] = paged;
-        mapping["VexoBoxes"]["supports_top_skip"] = topSkip;
+        Json::Value mapping = support::boxMapping(paged, topSkip);
+        mapping["VexoBoxes"]["@odata.id"] = "/r/VexoBoxes#";
+        mapping["VexoUri"]["@odata.id"] = "/r/VexoBoxes";
+        mapping["VexoBox"]["Links"]["ComputerSystem"]["@odata.id"] = "/r/System";
+        mapping["VexoBox"]["mappings"]["XCIM_Box"]["properties"]["Key"] =
+            Json::Value(Json::objectValue);
         mMapping.Write(support::compact(mapping));
     }
 
@@ -47,20 +38,11 @@ protected:
         }
     }
 
-    struct Answer
-    {
-        _ResourceMapperError result;
-        Json::Value body;
-        Json::Value errorArgs;
-    };
-
     static Answer get(Request& request)
     {
-        Answer answer{request.mapper.ParseUri(RM_METHOD_GET), Json::Value(), Json::Value()};
-        EXPECT_EQ(answer.result, RM_OK);
-        answer.result = request.mapper.GetCollection(answer.body);
-        answer.errorArgs = request.mapper.mErrorArgs;
-        return answer;
+        return answerOf(request, [](ResourceMapper& mapper, Json::Value& body) {
+            return mapper.GetCollection(body);
+        });
     }
 
     Answer get(const std::string& query)
@@ -70,67 +52,38 @@ protected:
     }
 };
 
-// A page: what is asked of a collection of so many instances, and what comes.
-struct LivePageCase
-{
-    int instances;
-    const char* query;
-    int first;
-    unsigned int members;
-    const char* nextLink; // null for none
-};
-
-void PrintTo(const LivePageCase& page, std::ostream* stream)
-{
-    *stream << page.query << " of " << page.instances;
-}
-
-class LivePage : public LiveCollection, public ::testing::WithParamInterface<LivePageCase>
+class LivePage : public LiveCollection, public ::testing::WithParamInterface<PageCase>
 {
 protected:
-    void expectPage()
+    void expectItsPage()
     {
-        const LivePageCase& page = GetParam();
-        fill(page.instances);
-        const Answer answer = get(page.query);
-        ASSERT_EQ(answer.result, RM_OK);
-        const Json::Value& members = answer.body["Members"];
-        ASSERT_TRUE(members.isArray());
-        ASSERT_EQ(members.size(), page.members);
-        EXPECT_EQ(answer.body[kLiveCount].asInt(), page.instances);
-        for (Json::ArrayIndex i = 0; i < members.size(); ++i) {
-            EXPECT_EQ(members[i]["SizeMM"].asInt(), page.first + static_cast<int>(i));
-        }
-        EXPECT_EQ(answer.body.isMember(kLiveNextLink), page.nextLink != nullptr);
-        if (page.nextLink != nullptr) {
-            EXPECT_EQ(answer.body[kLiveNextLink].asString(),
-                      std::string("/r/VexoBoxes") + page.nextLink);
-        }
+        fill(GetParam().boxes);
+        expectPage(get(GetParam().query), GetParam());
     }
 };
 
 TEST_P(LivePage, HasItsMembersAndItsNextLink)
 {
     map(true, true);
-    expectPage();
+    expectItsPage();
 }
 
 INSTANTIATE_TEST_SUITE_P(
     , LivePage,
-    ::testing::Values(LivePageCase{0, "", 0, 0, nullptr}, LivePageCase{1, "", 0, 1, nullptr},
-                      LivePageCase{49, "", 0, 49, nullptr}, LivePageCase{50, "", 0, 50, nullptr},
-                      LivePageCase{51, "", 0, 50, "?$skip=50"},
-                      LivePageCase{120, "", 0, 50, "?$skip=50"},
-                      LivePageCase{120, "?$skip=50", 50, 50, "?$skip=100"},
-                      LivePageCase{120, "?$skip=100", 100, 20, nullptr},
-                      LivePageCase{120, "?$skip=70", 70, 50, nullptr},
-                      LivePageCase{120, "?$skip=119", 119, 1, nullptr},
-                      LivePageCase{120, "?$top=5", 0, 5, nullptr},
-                      LivePageCase{120, "?$top=50", 0, 50, nullptr},
-                      LivePageCase{120, "?$top=51", 0, 50, "?$skip=50&$top=1"},
-                      LivePageCase{120, "?$top=70&$skip=10", 10, 50, "?$skip=60&$top=20"},
-                      LivePageCase{120, "?$top=100&$skip=60", 60, 50, "?$skip=110&$top=10"},
-                      LivePageCase{120, "?$top=120&$skip=118", 118, 2, nullptr}));
+    ::testing::Values(PageCase{0, "", 0, 0, nullptr}, PageCase{1, "", 0, 1, nullptr},
+                      PageCase{49, "", 0, 49, nullptr}, PageCase{50, "", 0, 50, nullptr},
+                      PageCase{51, "", 0, 50, "/r/VexoBoxes?$skip=50"},
+                      PageCase{120, "", 0, 50, "/r/VexoBoxes?$skip=50"},
+                      PageCase{120, "?$skip=50", 50, 50, "/r/VexoBoxes?$skip=100"},
+                      PageCase{120, "?$skip=100", 100, 20, nullptr},
+                      PageCase{120, "?$skip=70", 70, 50, nullptr},
+                      PageCase{120, "?$skip=119", 119, 1, nullptr},
+                      PageCase{120, "?$top=5", 0, 5, nullptr},
+                      PageCase{120, "?$top=50", 0, 50, nullptr},
+                      PageCase{120, "?$top=51", 0, 50, "/r/VexoBoxes?$skip=50&$top=1"},
+                      PageCase{120, "?$top=70&$skip=10", 10, 50, "/r/VexoBoxes?$skip=60&$top=20"},
+                      PageCase{120, "?$top=100&$skip=60", 60, 50, "/r/VexoBoxes?$skip=110&$top=10"},
+                      PageCase{120, "?$top=120&$skip=118", 118, 2, nullptr}));
 
 class LiveUnpaged : public LivePage
 {};
@@ -138,13 +91,13 @@ class LiveUnpaged : public LivePage
 TEST_P(LiveUnpaged, HasAllMembers)
 {
     map(false, false);
-    expectPage();
+    expectItsPage();
 }
 
 INSTANTIATE_TEST_SUITE_P(, LiveUnpaged,
-                         ::testing::Values(LivePageCase{0, "?$skip=1", 0, 0, nullptr},
-                                           LivePageCase{51, "", 0, 51, nullptr},
-                                           LivePageCase{60, "?$top=5&$skip=3", 0, 60, nullptr}));
+                         ::testing::Values(PageCase{0, "?$skip=1", 0, 0, nullptr},
+                                           PageCase{51, "", 0, 51, nullptr},
+                                           PageCase{60, "?$top=5&$skip=3", 0, 60, nullptr}));
 
 TEST_F(LiveCollection, BodyDescribesTheCollectionAndItsMembers)
 {
@@ -235,7 +188,7 @@ TEST_F(LiveCollection, EnumerationThatBreaksOffKeepsItsCount)
     const Answer answer = get("");
     ASSERT_EQ(answer.result, RM_OK);
     EXPECT_THAT(answer.body["Members"], IsJson("[]"));
-    EXPECT_EQ(answer.body[kLiveCount].asInt(), 3);
+    EXPECT_EQ(answer.body[support::kCount].asInt(), 3);
 }
 
 TEST_F(LiveCollection, FailuresOfTheObjectManagerAreConverted)

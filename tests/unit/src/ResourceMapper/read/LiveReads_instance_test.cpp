@@ -1,7 +1,9 @@
+#include "Answer.h"
 #include "LiveTest.h"
 
 namespace {
 
+using support::Answer;
 using support::CimMembers;
 using support::CimValue;
 using support::IsJson;
@@ -52,20 +54,11 @@ protected:
                 {"Other", CimValue::Text("not mapped")}};
     }
 
-    struct Answer
-    {
-        _ResourceMapperError result;
-        Json::Value body;
-        Json::Value errorArgs;
-    };
-
     static Answer get(Request& request)
     {
-        Answer answer{request.mapper.ParseUri(RM_METHOD_GET), Json::Value(), Json::Value()};
-        EXPECT_EQ(answer.result, RM_OK);
-        answer.result = request.mapper.GetInstance(answer.body);
-        answer.errorArgs = request.mapper.mErrorArgs;
-        return answer;
+        return answerOf(request, [](ResourceMapper& mapper, Json::Value& body) {
+            return mapper.GetInstance(body);
+        });
     }
 
     Answer get(const std::string& path)
