@@ -27,7 +27,7 @@ enum _ResourceMapperError : unsigned int {
     RM_PROPERTY_MISSING = 15,           // (400, SYS428, PropertyMissing)
     RM_INSTANCE_NOT_FOUND = 16,         // (404, SYS419)
     RM_QUERY_NOT_SUPPORTED = 17, // query option not supported (501, SYS451, QueryNotSupported)
-    RM_DATA_NOT_CACHED = 18      // class of a mapped resource not ready (500, GeneralError)
+    RM_DATA_NOT_CACHED = 18      // class of an embedded resource not ready (500, GeneralError)
 };
 
 // Appends the messages that report code to info and stores the HTTP status in *httpStatus.

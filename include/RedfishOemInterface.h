@@ -1,5 +1,5 @@
-// Composite data of a resource, for another component of the controller that embeds it: without a
-// web request and without CIM.
+// Embedded data, for other components of the controller: what a container of the mapping file shows
+// of several resources, without a web request and without CIM.
 #ifndef REDFISH_OEM_INTERFACE_H_
 #define REDFISH_OEM_INTERFACE_H_
 

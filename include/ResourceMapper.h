@@ -237,7 +237,7 @@ public:
     // cache; message queue only (aborts otherwise). Failures are logged and leave out without data.
     void QueryInstances(Json::Value& out, const std::string& clause, bool fromCache);
 
-    // ---- Mapped resources ----
+    // ---- Embedded data ----
 
     // Adds to out (null or an object) what a container embeds, for the message queue: of each
     // resource in the "instances" of its entry one instance, under the resource's name. Only the

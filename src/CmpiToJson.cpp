@@ -162,7 +162,8 @@ int CmpiJson::CmpiDataToJson(char* name, CMPIData& data, Json::Value& out)
         out[name] = Json::Value::nullSingleton();
         return 1;
     }
-    if ((data.type & CMPI_ARRAY) != 0) {
+    const bool isEmptyArray = data.type == CMPI_null && data.state == CMPI_goodValue;
+    if ((data.type & CMPI_ARRAY) != 0 || isEmptyArray) {
         return PopulateCmpiArrayValues(name, &data.value, data.type, out);
     }
     if ((data.type & CMPI_ENC) != 0) {
@@ -176,9 +177,6 @@ int CmpiJson::CmpiDataToJson(char* name, CMPIData& data, Json::Value& out)
     }
     if ((data.type & CMPI_REAL) != 0) {
         return PopulateCmpiRealValues(name, &data.value, data.type, out);
-    }
-    if (data.type == CMPI_null && data.state == CMPI_goodValue) {
-        return PopulateCmpiArrayValues(name, &data.value, data.type, out);
     }
     return 1;
 }

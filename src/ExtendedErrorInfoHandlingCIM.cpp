@@ -2,6 +2,7 @@
 
 #include "ErrorTables.h"
 #include "Log.h"
+#include "MessageArguments.h"
 
 #include <ExtendedErrorInfoHandling.h>
 
@@ -56,42 +57,6 @@ std::vector<std::string> argumentsOf(std::initializer_list<const char*> given)
     return args;
 }
 
-void insertProductMessage(ExtendedErrorInfoHandling& info, const char* id,
-                          const std::vector<std::string>& args)
-{
-    switch (args.size()) {
-    case 0:
-        info.InsertMessageID(id, "");
-        break;
-    case 1:
-        info.InsertMessageID(id, "", args[0].c_str());
-        break;
-    case 2:
-        info.InsertMessageID(id, "", args[0].c_str(), args[1].c_str());
-        break;
-    default:
-        info.InsertMessageID(id, "", args[0].c_str(), args[1].c_str(), args[2].c_str());
-    }
-}
-
-void insertBaseMessage(ExtendedErrorInfoHandling& info, const char* name,
-                       const std::vector<std::string>& args)
-{
-    switch (args.size()) {
-    case 0:
-        info.InsertBaseMessageID(name, "");
-        break;
-    case 1:
-        info.InsertBaseMessageID(name, "", args[0].c_str());
-        break;
-    case 2:
-        info.InsertBaseMessageID(name, "", args[0].c_str(), args[1].c_str());
-        break;
-    default:
-        info.InsertBaseMessageID(name, "", args[0].c_str(), args[1].c_str(), args[2].c_str());
-    }
-}
-
 int appendMessages(unsigned int code, ExtendedErrorInfoHandling& info, unsigned int* httpStatus,
                    const std::vector<std::string>& args)
 {
@@ -133,10 +98,11 @@ void insertMessages(ExtendedErrorInfoHandling& info, const char* messageId, cons
                     const std::vector<std::string>& args)
 {
     if (messageId != nullptr) {
-        insertProductMessage(info, messageId, args);
+        withArguments(args, [&](auto... texts) { info.InsertMessageID(messageId, "", texts...); });
     }
     if (baseMessage != nullptr) {
-        insertBaseMessage(info, baseMessage, args);
+        withArguments(args,
+                      [&](auto... texts) { info.InsertBaseMessageID(baseMessage, "", texts...); });
     }
 }
 

@@ -90,24 +90,10 @@ void sendErrorResponse(ResourceMapper& mapper, _ResourceMapperError code)
     LOG_AT(LOG_STEP, "Entering");
     unsigned int status = kInternalServerError;
     const std::vector<std::string> args = pendingErrorArguments(mapper);
-    switch (args.size()) {
-    case 0:
-        AppendExtendedErrorMessages(code, mapper.mExtendedErrorInfo, &status);
-        break;
-    case 1:
-        AppendExtendedErrorMessages(code, mapper.mExtendedErrorInfo, &status, args[0].c_str());
-        break;
-    case 2:
-        AppendExtendedErrorMessages(code, mapper.mExtendedErrorInfo, &status, args[0].c_str(),
-                                    args[1].c_str());
-        break;
-    case kMaxArguments:
-        AppendExtendedErrorMessages(code, mapper.mExtendedErrorInfo, &status, args[0].c_str(),
-                                    args[1].c_str(), args[2].c_str());
-        break;
-    default:
-        RM_ASSERT(false);
-    }
+    RM_ASSERT_TEXT(args.size() <= kMaxArguments, "false");
+    withArguments(args, [&](auto... texts) {
+        AppendExtendedErrorMessages(code, mapper.mExtendedErrorInfo, &status, texts...);
+    });
     sendExtendedError(mapper, status, "Check syslog for more details on failure");
 }
 
