@@ -12,17 +12,17 @@ namespace cimgate {
 inline CMPIValue* charsValue(const std::string& text)
 {
     void* address = const_cast<char*>(text.c_str());
-    return static_cast<CMPIValue*>(address); // never read as the union, which wants an alignment
+    return static_cast<CMPIValue*>(address); // not aligned as the union is, and never read as one
 }
 
-// Adds a key to an object path. A path refuses no more than a name that it has; without the key,
-// the object manager says what is wrong.
+// Adds a key to an object path. The only failure is a name that the path has already: it is
+// ignored, and the object manager reports the key that is missing.
 inline void addTextKey(CMPIObjectPath* path, const std::string& name, const std::string& text)
 {
     const CimStatus refused(path->ft->addKey(path, name.c_str(), charsValue(text), CMPI_chars));
 }
 
-// Adds an argument; a list refuses no more than a name that it has.
+// Adds an argument. The only failure, ignored as well, is a name that the list has already.
 inline void addTextArgument(CMPIArgs* args, const std::string& name, const std::string& text)
 {
     const CimStatus refused(args->ft->addArg(args, name.c_str(), charsValue(text), CMPI_chars));

@@ -210,7 +210,7 @@ int SfccSession::InvokeMethod(CMPIData& result, const std::string& methodName, C
     cimgate::CimStatus status;
     result = mClient->ft->invokeMethod(mClient, path, methodName.c_str(), in, out, status.out());
     if (status.failed()) {
-        // Log scanners look for one text for both operations.
+        // The text of a failed enumeration: those who search the logs look for it here too.
         LOG_AT(LOG_ERROR, "Error> enumInstances: rc(%d), msg(%s)", status.code(), status.message());
     }
     return status.code();

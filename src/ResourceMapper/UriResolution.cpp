@@ -46,7 +46,8 @@ _ResourceMapperError resolveBelowRegistered(ResourceMapper& mapper, int method, 
     if ((allowed & RM_METHOD_POST) != 0) {
         return refuseUri(uri);
     }
-    // A URI registered for neither method names nothing; the caller's assertion ends that.
+    // A URI that is registered for neither method: no resource is named, on which ParseUri()
+    // aborts.
     return parentIsRead ? refusePostToInstance(mapper, pEntityName, uri) : RM_OK;
 }
 
@@ -76,7 +77,7 @@ _ResourceMapperError ResourceMapper::ParseUri(int method)
     RM_ASSERT_TEXT(entity != nullptr, "pEntityName != NULL");
     LOG_AT(LOG_FACT, " entity Name %s ", entity);
     if (const auto rc = checkResource(entity, false); rc != RM_OK) {
-        // The client's message carries no name here, whatever the look-up noted.
+        // The look-up has set the resource's name as message argument; clients get none here.
         return cimgate::failWith(mErrorArgs, rc, "");
     }
     // A read is not held to its entry's "@odata.id": entries are found by name, and a name may be

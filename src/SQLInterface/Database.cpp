@@ -83,7 +83,7 @@ int SQLInterface::GetInstanceCount(std::string tail, unsigned int* count)
     LOG_SCOPE();
     Statement statement;
     if (GetPrepareStatement(baseCountQuery + tail, statement.slot(), "") != SQLITE_OK) {
-        // Stepping the missing statement reports misuse, which is the result then.
+        // Stepping the missing statement gives SQLITE_MISUSE, which becomes the result.
         LOG_AT(LOG_ERROR, "Prepare statement failed");
     }
     const int rc = sqlite3_step(statement.get());

@@ -246,7 +246,7 @@ void blobCellToJson(sqlite3_stmt* stmt, int index, Column& column, const std::st
         out = Json::Value::nullSingleton();
         return;
     }
-    void* const aligned = copy.get(); // for any type, as what "new" gives is
+    void* const aligned = copy.get(); // what "new" gives is aligned for any type
     auto* blob = static_cast<__blobData*>(aligned);
     LOG_AT(LOG_STEP, "Blob data type:%d and count:%d", blob->type, blob->count);
     LOG_AT(LOG_STEP, "Blob data :%s", &blob->data[0]);

@@ -180,7 +180,7 @@ void mapOutputs(const ResourceMapper& mapper, Json::Value& response)
 {
     LOG_SCOPE_AS("AddValueMapToOutparam");
     const Json::Value& outputs = objectOf(methodDeclaration(mapper, mapping::kOutputs));
-    // One for the whole call: a shorter array keeps the rest of a longer one before it.
+    // One for the whole call: an array that follows a longer one keeps the rest of it.
     Json::Value collected(Json::arrayValue);
     for (auto declared = outputs.begin(); declared != outputs.end(); ++declared) {
         const std::string name = declared.name();

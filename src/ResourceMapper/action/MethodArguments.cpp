@@ -143,7 +143,7 @@ void addFixedKeys(CMPIObjectPath* path, const std::string& fixed)
     }
 }
 
-// SFCC keeps the key of a reference in a buffer of 2048 bytes and does not look.
+// SFCC keeps the key of a reference in a buffer of 2048 bytes and does not check its length.
 constexpr size_t kMaxUriBytes = 1024;
 
 // A resource's URI by its two last segments; both are empty where it has no such shape.
@@ -157,7 +157,7 @@ struct ResourceAddress
         }
         const std::string prefix = uri.substr(0, slash);
         const size_t parent = prefix.rfind('/');
-        // "/Name" keeps its slash: no resource is called so.
+        // Of "/Name" the slash stays, so that no resource is found.
         resource = parent == 0 || parent == std::string::npos ? prefix : prefix.substr(parent + 1);
         keyVal = uri.substr(slash + 1);
     }

@@ -86,7 +86,7 @@ void sendExtendedError(ResourceMapper& mapper, unsigned int status, const char* 
 void sendErrorResponse(ResourceMapper& mapper, _ResourceMapperError code)
 {
     LOG_SCOPE_AS("SendExtendedErrorResponse");
-    // Log scanners count on the second line of this operation.
+    // A second line, which those who search the logs count on.
     LOG_AT(LOG_STEP, "Entering");
     unsigned int status = kInternalServerError;
     const std::vector<std::string> args = pendingErrorArguments(mapper);
@@ -137,7 +137,7 @@ void sendActionErrors(ResourceMapper& mapper, const Json::Value& messageIds,
     const std::vector<std::string> ids = textsOf(messageIds);
     std::vector<std::string> arguments = textsOf(args);
     arguments.resize(ids.size());
-    // One for the whole response: what an earlier message set holds for the later ones.
+    // One for the whole response: a message without a row takes what the one before it has set.
     PostError error;
     for (size_t i = 0; i < ids.size(); ++i) {
         LOG_AT(LOG_STEP, "MessageID is:%s", ids[i].c_str());

@@ -106,7 +106,7 @@ void addCommonProperties(const ResourceMapper& mapper, Json::Value& obj,
 void addName(const ResourceMapper& mapper, Json::Value& obj, const Json::Value& selectList,
              bool ofMember)
 {
-    // A mapped property of that name is the better one.
+    // A mapped property of that name goes before the name that the mapping gives.
     if (isSelected(selectList, "Name") && !hasMember(obj, "Name")) {
         obj["Name"] = metadata(mapper, "Name", ofMember);
     }

@@ -22,8 +22,8 @@ void registerActions(const Json::Value& entry, std::vector<RegisteredUri>& uris)
     }
 }
 
-// Reads of who only asks where a request belongs: what is wrong with the entry is told by those who
-// answer the request.
+// Where only the way of a request is asked for, nothing is logged: what is wrong with an entry is
+// logged when the request is answered.
 const Json::Value& silentMember(const Json::Value& value, std::string_view key)
 {
     const Json::Value* member =

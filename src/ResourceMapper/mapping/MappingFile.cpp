@@ -70,8 +70,8 @@ _ResourceMapperError checkResource(ResourceMapper& mapper, const std::string& na
         LOG_AT(LOG_ERROR, "Resource not found in RMF");
         return failWith(mapper.mErrorArgs, RM_RESOURCE_NOT_IN_RMF, name);
     }
-    // The entry is large: the one that was copied to resolve an instance's URI serves for the
-    // instance. (Of a collection the mapper holds its member's.)
+    // An entry is large: one that was copied to resolve the URI of an instance is not copied again
+    // to read it. Of a collection the mapper holds the member's entry, not its own.
     if (mapper.mOemResourceName != name || mapper.mResourceObj.isNull() || mapper.mIsCollection) {
         // A copy: name may be the mapper's own mOemResourceName.
         mapper.mOemResourceName = std::string(name);

@@ -150,8 +150,8 @@ _ResourceMapperError readCachedCollection(ResourceMapper& mapper, Json::Value& o
     if (const auto rc = readMembers(mapper, out, paging); rc != RM_OK) {
         return rc;
     }
-    // "Not below" on purpose: a page that ends with the last member still links on, and clients
-    // that follow the link learn it from the answer.
+    // A page that ends with the last member has a link too. Clients that follow it learn from the
+    // answer that there is no more.
     if (mapper.mSupportsNextLink && paging.top >= kPageMembers &&
         paging.count >= paging.skip + kPageMembers) {
         setNextLink(mapper, out, paging, true);

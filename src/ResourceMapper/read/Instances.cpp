@@ -90,7 +90,7 @@ void completeAnswer(ResourceMapper& mapper, Json::Value& answer)
 {
     LOG_SCOPE_AS("ApplyFilterToGetInstance");
     const std::string unique = textOf(mapper.mResourceObj, mapping::kUniqueSelector);
-    (void)classProperties(mapper); // logs, as every shaping of an answer does
+    (void)classProperties(mapper); // for its log lines, which each answer has
     LOG_AT(LOG_STEP, "%s", kNoSelect);
     (void)annotate(mapper, answer, Json::Value::nullSingleton(), true);
     removeUnmappedKey(mapper, answer, unique);

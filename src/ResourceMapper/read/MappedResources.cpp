@@ -127,7 +127,8 @@ std::optional<InstanceKey> keyByRegex(const std::string& regex, std::string quer
     return InstanceKey{transformed, false};
 }
 
-// Nothing where the container's id says of no instance of the resource that it belongs to it.
+// Nothing where the container's id does not match the resource's expression: the container has no
+// such instance then.
 std::optional<InstanceKey> keyOf(const std::string& regex, std::string query, const std::string& id)
 {
     if (!regex.empty()) {
