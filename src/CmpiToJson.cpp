@@ -87,33 +87,24 @@ int CmpiJson::PopulateCmpiSimpleValues(char* name, CMPIValue* value, unsigned sh
                                        Json::Value& out)
 {
     LOG_SCOPE();
-    switch (type) {
-    case CMPI_boolean:
+    if (type == CMPI_boolean) {
         out[name] = value->boolean != 0;
-        return 1;
-    case CMPI_char16:
-        return 0;
-    default:
+    } else if (type != CMPI_char16) {
         LOG_AT(LOG_STEP, "CmpiJson::PopulateCmpiSimpleValues : Did not match data types");
-        return 1;
     }
+    return type == CMPI_char16 ? 0 : 1;
 }
 
 int CmpiJson::PopulateCmpiRealValues(char* name, CMPIValue* value, unsigned short type,
                                      Json::Value& out)
 {
     LOG_SCOPE();
-    switch (type) {
-    case CMPI_real32:
-        out[name] = static_cast<double>(value->real32);
-        return 1;
-    case CMPI_real64:
-        out[name] = value->real64;
-        return 1;
-    default:
+    if (type == CMPI_real32 || type == CMPI_real64) {
+        out[name] = type == CMPI_real64 ? value->real64 : static_cast<double>(value->real32);
+    } else {
         LOG_AT(LOG_STEP, "CmpiJson::PopulateCmpiRealValues : Did not match data types");
-        return 1;
     }
+    return 1;
 }
 
 // Of 32-bit values only the low 32 bits count: the client's types are as wide as a long, and not
