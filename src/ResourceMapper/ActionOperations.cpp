@@ -62,6 +62,7 @@ unsigned int ResourceMapper::AddRefToArgs(CMPIArgs* args, char* argName, char* n
     return cimgate::addReference(args, argName, name, uri, errorArgs);
 }
 
+// NOLINTNEXTLINE(readability-make-member-function-const): part of the interface as it is
 void ResourceMapper::AddValueMapToOutparam(Json::Value& response, CMPIData& /*returnValue*/)
 {
     cimgate::mapOutputs(*this, response);

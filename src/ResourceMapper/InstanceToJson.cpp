@@ -77,6 +77,7 @@ _ResourceMapperError ResourceMapper::AddOdataMetaData(Json::Value& obj, bool /*i
     return cimgate::annotate(*this, obj, selectList, isTarget);
 }
 
+// NOLINTNEXTLINE(readability-make-member-function-const): part of the interface as it is
 void ResourceMapper::SetLinks(Json::Value& obj, std::string key)
 {
     cimgate::addLinks(*this, obj, key);
