@@ -74,6 +74,24 @@ bool advanceTo(PlannedJob& job, unsigned int percent)
     return percent == kDone;
 }
 
+// Puts a step behind all that come earlier or at the same time. Its values are those of its time.
+bool planStep(const Json::Value& described, const ClassEntry& cls, CallValues known,
+              PlannedJob& planned, cimxml::CimError& error)
+{
+    PlannedJob::Step step{described["percent"].asUInt(), {{planned.path, {}}}};
+    known.now = planned.start + planned.duration * step.percent / kDone;
+    if (!evaluateProperties(described["properties"], known, cls, step.changes.front().properties,
+                            error) ||
+        !evaluateChanges(described["set"], known, step.changes, error)) {
+        return false;
+    }
+    const auto later =
+        std::find_if(planned.steps.begin(), planned.steps.end(),
+                     [&step](const auto& other) { return other.percent > step.percent; });
+    planned.steps.insert(later, std::move(step));
+    return true;
+}
+
 } // namespace
 
 bool Jobs::plan(const Json::Value& described, NameSpace& nameSpace, const CallValues& call,
@@ -100,19 +118,10 @@ bool Jobs::plan(const Json::Value& described, NameSpace& nameSpace, const CallVa
     if (!evaluateProperties(described["properties"], known, *cls, planned.instance, error)) {
         return false;
     }
-    for (const Json::Value& step : described["steps"]) {
-        PlannedJob::Step& made = planned.steps.emplace_back();
-        made.percent = step["percent"].asUInt();
-        known.now = planned.start + planned.duration * made.percent / kDone;
-        InstanceChange& own = made.changes.emplace_back(InstanceChange{planned.path, {}});
-        if (!evaluateProperties(step["properties"], known, *cls, own.properties, error) ||
-            !evaluateChanges(step["set"], known, made.changes, error)) {
-            return false;
-        }
-    }
-    std::stable_sort(planned.steps.begin(), planned.steps.end(),
-                     [](const auto& a, const auto& b) { return a.percent < b.percent; });
-    return true;
+    const Json::Value& steps = described["steps"];
+    return std::all_of(steps.begin(), steps.end(), [&](const Json::Value& step) {
+        return planStep(step, *cls, known, planned, error);
+    });
 }
 
 bool Jobs::start(PlannedJob planned, cimxml::CimError& error)

@@ -109,7 +109,8 @@ cimxml::ObjectPath messagePath(const CMPIObjectPath* path)
     for (unsigned int i = 0; i < source.keys.count; ++i) {
         const NamedValue& key = source.keys.items[i];
         cimxml::Value value = messageValue(key.data);
-        if (!value.isNull && !value.isArray) { // a key is neither; without it, the server says so
+        // No key is null or an array. Where one is left out, the object manager says so.
+        if (!value.isNull && !value.isArray) {
             result.keys.push_back({key.name, value.type, std::move(value.scalar), false});
         }
     }
