@@ -32,8 +32,8 @@ private:
 
     struct Member
     {
-        const char* name;
-        Check check;
+        const char* name = nullptr;
+        Check check = nullptr;
         bool isRequired = false;
     };
 
@@ -114,11 +114,14 @@ bool Checker::members(const Json::Value& json, std::initializer_list<Member> kno
     if (!json.isObject()) {
         return wrong("give an object with " + list);
     }
-    for (const std::string& name : json.getMemberNames()) {
-        if (std::none_of(known.begin(), known.end(),
-                         [&name](const Member& member) { return name == member.name; })) {
-            return wrong("\"" + name + "\" has no meaning here; there are " + list);
-        }
+    const auto isUnknown = [&known](const std::string& name) {
+        return std::none_of(known.begin(), known.end(),
+                            [&name](const Member& member) { return name == member.name; });
+    };
+    const std::vector<std::string> names = json.getMemberNames();
+    const auto unknown = std::find_if(names.begin(), names.end(), isUnknown);
+    if (unknown != names.end()) {
+        return wrong("\"" + *unknown + "\" has no meaning here; there are " + list);
     }
     return std::all_of(known.begin(), known.end(), [&](const Member& member) {
         return (!member.isRequired && !json.isMember(member.name)) ||

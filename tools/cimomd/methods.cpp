@@ -136,9 +136,9 @@ bool Methods::add(const std::string& text, Repository& repository, std::string& 
     if (!parse(text, root, problem)) {
         return false;
     }
-    problem = kShape;
     if (!root.isObject() || root.size() != 2 || !root["namespace"].isString() ||
         !root["methods"].isObject()) {
+        problem = kShape;
         return false;
     }
     const NameSpace* const nameSpace = repository.find(root["namespace"].asString());
@@ -176,8 +176,11 @@ bool Methods::describe(const NameSpace& nameSpace, const std::string& name,
     if (!checkDescription(cases, *method, problem)) {
         return false;
     }
-    problem = ": it is described twice; keep one";
-    return mDescriptions.try_emplace({cls, lowered(method->name)}, cases).second;
+    if (!mDescriptions.try_emplace({cls, lowered(method->name)}, cases).second) {
+        problem = ": it is described twice; keep one";
+        return false;
+    }
+    return true;
 }
 
 const Json::Value* Methods::findCases(const ClassEntry& cls, const cimxml::Method& method) const
