@@ -1,10 +1,10 @@
 #include "query.h"
 
 #include "cim_status.h"
-#include "query_tokens.h"
 #include "values.h"
 
 #include <algorithm>
+#include <cctype>
 #include <compare>
 #include <type_traits>
 #include <utility>
@@ -20,41 +20,55 @@ constexpr unsigned int kMaxNesting = 64;
 
 constexpr const char* kSupported =
     "; supported is SELECT * | property, ... FROM class [WHERE condition] with =, <>, <, <=, >, "
-    ">=, "
-    "IS NULL, IS NOT NULL, AND, OR and parentheses: no NOT, no LIKE, no aliases, no functions";
+    ">=, IS NULL, IS NOT NULL, AND, OR and parentheses: no NOT, no LIKE, no aliases, no functions";
 
+bool isSpace(char c)
+{
+    return std::isspace(static_cast<unsigned char>(c)) != 0;
+}
+
+bool isDigit(char c)
+{
+    return std::isdigit(static_cast<unsigned char>(c)) != 0;
+}
+
+bool isNamePart(char c)
+{
+    const auto byte = static_cast<unsigned char>(c);
+    return std::isalnum(byte) != 0 || c == '_' || byte >= 0x80;
+}
+
+// Whether it is a number that the property's type can hold shows when it becomes a value.
+bool isNumberPart(char c)
+{
+    return isNamePart(c) || c == '.' || c == '+' || c == '-';
+}
+
+std::string_view leading(std::string_view text, bool (*belongs)(char))
+{
+    const auto end = std::find_if_not(text.begin(), text.end(), belongs);
+    return text.substr(0, static_cast<size_t>(end - text.begin()));
+}
+
+// By what holds of an order.
 struct Comparison
 {
+    bool holds(std::partial_ordering order) const
+    {
+        return (isLess && std::is_lt(order)) || (isEqual && std::is_eq(order)) ||
+               (isGreater && std::is_gt(order));
+    }
+
     std::string_view symbol;
-    bool (*holds)(std::partial_ordering order);
+    bool isLess;
+    bool isEqual;
+    bool isGreater;
 };
 
-constexpr Comparison kComparisons[] = {
-    {"=",
-     [](std::partial_ordering order) {
-         return order == 0;
-     }},
-    {"<>",
-     [](std::partial_ordering order) {
-         return order != 0;
-     }},
-    {"<",
-     [](std::partial_ordering order) {
-         return order < 0;
-     }},
-    {"<=",
-     [](std::partial_ordering order) {
-         return order <= 0;
-     }},
-    {">",
-     [](std::partial_ordering order) {
-         return order > 0;
-     }},
-    {">=",
-     [](std::partial_ordering order) {
-         return order >= 0;
-     }},
-};
+// The longer ones come before those that they begin with.
+constexpr Comparison kComparisons[] = {{"=", false, true, false}, {"<>", true, false, true},
+                                       {"<=", true, true, false}, {"<", true, false, false},
+                                       {">=", false, true, true}, {">", false, false, true}};
 
 // Of values of one type.
 std::partial_ordering compare(const cimxml::Scalar& a, const cimxml::Scalar& b)
@@ -72,16 +86,18 @@ std::partial_ordering compare(const cimxml::Scalar& a, const cimxml::Scalar& b)
         a, b);
 }
 
-// What values of a type are compared with; Symbol: with nothing.
-QueryToken::Kind kindOfLiteral(cimxml::Type type)
+enum class LiteralKind { Number, Text, Boolean, None };
+
+// What values of a type are compared with.
+LiteralKind literalKindOf(cimxml::Type type)
 {
     if (cimxml::isUnsigned(type) || cimxml::isSigned(type) || cimxml::isReal(type)) {
-        return QueryToken::Kind::Number;
+        return LiteralKind::Number;
     }
     if (type == cimxml::Type::String) {
-        return QueryToken::Kind::Text;
+        return LiteralKind::Text;
     }
-    return type == cimxml::Type::Boolean ? QueryToken::Kind::Name : QueryToken::Kind::Symbol;
+    return type == cimxml::Type::Boolean ? LiteralKind::Boolean : LiteralKind::None;
 }
 
 Condition joined(Condition a, Condition b, bool needsBoth)
@@ -94,19 +110,23 @@ Condition joined(Condition a, Condition b, bool needsBoth)
 class Parser
 {
 public:
-    Parser(const std::vector<QueryToken>& tokens, const NameSpace& nameSpace, Query& query,
-           cimxml::CimError& error)
-        : mTokens(tokens), mNameSpace(nameSpace), mQuery(query), mError(error)
-    {}
+    Parser(std::string_view text, const NameSpace& nameSpace, Query& query, cimxml::CimError& error)
+        : mText(text), mNameSpace(nameSpace), mQuery(query), mError(error)
+    {
+        take(0);
+    }
 
     bool run();
 
 private:
-    const QueryToken& next() const { return mTokens[mAt]; }
-    bool nextIsKeyword(const char* keyword) const;
-    bool takeKeyword(const char* keyword);
+    void take(size_t bytes);
+    std::string_view word() const { return leading(mRest, isNamePart); }
+    bool takeKeyword(std::string_view keyword);
     bool takeSymbol(std::string_view symbol);
     bool takeName(std::string& name);
+    bool takeText(std::string& text);
+    bool takeLiteral(std::string& text, LiteralKind& kind);
+    std::string offset() const { return std::to_string(mText.size() - mRest.size()); }
     bool expected(const std::string& what);
     bool invalid(const std::string& problem) { return fail(mError, kInvalidQuery, problem); }
 
@@ -122,49 +142,85 @@ private:
     bool readComparison(size_t property, Condition& condition);
     bool readLiteral(const cimxml::Property& property, cimxml::Scalar& literal);
 
-    const std::vector<QueryToken>& mTokens;
+    std::string_view mText;
+    std::string_view mRest = mText; // begins with a word or a symbol
     const NameSpace& mNameSpace;
     Query& mQuery;
     cimxml::CimError& mError;
-    size_t mAt = 0;
     unsigned int mNesting = 0;
 };
 
-bool Parser::nextIsKeyword(const char* keyword) const
+void Parser::take(size_t bytes)
 {
-    return next().kind == QueryToken::Kind::Name && cimxml::equalsIgnoreCase(next().text, keyword);
+    mRest.remove_prefix(bytes);
+    mRest.remove_prefix(leading(mRest, isSpace).size());
 }
 
-bool Parser::takeKeyword(const char* keyword)
+bool Parser::takeKeyword(std::string_view keyword)
 {
-    const bool isThere = nextIsKeyword(keyword);
-    mAt += isThere ? 1 : 0;
+    const bool isThere = cimxml::equalsIgnoreCase(word(), keyword);
+    take(isThere ? keyword.size() : 0);
     return isThere;
 }
 
 bool Parser::takeSymbol(std::string_view symbol)
 {
-    const bool isThere = next().kind == QueryToken::Kind::Symbol && next().text == symbol;
-    mAt += isThere ? 1 : 0;
+    const bool isThere = mRest.starts_with(symbol);
+    take(isThere ? symbol.size() : 0);
     return isThere;
 }
 
 bool Parser::takeName(std::string& name)
 {
-    const bool isThere = next().kind == QueryToken::Kind::Name && !nextIsKeyword("NOT");
-    if (isThere) {
-        name = next().text;
-        ++mAt;
+    name = word();
+    if (name.empty() || isDigit(name.front()) || cimxml::equalsIgnoreCase(name, "NOT")) {
+        return false;
     }
-    return isThere;
+    take(name.size());
+    return true;
+}
+
+// A backslash stands before a quote or a backslash that means itself.
+bool Parser::takeText(std::string& text)
+{
+    const char quote = mRest.front();
+    for (size_t i = 1; i < mRest.size(); ++i) {
+        if (mRest[i] == quote) {
+            take(i + 1);
+            return true;
+        }
+        const char escaped = mRest[i] == '\\' && i + 1 < mRest.size() ? mRest[i + 1] : '\0';
+        i += escaped == quote || escaped == '\\' ? 1 : 0;
+        text += mRest[i];
+    }
+    return invalid("a text without its closing quote at offset " + offset() + kSupported);
+}
+
+bool Parser::takeLiteral(std::string& text, LiteralKind& kind)
+{
+    const char first = mRest.empty() ? '\0' : mRest.front();
+    if (first == '\'' || first == '"') {
+        kind = LiteralKind::Text;
+        return takeText(text);
+    }
+    const bool isNumber = isDigit(first) || first == '-' || first == '+';
+    kind = isNumber ? LiteralKind::Number : LiteralKind::Boolean;
+    text = leading(mRest, isNumber ? isNumberPart : isNamePart);
+    if (!isNumber && !cimxml::equalsIgnoreCase(text, "TRUE") &&
+        !cimxml::equalsIgnoreCase(text, "FALSE")) {
+        return expected("a literal");
+    }
+    take(text.size());
+    return true;
 }
 
 // Always false.
 bool Parser::expected(const std::string& what)
 {
-    const bool isEnd = next().kind == QueryToken::Kind::End;
-    return invalid("expected " + what + " at offset " + std::to_string(next().offset) +
-                   (isEnd ? ", where the query ends" : " instead of " + next().text) + kSupported);
+    const std::string_view found = word().empty() ? mRest.substr(0, 1) : word();
+    return invalid("expected " + what + " at offset " + offset() +
+                   (found.empty() ? ", where the query ends" : " instead of ") +
+                   std::string(found) + kSupported);
 }
 
 bool Parser::run()
@@ -181,7 +237,7 @@ bool Parser::run()
     if (takeKeyword("WHERE") && !readAlternatives(mQuery.selects)) {
         return false;
     }
-    return next().kind == QueryToken::Kind::End || expected("the end of the query");
+    return mRest.empty() || expected("the end of the query");
 }
 
 bool Parser::readSelectList()
@@ -290,9 +346,9 @@ bool Parser::readComparison(size_t property, Condition& condition)
             return false;
         }
         condition = [property, literal = std::move(literal),
-                     holds = comparison.holds](const cimxml::Instance& instance) {
+                     comparison](const cimxml::Instance& instance) {
             const cimxml::Value& value = instance.properties[property].value;
-            return !value.isNull && holds(compare(value.scalar, literal));
+            return !value.isNull && comparison.holds(compare(value.scalar, literal));
         };
         return true;
     }
@@ -301,19 +357,18 @@ bool Parser::readComparison(size_t property, Condition& condition)
 
 bool Parser::readLiteral(const cimxml::Property& property, cimxml::Scalar& literal)
 {
-    const bool isBoolean = nextIsKeyword("TRUE") || nextIsKeyword("FALSE");
-    if (next().kind != QueryToken::Kind::Text && next().kind != QueryToken::Kind::Number &&
-        !isBoolean) {
-        return expected("a literal");
+    std::string text;
+    LiteralKind kind{};
+    if (!takeLiteral(text, kind)) {
+        return false;
     }
     const cimxml::Type type = property.value.type;
-    auto value = cimxml::parseScalar(type, next().text);
-    if (property.value.isArray || kindOfLiteral(type) != next().kind || !value) {
+    auto value = cimxml::parseScalar(type, text);
+    if (property.value.isArray || literalKindOf(type) != kind || !value) {
         return invalid(property.name + " is of type " + typeText(type, property.value.isArray) +
-                       " and cannot be compared with " + next().text);
+                       " and cannot be compared with " + text);
     }
     literal = std::move(*value);
-    ++mAt;
     return true;
 }
 
@@ -322,10 +377,7 @@ bool Parser::readLiteral(const cimxml::Property& property, cimxml::Scalar& liter
 bool readQuery(std::string_view text, const NameSpace& nameSpace, Query& query,
                cimxml::CimError& error)
 {
-    std::vector<QueryToken> tokens;
-    std::string problem;
-    return splitQuery(text, tokens, problem) ? Parser(tokens, nameSpace, query, error).run()
-                                             : fail(error, kInvalidQuery, problem + kSupported);
+    return Parser(text, nameSpace, query, error).run();
 }
 
 } // namespace cimomd

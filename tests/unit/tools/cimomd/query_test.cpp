@@ -176,7 +176,7 @@ TEST_F(QueryTest, ProblemsSayWhere)
     EXPECT_THAT(whereProblem("Text = 'x"),
                 StartsWith("a text without its closing quote at offset 29"));
     EXPECT_THAT(problem("SELECT * FROM T;"),
-                StartsWith("the character ; at offset 15 means nothing here"));
+                StartsWith("expected the end of the query at offset 15 instead of ;"));
 }
 
 TEST_F(QueryTest, NestingIsLimited)
