@@ -6,7 +6,7 @@
 
 namespace host {
 
-// The answer to a request for what a container embeds (see oem_message.h): the data of the cached
+// The answer to a request for what a container embeds (see message.h): the data of the cached
 // resources, or what is wrong.
 std::string handleEmbeddedData(const std::string& container, const std::string& id);
 
