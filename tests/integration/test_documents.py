@@ -1,5 +1,6 @@
 #!/usr/bin/python3
-"""Links between the documents lead somewhere, and the code that one of them quotes is that of the example."""
+"""What the documents say of the tree: links between them lead somewhere, the code that one of them quotes is that of
+the example, and headers are included along the arrows that another one draws."""
 
 import os
 import re
@@ -11,6 +12,13 @@ DOCUMENTS = sorted([*SOURCE_DIR.glob("*.md"), *SOURCE_DIR.glob("docs/*.md"), *SO
 EXAMPLE_DIR = SOURCE_DIR / "docs" / "examples" / "service"
 # The language of a quotation, and the file that it is taken from.
 QUOTED = {"cpp": EXAMPLE_DIR / "main.cpp", "cmake": EXAMPLE_DIR / "CMakeLists.txt"}
+
+ARCHITECTURE = SOURCE_DIR / "docs" / "architecture.md"
+ARROW = re.compile(r"^ *(\S+/) +-> +(.*)$", re.MULTILINE)
+INCLUDE = re.compile(r'^#include ["<]([^">]+)[">]', re.MULTILINE)
+# Where the compiler looks for headers, beside the file that includes them.
+HEADER_DIRS = [SOURCE_DIR / "include", SOURCE_DIR / "src", SOURCE_DIR / "host", *SOURCE_DIR.glob("*/include"),
+               *SOURCE_DIR.glob("platform/*/include"), *SOURCE_DIR.glob("tools/*")]
 
 FENCE = re.compile(r"^ *```(\w*)\n(.*?)^ *```$", re.MULTILINE | re.DOTALL)
 
@@ -27,6 +35,17 @@ def anchors(text):
     """The names that links to the headings of a document use."""
     headings = re.findall(r"^#+ (.*)$", FENCE.sub("", text), re.MULTILINE)
     return {re.sub(r"[^\w\- ]", "", heading.lower()).replace(" ", "-") for heading in headings}
+
+
+def includes():
+    """Each header of the tree that a source of the programs includes: (source, header), as texts from its root."""
+    rooms = ("cimxml", "cli", "host", "httpd", "include", "platform", "src", "tools")
+    files = [path for room in rooms for path in sorted((SOURCE_DIR / room).rglob("*"))]
+    for source in [path for path in files if path.suffix in (".cpp", ".h")]:
+        for name in INCLUDE.findall(text_of(source)):
+            found = [folder / name for folder in (source.parent, *HEADER_DIRS) if (folder / name).is_file()]
+            if found:
+                yield source.relative_to(SOURCE_DIR).as_posix(), found[0].relative_to(SOURCE_DIR).as_posix()
 
 
 class Documents(unittest.TestCase):
@@ -54,6 +73,24 @@ class Documents(unittest.TestCase):
         self.assertEqual({language for language, _ in quotations}, set(QUOTED))
         for language, code in quotations:
             self.assertIn(code, text_of(QUOTED[language]))
+
+    def test_headers_are_included_along_the_arrows(self):
+        arrows = {room: targets.split() for room, targets in ARROW.findall(text_of(ARCHITECTURE))}
+        self.assertIn("src/", arrows)
+        rooms = {*arrows, *(target for targets in arrows.values() for target in targets if target.endswith("/")),
+                 *(f"{folder.relative_to(SOURCE_DIR).as_posix()}/" for folder in SOURCE_DIR.glob("platform/*"))}
+
+        def rooms_of(path):
+            """From the outermost to the innermost."""
+            return sorted((room for room in rooms if path.startswith(room)), key=len)
+
+        for source, header in includes():
+            around = rooms_of(source)
+            if set(around) >= set(rooms_of(header)):
+                continue  # in the same room, or in one around it
+            allowed = [*arrows.get(around[0], []), *arrows.get(around[-1], [])]
+            with self.subTest(source=source, header=header):
+                self.assertTrue(any(header.startswith(target) for target in allowed), allowed)
 
 
 if __name__ == "__main__":
