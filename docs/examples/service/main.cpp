@@ -266,9 +266,12 @@ void sendRefusal(ResourceMapper& mapper, unsigned int code, Json::Value& errorAr
 {
     if (code >= RM_PROPERTY_UNKNOWN && code <= RM_PROPERTY_MISSING) { // the body, see errorArgs
         mapper.SendExtendedErrorMessagesForPost(mapper.ReturnQERMErrCode(code), errorArgs);
-    } else {
-        mapper.SendExtendedErrorResponse(static_cast<_ResourceMapperError>(code));
+        return;
     }
+    if (code == RM_METHOD_NOT_ALLOWED) { // the object manager has no such method
+        mapper.mScope.SetHeader("Allow", "");
+    }
+    mapper.SendExtendedErrorResponse(static_cast<_ResourceMapperError>(code));
 }
 
 Response act(const std::string& target, const std::string& body, CimSession& cim)
