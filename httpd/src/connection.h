@@ -7,10 +7,23 @@
 #include <boost/asio/ip/tcp.hpp>
 
 #include <chrono>
+#include <compare>
 #include <memory>
 #include <optional>
+#include <string>
 
 namespace httpd {
+
+// How little a connection has shown, and since when: the least of all is the first to make room for
+// another one.
+struct Standing
+{
+    enum class Shown { HalfHead, Nothing, LastAnswer, HalfBody };
+    Shown shown;
+    std::chrono::steady_clock::time_point since;
+
+    auto operator<=>(const Standing& other) const = default;
+};
 
 class Connection
 {
@@ -23,11 +36,19 @@ public:
     // Closes the connection at once; an answer still due is dropped.
     virtual void close() = 0;
 
-    // Since when no request of it has been read or answered; nothing while one is.
-    virtual std::optional<std::chrono::steady_clock::time_point> idleSince() const = 0;
+    // Nothing while a request is being answered or has come in and was not read yet: such a
+    // connection makes no room.
+    virtual std::optional<Standing> standing() const = 0;
 
-    // The client's address.
-    virtual const boost::asio::ip::address& address() const = 0;
+    // Whether it waits for a request of which nothing has come in.
+    virtual bool isIdle() const = 0;
+
+    // Takes the room for its body that it waits for, if that is there now, and goes on.
+    virtual bool takeRoom() = 0;
+    virtual void goOn() = 0;
+
+    // What its client is counted by.
+    virtual const std::string& share() const = 0;
 };
 
 // What a connection needs of its server; connections keep it alive.
@@ -40,16 +61,20 @@ public:
     ConnectionOwner& operator=(const ConnectionOwner&) = delete;
 
     virtual void handle(Request request, Reply reply) = 0;
+    virtual std::optional<Response> judgeHead(const Request& request) = 0;
     virtual Response errorPage(unsigned int status) = 0;
     virtual const Limits& limits() const = 0;
+    virtual const std::shared_ptr<MemoryBudget>& budget() const = 0;
     virtual bool isStopping() const = 0; // answers then end their connections
     virtual void opened(Connection* connection) = 0;
     virtual void becameIdle() = 0; // a connection that may be closed to make room for another one
-    virtual void closed(Connection* connection) = 0;
+    virtual void awaitRoom(Connection* connection) = 0;       // takeRoom() is called, then goOn()
+    virtual void closed(Connection* connection) noexcept = 0; // once, as soon as it is closed
 };
 
-// Serves an accepted socket, of a client at this address, until either side closes it.
-void startConnection(boost::asio::ip::tcp::socket socket, const boost::asio::ip::address& address,
+// Serves an accepted socket, of a client that is counted by this share, until either side closes
+// it. Throws std::bad_alloc; the socket is closed then.
+void startConnection(boost::asio::ip::tcp::socket socket, const std::string& share,
                      std::shared_ptr<ConnectionOwner> owner);
 
 } // namespace httpd

@@ -5,21 +5,33 @@
 #include "httpd/server.h"
 
 #include <cstddef>
+#include <span>
 #include <string>
 #include <string_view>
 
 namespace httpd {
 
-// The status that refuses a request, 0 when its body may be read. The target is as it came; version
-// is 10 or 11; headBytes is what request line and headers took with all their line ends.
-unsigned int refusalOf(const Request& request, unsigned int version, size_t headBytes,
+// Line ends ahead of a request line, which robust servers skip (RFC 9112, section 2.2): how many
+// bytes they take.
+size_t leadingLineEnds(std::string_view text);
+
+// How long a head is with all its line ends, 0 when its end is not there; the first bytes, seen,
+// are known not to hold it.
+size_t headBytes(std::string_view text, size_t seen);
+
+// The status that refuses a head whose text is as it came, 0 when it may be parsed. A version that
+// this server understands as HTTP/1.1 (1.2 to 1.9; RFC 9110, section 2.5) is made that in text.
+unsigned int refusalOfText(std::span<char> head, const Limits& limits);
+
+// The status that refuses what is longer than a head may be.
+unsigned int statusOfTooLong(std::string_view text, const Limits& limits);
+
+// The status that refuses a request, 0 when its body may be read; version is 10 or 11.
+unsigned int refusalOf(const Request& request, unsigned int version, bool hasBody,
                        const Limits& limits);
 
-// What a request line takes, without its line end.
-size_t requestLineBytes(std::string_view method, std::string_view target);
-
-// The status that refuses a request whose request line and headers are above their limit together.
-unsigned int statusOfTooLong(size_t lineBytes, const Limits& limits);
+// Whether the client waits to be asked for the body; HTTP/1.0 clients do not.
+bool expectsContinue(const Request& request, unsigned int version);
 
 // What a client means that takes this server for a proxy ("GET http://host/path"): every server has
 // to understand it (RFC 9112, section 3.2.2).

@@ -1,18 +1,27 @@
 #include "httpd/server.h"
 
+#include "address_share.h"
 #include "connection.h"
+#include "handler_memory.h"
 
+#include <boost/asio/bind_allocator.hpp>
 #include <boost/asio/io_context.hpp>
 #include <boost/asio/ip/tcp.hpp>
 #include <boost/asio/post.hpp>
 #include <boost/asio/steady_timer.hpp>
+#include <sys/resource.h>
 
 #include <algorithm>
 #include <cctype>
-#include <chrono>
+#include <deque>
+#include <new>
 #include <optional>
 #include <unordered_set>
 #include <utility>
+
+#ifdef __GLIBC__
+#include <malloc.h>
+#endif
 
 namespace httpd {
 
@@ -20,18 +29,49 @@ namespace asio = boost::asio;
 using asio::ip::tcp;
 using boost::system::error_code;
 
+namespace {
+
+// From what size on a burst is one: below it the C library may keep what was freed.
+constexpr size_t kBurstBytes = size_t{4} * 1024 * 1024;
+
+Limits limitsOfProcess(const Limits& limits)
+{
+    rlimit openFiles{};
+    if (getrlimit(RLIMIT_NOFILE, &openFiles) != 0 || openFiles.rlim_cur == RLIM_INFINITY) {
+        return limits;
+    }
+    return withinOpenFiles(limits, openFiles.rlim_cur);
+}
+
+// The C library keeps freed pages in between those in use; nobody else would get them again.
+void returnFreedMemory()
+{
+#ifdef __GLIBC__
+    (void)malloc_trim(0);
+#endif
+}
+
+} // namespace
+
 class Server::Impl : public ConnectionOwner, public std::enable_shared_from_this<Server::Impl>
 {
 public:
     Impl(asio::io_context& context, Handler handler, ErrorPage errorPage, const Limits& limits)
-        : mLimits(limits),
+        : mLimits(limitsOfProcess(limits)),
+          mBudget(std::make_shared<MemoryBudget>(limits.clientMemoryBytes)),
           mContext(context),
           mAcceptor(context),
           mRetry(context),
           mHandler(std::move(handler)),
           mErrorPage(std::move(errorPage))
-    {}
+    {
+        mBudget->setRoomMade([this] { roomMade(); });
+    }
+    ~Impl() override { mBudget->setRoomMade(nullptr); }
+    Impl(const Impl&) = delete;
+    Impl& operator=(const Impl&) = delete;
 
+    void setHeadJudge(HeadJudge judge) { mHeadJudge = std::move(judge); }
     bool listen(const std::string& address, uint16_t port, std::string& problem);
     uint16_t port() const;
     void drain(std::function<void()> drained);
@@ -41,37 +81,57 @@ public:
     {
         mHandler(std::move(request), std::move(reply));
     }
+    std::optional<Response> judgeHead(const Request& request) override
+    {
+        return mHeadJudge ? mHeadJudge(request) : std::nullopt;
+    }
     Response errorPage(unsigned int status) override { return mErrorPage(status); }
     const Limits& limits() const override { return mLimits; }
+    const std::shared_ptr<MemoryBudget>& budget() const override { return mBudget; }
     bool isStopping() const override { return mIsStopping; }
     void opened(Connection* connection) override { mConnections.insert(connection); }
     void becameIdle() override { admit(); }
-    void closed(Connection* connection) override;
+    void awaitRoom(Connection* connection) override { mAwaitingRoom.push_back(connection); }
+    void closed(Connection* connection) noexcept override;
 
 private:
-    void accept();
-    void accepted(error_code error, tcp::socket socket);
-    void admit();
+    void accept() noexcept;
+    void acceptable();
+    tcp::socket acceptNow(error_code& error);
+    void retryLater();
+    void admit() noexcept;
+    void startNext();
     enum class Place { Free, NoneYet, Refused };
-    Place placeFor(const asio::ip::address& address);
-    bool closeLongestIdle(const asio::ip::address* address);
+    Place placeFor(const std::string& share);
+    bool makeRoom(const std::string* share);
     void stopListening();
-    std::vector<Connection*> connections() const
+    void roomMade() noexcept;
+    void useRoom();
+    bool isAfterBurst() const;
+    void reportDrained() noexcept;
+    template <typename Handling>
+    auto inMemory(HandlerMemory& memory, Handling handling)
     {
-        return {mConnections.begin(), mConnections.end()};
+        return asio::bind_allocator(HandlerAllocator<void>(memory), std::move(handling));
     }
-    void reportDrained();
 
     const Limits mLimits;
+    const std::shared_ptr<MemoryBudget> mBudget;
+    HandlerMemory mAcceptMemory;
+    HandlerMemory mRoomMemory;
+    HandlerMemory mDrainedMemory;
     asio::io_context& mContext;
     tcp::acceptor mAcceptor;
     std::optional<tcp::socket> mNext; // accepted, but waiting for a place
     asio::steady_timer mRetry;
     Handler mHandler;
+    HeadJudge mHeadJudge;
     ErrorPage mErrorPage;
     std::unordered_set<Connection*> mConnections;
+    std::deque<Connection*> mAwaitingRoom; // the first to get it first
     std::function<void()> mDrained;
-    bool mAccepting = false;
+    bool mIsAccepting = false;
+    bool mIsUsingRoom = false;
     bool mIsStopping = false;
 };
 
@@ -87,6 +147,9 @@ bool Server::Impl::listen(const std::string& address, uint16_t port, std::string
     }
     if (!error) {
         mAcceptor.bind(endpoint, error);
+    }
+    if (!error) {
+        mAcceptor.non_blocking(true, error);
     }
     if (!error) {
         mAcceptor.listen(asio::socket_base::max_listen_connections, error);
@@ -105,50 +168,51 @@ uint16_t Server::Impl::port() const
     return mAcceptor.local_endpoint(error).port();
 }
 
-// Closes the connection that has been idle for longest, of all or of those of one address; false
-// when none is idle.
-bool Server::Impl::closeLongestIdle(const asio::ip::address* address)
+// Closes the connection that has shown least for longest, of all or of those of one share; false
+// when none may be closed.
+bool Server::Impl::makeRoom(const std::string* share)
 {
-    using Since = std::pair<std::chrono::steady_clock::time_point, Connection*>;
-    std::optional<Since> longest;
+    std::optional<Standing> least;
+    Connection* chosen = nullptr;
     for (Connection* connection : mConnections) {
-        if (address != nullptr && connection->address() != *address) {
+        if (share != nullptr && connection->share() != *share) {
             continue;
         }
-        const auto since = connection->idleSince();
-        if (since && (!longest || *since < longest->first)) {
-            longest = {*since, connection};
+        const std::optional<Standing> standing = connection->standing();
+        if (standing && (!least || *standing < *least)) {
+            least = standing;
+            chosen = connection;
         }
     }
-    if (longest) {
-        longest->second->close();
+    if (chosen != nullptr) {
+        chosen->close();
     }
-    return longest.has_value();
+    return chosen != nullptr;
 }
 
-// Finds a place for a connection of this address, if need be that of the longest idle one; where
-// the address has all its places, it is one of its own that ends.
-Server::Impl::Place Server::Impl::placeFor(const asio::ip::address& address)
+// Finds a place for a connection of this share, if need be that of another one; where the share has
+// all its places, it is one of its own that ends.
+Server::Impl::Place Server::Impl::placeFor(const std::string& share)
 {
-    const auto ofAddress =
-        std::count_if(mConnections.begin(), mConnections.end(), [&](const Connection* connection) {
-            return connection->address() == address;
-        });
-    if (static_cast<size_t>(ofAddress) >= mLimits.connectionsPerAddress) {
-        return closeLongestIdle(&address) ? Place::Free : Place::Refused;
+    const auto ofShare =
+        std::count_if(mConnections.begin(), mConnections.end(),
+                      [&](const Connection* connection) { return connection->share() == share; });
+    if (static_cast<size_t>(ofShare) >= mLimits.connectionsPerShare) {
+        return makeRoom(&share) ? Place::Free : Place::Refused;
     }
     const bool isFull = mConnections.size() >= mLimits.connections;
-    return !isFull || closeLongestIdle(nullptr) ? Place::Free : Place::NoneYet;
+    return !isFull || makeRoom(nullptr) ? Place::Free : Place::NoneYet;
 }
 
 void Server::Impl::drain(std::function<void()> drained)
 {
     stopListening();
     mDrained = std::move(drained);
-    for (Connection* connection : connections()) {
-        if (connection->idleSince()) {
-            connection->close();
-        }
+    std::vector<Connection*> idle;
+    std::copy_if(mConnections.begin(), mConnections.end(), std::back_inserter(idle),
+                 [](const Connection* connection) { return connection->isIdle(); });
+    for (Connection* connection : idle) {
+        connection->close();
     }
     reportDrained();
 }
@@ -157,8 +221,8 @@ void Server::Impl::stop()
 {
     stopListening();
     mDrained = nullptr;
-    for (Connection* connection : connections()) {
-        connection->close();
+    while (!mConnections.empty()) {
+        (*mConnections.begin())->close();
     }
 }
 
@@ -171,68 +235,150 @@ void Server::Impl::stopListening()
     mRetry.cancel();
 }
 
-void Server::Impl::closed(Connection* connection)
+void Server::Impl::closed(Connection* connection) noexcept
 {
     mConnections.erase(connection);
+    mAwaitingRoom.erase(std::remove(mAwaitingRoom.begin(), mAwaitingRoom.end(), connection),
+                        mAwaitingRoom.end());
     reportDrained();
+    roomMade();
+}
+
+void Server::Impl::reportDrained() noexcept
+{
+    if (mDrained && mConnections.empty()) {
+        // Not from within a connection's end.
+        asio::post(mContext, inMemory(mDrainedMemory, [self = shared_from_this()] {
+                       if (const auto drained = std::exchange(self->mDrained, nullptr)) {
+                           drained();
+                       }
+                   }));
+    }
+}
+
+// Memory has been given back, or a place: what waits for either goes on in a step of its own.
+void Server::Impl::roomMade() noexcept
+{
+    const bool isWanted = mNext || !mAwaitingRoom.empty() || isAfterBurst();
+    if (!isWanted || mIsUsingRoom) {
+        return;
+    }
+    mIsUsingRoom = true;
+    asio::post(mContext, inMemory(mRoomMemory, [self = shared_from_this()] {
+                   self->mIsUsingRoom = false;
+                   self->useRoom();
+               }));
+}
+
+void Server::Impl::useRoom()
+{
+    while (!mAwaitingRoom.empty() && mAwaitingRoom.front()->takeRoom()) {
+        Connection* connection = mAwaitingRoom.front();
+        mAwaitingRoom.pop_front();
+        connection->goOn();
+    }
+    if (isAfterBurst()) {
+        mBudget->forgetMostHeld();
+        returnFreedMemory();
+    }
     admit();
 }
 
-void Server::Impl::reportDrained()
+bool Server::Impl::isAfterBurst() const
 {
-    if (mDrained && mConnections.empty()) {
-        // Not from within a connection's destructor.
-        asio::post(mContext, std::exchange(mDrained, nullptr));
+    return mBudget->mostHeld() >= kBurstBytes && mBudget->held() <= mBudget->mostHeld() / 4;
+}
+
+// The handler's memory is there whatever happens: this must go on.
+void Server::Impl::accept() noexcept
+{
+    if (mIsAccepting || mNext || !mAcceptor.is_open()) {
+        return;
+    }
+    mIsAccepting = true;
+    mAcceptor.async_wait(tcp::acceptor::wait_read,
+                         inMemory(mAcceptMemory, [self = shared_from_this()](error_code error) {
+                             self->mIsAccepting = false;
+                             if (!error) {
+                                 self->acceptable();
+                             }
+                         }));
+}
+
+tcp::socket Server::Impl::acceptNow(error_code& error)
+{
+    try {
+        return mAcceptor.accept(mContext, error);
+    } catch (const std::bad_alloc&) {
+        error = asio::error::no_memory;
+        return tcp::socket(mContext);
     }
 }
 
-void Server::Impl::accept()
+void Server::Impl::acceptable()
 {
-    if (mAccepting || mNext || !mAcceptor.is_open()) {
-        return;
-    }
-    mAccepting = true;
-    mAcceptor.async_accept([self = shared_from_this()](error_code error, tcp::socket socket) {
-        self->mAccepting = false;
-        self->accepted(error, std::move(socket));
-    });
-}
-
-void Server::Impl::accepted(error_code error, tcp::socket socket)
-{
-    if (!mAcceptor.is_open()) {
-        return;
+    error_code error;
+    tcp::socket socket = acceptNow(error);
+    const bool hasNoFile = error == asio::error::no_descriptors ||
+                           error == boost::system::errc::too_many_files_open_in_system;
+    if (hasNoFile && makeRoom(nullptr)) {
+        socket = acceptNow(error);
     }
     if (!error) {
         mNext.emplace(std::move(socket));
         admit();
-        return;
+    } else if (error == asio::error::would_block || error == asio::error::connection_aborted) {
+        accept();
+    } else {
+        retryLater();
     }
-    mRetry.expires_after(mLimits.acceptRetry);
-    mRetry.async_wait([self = shared_from_this()](error_code waitError) {
-        if (!waitError) {
-            self->accept();
-        }
-    });
+}
+
+void Server::Impl::retryLater()
+{
+    mIsAccepting = true;
+    try {
+        mRetry.expires_after(mLimits.acceptRetry);
+        mRetry.async_wait(inMemory(mAcceptMemory, [self = shared_from_this()](error_code error) {
+            self->mIsAccepting = false;
+            if (!error) {
+                self->accept();
+            }
+        }));
+    } catch (const std::bad_alloc&) { // of the list of timers
+        mIsAccepting = false;
+        accept();
+    }
 }
 
 // Starts the connection that waits, if there is a place for it, and accepts the next.
-void Server::Impl::admit()
+void Server::Impl::admit() noexcept
 {
-    if (mNext) {
-        error_code error;
-        const asio::ip::address address = mNext->remote_endpoint(error).address();
-        const Place place = error ? Place::Refused : placeFor(address);
-        if (place == Place::NoneYet) {
-            return;
-        }
-        tcp::socket socket = std::move(*mNext);
+    try {
+        startNext();
+    } catch (const std::bad_alloc&) {
         mNext.reset();
-        if (place == Place::Free) {
-            startConnection(std::move(socket), address, shared_from_this());
-        }
     }
     accept();
+}
+
+void Server::Impl::startNext()
+{
+    if (!mNext) {
+        return;
+    }
+    error_code error;
+    const tcp::endpoint client = mNext->remote_endpoint(error);
+    const std::string share = shareOf(client.address());
+    const Place place = error ? Place::Refused : placeFor(share);
+    if (place == Place::NoneYet) {
+        return;
+    }
+    tcp::socket socket = std::move(*mNext);
+    mNext.reset();
+    if (place == Place::Free) {
+        startConnection(std::move(socket), share, shared_from_this());
+    }
 }
 
 Server::Server(asio::io_context& context, Handler handler, ErrorPage errorPage,
@@ -245,6 +391,16 @@ Server::Server(asio::io_context& context, Handler handler, ErrorPage errorPage,
 Server::~Server()
 {
     mImpl->stop();
+}
+
+void Server::setHeadJudge(HeadJudge judge)
+{
+    mImpl->setHeadJudge(std::move(judge));
+}
+
+const MemoryBudget& Server::memory() const
+{
+    return *mImpl->budget();
 }
 
 bool Server::listen(const std::string& address, uint16_t port, std::string& problem)

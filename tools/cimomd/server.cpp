@@ -24,11 +24,15 @@ constexpr uint64_t kMaxBodyBytes = uint64_t{16} * 1024 * 1024;
 // A path may stand in the CIMObject header, escaped, and may have paths as its keys.
 constexpr uint32_t kMaxHeaderBytes = 64U * 1024;
 
+// Several of the largest messages at a time, both ways.
+constexpr size_t kMaxClientMemoryBytes = size_t{512} * 1024 * 1024;
+
 httpd::Limits limits()
 {
     httpd::Limits limits;
     limits.bodyBytes = kMaxBodyBytes;
     limits.headerBytes = kMaxHeaderBytes;
+    limits.clientMemoryBytes = kMaxClientMemoryBytes;
     return limits;
 }
 

@@ -2,6 +2,7 @@
 #ifndef HTTPD_LIMITS_H_
 #define HTTPD_LIMITS_H_
 
+#include <algorithm>
 #include <chrono>
 #include <cstddef>
 #include <cstdint>
@@ -26,20 +27,28 @@ struct Limits
     // posted here.
     uint64_t bodyBytes = uint64_t{1024} * 1024;
 
-    // What is read from a client beyond the request at hand, be it of its body or of requests that
-    // follow. The rest waits in the kernel, and then with the client; the requests are answered
-    // one by one, in order.
-    size_t readAheadBytes = size_t{64} * 1024;
+    // What is read from a client at a time, and so at most beyond the request at hand. The rest
+    // waits in the kernel, and then with the client; its requests are answered one by one, in
+    // order.
+    size_t readAheadBytes = size_t{16} * 1024;
 
-    // Connections at a time, below the usual limit of 1024 open files. Another one takes the place
-    // of that which has been idle for longest; while none is idle it waits, and those behind it
-    // wait in the listener's backlog.
+    // All that clients can make the server hold: heads, bodies, requests on their way to an answer,
+    // answers that were not taken yet, and what a connection costs by itself. Large bodies get half
+    // of it; one that finds no room waits for bodyTimeout (503). Answers above a head's size get
+    // three quarters, and are 503 beyond. A head that finds no room is 503 at once.
+    size_t clientMemoryBytes = size_t{32} * 1024 * 1024;
+
+    // Connections at a time; withinOpenFiles() lowers it where fewer files may be open. Another one
+    // takes the place of that which has shown least for longest: first of heads that were begun and
+    // not ended, then of idle ones, then of bodies. While all are being answered it waits, and
+    // those behind it wait in the listener's backlog.
     size_t connections = 512;
 
-    // Connections of one address at a time. Another one takes the place of that address's longest
-    // idle one; while none is idle it is closed at once. High, since all clients behind a proxy on
-    // this machine are one address; low enough to keep places for the others.
-    size_t connectionsPerAddress = 384;
+    // Connections of one IPv4 address or one IPv6 /64 at a time: whoever has one such network has
+    // all its addresses. Another one takes the place of one of its own, as above; while all of them
+    // are being answered it is closed at once. High, since all clients behind a proxy on this
+    // machine are one address; low enough to keep places for the others.
+    size_t connectionsPerShare = 384;
 
     // How long a kept-alive connection may stay silent between requests.
     std::chrono::milliseconds idleTimeout{60'000};
@@ -63,6 +72,24 @@ struct Limits
     // How long to wait before accepting again when the process has run out of file descriptors.
     std::chrono::milliseconds acceptRetry{100};
 };
+
+// What the process around the server keeps open itself: listener, event queue, the log, up to 64
+// workers with a socket each, and what it opens while it works.
+inline constexpr size_t kOwnOpenFiles = 128;
+
+// The limits for a process that may have this many files open (RLIMIT_NOFILE): as many connections
+// as leave it its own files, and half of them at the least.
+inline Limits withinOpenFiles(Limits limits, size_t openFiles)
+{
+    const size_t own = std::min(kOwnOpenFiles, openFiles / 2);
+    const size_t places = std::max<size_t>(openFiles - own, 1);
+    if (places < limits.connections) {
+        limits.connections = places;
+        limits.connectionsPerShare =
+            std::min(limits.connectionsPerShare, std::max<size_t>(places - places / 4, 1));
+    }
+    return limits;
+}
 
 } // namespace httpd
 

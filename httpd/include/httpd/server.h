@@ -6,11 +6,13 @@
 #define HTTPD_SERVER_H_
 
 #include <httpd/limits.h>
+#include <httpd/memory_budget.h>
 #include <httpd/status.h>
 
 #include <cstdint>
 #include <functional>
 #include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -27,12 +29,35 @@ struct Header
     std::string value;
 };
 
+// Whoever has sent a request. It may be asked after the connection has ended.
+class Client
+{
+public:
+    Client() = default;
+    virtual ~Client() = default;
+    Client(const Client&) = delete;
+    Client& operator=(const Client&) = delete;
+
+    // Whether it has closed its connection, so that nobody takes the answer. A client that has only
+    // ended what it sends (shutdown()) is still there. Costs a system call or two: to be asked when
+    // it matters, such as before a request is begun.
+    virtual bool hasGone() const = 0;
+
+    // What clients are counted by: an IPv4 address ("127.0.0.1") or an IPv6 network
+    // ("2001:db8:0:1::/64").
+    virtual const std::string& share() const = 0;
+};
+
 struct Request
 {
     std::string method; // as it came: "GET"
     std::string target; // as it came, without scheme and host: "/path?query"
     std::vector<Header> headers;
     std::string body;
+    std::shared_ptr<const Client> client{}; // always there in what the server hands out
+    // What the request takes of the account of clients' memory (Limits::clientMemoryBytes): to be
+    // kept for as long as its body or its headers are.
+    std::shared_ptr<const MemoryShare> memory{};
 };
 
 // The server adds Date, Content-Length and Connection, and sends no body in answer to HEAD. A
@@ -48,15 +73,20 @@ struct Response
 std::string_view findHeader(const std::vector<Header>& headers, std::string_view name);
 
 // Sends the response to a request; to be called once, now or later, from the io_context's thread.
+// Dropped without a call it closes the connection.
 using Reply = std::function<void(Response)>;
 
-// Answers a request.
+// Answers a request. A std::bad_alloc that it throws ends the connection.
 using Handler = std::function<void(Request, Reply)>;
+
+// Answers a request by its head alone, its body being empty yet; nothing when the body is wanted.
+using HeadJudge = std::function<std::optional<Response>(const Request&)>;
 
 // Makes the response for a request that never reached the handler: 400 (not HTTP, no Host, or a
 // body whose end cannot be known), 408 (too slow), 413 (body too long), 414 (request line too
-// long), 431 (headers too long or too many), 501 (a transfer coding other than "chunked"). Each
-// ends its connection.
+// long), 415 (a content coding), 417 (an expectation other than "100-continue"), 431 (headers too
+// long or too many), 501 (a transfer coding other than "chunked"), 503 (no memory for it; also in
+// place of an answer), 505 (not HTTP/1). Each ends its connection.
 using ErrorPage = std::function<Response(unsigned int status)>;
 
 class Server
@@ -68,9 +98,16 @@ public:
     Server(const Server&) = delete;
     Server& operator=(const Server&) = delete;
 
+    // Who judges requests whose client waits to be asked for the body ("Expect: 100-continue"):
+    // what is refused then was not asked for first.
+    void setHeadJudge(HeadJudge judge);
+
     // Listens on a numeric address ("127.0.0.1", "::1"); port 0 picks a free one. Returns false
     // with the cause in problem.
     bool listen(const std::string& address, uint16_t port, std::string& problem);
+
+    // The account of what clients make the server hold.
+    const MemoryBudget& memory() const;
 
     // The port that is listened on.
     uint16_t port() const;

@@ -13,11 +13,13 @@ inline constexpr unsigned int kRequestTimeout = 408;
 inline constexpr unsigned int kContentTooLarge = 413;
 inline constexpr unsigned int kUriTooLong = 414;
 inline constexpr unsigned int kUnsupportedMediaType = 415;
+inline constexpr unsigned int kExpectationFailed = 417;
 inline constexpr unsigned int kRequestHeaderFieldsTooLarge = 431;
 inline constexpr unsigned int kInternalServerError = 500;
 inline constexpr unsigned int kNotImplemented = 501;
 inline constexpr unsigned int kServiceUnavailable = 503;
 inline constexpr unsigned int kGatewayTimeout = 504;
+inline constexpr unsigned int kHttpVersionNotSupported = 505;
 
 } // namespace httpd
 

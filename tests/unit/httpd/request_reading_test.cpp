@@ -108,7 +108,7 @@ INSTANTIATE_TEST_SUITE_P(
         "nonsense\r\n\r\n",                               //
         "\x16\x03\x01\x02\x01\x01\r\n\r\n",               // a TLS client
         "GET /x\r\n\r\n",                                 // no version
-        "GET /x HTTP/2.0\r\nHost: h\r\n\r\n",             //
+        "GET /x HTTP/0.9\r\nHost: h\r\n\r\n",             //
         "GET /a b HTTP/1.1\r\nHost: h\r\n\r\n",           //
         "GET /x HTTP/1.1\r\nHost h\r\n\r\n",              //
         "GET /x HTTP/1.1\r\nHost: h\r\n: v\r\n\r\n",      //

@@ -214,6 +214,7 @@ TEST_F(ServerTest, BodyThatNeverEndsIs408HoweverFastItComes)
     httpd::Limits limits;
     limits.bodyTimeout = milliseconds(30);
     limits.bodyBytes = uint64_t{4} * 1024 * 1024 * 1024;
+    limits.clientMemoryBytes = 4 * limits.bodyBytes;
     start(limits);
     HttpClient client = connect();
     client.send("POST /x HTTP/1.1\r\nHost: h\r\nTransfer-Encoding: chunked\r\n\r\n7fffffff\r\n");
@@ -368,7 +369,7 @@ TEST_F(ServerTest, ConnectionThatIsIdleForLongestMakesRoom)
 TEST_F(ServerTest, AddressWithAllItsPlacesBusyGetsNoFurtherOne)
 {
     httpd::Limits limits;
-    limits.connectionsPerAddress = 2;
+    limits.connectionsPerShare = 2;
     start(limits);
     mAnswersLater = true;
     HttpClient first = connect();
@@ -391,7 +392,7 @@ TEST_F(ServerTest, AddressWithAllItsPlacesBusyGetsNoFurtherOne)
 TEST_F(ServerTest, AddressAboveItsLimitMakesRoomAtNobodyElsesExpense)
 {
     httpd::Limits limits;
-    limits.connectionsPerAddress = 2;
+    limits.connectionsPerShare = 2;
     start(limits);
     HttpClient other = connect("127.0.0.2");
     EXPECT_EQ(other.ask(kGet).status(), 200);

@@ -1,0 +1,180 @@
+// Many clients, of whom some take places that others need.
+#include "ServerTest.h"
+
+#include <gmock/gmock.h>
+#include <sys/resource.h>
+#include <unistd.h>
+
+#include <deque>
+
+namespace {
+
+using testing::SizeIs;
+
+constexpr const char* kHalfHead = "GET /x HTTP/1.1\r\nHo";
+
+// As many files as this process has open now, and some more; as before when it is over.
+class OpenFiles
+{
+public:
+    explicit OpenFiles(rlim_t more)
+    {
+        EXPECT_EQ(getrlimit(RLIMIT_NOFILE, &mBefore), 0);
+        const int next = dup(0);
+        close(next);
+        rlimit fewer = mBefore;
+        fewer.rlim_cur = static_cast<rlim_t>(next) + more;
+        EXPECT_EQ(setrlimit(RLIMIT_NOFILE, &fewer), 0);
+    }
+    ~OpenFiles() { EXPECT_EQ(setrlimit(RLIMIT_NOFILE, &mBefore), 0); }
+    OpenFiles(const OpenFiles&) = delete;
+    OpenFiles& operator=(const OpenFiles&) = delete;
+
+private:
+    rlimit mBefore{};
+};
+
+class Crowd : public ServerTest
+{
+protected:
+    void start(size_t connections)
+    {
+        httpd::Limits limits;
+        limits.connections = connections;
+        limits.connectionsPerShare = connections;
+        ServerTest::start(limits);
+    }
+
+    // A client that has sent this, and which the server has read.
+    HttpClient& join(const std::string& from, std::string_view text)
+    {
+        mClients.emplace_back(mContext, mServer->port(), from);
+        mClients.back().send(text);
+        settle();
+        return mClients.back();
+    }
+
+    std::deque<HttpClient> mClients;
+};
+
+TEST_F(Crowd, HalfHeadsMakeRoomBeforeIdleConnections)
+{
+    start(3);
+    HttpClient& idle = join("127.0.0.2", kGet);
+    EXPECT_EQ(idle.readAnswer().status(), 200);
+    HttpClient& older = join("127.0.0.3", kHalfHead);
+    HttpClient& younger = join("127.0.0.4", kHalfHead);
+    HttpClient fourth = connect();
+    EXPECT_EQ(fourth.ask(kGet).status(), 200);
+    EXPECT_TRUE(older.isClosedByServer());
+    HttpClient fifth = connect();
+    EXPECT_EQ(fifth.ask(kGet).status(), 200);
+    EXPECT_TRUE(younger.isClosedByServer());
+    EXPECT_EQ(idle.ask(kGet).status(), 200);
+    EXPECT_EQ(fourth.ask(kGet).status(), 200);
+}
+
+TEST_F(Crowd, HalfHeadIsNoYoungerForEachByteOfIt)
+{
+    start(2);
+    HttpClient& older = join("127.0.0.2", kHalfHead);
+    HttpClient& younger = join("127.0.0.3", kHalfHead);
+    older.send("s");
+    settle();
+    HttpClient third = connect();
+    EXPECT_EQ(third.ask(kGet).status(), 200);
+    EXPECT_TRUE(older.isClosedByServer());
+    EXPECT_EQ(younger.ask("st: h\r\n\r\n").status(), 200);
+}
+
+TEST_F(Crowd, HalfBodiesMakeRoomAfterIdleConnections)
+{
+    start(2);
+    HttpClient& body =
+        join("127.0.0.2", "POST /x HTTP/1.1\r\nHost: h\r\nContent-Length: 9\r\n\r\na");
+    HttpClient& idle = join("127.0.0.3", kGet);
+    EXPECT_EQ(idle.readAnswer().status(), 200);
+    mAnswersLater = true;
+    HttpClient third = connect();
+    third.send(kGet);
+    ASSERT_TRUE(hasRequests(2));
+    EXPECT_TRUE(idle.isClosedByServer());
+    HttpClient fourth = connect();
+    fourth.send(kGet);
+    ASSERT_TRUE(hasRequests(3));
+    EXPECT_TRUE(body.isClosedByServer());
+}
+
+TEST_F(Crowd, RequestThatIsBeingAnsweredKeepsItsPlace)
+{
+    start(1);
+    mAnswersLater = true;
+    HttpClient& busy = join("127.0.0.2", kGet);
+    HttpClient next = connect();
+    next.send(kGet);
+    settle();
+    EXPECT_THAT(mRequests, SizeIs(1));
+    mReplies.front()({200, {}, "first"});
+    EXPECT_EQ(busy.readAnswer().body, "first");
+    ASSERT_TRUE(hasRequests(2));
+}
+
+TEST_F(Crowd, HalfHeadsOfAFewAddressesKeepNobodyWaiting)
+{
+    constexpr size_t kPerAddress = 48;
+    start(64);
+    for (size_t i = 0; i < 3 * kPerAddress; ++i) {
+        mClients.emplace_back(mContext, mServer->port(), "127.0.0." + std::to_string(2 + i % 3));
+        mClients.back().send(kHalfHead);
+    }
+    HttpClient good = connect();
+    for (size_t i = 0; i < kPerAddress; ++i) {
+        ASSERT_EQ(good.ask(kGet).status(), 200);
+        mClients.emplace_back(mContext, mServer->port(), "127.0.0.2");
+        mClients.back().send(kHalfHead);
+    }
+    EXPECT_EQ(connect().ask(kGet).status(), 200);
+}
+
+TEST_F(Crowd, WithoutAnotherOpenFileThereIsRoomForAClient)
+{
+    start(64);
+    HttpClient& half = join("127.0.0.2", kHalfHead);
+    HttpClient good = connect();
+    {
+        const OpenFiles none(0);
+        EXPECT_EQ(good.ask(kGet).status(), 200);
+    }
+    EXPECT_TRUE(half.isClosedByServer());
+}
+
+TEST_F(Crowd, ClientWaitsForAnOpenFileWhileAllAreBeingAnswered)
+{
+    start(64);
+    mAnswersLater = true;
+    HttpClient& busy = join("127.0.0.2", kGet);
+    HttpClient good = connect();
+    good.send(kGet);
+    {
+        const OpenFiles none(0);
+        settle();
+        EXPECT_THAT(mRequests, SizeIs(1));
+    }
+    ASSERT_TRUE(hasRequests(2));
+    mReplies.front()({200, {}, "kept"});
+    EXPECT_EQ(busy.readAnswer().body, "kept");
+}
+
+TEST(OpenFileLimit, LeavesTheProcessItsOwn)
+{
+    const httpd::Limits usual = httpd::withinOpenFiles({}, 1024);
+    EXPECT_EQ(usual.connections, httpd::Limits().connections);
+    EXPECT_EQ(usual.connectionsPerShare, httpd::Limits().connectionsPerShare);
+    const httpd::Limits few = httpd::withinOpenFiles({}, 256);
+    EXPECT_EQ(few.connections, 256 - httpd::kOwnOpenFiles);
+    EXPECT_EQ(few.connectionsPerShare, few.connections / 4 * 3);
+    EXPECT_EQ(httpd::withinOpenFiles({}, 64).connections, 32U);
+    EXPECT_EQ(httpd::withinOpenFiles({}, 0).connections, 1U);
+}
+
+} // namespace
