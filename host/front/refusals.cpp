@@ -1,6 +1,7 @@
 #include "front/refusals.h"
 
 #include "error_body.h"
+#include "host_limits.h"
 
 #include <ResourceMapper.h>
 #include <strings.h>
@@ -75,6 +76,14 @@ httpd::Response unreadable(unsigned int status)
         return uriTooLong();
     case httpd::kRequestHeaderFieldsTooLarge:
         return errorResponse(status, "HeaderTooLong");
+    case httpd::kUnsupportedMediaType: // of which the HTTP server knows only this kind
+        return errorResponse(status, "HeaderInvalid", "Content-Encoding");
+    case httpd::kExpectationFailed:
+        return errorResponse(status, "HeaderInvalid", "Expect");
+    case httpd::kServiceUnavailable:
+        return temporarilyUnavailable(kRetryAfterS);
+    case httpd::kHttpVersionNotSupported:
+        return errorResponse(status, "HttpVersionNotSupported");
     default:
         return errorResponse(status, "UnrecognizedRequestBody");
     }

@@ -149,8 +149,14 @@ class Connections(SharedServiceTest):
 
     def test_malformed_requests_get_a_redfish_error(self):
         for text in ("nonsense\r\n\r\n", "GET\r\n\r\n", f"GET {A} HTTP/1.1\r\nno colon\r\n\r\n",
-                     f"GET {A} HTTP/3.0\r\n\r\n", f"GET {A} HTTP/1.1\r\n\r\n", "\x16\x03\x01\x02\x00\x01\r\n\r\n"):
+                     f"GET {A} HTTP/0.9\r\n\r\n", f"GET {A} HTTP/1.1\r\n\r\n", "\x16\x03\x01\x02\x00\x01\r\n\r\n"):
             self.check_refused(text, 400, ("Base.UnrecognizedRequestBody", []))
+
+    def test_requests_that_speak_another_http_get_a_redfish_error(self):
+        self.check_refused(f"GET {A} HTTP/3.0\r\n\r\n", 505, ("Base.HttpVersionNotSupported", []))
+        self.check_refused(request(A, "POST", "Content-Encoding: gzip", "Content-Length: 2"), 415,
+                           ("Base.HeaderInvalid", ["Content-Encoding"]))
+        self.check_refused(request(A, "POST", "Expect: more"), 417, ("Base.HeaderInvalid", ["Expect"]))
 
     def test_long_headers(self):
         self.check_refused(request(A, "X: " + "x" * 20000), 431, ("Base.HeaderTooLong", []))

@@ -365,7 +365,8 @@ TEST(BundledBaseRegistry, saysWhatItAddsToTheStandard)
     std::ifstream file(CIMGATE_REGISTRY_DIR "/Base.1.18.json");
     Json::Value root;
     file >> root;
-    for (const char* key : {"NotAcceptable", "UnsupportedMediaType", "HeaderTooLong"}) {
+    for (const char* key :
+         {"NotAcceptable", "UnsupportedMediaType", "HeaderTooLong", "HttpVersionNotSupported"}) {
         EXPECT_TRUE(root["Messages"][key]["Description"].asString().starts_with(
             "An addition of this system: "))
             << key;
