@@ -28,6 +28,11 @@ inline constexpr const char* kRetryAfterS = "5";
 // Longest time a request may be given (--request-timeout).
 inline constexpr unsigned int kMaxRequestTimeoutS = 3600;
 
+// What clients may make the front hold (--client-memory): at the least one body of the largest size
+// and the heads of some clients, at the most what a controller has.
+inline constexpr size_t kMinClientMemoryBytes = size_t{4} * 1024 * 1024;
+inline constexpr size_t kMaxClientMemoryBytes = size_t{1024} * 1024 * 1024;
+
 // ---- Workers ----
 
 // Worker processes (--workers). The default is at least two, so that one request that takes long

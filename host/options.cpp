@@ -4,6 +4,7 @@
 
 #include <ResourceMapper.h>
 #include <cli/listen.h>
+#include <httpd/host_field.h>
 #include <sys/un.h>
 
 #include <algorithm>
@@ -35,6 +36,18 @@ cli::Value oemEndpoint(std::string& target)
 std::string readAuth(const std::string& value)
 {
     return value == "none" ? "" : "only \"none\" is supported";
+}
+
+cli::Reader hostName(std::vector<std::string>& names)
+{
+    return [&names](const std::string& value) -> std::string {
+        const auto field = httpd::parseHostField(value);
+        if (!field || field->host != value) {
+            return "give a name without a port, for example bmc.example.net";
+        }
+        names.push_back(value);
+        return "";
+    };
 }
 
 void setDefaults(Options& options)
@@ -71,6 +84,16 @@ cli::Command commandLine(Options& options)
                  cli::number(options.workers, 1, kMaxWorkers), "one for each core, at least 2"},
                 {"--log-level", "N", "0 (least) to 4; logs go to standard error",
                  cli::number(options.logLevel, 0, kMaxLogLevel)},
+                {"--host",
+                 "NAME",
+                 "a name that clients call it by, beside localhost and addresses; may be given "
+                 "several times",
+                 {hostName(options.hosts)},
+                 "none"},
+                {"--client-memory", "BYTES",
+                 "what clients can make it hold: requests, and answers that they do not take",
+                 cli::number(options.clientMemoryBytes, kMinClientMemoryBytes,
+                             kMaxClientMemoryBytes)},
                 {"--request-timeout", "SECONDS", "what a request may take, 1 to 3600",
                  cli::number(options.requestTimeoutS, 1, kMaxRequestTimeoutS)},
             },

@@ -1,6 +1,7 @@
 #include "front/front.h"
 
 #include "error_body.h"
+#include "front/own_names.h"
 #include "front/quarantine.h"
 #include "front/refusals.h"
 #include "front/worker_pool.h"
@@ -13,6 +14,7 @@
 #include <boost/asio/steady_timer.hpp>
 #include <httpd/listen_address.h>
 #include <httpd/server.h>
+#include <sys/resource.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -90,6 +92,7 @@ public:
 private:
     void handle(httpd::Request request, const httpd::Reply& reply);
     void handleQueue(const std::string& text, const QueueFrontEnd::Reply& reply);
+    std::optional<httpd::Response> refusal(const httpd::Request& request) const;
     std::optional<httpd::Response> answerWithoutWorker(const httpd::Request& request);
     bool mayNeedCim(const httpd::Request& request) const;
     void noteOutcome(const std::string& watched, Outcome outcome, bool isAction);
@@ -107,6 +110,7 @@ private:
     asio::io_context mContext{1};
     asio::signal_set mSignals;
     asio::steady_timer mStopTimer;
+    OwnNames mOwnNames;
     Quarantine mQuarantine;
     SpawnerLink mSpawner;
     WorkerPool mPool;
@@ -122,6 +126,7 @@ Front::Front(const Options& options, const Spawner& spawner, const httpd::Limits
       mMapping(spawner.mapping),
       mSignals(mContext, SIGTERM, SIGINT, SIGHUP),
       mStopTimer(mContext),
+      mOwnNames(options.hosts),
       mSpawner(mContext, spawner.control.get(), [this](const std::string& cause) { fail(cause); }),
       mPool(mContext, mSpawner, options.workers, std::chrono::seconds(options.requestTimeoutS),
             {[this] { workersReady(); }, [this] { return goesOnUnready(); },
@@ -140,6 +145,13 @@ Front::Front(const Options& options, const Spawner& spawner, const httpd::Limits
           },
           limits)
 {
+    mServer.setHeadJudge([this](const httpd::Request& request) {
+        std::optional<httpd::Response> response = refusal(request);
+        if (response) {
+            addCommonHeaders(*response);
+        }
+        return response;
+    });
     if (!options.oemEndpoint.empty()) {
         makeQueue();
     }
@@ -216,15 +228,20 @@ void Front::handle(httpd::Request request, const httpd::Reply& reply)
     }
     const std::string watched = watchedName(request);
     const bool isAction = isPost(request);
+    // The share of the clients' memory is held as long as the request is.
+    auto done = [this, watched, isAction, reply,
+                 memory = request.memory](Outcome outcome, httpd::Response answered) {
+        noteOutcome(watched, outcome, isAction);
+        httpd::Response final = answerTo(outcome, std::move(answered));
+        addCommonHeaders(final);
+        reply(std::move(final));
+    };
+    const std::shared_ptr<const httpd::Client> client = request.client;
     const bool needsCim = mayNeedCim(request);
-    mPool.submit({workerRequest(std::move(request)),
-                  [this, watched, isAction, reply](Outcome outcome, httpd::Response answered) {
-                      noteOutcome(watched, outcome, isAction);
-                      httpd::Response final = answerTo(outcome, std::move(answered));
-                      addCommonHeaders(final);
-                      reply(std::move(final));
-                  },
-                  needsCim});
+    mPool.submit(
+        {workerRequest(std::move(request)), std::move(done), needsCim, client->share(), [client] {
+             return client->hasGone();
+         }});
 }
 
 void Front::handleQueue(const std::string& text, const QueueFrontEnd::Reply& reply)
@@ -247,9 +264,15 @@ void Front::handleQueue(const std::string& text, const QueueFrontEnd::Reply& rep
                   false, kQueueClient});
 }
 
+std::optional<httpd::Response> Front::refusal(const httpd::Request& request) const
+{
+    std::optional<httpd::Response> response = mOwnNames.refusalOf(request);
+    return response ? response : refusalOf(request);
+}
+
 std::optional<httpd::Response> Front::answerWithoutWorker(const httpd::Request& request)
 {
-    std::optional<httpd::Response> response = refusalOf(request);
+    std::optional<httpd::Response> response = refusal(request);
     if (!response && !mQuarantine.admits(watchedName(request), std::chrono::steady_clock::now())) {
         response = temporarilyUnavailable(kQuarantineRetryAfterS);
     }
@@ -332,9 +355,12 @@ void Front::fail(const std::string& cause)
 
 } // namespace
 
-int runFront(const Options& options, const Spawner& spawner, const httpd::Limits& limits)
+int runFront(const Options& options, const Spawner& spawner, httpd::Limits limits)
 {
-    return Front(options, spawner, limits).run();
+    rlimit files{};
+    (void)getrlimit(RLIMIT_NOFILE, &files);
+    limits.clientMemoryBytes = options.clientMemoryBytes;
+    return Front(options, spawner, httpd::withinOpenFiles(limits, files.rlim_cur)).run();
 }
 
 } // namespace host

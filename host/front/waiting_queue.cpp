@@ -23,9 +23,9 @@ size_t bodyBytes(const Task& task)
     return action == nullptr ? 0 : action->body.size();
 }
 
-bool isUnservable(const Task& task, WaitingQueue::TimePoint now)
+bool isAbandoned(const Task& task)
 {
-    return task.startsBy <= now || (task.isAbandoned && task.isAbandoned());
+    return task.isAbandoned && task.isAbandoned();
 }
 
 } // namespace
@@ -34,6 +34,9 @@ std::vector<Task> WaitingQueue::push(Task task)
 {
     mTasks.push_back(std::move(task));
     std::vector<Task> refused;
+    if (isAbove(kMaxWaiting, one) || isAbove(kMaxWaitingBodyBytes, bodyBytes)) {
+        refused = takeIf(isAbandoned);
+    }
     const std::pair<size_t, Weight> limits[] = {{kMaxWaiting, one},
                                                 {kMaxWaitingBodyBytes, bodyBytes}};
     for (const auto& [limit, weight] : limits) {
@@ -79,6 +82,15 @@ Task WaitingQueue::pop()
     return first;
 }
 
+std::vector<Task> WaitingQueue::takeAbandonedAhead()
+{
+    std::vector<Task> taken;
+    while (!mTasks.empty() && isAbandoned(mTasks.front())) {
+        taken.push_back(pop());
+    }
+    return taken;
+}
+
 WaitingQueue::TimePoint WaitingQueue::nextExpiry() const
 {
     return std::min_element(
@@ -87,11 +99,15 @@ WaitingQueue::TimePoint WaitingQueue::nextExpiry() const
         ->startsBy;
 }
 
-std::vector<Task> WaitingQueue::takeUnservable(TimePoint now)
+std::vector<Task> WaitingQueue::takeExpired(TimePoint now)
+{
+    return takeIf([now](const Task& task) { return task.startsBy <= now; });
+}
+
+std::vector<Task> WaitingQueue::takeIf(const std::function<bool(const Task&)>& condition)
 {
     std::vector<Task> taken;
-    const auto kept = std::stable_partition(
-        mTasks.begin(), mTasks.end(), [now](const Task& task) { return !isUnservable(task, now); });
+    const auto kept = std::stable_partition(mTasks.begin(), mTasks.end(), std::not_fn(condition));
     std::move(kept, mTasks.end(), std::back_inserter(taken));
     mTasks.erase(kept, mTasks.end());
     return taken;

@@ -39,8 +39,12 @@ public:
     // Takes the first task; the queue is not empty.
     Task pop();
 
-    // Takes the tasks that have waited too long, and those that nobody waits for.
-    std::vector<Task> takeUnservable(TimePoint now);
+    // Takes the tasks that have waited too long.
+    std::vector<Task> takeExpired(TimePoint now);
+
+    // Takes the tasks that nobody waits for, up to the first that somebody does. (To ask costs
+    // system calls: others are asked for only where there is no room.)
+    std::vector<Task> takeAbandonedAhead();
 
     // Takes all.
     std::vector<Task> takeAll();
@@ -50,6 +54,7 @@ private:
 
     bool isAbove(size_t limit, const Weight& weight) const;
     Task takeNewestOfHeaviest(const Weight& weight);
+    std::vector<Task> takeIf(const std::function<bool(const Task&)>& condition);
 
     std::deque<Task> mTasks;
 };

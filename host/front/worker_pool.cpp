@@ -75,7 +75,6 @@ void WorkerPool::submit(Task task)
         task.done(Outcome::Overloaded, {});
         return;
     }
-    dropUnservable(); // makes room
     WaitingQueue& queue = queueOf(task);
     refuse(queue.push(std::move(task)));
     dispatch();
@@ -90,6 +89,7 @@ void WorkerPool::dispatch()
         if (!worker.isFree()) {
             continue;
         }
+        dropAbandonedAhead();
         WaitingQueue* const queue = nextQueue();
         if (queue == nullptr) {
             return;
@@ -136,7 +136,7 @@ void WorkerPool::refuseWhereHopeless()
 
 void WorkerPool::serveQueues()
 {
-    dropUnservable();
+    dropExpired();
     dispatch();
 }
 
@@ -156,11 +156,17 @@ void WorkerPool::removeWorker(const WorkerConnection& worker)
     mSupervisor.childGone(wasUsed);
 }
 
-void WorkerPool::dropUnservable()
+void WorkerPool::dropExpired()
 {
     const auto now = steady_clock::now();
-    refuse(mCachedQueue.takeUnservable(now));
-    refuse(mLiveQueue.takeUnservable(now));
+    refuse(mCachedQueue.takeExpired(now));
+    refuse(mLiveQueue.takeExpired(now));
+}
+
+void WorkerPool::dropAbandonedAhead()
+{
+    refuse(mCachedQueue.takeAbandonedAhead());
+    refuse(mLiveQueue.takeAbandonedAhead());
 }
 
 void WorkerPool::armExpiryTimer()
@@ -175,7 +181,7 @@ void WorkerPool::armExpiryTimer()
     mExpiryTimer.expires_at(next);
     mExpiryTimer.async_wait([this](boost::system::error_code error) {
         if (!error) {
-            dropUnservable();
+            dropExpired();
             armExpiryTimer();
         }
     });

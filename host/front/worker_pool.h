@@ -62,7 +62,8 @@ private:
     void serveQueues();
     void takeBack(Task task, Declined reason);
     void removeWorker(const WorkerConnection& worker);
-    void dropUnservable();
+    void dropExpired();
+    void dropAbandonedAhead();
     void armExpiryTimer();
     WaitingQueue& queueOf(const Task& task) { return task.needsCim ? mLiveQueue : mCachedQueue; }
 

@@ -120,7 +120,9 @@ def connect_to(base, timeout=PATIENCE_S, **more):
 
 def ask(base, path, method="GET", headers=(), body=b""):
     """The answer to one request on a connection of its own; its length must be what it says, and nothing may follow."""
-    head = [f"{method} {path} HTTP/1.1", f"Host: {base.removeprefix('http://')}", "Accept: */*", *headers]
+    names_host = any(header.startswith("Host:") for header in headers)
+    host = [] if names_host else [f"Host: {base.removeprefix('http://')}"]
+    head = [f"{method} {path} HTTP/1.1", *host, "Accept: */*", *headers]
     if method != "GET":
         head.append(f"Content-Length: {len(body)}")
     with connect_to(base, 2 * PATIENCE_S) as connection, connection.makefile("rb") as stream:

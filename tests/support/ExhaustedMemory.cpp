@@ -1,4 +1,4 @@
-#include "ExhaustedMemory.h"
+#include <ExhaustedMemory.h>
 
 #include <cstdlib>
 #include <new>

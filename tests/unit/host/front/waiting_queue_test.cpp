@@ -125,23 +125,45 @@ TEST_F(WaitingQueueTest, WhatHasWaitedTooLongIsTakenFromAnywhere)
     ASSERT_THAT(push(taskOf("a", "late", seconds(1))), IsEmpty());
     fill("b", 1);
     EXPECT_EQ(mQueue.nextExpiry(), kNow + seconds(1));
-    EXPECT_THAT(mQueue.takeUnservable(kNow), IsEmpty());
-    EXPECT_THAT(targetsOf(mQueue.takeUnservable(kNow + seconds(1))), ElementsAre("late"));
+    EXPECT_THAT(mQueue.takeExpired(kNow), IsEmpty());
+    EXPECT_THAT(targetsOf(mQueue.takeExpired(kNow + seconds(1))), ElementsAre("late"));
     EXPECT_THAT(targetsOf(mQueue.takeAll()), ElementsAre("a0", "b0"));
 }
 
-TEST_F(WaitingQueueTest, WhatNobodyWaitsForIsTaken)
+class AbandonedTest : public WaitingQueueTest
 {
-    bool isGone = false;
-    Task task = taskOf("a", "abandoned");
-    task.isAbandoned = [&] {
-        return isGone;
-    };
-    ASSERT_THAT(push(std::move(task)), IsEmpty());
+protected:
+    Task abandoned(const std::string& target)
+    {
+        Task task = taskOf("a", target);
+        task.isAbandoned = [this] {
+            return mIsGone;
+        };
+        return task;
+    }
+
+    bool mIsGone = false;
+};
+
+TEST_F(AbandonedTest, WhatNobodyWaitsForIsTakenAtItsTurn)
+{
+    ASSERT_THAT(push(abandoned("first")), IsEmpty());
+    ASSERT_THAT(push(abandoned("second")), IsEmpty());
     fill("b", 1);
-    EXPECT_THAT(mQueue.takeUnservable(kNow), IsEmpty());
-    isGone = true;
-    EXPECT_THAT(targetsOf(mQueue.takeUnservable(kNow)), ElementsAre("abandoned"));
+    ASSERT_THAT(push(abandoned("last")), IsEmpty());
+    EXPECT_THAT(mQueue.takeAbandonedAhead(), IsEmpty());
+    mIsGone = true;
+    EXPECT_THAT(targetsOf(mQueue.takeAbandonedAhead()), ElementsAre("first", "second"));
+    EXPECT_EQ(targetOf(mQueue.pop()), "b0");
+}
+
+TEST_F(AbandonedTest, WhatNobodyWaitsForGivesWayBeforeAnythingElse)
+{
+    fill("b", host::kMaxWaiting - 1);
+    ASSERT_THAT(push(abandoned("abandoned")), IsEmpty());
+    mIsGone = true;
+    EXPECT_THAT(push(taskOf("b", "fits")), ElementsAre("abandoned"));
+    EXPECT_THAT(push(taskOf("b", "more")), ElementsAre("more"));
 }
 
 } // namespace

@@ -1,5 +1,4 @@
-#include "ExhaustedMemory.h"
-
+#include <ExhaustedMemory.h>
 #include <gtest/gtest.h>
 #include <odata/odata.h>
 

@@ -1,6 +1,6 @@
-#include "ExhaustedMemory.h"
 #include "SyslogCapture.h"
 
+#include <ExhaustedMemory.h>
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/socket.h>
