@@ -9,22 +9,20 @@ import unittest
 from pathlib import Path
 
 from cim_object_manager import ObjectManager
+from cimgate_host import BASE, NO_OBJECT_MANAGER
 from installed_tree import SOURCE_DIR, InstalledTreeTest, cache_entry, run
 
 CONSUMER_DIR = SOURCE_DIR / "tests" / "integration" / "consumer"
 EXAMPLE_DIR = SOURCE_DIR / "docs" / "examples" / "service"
 REPOSITORY = SOURCE_DIR / "data" / "sample" / "cim"
-# A reserved port, on which nothing listens.
-NO_OBJECT_MANAGER = "http://127.0.0.1:1"
 
-VEXO = "/redfish/v1/Vexo"
-INSTANCE_URI = f"{VEXO}/Chassis/System.Embedded.1/Power/PowerSupplies/VexoPowerSupply/PSU.Slot.1"
-MEMORY_URI = f"{VEXO}/Systems/System.Embedded.1/VexoMemoryCollection"
-PROBE_URI = f"{VEXO}/Systems/System.Embedded.1/VexoTemperatureProbe/Tavix.Embedded.1%23CPU1Temp"
-PROBES_URI = f"{VEXO}/Systems/System.Embedded.1/VexoTemperatureProbeCollection"
-SERVICE_URI = f"{VEXO}/Systems/System.Embedded.1/VexoPowerManagementService"
+INSTANCE_URI = f"{BASE}/Chassis/System.Embedded.1/Power/PowerSupplies/VexoPowerSupply/PSU.Slot.1"
+MEMORY_URI = f"{BASE}/Systems/System.Embedded.1/VexoMemoryCollection"
+PROBE_URI = f"{BASE}/Systems/System.Embedded.1/VexoTemperatureProbe/Tavix.Embedded.1%23CPU1Temp"
+PROBES_URI = f"{BASE}/Systems/System.Embedded.1/VexoTemperatureProbeCollection"
+SERVICE_URI = f"{BASE}/Systems/System.Embedded.1/VexoPowerManagementService"
 POWER_URI = f"{SERVICE_URI}/Actions/VexoPowerManagementService.RequestPowerStateChange"
-INSTALL_URI = (f"{VEXO}/Managers/Tavix.Embedded.1/VexoSoftwareInstallationService/Actions"
+INSTALL_URI = (f"{BASE}/Managers/Tavix.Embedded.1/VexoSoftwareInstallationService/Actions"
                "/VexoSoftwareInstallationService.InstallFromURI")
 INSTALL_BODY = '{"URI": "http://192.0.2.1/firmware.bin", "InstallOptions": ["Install"]}'
 
@@ -136,9 +134,9 @@ class Consumers(InstalledTreeTest):
                          (200, ["#VexoPowerManagementService.RequestPowerStateChange"]))
 
     def check_refusals(self, example):
-        for request, status in ((f"GET {VEXO}/NoSuchResource", 404), (f"GET {INSTANCE_URI}x", 404),
+        for request, status in ((f"GET {BASE}/NoSuchResource", 404), (f"GET {INSTANCE_URI}x", 404),
                                 (f"GET {INSTANCE_URI}?$nonsense=1", 501), (f"GET {INSTANCE_URI}?$select=Nonsense", 400),
-                                (f"GET {VEXO}/%zz", 400), ("GET /", 404), (f"GET {VEXO}/{'x' * 9000}", 414),
+                                (f"GET {BASE}/%zz", 400), ("GET /", 404), (f"GET {BASE}/{'x' * 9000}", 414),
                                 (f"POST {POWER_URI} {{", 400), (f"POST {POWER_URI} {'[' * 2000}", 400),
                                 (f"POST {POWER_URI} {{}} {{}}", 400), (f"POST {POWER_URI} {{}}", 400),
                                 (f'POST {POWER_URI} {{"PowerState": "Sideways"}}', 400), ("EMBED Nonsense 1", 404),

@@ -48,6 +48,23 @@ def includes():
                 yield source.relative_to(SOURCE_DIR).as_posix(), found[0].relative_to(SOURCE_DIR).as_posix()
 
 
+def circle(arrows):
+    """Units that include each other in a circle, from the first to itself; empty where there is none."""
+    done = set()
+
+    def visit(unit, path):
+        if unit in path:
+            return [*path[path.index(unit):], unit]
+        if unit not in done:
+            for other in sorted(arrows.get(unit, ())):
+                if found := visit(other, [*path, unit]):
+                    return found
+            done.add(unit)
+        return []
+
+    return next((found for unit in sorted(arrows) if (found := visit(unit, []))), [])
+
+
 class Documents(unittest.TestCase):
     def test_links_lead_to_files_and_headings(self):
         for document in DOCUMENTS:
@@ -91,6 +108,15 @@ class Documents(unittest.TestCase):
             allowed = [*arrows.get(around[0], []), *arrows.get(around[-1], [])]
             with self.subTest(source=source, header=header):
                 self.assertTrue(any(header.startswith(target) for target in allowed), allowed)
+
+    def test_units_do_not_include_each_other_in_a_circle(self):
+        arrows = {}
+        for source, header in includes():
+            # A unit is a source and its header.
+            unit, other = source.rpartition(".")[0], header.rpartition(".")[0]
+            if unit != other:
+                arrows.setdefault(unit, set()).add(other)
+        self.assertEqual(circle(arrows), [])
 
 
 if __name__ == "__main__":
