@@ -1,6 +1,6 @@
 #!/usr/bin/python3
 """What the documents say of the tree: links between them lead somewhere, the code that one of them quotes is that of
-the example, and headers are included along the arrows that another one draws."""
+the example; what another one names is there, and headers are included along its arrows."""
 
 import os
 import re
@@ -12,6 +12,9 @@ DOCUMENTS = sorted([*SOURCE_DIR.glob("*.md"), *SOURCE_DIR.glob("docs/*.md"), *SO
 EXAMPLE_DIR = SOURCE_DIR / "docs" / "examples" / "service"
 # The language of a quotation, and the file that it is taken from.
 QUOTED = {"cpp": EXAMPLE_DIR / "main.cpp", "cmake": EXAMPLE_DIR / "CMakeLists.txt"}
+
+# Where the programs' sources are.
+ROOMS = ("cimxml", "cli", "host", "httpd", "include", "platform", "src", "tools")
 
 ARCHITECTURE = SOURCE_DIR / "docs" / "architecture.md"
 ARROW = re.compile(r"^ *(\S+/) +-> +(.*)$", re.MULTILINE)
@@ -37,11 +40,14 @@ def anchors(text):
     return {re.sub(r"[^\w\- ]", "", heading.lower()).replace(" ", "-") for heading in headings}
 
 
+def sources():
+    files = [path for room in ROOMS for path in sorted((SOURCE_DIR / room).rglob("*"))]
+    return [path for path in files if path.suffix in (".cpp", ".h")]
+
+
 def includes():
     """Each header of the tree that a source of the programs includes: (source, header), as texts from its root."""
-    rooms = ("cimxml", "cli", "host", "httpd", "include", "platform", "src", "tools")
-    files = [path for room in rooms for path in sorted((SOURCE_DIR / room).rglob("*"))]
-    for source in [path for path in files if path.suffix in (".cpp", ".h")]:
+    for source in sources():
         for name in INCLUDE.findall(text_of(source)):
             found = [folder / name for folder in (source.parent, *HEADER_DIRS) if (folder / name).is_file()]
             if found:
@@ -90,6 +96,17 @@ class Documents(unittest.TestCase):
         self.assertEqual({language for language, _ in quotations}, set(QUOTED))
         for language, code in quotations:
             self.assertIn(code, text_of(QUOTED[language]))
+
+    def test_what_the_architecture_names_is_in_the_tree(self):
+        words = set(re.findall(r"\w+", "".join(map(text_of, [*sources(), *SOURCE_DIR.glob("*/CMakeLists.txt")]))))
+        paths = [path.as_posix() for room in (*ROOMS, "tests") for path in (SOURCE_DIR / room).rglob("*")]
+        for name in set(re.findall(r"`([^`\n]+)`", FENCE.sub("", text_of(ARCHITECTURE)))):
+            with self.subTest(name=name):
+                if re.fullmatch(r"[\w./-]*(/|\.(cpp|h|py))[\w./-]*", name):
+                    self.assertTrue((SOURCE_DIR / name).exists() or
+                                    any(path.endswith(f"/{name.rstrip('/')}") for path in paths))
+                elif re.fullmatch(r"[\w:]+(\(\w*\))?", name):
+                    self.assertEqual(set(re.findall(r"[A-Za-z]\w+", name)) - words, set())
 
     def test_headers_are_included_along_the_arrows(self):
         arrows = {room: targets.split() for room, targets in ARROW.findall(text_of(ARCHITECTURE))}
