@@ -4,6 +4,13 @@
  * Lines go to standard error (the default) or to syslog. A threshold drops what nobody wants to
  * read; callers that format their lines at some cost ask vexoThreshold() first.
  *
+ * Nobody waits for standard error. A line that a pipe, a terminal or a socket does not take at
+ * once, because its reader is slow or has stopped, is dropped; ahead of the next line that it
+ * takes, this process tells how many were: "0 2 vexodlog: 12 lines were dropped: ...". The
+ * inherited descriptor stays as it was: pipes and terminals are opened once more, by way of /proc.
+ * Lines to syslog wait as syslog(3) does, for a system log that does not keep up: what must answer
+ * in time logs to standard error.
+ *
  * Threads: every operation may be called from any thread at any time.
  */
 #ifndef VEXODLOG_H_
@@ -33,13 +40,26 @@ enum VexoTarget { VEXO_TARGET_STDERR = 0, VEXO_TARGET_SYSLOG = 1 };
  *   text      NUL-terminated, without a line end; NULL is written as an empty line. A CR or LF
  *             inside it is written as a blank, so that no text can pass for a second line.
  * On standard error a line is written with one write(2): "<module> <severity> <text>\n", so that
- * lines of several processes never mix. In syslog the severities map to LOG_CRIT, LOG_ERR,
+ * lines of several processes never mix. A pipe takes no more than PIPE_BUF bytes (4,096) as a
+ * whole: a longer line is cut and ends in "...". In syslog the severities map to LOG_CRIT, LOG_ERR,
  * LOG_WARNING, LOG_INFO and LOG_DEBUG, facility LOG_DAEMON; the line is "<module> <text>". errno is
  * left as it was.
  * Returns 1 when the line was kept and written, 0 when the threshold dropped it, -1 when it could
  * not be written.
  */
 int vexoprintf(int severity, int module, const char* text);
+
+/*
+ * Writes "<text>\n" to standard error in the same way, whatever target and threshold are: what a
+ * program has to tell whoever started it. Returns 1, or -1 when it could not be written.
+ */
+int vexoPutText(const char* text);
+
+/*
+ * Waits until standard error has room for a line, at most timeoutMs: ahead of the last words of a
+ * process, which cannot be told later. Returns 1 when there is room, -1 when there is none.
+ */
+int vexoAwaitRoom(int timeoutMs);
 
 /* The least severe severity that is kept; 0 when every line is dropped. Costs one relaxed load. */
 int vexoThreshold(void);

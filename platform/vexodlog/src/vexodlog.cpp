@@ -1,7 +1,8 @@
 #include "vexodlog.h"
 
+#include "StandardError.h"
+
 #include <sys/syslog.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <array>
@@ -39,15 +40,17 @@ std::string lineText(const char* text)
     return line;
 }
 
+// Lives until the process has ended: what ends last may still log.
+StandardError& standardError()
+{
+    static StandardError& instance = *new StandardError;
+    return instance;
+}
+
 bool writeToStderr(int severity, int module, const char* text)
 {
-    const std::string line =
-        std::to_string(module) + ' ' + std::to_string(severity) + ' ' + lineText(text) + '\n';
-    ssize_t written = 0;
-    do {
-        written = ::write(STDERR_FILENO, line.data(), line.size());
-    } while (written < 0 && errno == EINTR);
-    return written >= 0 && static_cast<size_t>(written) == line.size();
+    return standardError().write(std::to_string(module) + ' ' + std::to_string(severity) + ' ' +
+                                 lineText(text) + '\n');
 }
 
 void writeToSyslog(int severity, int module, const char* text)
@@ -60,17 +63,28 @@ void writeToSyslog(int severity, int module, const char* text)
     ::syslog(priority, "%s", line.c_str());
 }
 
-bool writeLine(int severity, int module, const char* text) noexcept
+bool writeLine(int severity, int module, const char* text)
 {
-    try {
-        if (theLog().target.load(std::memory_order_relaxed) == VEXO_TARGET_SYSLOG) {
-            writeToSyslog(severity, module, text);
-            return true;
-        }
-        return writeToStderr(severity, module, text);
-    } catch (...) {
-        return false;
+    if (theLog().target.load(std::memory_order_relaxed) == VEXO_TARGET_SYSLOG) {
+        writeToSyslog(severity, module, text);
+        return true;
     }
+    return writeToStderr(severity, module, text);
+}
+
+// 1 when it wrote, -1 when not, be it for want of memory. errno stays the caller's.
+template <typename Write>
+int guarded(Write write) noexcept
+{
+    const int callerErrno = errno;
+    bool isWritten = false;
+    try {
+        isWritten = write();
+    } catch (...) {
+        isWritten = false;
+    }
+    errno = callerErrno;
+    return isWritten ? 1 : -1;
 }
 
 } // namespace
@@ -81,10 +95,17 @@ int vexoprintf(int severity, int module, const char* text)
     if (clamped > vexoThreshold()) {
         return 0;
     }
-    const int callerErrno = errno;
-    const bool isWritten = writeLine(clamped, module, text);
-    errno = callerErrno;
-    return isWritten ? 1 : -1;
+    return guarded([&] { return writeLine(clamped, module, text); });
+}
+
+int vexoPutText(const char* text)
+{
+    return guarded([text] { return standardError().write(lineText(text) + '\n'); });
+}
+
+int vexoAwaitRoom(int timeoutMs)
+{
+    return guarded([timeoutMs] { return StandardError::awaitRoom(timeoutMs); });
 }
 
 int vexoThreshold(void)

@@ -5,12 +5,18 @@
 #include <gtest/gtest.h>
 #include <sys/socket.h>
 #include <sys/syslog.h>
+#include <sys/wait.h>
 #include <unistd.h>
 #include <vexodlog.h>
 
 #include <array>
 #include <cerrno>
+#include <climits>
+#include <csignal>
+#include <cstdlib>
 #include <map>
+#include <optional>
+#include <sstream>
 #include <string>
 #include <thread>
 #include <vector>
@@ -37,20 +43,76 @@ public:
     StderrMessages& operator=(const StderrMessages&) = delete;
 
     // The next message; "(none)" when none has come.
-    std::string next() { return receive(MSG_DONTWAIT); }
-    std::string waitForNext() { return receive(0); }
-
-private:
-    std::string receive(int flags)
+    std::string next()
     {
         std::vector<char> buffer(1 << 16);
-        const ssize_t length = ::recv(mPair[1], buffer.data(), buffer.size(), flags);
+        const ssize_t length = ::recv(mPair[1], buffer.data(), buffer.size(), MSG_DONTWAIT);
         return length < 0 ? "(none)" : std::string(buffer.data(), static_cast<size_t>(length));
     }
 
+private:
     int mStderr;
     std::array<int, 2> mPair{};
 };
+
+// Standard error as one end of something whose reader may stop.
+class StderrReplaced
+{
+public:
+    explicit StderrReplaced(int fd) : mStderr(::dup(STDERR_FILENO)) { ::dup2(fd, STDERR_FILENO); }
+    ~StderrReplaced()
+    {
+        ::dup2(mStderr, STDERR_FILENO);
+        ::close(mStderr);
+    }
+    StderrReplaced(const StderrReplaced&) = delete;
+    StderrReplaced& operator=(const StderrReplaced&) = delete;
+
+private:
+    int mStderr;
+};
+
+class StderrPipe
+{
+public:
+    StderrPipe()
+    {
+        EXPECT_EQ(0, ::pipe2(mEnds.data(), O_CLOEXEC));
+        mReplaced.emplace(mEnds[1]);
+        ::close(mEnds[1]);
+    }
+    ~StderrPipe() { ::close(mEnds[0]); }
+    StderrPipe(const StderrPipe&) = delete;
+    StderrPipe& operator=(const StderrPipe&) = delete;
+
+    // All that it holds now.
+    std::string read()
+    {
+        ::fcntl(mEnds[0], F_SETFL, O_NONBLOCK);
+        std::string text(1 << 17, '\0'); // more than a pipe holds
+        size_t size = 0;
+        ssize_t got = 0;
+        while ((got = ::read(mEnds[0], text.data() + size, text.size() - size)) > 0) {
+            size += static_cast<size_t>(got);
+        }
+        text.resize(size);
+        return text;
+    }
+
+private:
+    std::array<int, 2> mEnds{};
+    std::optional<StderrReplaced> mReplaced;
+};
+
+// Writes lines until one is dropped; how many were written.
+int fillStderr()
+{
+    int lines = 0;
+    while (vexoprintf(1, 7, "filled") == 1) {
+        ++lines;
+    }
+    return lines;
+}
 
 class Vexodlog : public testing::Test
 {
@@ -58,6 +120,8 @@ public:
     Vexodlog() { vexoSetThreshold(VEXO_DEBUG); }
     ~Vexodlog() override
     {
+        const StderrPipe pipe;
+        vexoPutText(""); // lines that one test lost are not told of in the next
         vexoSetTarget(VEXO_TARGET_STDERR, nullptr);
         vexoSetThreshold(VEXO_ERROR);
     }
@@ -186,7 +250,7 @@ TEST_F(Vexodlog, linesOfSeveralThreadsDoNotMix)
 {
     constexpr int kThreads = 4;
     constexpr int kLines = 250;
-    StderrMessages messages;
+    StderrPipe pipe;
     std::vector<std::thread> threads;
     threads.reserve(kThreads);
     for (int module = 0; module < kThreads; ++module) {
@@ -197,18 +261,186 @@ TEST_F(Vexodlog, linesOfSeveralThreadsDoNotMix)
             }
         });
     }
-    std::map<std::string, int> counts;
-    for (int received = 0; received < kThreads * kLines; ++received) {
-        ++counts[messages.waitForNext()];
-    }
     for (std::thread& thread : threads) {
         thread.join();
     }
-    const std::map<std::string, int> expected{{"0 1 text\n", kLines},
-                                              {"1 1 text\n", kLines},
-                                              {"2 1 text\n", kLines},
-                                              {"3 1 text\n", kLines}};
+    std::map<std::string, int> counts;
+    std::istringstream lines(pipe.read());
+    for (std::string line; std::getline(lines, line);) {
+        ++counts[line];
+    }
+    const std::map<std::string, int> expected{
+        {"0 1 text", kLines}, {"1 1 text", kLines}, {"2 1 text", kLines}, {"3 1 text", kLines}};
     EXPECT_EQ(expected, counts);
+}
+
+TEST_F(Vexodlog, dropsWhatAStalledReaderDoesNotTakeAndTellsLater)
+{
+    StderrPipe pipe;
+    const int written = fillStderr();
+    EXPECT_EQ(-1, vexoprintf(1, 7, "dropped"));
+    EXPECT_EQ(-1, vexoPutText("dropped"));
+    EXPECT_EQ(-1, vexoAwaitRoom(0));
+    std::string expected;
+    for (int i = 0; i < written; ++i) {
+        expected += "7 1 filled\n";
+    }
+    EXPECT_EQ(expected, pipe.read());
+    EXPECT_EQ(1, vexoAwaitRoom(0));
+    EXPECT_EQ(1, vexoprintf(1, 7, "again"));
+    EXPECT_EQ(1, vexoprintf(1, 7, "and again"));
+    EXPECT_EQ(
+        "0 2 vexodlog: 3 lines were dropped: nobody reads standard error, or not fast enough\n"
+        "7 1 again\n7 1 and again\n",
+        pipe.read());
+}
+
+TEST_F(Vexodlog, tellsOfOneLine)
+{
+    StderrPipe pipe;
+    (void)fillStderr();
+    (void)pipe.read();
+    vexoprintf(1, 7, "again");
+    EXPECT_EQ(0U, pipe.read().rfind("0 2 vexodlog: 1 line was dropped: ", 0));
+}
+
+TEST_F(Vexodlog, inheritedDescriptorStaysBlocking)
+{
+    StderrPipe pipe;
+    (void)fillStderr();
+    EXPECT_EQ(0, ::fcntl(STDERR_FILENO, F_GETFL) & O_NONBLOCK);
+}
+
+TEST_F(Vexodlog, longLineOfAPipeIsCut)
+{
+    StderrPipe pipe;
+    const std::string head = "7 1 ";
+    const std::string fits(PIPE_BUF - head.size() - 1, 'x');
+    vexoprintf(1, 7, fits.c_str());
+    EXPECT_EQ(head + fits + "\n", pipe.read());
+    vexoprintf(1, 7, (fits + "x").c_str());
+    EXPECT_EQ(head + fits.substr(3) + "...\n", pipe.read());
+}
+
+TEST_F(Vexodlog, readerThatIsGoneIsNoStalledOne)
+{
+    (void)std::signal(SIGPIPE, SIG_IGN);
+    std::array<int, 2> ends{};
+    ASSERT_EQ(0, ::pipe2(ends.data(), O_CLOEXEC));
+    {
+        const StderrReplaced replaced(ends[1]);
+        ::close(ends[0]);
+        EXPECT_EQ(-1, vexoprintf(1, 7, "a"));
+    }
+    ::close(ends[1]);
+    (void)std::signal(SIGPIPE, SIG_DFL);
+    StderrPipe pipe;
+    vexoprintf(1, 7, "b");
+    EXPECT_EQ("7 1 b\n", pipe.read());
+}
+
+TEST_F(Vexodlog, dropsWhatAStalledSocketDoesNotTake)
+{
+    std::array<int, 2> ends{};
+    ASSERT_EQ(0, ::socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends.data()));
+    std::string text;
+    {
+        const StderrReplaced replaced(ends[1]);
+        (void)fillStderr();
+        EXPECT_EQ(-1, vexoprintf(1, 7, "dropped"));
+        std::vector<char> buffer(1 << 20);
+        ssize_t got = ::recv(ends[0], buffer.data(), buffer.size(), MSG_DONTWAIT);
+        while (got > 0) {
+            text.append(buffer.data(), static_cast<size_t>(got));
+            got = ::recv(ends[0], buffer.data(), buffer.size(), MSG_DONTWAIT);
+        }
+        EXPECT_EQ(1, vexoprintf(1, 7, "again"));
+        got = ::recv(ends[0], buffer.data(), buffer.size(), MSG_DONTWAIT);
+        text.append(buffer.data(), got > 0 ? static_cast<size_t>(got) : 0);
+    }
+    ::close(ends[0]);
+    ::close(ends[1]);
+    EXPECT_NE(std::string::npos, text.find("filled\n0 2 vexodlog: 2 lines were dropped: "));
+    EXPECT_EQ("\n7 1 again\n", text.substr(text.size() - 11));
+}
+
+// A terminal takes part of a line: the rest comes first, once there is room.
+TEST_F(Vexodlog, lineThatIsTakenInPartIsFinished)
+{
+    const int reader = ::posix_openpt(O_RDWR | O_NOCTTY | O_CLOEXEC | O_NONBLOCK);
+    ASSERT_GE(reader, 0);
+    ASSERT_EQ(0, ::grantpt(reader) | ::unlockpt(reader));
+    std::array<char, 64> name{};
+    ASSERT_EQ(0, ::ptsname_r(reader, name.data(), name.size()));
+    const int terminal = ::open(name.data(), O_RDWR | O_NOCTTY | O_CLOEXEC);
+    ASSERT_GE(terminal, 0);
+    std::string text;
+    {
+        const StderrReplaced replaced(terminal);
+        const std::string line(1000, 'x');
+        int lines = 0;
+        while (vexoprintf(1, 7, line.c_str()) == 1) {
+            ++lines;
+        }
+        EXPECT_GT(lines, 1);
+        std::array<char, 4096> buffer{};
+        for (int result = -1; result != 1;) {
+            const ssize_t got = ::read(reader, buffer.data(), buffer.size());
+            text.append(buffer.data(), got > 0 ? static_cast<size_t>(got) : 0);
+            result = vexoprintf(1, 7, "again");
+        }
+        while (text.find("again") == std::string::npos) {
+            const ssize_t got = ::read(reader, buffer.data(), buffer.size());
+            text.append(buffer.data(), got > 0 ? static_cast<size_t>(got) : 0);
+        }
+        std::string expected;
+        for (; lines > 0; --lines) {
+            expected += "7 1 " + line + "\r\n";
+        }
+        EXPECT_EQ(expected, text.substr(0, expected.size()));
+        EXPECT_EQ(expected.size(), text.find("0 2 vexodlog: "));
+    }
+    ::close(terminal);
+    ::close(reader);
+}
+
+TEST_F(Vexodlog, aProcessCountsItsOwnLines)
+{
+    StderrPipe pipe;
+    (void)fillStderr();
+    (void)pipe.read();
+    const pid_t child = ::fork();
+    if (child == 0) {
+        ::_exit(vexoprintf(1, 7, "child"));
+    }
+    int status = 0;
+    ASSERT_EQ(child, ::waitpid(child, &status, 0));
+    EXPECT_EQ(1, WEXITSTATUS(status));
+    EXPECT_EQ("7 1 child\n", pipe.read());
+    vexoprintf(1, 7, "parent");
+    EXPECT_NE(std::string::npos, pipe.read().find("1 line was dropped"));
+}
+
+// Who redirects standard error wants its former reader to see the end.
+TEST_F(Vexodlog, followsStandardErrorThatIsRedirected)
+{
+    StderrPipe first;
+    vexoprintf(1, 7, "a");
+    {
+        StderrPipe second;
+        vexoprintf(1, 7, "b");
+        EXPECT_EQ("7 1 b\n", second.read());
+    }
+    vexoprintf(1, 7, "c");
+    EXPECT_EQ("7 1 a\n7 1 c\n", first.read());
+}
+
+TEST_F(Vexodlog, putsATextAsItIs)
+{
+    vexoSetThreshold(0);
+    StderrMessages messages;
+    EXPECT_EQ(1, vexoPutText("cimgated: a\nb"));
+    EXPECT_EQ("cimgated: a b\n", messages.next());
 }
 
 TEST_F(Vexodlog, syslogGetsTheSeveritiesAsPriorities)
