@@ -2,6 +2,7 @@
 
 #include "front/front.h"
 #include "spawner/spawner.h"
+#include "tell.h"
 #include "worker/cim_session.h"
 
 #include <ExtendedErrorInfoHandling.h>
@@ -9,7 +10,6 @@
 #include <vexodlog.h>
 
 #include <csignal>
-#include <cstdio>
 #include <cstdlib>
 
 namespace host {
@@ -18,7 +18,7 @@ namespace {
 
 int complain(const std::string& problem, int status)
 {
-    (void)std::fprintf(stderr, "cimgated: %s\n", problem.c_str());
+    tellLastWords(problem);
     return status;
 }
 

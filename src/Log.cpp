@@ -2,10 +2,24 @@
 
 #include <cstdlib>
 
-// The controller's own logger need not have it.
+// The controller's own logger need not have these.
 extern "C" int vexoThreshold(void) __attribute__((weak));
+extern "C" int vexoAwaitRoom(int timeoutMs) __attribute__((weak));
 
 namespace cimgate {
+
+namespace {
+
+// Why the process ends is worth a moment where the log is full.
+void awaitRoomForLastWords()
+{
+    constexpr int kLastWordsMs = 100;
+    if (vexoAwaitRoom != nullptr) {
+        (void)vexoAwaitRoom(kLastWordsMs);
+    }
+}
+
+} // namespace
 
 bool isLogged(int level)
 {
@@ -29,6 +43,7 @@ LogScope::~LogScope()
 
 void assertionFailed(const char* file, int line, const char* function, const char* condition)
 {
+    awaitRoomForLastWords();
     (void)logMessage(LOG_ERROR, file, line, function, "Assertion '%s' failed", condition);
     std::abort();
 }

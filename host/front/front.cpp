@@ -9,6 +9,7 @@
 #include "log.h"
 #include "queue/front_end.h"
 #include "queue/message.h"
+#include "tell.h"
 
 #include <boost/asio/signal_set.hpp>
 #include <boost/asio/steady_timer.hpp>
@@ -330,10 +331,9 @@ void Front::listen()
 bool Front::goesOnUnready()
 {
     if (mMapping.usesCache && access(mOptions.cachePath.c_str(), F_OK) != 0 && errno == ENOENT) {
-        (void)std::fprintf(stderr,
-                           "cimgated: the data cache %s is not there: reads of cached resources "
-                           "answer 503 until it is (--cache names another file)\n",
-                           mOptions.cachePath.c_str());
+        tell("the data cache " + mOptions.cachePath +
+             " is not there: reads of cached resources answer 503 until it is (--cache names "
+             "another file)");
         return true;
     }
     const std::string cause = "a worker ended before it was ready";
@@ -348,7 +348,7 @@ void Front::fail(const std::string& cause)
     if (mExitStatus != EXIT_SUCCESS) {
         return; // what follows from the first cause says no more
     }
-    (void)std::fprintf(stderr, "cimgated: %s\n", cause.c_str());
+    tellLastWords(cause);
     mExitStatus = EXIT_FAILURE;
     mContext.stop();
 }

@@ -3,6 +3,7 @@
 #include "errno_text.h"
 #include "host_limits.h"
 #include "process_limits.h"
+#include "tell.h"
 #include "wire/frame_io.h"
 
 #include <fcntl.h>
@@ -16,7 +17,6 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <cstdio>
 #include <cstdlib>
 #include <map>
 #include <vector>
@@ -192,8 +192,7 @@ bool serveEndpoint(int front, const std::string& endpoint)
     } catch (const std::exception& error) {
         problem = error.what();
     }
-    (void)std::fprintf(stderr, "cimgated: --oem-endpoint %s: %s\n", endpoint.c_str(),
-                       problem.c_str());
+    tellLastWords("--oem-endpoint " + endpoint + ": " + problem);
     return false;
 }
 
