@@ -1,3 +1,5 @@
+#include "standard_descriptors.h"
+
 #include <CLI/CLI.hpp>
 #include <cli/command_line.h>
 
@@ -218,6 +220,9 @@ Reading read(const Command& program, const std::vector<std::string>& arguments)
 
 int run(const Command& program, const std::vector<std::string>& arguments)
 {
+    if (!reserveStandardDescriptors()) {
+        return EXIT_FAILURE; // there is nowhere to say why
+    }
     const Reading reading = read(program, arguments);
     if (reading.outcome == Outcome::Run) {
         return reading.command->run();

@@ -1,0 +1,242 @@
+#!/usr/bin/python3
+"""The log: nothing waits for whoever reads standard error, whatever that is, and the service does without it."""
+
+import contextlib
+import fcntl
+import os
+import pty
+import re
+import signal
+import socket
+import subprocess
+import unittest
+
+from cimgate_host import (BASE, PATIENCE_S, Service, children_of, collection_entry, connect_to, member_entry, state_of,
+                          wait_until)
+from own_address import own_address
+
+GOOD = f"{BASE}/VexoGood/G.1"
+GOODS = f"{BASE}/VexoGoodCollection"
+# A value of another type than the mapping says: the worker ends.
+REAL = f"{BASE}/VexoReal/X"
+CAUSE = "Assertion 'status == SQLITE_OK' failed"
+
+DROPPED = re.compile(r"^0 2 vexodlog: (\d+) lines? (?:was|were) dropped: .*$", re.MULTILINE)
+LINE = re.compile(r"(?:\d+ \d .*|cimgated: .*)")
+# Many lines for each request.
+ALL_LINES = ("--log-level", "4")
+PIPE_BYTES = 65536
+
+
+def sample():
+    text = {"cim_type": "string"}
+    mapping = member_entry("VexoGood", "XCIM_Good", {"A": text}) | collection_entry("VexoGood")
+    mapping |= member_entry("VexoReal", "XCIM_Real", {"A": text})
+    columns = ["InstanceID", "A"]
+    return mapping, {"classes": {"XCIM_Good": (columns, [("G.1", "fine")]), "XCIM_Real": (columns, [("X", 1.5)])}}
+
+
+class LoggingService(Service):
+    """Its standard error is any descriptor; those that are named closed are."""
+
+    def __init__(self, stderr, options=(), closed=(), listen="127.0.0.1:0"):
+        super().__init__(*sample(), options, listen)
+        self._stderr = stderr
+        self._closed = closed
+
+    def launch(self):
+        def close_descriptors():
+            for descriptor in self._closed:
+                os.close(descriptor)
+
+        # pylint: disable=consider-using-with,subprocess-popen-preexec-fn
+        self.process = subprocess.Popen(self.command, stdin=subprocess.DEVNULL, stdout=subprocess.PIPE,
+                                        stderr=self._stderr, text=True, start_new_session=True,
+                                        env=dict(os.environ, TZ="UTC"), preexec_fn=close_descriptors)
+
+    def log(self):
+        return ""
+
+
+class LogTest(unittest.TestCase):
+    maxDiff = None
+
+    def check_good(self, service):
+        answer = service.get(GOOD)
+        self.assertEqual((answer.status, answer.json()["A"]), (200, "fine"))
+
+    def check_replaces_workers(self, service):
+        before = service.workers()
+        self.assertEqual(service.get(REAL).status, 500)
+        wait_until(lambda: len(service.workers()) == len(before) and service.workers() != before, "the new worker")
+        self.check_good(service)
+
+    def check_serves_and_stops(self, service):
+        self.check_good(service)
+        self.check_replaces_workers(service)
+        service.stop()
+
+
+class Reader:
+    """The end of a pipe, a socket or a terminal that a log is written to."""
+
+    def __init__(self, test, descriptor, writer):
+        self.descriptor = descriptor
+        self._writer = writer
+        os.set_blocking(descriptor, False)
+        test.addCleanup(os.close, descriptor)
+
+    def fill(self):
+        """Leaves no room at all. The flags of the description that is inherited are as before."""
+        flags = fcntl.fcntl(self._writer, fcntl.F_GETFL)
+        os.set_blocking(self._writer, False)
+        for text in (b"#" * 4095 + b"\n", b"\n"):
+            with contextlib.suppress(BlockingIOError):
+                while True:
+                    os.write(self._writer, text)
+        fcntl.fcntl(self._writer, fcntl.F_SETFL, flags)
+
+    def text(self):
+        """What is there now, without what fill() wrote."""
+        pieces = []
+        with contextlib.suppress(BlockingIOError, OSError):
+            while piece := os.read(self.descriptor, PIPE_BYTES):
+                pieces.append(piece)
+        return re.sub(r"^#*\r?\n", "", b"".join(pieces).decode("utf-8"), flags=re.MULTILINE)
+
+
+class StalledReader(LogTest):
+    """Each kind of standard error that has a reader, and the reader does not read."""
+
+    def ends(self, kind):
+        if kind == "pipe":
+            reader, writer = os.pipe()
+        elif kind == "terminal":
+            reader, writer = pty.openpty()
+        else:
+            ends = socket.socketpair(socket.AF_UNIX, socket.SOCK_STREAM)
+            reader, writer = (one.detach() for one in ends)
+        self.addCleanup(os.close, writer)
+        return Reader(self, reader, writer), writer
+
+    def started(self, kind, options=ALL_LINES):
+        reader, writer = self.ends(kind)
+        service = self.enterContext(LoggingService(writer, options))
+        return reader, writer, service
+
+    def test_requests_are_answered_workers_replaced_and_sigterm_obeyed(self):
+        for kind in ("pipe", "terminal", "socket"):
+            with self.subTest(stderr=kind):
+                reader, _, service = self.started(kind)
+                reader.fill()
+                self.check_serves_and_stops(service)
+
+    def test_it_starts(self):
+        for kind in ("pipe", "terminal", "socket"):
+            with self.subTest(stderr=kind):
+                reader, writer = self.ends(kind)
+                reader.fill()
+                with LoggingService(writer, ALL_LINES) as service:
+                    self.check_serves_and_stops(service)
+
+    def test_it_can_give_up(self):
+        reader, writer = self.ends("pipe")
+        reader.fill()
+        service = LoggingService(writer, ("--registries", "/nowhere"))
+        self.addCleanup(service.discard)
+        service.launch()
+        self.assertEqual(service.process.wait(timeout=PATIENCE_S), 1)
+
+    def test_lines_come_again_and_tell_how_many_were_lost(self):
+        reader, _, service = self.started("pipe", ("--workers", "1", *ALL_LINES))
+        self.check_good(service)
+        self.assertNotRegex(reader.text(), DROPPED)
+        self.check_good(service)
+        lines_of_a_request = len(reader.text().splitlines())
+        reader.fill()
+        self.check_good(service)
+        reader.text()
+        self.check_good(service)
+        text = reader.text()
+        self.assertEqual([int(count) for count in DROPPED.findall(text)], [lines_of_a_request])
+        self.assertEqual(len(text.splitlines()), lines_of_a_request + 1)
+        self.check_good(service)
+        self.assertNotRegex(reader.text(), DROPPED)
+
+    def test_lines_of_all_processes_stay_whole(self):
+        reader, _, service = self.started("pipe", ("--workers", "4", *ALL_LINES))
+        for _ in range(5):
+            # The reader does not keep up: some lines are lost.
+            pending = [service.start_get(uri) for uri in (GOOD, GOODS) * 5]
+            for one in pending:
+                self.assertEqual(one.answer().status, 200)
+            for line in reader.text().splitlines():
+                self.assertRegex(line, rf"\A{LINE.pattern}\Z")
+                self.assertLess(len(line), 400)
+
+    def test_inherited_descriptor_stays_as_it_was(self):
+        reader, writer, service = self.started("pipe")
+        flags = fcntl.fcntl(writer, fcntl.F_GETFL)
+        reader.fill()
+        self.check_good(service)
+        self.assertEqual(fcntl.fcntl(writer, fcntl.F_GETFL), flags)
+
+    def test_why_a_worker_ends_is_said_where_there_is_a_reader_again(self):
+        reader, _, service = self.started("pipe", ("--workers", "1"))
+        reader.fill()
+        self.assertEqual(service.get(REAL).status, 500)
+        reader.text()
+        self.check_good(service)
+        self.assertEqual(service.get(REAL).status, 500)
+        self.assertIn(CAUSE, wait_until(reader.text, "a line"))
+
+    def test_reader_that_goes_away(self):
+        reader, writer = os.pipe()
+        with LoggingService(writer, ALL_LINES) as service:
+            os.close(writer)
+            os.close(reader)
+            self.check_serves_and_stops(service)
+
+
+class ClosedDescriptors(LogTest):
+    def test_service_without_standard_descriptors(self):
+        for closed in ((2,), (0,), (0, 2), (0, 1, 2)):
+            with self.subTest(closed=closed), socket.socket() as probe:
+                probe.bind((own_address(), 0))
+                host, port = probe.getsockname()
+                probe.close()
+                service = LoggingService(subprocess.DEVNULL, ALL_LINES, closed, f"{host}:{port}")
+                self.addCleanup(service.discard)
+                service.launch()
+                service.base = f"http://{host}:{port}"
+                wait_until(lambda s=service: self.listens(s), "it listens")
+                if 1 not in closed:
+                    self.assertTrue(service.process.stdout.readline().startswith("cimgated: listening on "))
+                self.check_descriptors(service.pids(), closed)
+                self.check_serves_and_stops(service)
+
+    def listens(self, service):
+        self.assertIsNone(service.process.poll())
+        with contextlib.suppress(ConnectionRefusedError):
+            connect_to(service.base).close()
+            return True
+        return False
+
+    def check_descriptors(self, pids, closed):
+        for pid in pids:
+            for descriptor in closed:
+                self.assertEqual(os.readlink(f"/proc/{pid}/fd/{descriptor}"), "/dev/null")
+
+
+class Files(LogTest):
+    def test_lines_of_one_file_stay_whole(self):
+        with Service(*sample(), ALL_LINES) as service:
+            self.check_replaces_workers(service)
+            log = service.log()
+            self.assertIn(CAUSE, log)
+            for line in log.splitlines():
+                self.assertRegex(line, rf"\A{LINE.pattern}\Z")
+
+
+if __name__ == "__main__":
+    unittest.main(verbosity=2)
