@@ -49,6 +49,19 @@ class Sizes(unittest.TestCase):
         answer, requests = self.call(INPUTS, "{" + members + "}")
         self.assertEqual((answer.status, answer.messages(), requests), (*error("SYS429", "0"), []))
 
+    def test_error_repeats_no_long_text(self):
+        for character in ("x", "\u00e4", "\U0001f600"):
+            text = character * ((MAX_BODY_BYTES - len('{"": 0}')) // len(character.encode("utf-8")))
+            for body in (f'{{"{text}": 0}}', f'{{"List": "{text[:-10]}"}}'):
+                with self.subTest(character=character, body=body[:10]):
+                    answer, requests = self.call(INPUTS, body)
+                    self.assertEqual((answer.status, requests), (400, []))
+                    self.assertLess(len(answer.body), 8192)
+                    arguments = [argument for _, given in answer.messages() for argument in given]
+                    longest = max(arguments, key=len)
+                    self.assertTrue(longest.endswith(character + "..."), longest)
+                    self.assertLessEqual(len(longest.encode("utf-8")), 256)
+
     def test_body_above_the_limit(self):
         with ScriptedObjectManager(DONE) as manager, ActionService(manager.url) as service:
             answer = service.run('{"Text": "' + "x" * MAX_BODY_BYTES + '"}')

@@ -5,8 +5,10 @@
 // "Base.1.18.json" for the standard messages and "Vexo.1.0.json" for the product's. They are read
 // once, at the first use or at LoadRegistries(); a changed file takes effect in a new process.
 //
-// Texts may hold any bytes: what is not UTF-8 appears as U+FFFD. No operation throws; when memory
-// is exhausted a message is left out, or the rendered body is empty.
+// Texts may hold any bytes: what is not UTF-8 appears as U+FFFD. An argument of more than 256 bytes
+// is cut, in the message's text and in its list of arguments: it ends at a character, with "...",
+// and has at most 256 bytes with them. No operation throws; when memory is exhausted a message is
+// left out, or the rendered body is empty.
 //
 // Threads: the registries are read once under a lock and only read afterwards; an object belongs to
 // one thread at a time.

@@ -7,6 +7,11 @@
 
 namespace {
 
+// Longer texts come from no name or value that anyone would look for in an error. What a client has
+// sent must not come back several times as large: message and arguments repeat it, and JSON writes
+// up to six bytes for one.
+constexpr size_t kMaxArgumentBytes = 256;
+
 // The report of a message that no registry describes.
 const char* const kUndescribedText =
     "The request ended with a condition that has no description here.";
@@ -99,6 +104,22 @@ std::string wellFormed(std::string_view text)
     return repaired;
 }
 
+// An argument as a response shows it: a text that is too long ends at a character, with dots.
+std::string shownArgument(std::string_view text)
+{
+    constexpr std::string_view kDots = "...";
+    constexpr size_t kLongestCharacter = 4;
+    std::string shown = wellFormed(text.substr(0, kMaxArgumentBytes + kLongestCharacter));
+    if (shown.size() > kMaxArgumentBytes) {
+        size_t end = kMaxArgumentBytes - kDots.size();
+        while ((static_cast<unsigned char>(shown[end]) & 0xC0U) == 0x80U) {
+            --end;
+        }
+        shown.replace(end, std::string::npos, kDots);
+    }
+    return shown;
+}
+
 const char* textOrEmpty(const char* text)
 {
     return text != nullptr ? text : "";
@@ -120,7 +141,7 @@ Json::Value makeMessage(const MessageRegistry& registry, const char* key,
     message["Message"] = wellFormed(fillArguments(source.text, arguments));
     message["MessageArgs"] = Json::Value(Json::arrayValue);
     for (const std::string& argument : arguments) {
-        message["MessageArgs"].append(wellFormed(argument));
+        message["MessageArgs"].append(argument);
     }
     message["Severity"] = wellFormed(source.severity);
     message["MessageSeverity"] = message["Severity"];
@@ -137,7 +158,7 @@ Json::Value makeError(const MessageRegistry& registry, const char* key, const ch
     }
     std::vector<std::string> texts;
     for (const char* argument : arguments) {
-        texts.emplace_back(textOrEmpty(argument));
+        texts.push_back(shownArgument(textOrEmpty(argument)));
     }
     Json::Value message = makeMessage(registry, key, std::move(texts), "Critical");
     if (*textOrEmpty(related) != '\0') {

@@ -252,6 +252,56 @@ TEST_F(ExtendedError, argumentsThatAreNotUtf8AreRepaired)
     }
 }
 
+TEST_F(ExtendedError, longArgumentsAreCutAtACharacter)
+{
+    struct Case
+    {
+        std::string argument;
+        std::string shown;
+    };
+    const std::string x252(252, 'x');
+    const std::string shown = x252 + "x...";
+    const Case cases[] = {
+        {x252 + "xxx", x252 + "xxx"},                                 // 255 bytes
+        {x252 + "xxxx", x252 + "xxxx"},                               // 256
+        {x252 + "xxxxx", shown},                                      // 257
+        {std::string(1 << 20, 'x'), shown},                           // 1 MiB
+        {x252 + "\xC3\xA4zz", x252 + "\xC3\xA4zz"},                   // 256, with an ä
+        {x252 + "x\xC3\xA4z", x252 + "x\xC3\xA4z"},                   // the same
+        {x252 + "\xC3\xA4zzz", x252 + "..."},                         // an ä at the cut
+        {x252 + "x\xC3\xA4zz", shown},                                // behind it
+        {x252 + "\xF0\x9F\x98\x80z", x252 + "..."},                   // four bytes
+        {x252.substr(1) + "\xE2\x82\xACxxx", x252.substr(1) + "..."}, // three
+        {x252.substr(2) + "\xE2\x82\xACxxxx", x252.substr(2) + "\xE2\x82\xAC..."},
+        {x252 + "\xFFz", x252 + "\uFFFDz"}, // 254, but 256 as they are shown
+        {x252 + "\xFFzz", x252 + "..."},    // 255, and 257
+        {x252.substr(2) + "\xFF\xFF\xFF\xFF", x252.substr(2) + "\uFFFD..."},
+        {x252 + "\xF0\x9F\x98", x252 + "..."}, // a character that is not whole
+    };
+    for (const Case& entry : cases) {
+        ExtendedErrorInfoHandling info;
+        info.InsertMessageID("SYS403", "", entry.argument.c_str());
+        const Json::Value message = onlyMessageOf(info);
+        EXPECT_EQ(entry.shown, message["MessageArgs"][0].asString());
+        EXPECT_LE(message["MessageArgs"][0].asString().size(), 256U);
+        EXPECT_EQ("No resource was found for '" + entry.shown + "'.",
+                  message["Message"].asString());
+    }
+}
+
+TEST_F(ExtendedError, longArgumentsMakeNoLongBody)
+{
+    std::string beyondAscii;
+    while (beyondAscii.size() < 1 << 20) {
+        beyondAscii += "\xF0\x9F\x98\x80";
+    }
+    ExtendedErrorInfoHandling info;
+    const char* const argument = beyondAscii.c_str();
+    info.InsertMessageID("SYS428", "", argument, argument, argument);
+    info.InsertBaseMessageID("PropertyValueTypeError", "", argument, argument, argument);
+    EXPECT_LT(textOf(info).size(), 16384U);
+}
+
 TEST_F(ExtendedError, everyByteMakesValidJson)
 {
     for (int byte = 1; byte < 256; ++byte) {
