@@ -145,6 +145,7 @@ private:
 
     void readHead();
     void takeHead();
+    void awaitRestOfHead();
     void parseHead(size_t bytes);
     void takeHeader();
     void judge();
@@ -229,6 +230,9 @@ void HttpConnection::end()
 
 std::optional<Standing> HttpConnection::standing() const
 {
+    if (mStep == Step::Writing && Clock::now() - mSince >= mLimits.stallTimeout) {
+        return Standing{Standing::Shown::StalledAnswer, mSince};
+    }
     if (mIsQueued || (mStep != Step::AwaitsRoom && hasInput())) {
         return std::nullopt;
     }
@@ -390,9 +394,6 @@ void HttpConnection::takeHead()
             awaitInput();
             return;
         }
-        mStep = Step::Head;
-        mSince = Clock::now();
-        armTimer(mLimits.headerTimeout, &HttpConnection::requestTimedOut);
     }
     const size_t bytes = headBytes(unread(), mSeenBytes);
     mSeenBytes = mBuffer.size();
@@ -401,8 +402,19 @@ void HttpConnection::takeHead()
     } else if (mBuffer.size() >= mLimits.headerBytes) {
         refuse(statusOfTooLong(unread(), mLimits));
     } else {
-        awaitInput();
+        awaitRestOfHead();
     }
+}
+
+// Most heads come whole and need no time of their own.
+void HttpConnection::awaitRestOfHead()
+{
+    if (mStep == Step::Idle) {
+        mStep = Step::Head;
+        mSince = Clock::now();
+        armTimer(mLimits.headerTimeout, &HttpConnection::requestTimedOut);
+    }
+    awaitInput();
 }
 
 void HttpConnection::parseHead(size_t bytes)
@@ -614,8 +626,11 @@ void HttpConnection::write(Response response)
     mAnswerBody = mIsHead || !hasContent(response.status) ? "" : std::move(response.body);
     mWrittenBytes = 0;
     mStep = Step::Writing;
-    armTimer(mLimits.writeTimeout, &HttpConnection::close);
+    mSince = Clock::now();
     writeSome();
+    if (mStep == Step::Writing) { // which most answers are not any more
+        armTimer(mLimits.writeTimeout, &HttpConnection::close);
+    }
 }
 
 void HttpConnection::writeSome()
@@ -624,6 +639,7 @@ void HttpConnection::writeSome()
         return;
     }
     error_code error;
+    const size_t before = mWrittenBytes;
     while (!error && mWrittenBytes < mAnswerHead.size() + mAnswerBody.size()) {
         const size_t ofHead = std::min(mWrittenBytes, mAnswerHead.size());
         const std::array<asio::const_buffer, 2> rest = {asio::buffer(mAnswerHead) + ofHead,
@@ -631,6 +647,7 @@ void HttpConnection::writeSome()
                                                             (mWrittenBytes - ofHead)};
         mWrittenBytes += mSocket.write_some(rest, error);
     }
+    mSince = mWrittenBytes > before ? Clock::now() : mSince;
     if (!error) {
         written();
     } else if (error == asio::error::would_block || error == asio::error::interrupted) {

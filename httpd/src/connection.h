@@ -18,7 +18,7 @@ namespace httpd {
 // another one.
 struct Standing
 {
-    enum class Shown { HalfHead, Nothing, LastAnswer, HalfBody };
+    enum class Shown { HalfHead, Nothing, LastAnswer, HalfBody, StalledAnswer };
     Shown shown;
     std::chrono::steady_clock::time_point since;
 
@@ -36,8 +36,8 @@ public:
     // Closes the connection at once; an answer still due is dropped.
     virtual void close() = 0;
 
-    // Nothing while a request is being answered or has come in and was not read yet: such a
-    // connection makes no room.
+    // Nothing while a request is being answered or has come in and was not read yet, and while its
+    // answer is being taken: such a connection makes no room.
     virtual std::optional<Standing> standing() const = 0;
 
     // Whether it waits for a request of which nothing has come in.

@@ -62,6 +62,7 @@ public:
           mContext(context),
           mAcceptor(context),
           mRetry(context),
+          mLook(context),
           mHandler(std::move(handler)),
           mErrorPage(std::move(errorPage))
     {
@@ -101,6 +102,7 @@ private:
     void retryLater();
     void admit() noexcept;
     void startNext();
+    void lookAgain();
     enum class Place { Free, NoneYet, Refused };
     Place placeFor(const std::string& share);
     bool makeRoom(const std::string* share);
@@ -124,6 +126,7 @@ private:
     tcp::acceptor mAcceptor;
     std::optional<tcp::socket> mNext; // accepted, but waiting for a place
     asio::steady_timer mRetry;
+    asio::steady_timer mLook; // for a place that nobody gives up by himself
     Handler mHandler;
     HeadJudge mHeadJudge;
     ErrorPage mErrorPage;
@@ -131,6 +134,7 @@ private:
     std::deque<Connection*> mAwaitingRoom; // the first to get it first
     std::function<void()> mDrained;
     bool mIsAccepting = false;
+    bool mIsLooking = false;
     bool mIsUsingRoom = false;
     bool mIsStopping = false;
 };
@@ -233,6 +237,7 @@ void Server::Impl::stopListening()
     mAcceptor.close(ignored);
     mNext.reset();
     mRetry.cancel();
+    mLook.cancel();
 }
 
 void Server::Impl::closed(Connection* connection) noexcept
@@ -356,10 +361,29 @@ void Server::Impl::admit() noexcept
 {
     try {
         startNext();
+        if (mNext) {
+            lookAgain();
+        }
     } catch (const std::bad_alloc&) {
         mNext.reset();
     }
     accept();
+}
+
+// Nothing happens when an answer has stalled for long enough.
+void Server::Impl::lookAgain()
+{
+    if (mIsLooking) {
+        return;
+    }
+    mLook.expires_after(mLimits.acceptRetry);
+    mLook.async_wait([self = shared_from_this()](error_code error) {
+        self->mIsLooking = false;
+        if (!error) {
+            self->admit();
+        }
+    });
+    mIsLooking = true;
 }
 
 void Server::Impl::startNext()

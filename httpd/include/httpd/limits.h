@@ -40,8 +40,8 @@ struct Limits
 
     // Connections at a time; withinOpenFiles() lowers it where fewer files may be open. Another one
     // takes the place of that which has shown least for longest: first of heads that were begun and
-    // not ended, then of idle ones, then of bodies. While all are being answered it waits, and
-    // those behind it wait in the listener's backlog.
+    // not ended, then of idle ones, then of bodies, then of answers that nobody takes. While all are
+    // being answered it waits, and those behind it wait in the listener's backlog.
     size_t connections = 512;
 
     // Connections of one IPv4 address or one IPv6 /64 at a time: whoever has one such network has
@@ -63,6 +63,10 @@ struct Limits
 
     // How long a client may take to read an answer.
     std::chrono::milliseconds writeTimeout{30'000};
+
+    // How long it may take nothing of an answer before its connection may make room for another
+    // one: longer than a network stumbles, far less than it may take for all of it.
+    std::chrono::milliseconds stallTimeout{3'000};
 
     // After an answer that ends the connection: how long, and how much of what the client still
     // sends is read and thrown away, so that a reset does not overtake the answer.

@@ -119,6 +119,22 @@ TEST_F(Crowd, RequestThatIsBeingAnsweredKeepsItsPlace)
     ASSERT_TRUE(hasRequests(2));
 }
 
+TEST_F(Crowd, AnswerThatNobodyTakesMakesRoom)
+{
+    constexpr size_t kBeyondKernelBuffers = 16UL * 1024 * 1024;
+    httpd::Limits limits;
+    limits.connections = 1;
+    limits.stallTimeout = std::chrono::milliseconds(50);
+    limits.acceptRetry = std::chrono::milliseconds(10);
+    ServerTest::start(limits);
+    mAnswer.body = std::string(kBeyondKernelBuffers, 'x');
+    HttpClient& lazy = join("127.0.0.2", kGet);
+    mAnswer.body = "small";
+    HttpClient next = connect();
+    EXPECT_EQ(next.ask(kGet).body, "small");
+    EXPECT_LT(lazy.readToEnd().size(), kBeyondKernelBuffers);
+}
+
 TEST_F(Crowd, HalfHeadsOfAFewAddressesKeepNobodyWaiting)
 {
     constexpr size_t kPerAddress = 48;
