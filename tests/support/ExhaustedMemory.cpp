@@ -18,6 +18,18 @@ Budget& budget()
     return ofThread;
 }
 
+// Whether this allocation is one too many; those behind it are, too.
+bool isExhausted()
+{
+    Budget& mine = budget();
+    if (!mine.isLimited || mine.allowed-- > 0) {
+        return false;
+    }
+    mine.allowed = 0;
+    mine.hasFailed = true;
+    return true;
+}
+
 } // namespace
 
 ExhaustedMemory::ExhaustedMemory(int allowed)
@@ -38,10 +50,7 @@ bool ExhaustedMemory::hasFailed()
 // NOLINTBEGIN(cppcoreguidelines-no-malloc): what operator new itself is made of
 void* operator new(std::size_t size)
 {
-    Budget& mine = budget();
-    if (mine.isLimited && mine.allowed-- <= 0) {
-        mine.allowed = 0;
-        mine.hasFailed = true;
+    if (isExhausted()) {
         throw std::bad_alloc();
     }
     void* memory = std::malloc(size != 0 ? size : 1);
@@ -59,5 +68,13 @@ void operator delete(void* memory) noexcept
 void operator delete(void* memory, std::size_t /*size*/) noexcept
 {
     std::free(memory);
+}
+
+// What Boost.Asio takes for its operations.
+extern "C" void* aligned_alloc(std::size_t alignment, std::size_t size) noexcept
+{
+    void* memory = nullptr;
+    const bool isThere = !isExhausted() && posix_memalign(&memory, alignment, size) == 0;
+    return isThere ? memory : nullptr;
 }
 // NOLINTEND(cppcoreguidelines-no-malloc)

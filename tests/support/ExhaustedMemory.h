@@ -1,5 +1,6 @@
-// Provokes std::bad_alloc: the test program's operator new, which its libraries share, fails from
-// the n-th allocation of this thread on for as long as an object of this class lives.
+// Provokes std::bad_alloc: the test program's operator new and aligned_alloc(), which its libraries
+// share, fail from the n-th allocation of this thread on for as long as an object of this class
+// lives.
 #ifndef TESTS_EXHAUSTED_MEMORY_H_
 #define TESTS_EXHAUSTED_MEMORY_H_
 
