@@ -8,13 +8,6 @@
 
 #include <fstream>
 
-// NOLINTBEGIN(cppcoreguidelines-avoid-non-const-global-variables): one mapping for the process
-std::string ResourceMapper::RmfPath = "/usr/share/cimgate/resourcemapping.json";
-Json::Value ResourceMapper::RmfObj;
-std::mutex ResourceMapper::RmfLock;
-bool ResourceMapper::RmfFileLoaded = false;
-// NOLINTEND(cppcoreguidelines-avoid-non-const-global-variables)
-
 namespace cimgate {
 
 namespace {

@@ -1,7 +1,15 @@
-// Source of Resource.h. Its lines carry the name of this file, by which they are looked for.
+// Source of Resource.h, and the mapping itself. Its lines carry the name of this file, by which
+// they are looked for.
 #include "Log.h"
 #include "ResourceMapper/mapping/Entry.h"
 #include "ResourceMapper/mapping/Resource.h"
+
+// NOLINTBEGIN(cppcoreguidelines-avoid-non-const-global-variables): one mapping for the process
+std::string ResourceMapper::RmfPath = "/usr/share/cimgate/resourcemapping.json";
+Json::Value ResourceMapper::RmfObj;
+std::mutex ResourceMapper::RmfLock;
+bool ResourceMapper::RmfFileLoaded = false;
+// NOLINTEND(cppcoreguidelines-avoid-non-const-global-variables)
 
 namespace cimgate {
 
