@@ -27,6 +27,16 @@ bool FieldReader::number(uint32_t& value)
     return true;
 }
 
+bool FieldReader::flag(bool& value)
+{
+    uint32_t asNumber = 0;
+    if (!number(asNumber) || asNumber > 1) {
+        return fail();
+    }
+    value = asNumber == 1;
+    return true;
+}
+
 bool FieldReader::text(std::string& value)
 {
     uint32_t bytes = 0;

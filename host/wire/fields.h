@@ -19,6 +19,7 @@ public:
     explicit FieldReader(std::string_view payload) : mRest(payload) {}
 
     bool number(uint32_t& value);
+    bool flag(bool& value); // a number that is 0 or 1
     bool text(std::string& value);
     bool atEnd() const { return mRest.empty(); }
 

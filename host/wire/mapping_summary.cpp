@@ -2,6 +2,9 @@
 
 #include "wire/fields.h"
 
+#include <iterator>
+#include <utility>
+
 namespace host {
 
 namespace {
@@ -14,8 +17,11 @@ bool takeEntry(FieldReader& reader, MappingSummary& summary)
         kind > static_cast<uint32_t>(UriKind::Action)) {
         return false;
     }
-    summary.uris[std::move(uri)] = {static_cast<UriKind>(kind)};
-    return true;
+    const size_t before = summary.uris.size();
+    const auto entry = summary.uris.try_emplace(summary.uris.end(), std::move(uri),
+                                                UriEntry{static_cast<UriKind>(kind)});
+    const bool isLast = std::next(entry) == summary.uris.end();
+    return isLast && summary.uris.size() > before; // they come in their order, each once
 }
 
 // As the mapper takes a URI: without its query, and without one "/" at its end.
@@ -57,11 +63,9 @@ std::string encodeSummary(const MappingSummary& summary)
 bool decodeSummary(std::string_view text, MappingSummary& summary)
 {
     FieldReader reader(text);
-    uint32_t usesCache = 0;
-    if (!reader.number(usesCache)) {
+    if (!reader.flag(summary.usesCache)) {
         return false;
     }
-    summary.usesCache = usesCache != 0;
     summary.uris.clear();
     while (!reader.atEnd()) {
         if (!takeEntry(reader, summary)) {

@@ -41,10 +41,7 @@ void putFields(std::string& out, const EmbeddedDataRequest& request)
 
 bool takeFields(FieldReader& reader, ReadRequest& request)
 {
-    uint32_t mayReadLive = 0;
-    const bool isWhole = reader.text(request.target) && reader.number(mayReadLive);
-    request.mayReadLive = mayReadLive != 0;
-    return isWhole;
+    return reader.text(request.target) && reader.flag(request.mayReadLive);
 }
 
 bool takeFields(FieldReader& reader, ActionRequest& request)

@@ -21,6 +21,19 @@ void loadMapping()
     (void)ResourceMapper(nullptr, scope, uri, true).checkResource("", true);
 }
 
+// What no container of the sample system has: a resource that is none, an expression that is none,
+// a group that matches nothing, all groups that can be asked for.
+void addOddContainer()
+{
+    Json::Value& instances = ResourceMapper::RmfObj["OddOem"]["instances"];
+    instances["NoResource"]["KeyRegex"] = "";
+    instances["VexoDrive"]["KeyRegex"] = "([";
+    instances["VexoEnclosure"]["KeyRegex"] = "^(Enclosure)?Disk";
+    Json::Value& module = instances["VexoEnclosureEMM"];
+    module["KeyRegex"] = "^(.*)[.]([0-9]+):(.*)[.]([0-9]+)$";
+    module["QueryClause"] = "DeviceID = '#p3.#p4#EMM.1' or Name = '#p1#p2'";
+}
+
 void ask(const std::string& container, const std::string& id)
 {
     fuzz::requireJsonObject(host::handleEmbeddedData(container, id));
@@ -36,7 +49,7 @@ void ask(const std::string& container, const std::string& id)
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
 {
     static const fuzz::SampleSystem kSystem;
-    static const bool kIsLoaded = (loadMapping(), true);
+    static const bool kIsLoaded = (loadMapping(), addOddContainer(), true);
     (void)kIsLoaded;
     const std::string text(data, data + size);
     host::EmbeddedDataRequest request;

@@ -20,6 +20,18 @@ MappingSummary sampleSummary()
     return summary;
 }
 
+TEST(MappingSummary, OnlyWhatIsEncodedIsTaken)
+{
+    const std::string cached = number(static_cast<uint32_t>(UriKind::CachedRead));
+    const std::string a = field("/a") + cached;
+    const std::string b = field("/b") + cached;
+    MappingSummary summary;
+    EXPECT_TRUE(host::decodeSummary(number(1) + a + b, summary));
+    EXPECT_FALSE(host::decodeSummary(number(1) + b + a, summary));
+    EXPECT_FALSE(host::decodeSummary(number(1) + a + a, summary));
+    EXPECT_FALSE(host::decodeSummary(number(2) + a, summary));
+}
+
 TEST(MappingSummary, KindsOfTargets)
 {
     const MappingSummary summary = sampleSummary();

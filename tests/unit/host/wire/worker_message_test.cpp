@@ -42,6 +42,15 @@ TEST(WorkerMessage, ReadMakesTheRoundTrip)
     }
 }
 
+TEST(WorkerMessage, FlagIsZeroOrOne)
+{
+    const std::string frame = host::encodeRequest(host::ReadRequest{"/a", true});
+    std::string payload(payloadOf(frame));
+    payload.replace(payload.size() - number(1).size(), std::string::npos, number(2));
+    host::WorkerRequest request;
+    EXPECT_FALSE(host::decodeRequest(payload, request));
+}
+
 TEST(WorkerMessage, ActionMakesTheRoundTrip)
 {
     const std::string body = "{\"a\":\0\xff}"s;
