@@ -9,8 +9,8 @@ namespace host {
 // Says something that no log level may hide.
 void tell(const std::string& text);
 
-// Says why a process gives up. The line is given a moment where standard error has no room, since it
-// cannot be told later.
+// Says why a process gives up. The line is given a moment where standard error has no room, since
+// it cannot be told later.
 void tellLastWords(const std::string& text);
 
 } // namespace host

@@ -3,8 +3,9 @@
 
 namespace cli {
 
-// Opens /dev/null for each of the descriptors 0 to 2 that is closed: what a program opens next would
-// take its place, and be written to as standard output or error. False where that cannot be done.
+// Opens /dev/null for each of the descriptors 0 to 2 that is closed: what a program opens next
+// would take its place, and be written to as standard output or error. False where that cannot be
+// done.
 bool reserveStandardDescriptors();
 
 } // namespace cli

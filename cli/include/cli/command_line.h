@@ -110,9 +110,9 @@ std::string helpText(const Command& command, const std::string& fullName);
 // Reads the arguments, those behind the program's name. The result refers to the program.
 Reading read(const Command& program, const std::vector<std::string>& arguments);
 
-// What main does: opens /dev/null in place of those of the descriptors 0 to 2 that are closed, so that
-// nothing else gets their numbers, reads the arguments, and runs the program or prints what is to be
-// said. Returns the exit status.
+// What main does: opens /dev/null in place of those of the descriptors 0 to 2 that are closed, so
+// that nothing else gets their numbers, reads the arguments, and runs the program or prints what is
+// to be said. Returns the exit status.
 int run(const Command& program, const std::vector<std::string>& arguments);
 
 } // namespace cli
