@@ -43,8 +43,8 @@ std::string lineText(const char* text)
 // Lives until the process has ended: what ends last may still log.
 StandardError& standardError()
 {
-    static StandardError& instance = *new StandardError;
-    return instance;
+    static StandardError* const kInstance = new StandardError;
+    return *kInstance;
 }
 
 bool writeToStderr(int severity, int module, const char* text)
