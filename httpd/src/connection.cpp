@@ -43,9 +43,6 @@ std::optional<Standing> HttpConnection::standing() const
     if (mStep == Step::Writing && Clock::now() - mSince >= mLimits.stallTimeout) {
         return Standing{Standing::Shown::StalledAnswer, mSince};
     }
-    if (mIsQueued || (mStep != Step::AwaitsRoom && hasInput())) {
-        return std::nullopt;
-    }
     switch (mStep) {
     case Step::Head:
         return Standing{Standing::Shown::HalfHead, mSince};
@@ -59,6 +56,12 @@ std::optional<Standing> HttpConnection::standing() const
     default:
         return std::nullopt;
     }
+}
+
+bool HttpConnection::hasMoreToShow() const
+{
+    const bool isReading = mStep != Step::AwaitsRoom && mStep != Step::Writing;
+    return isReading && (mIsQueued || hasInput());
 }
 
 // The timer keeps the connection alive: one that waits for memory has nothing else.

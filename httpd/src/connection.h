@@ -36,9 +36,13 @@ public:
     // Closes the connection at once; an answer still due is dropped.
     virtual void close() = 0;
 
-    // Nothing while a request is being answered or has come in and was not read yet, and while its
-    // answer is being taken: such a connection makes no room.
+    // Nothing while a request is being answered or its answer is being taken: such a connection
+    // makes no room.
     virtual std::optional<Standing> standing() const = 0;
+
+    // Whether something has come in that it would have read by now had it had its turn: then it has
+    // shown more than its standing says. Asks the system.
+    virtual bool hasMoreToShow() const = 0;
 
     // Whether it waits for a request of which nothing has come in.
     virtual bool isIdle() const = 0;

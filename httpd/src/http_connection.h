@@ -69,6 +69,7 @@ public:
     void start();
     void close() override { end(); }
     std::optional<Standing> standing() const override;
+    bool hasMoreToShow() const override;
     bool isIdle() const override { return mStep == Step::Idle && !hasInput(); }
     bool takeRoom() override { return mStep != Step::AwaitsRoom || hasRoomForBody(); }
     void goOn() override;

@@ -183,7 +183,7 @@ bool Server::Impl::makeRoom(const std::string* share)
             continue;
         }
         const std::optional<Standing> standing = connection->standing();
-        if (standing && (!least || *standing < *least)) {
+        if (standing && (!least || *standing < *least) && !connection->hasMoreToShow()) {
             least = standing;
             chosen = connection;
         }
