@@ -96,17 +96,23 @@ void HttpConnection::nextRequest()
     releaseInput();
     armTimer(mLimits.idleTimeout, &HttpConnection::close);
     if (mBuffer.size() > 0) {
-        mIsQueued = true;
-        asio::post(mSocket.get_executor(), [self = shared_from_this()] {
-            self->mIsQueued = false;
-            if (self->mStep == Step::Idle) {
-                self->guarded([&self] { self->takeHead(); });
-            }
-        });
+        queueRequest();
     } else {
         awaitInput();
     }
     mOwner->becameIdle();
+}
+
+// In a step of its own: a client may have sent hundreds of them with the last one.
+void HttpConnection::queueRequest()
+{
+    asio::post(mSocket.get_executor(), [self = shared_from_this()] {
+        self->mIsQueued = false;
+        if (self->mStep == Step::Idle) {
+            self->guarded([&self] { self->takeHead(); });
+        }
+    });
+    mIsQueued = true;
 }
 
 // There is one wait at a time: one that a step has left behind serves the next.
@@ -189,15 +195,19 @@ void HttpConnection::writeSome()
     if (!error) {
         written();
     } else if (error == asio::error::would_block || error == asio::error::interrupted) {
-        mSocket.async_wait(tcp::socket::wait_write,
-                           [self = shared_from_this()](error_code waitError) {
-                               if (!waitError) {
-                                   self->guarded([&self] { self->writeSome(); });
-                               }
-                           });
+        awaitOutput();
     } else {
         end();
     }
+}
+
+void HttpConnection::awaitOutput()
+{
+    mSocket.async_wait(tcp::socket::wait_write, [self = shared_from_this()](error_code error) {
+        if (!error) {
+            self->guarded([&self] { self->writeSome(); });
+        }
+    });
 }
 
 void HttpConnection::written()

@@ -7,7 +7,6 @@
 #include <boost/asio/ip/tcp.hpp>
 
 #include <chrono>
-#include <compare>
 #include <memory>
 #include <optional>
 #include <string>
@@ -22,7 +21,10 @@ struct Standing
     Shown shown;
     std::chrono::steady_clock::time_point since;
 
-    auto operator<=>(const Standing& other) const = default;
+    bool operator<(const Standing& other) const
+    {
+        return shown != other.shown ? shown < other.shown : since < other.since;
+    }
 };
 
 class Connection

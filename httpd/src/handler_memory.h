@@ -13,6 +13,7 @@ class HandlerMemory
 {
 public:
     HandlerMemory() = default;
+    ~HandlerMemory() = default;
     HandlerMemory(const HandlerMemory&) = delete;
     HandlerMemory& operator=(const HandlerMemory&) = delete;
 

@@ -62,6 +62,7 @@ public:
         mInputMemory.force(kConnectionBytes);
         mOwner->opened(this);
     }
+    // NOLINTNEXTLINE(bugprone-exception-escape): cancelling a timer does not throw
     ~HttpConnection() override { end(); }
     HttpConnection(const HttpConnection&) = delete;
     HttpConnection& operator=(const HttpConnection&) = delete;
@@ -87,6 +88,7 @@ private:
     void requestTimedOut();
 
     void nextRequest();
+    void queueRequest();
     void awaitInput();
     void inputCame();
     bool hasInput() const;
@@ -112,6 +114,7 @@ private:
 
     void write(Response response);
     void writeSome();
+    void awaitOutput();
     void written();
     void linger();
 

@@ -12,34 +12,6 @@ using boost::system::error_code;
 
 namespace {
 
-// A body as it is put together. Unlike Beast's own it takes no memory for what was only announced.
-struct GrowingBody
-{
-    using value_type = std::string;
-
-    class reader
-    {
-    public:
-        template <bool kIsRequest, class Fields>
-        reader(http::header<kIsRequest, Fields>& /*header*/, value_type& body) : mBody(body)
-        {}
-
-        void init(const boost::optional<uint64_t>& /*length*/, error_code& error) { error = {}; }
-
-        size_t put(const asio::const_buffer& piece, error_code& error)
-        {
-            error = {};
-            mBody.append(static_cast<const char*>(piece.data()), piece.size());
-            return piece.size();
-        }
-
-        void finish(error_code& error) { error = {}; }
-
-    private:
-        value_type& mBody;
-    };
-};
-
 // How to answer a request that could not be read.
 unsigned int statusOf(error_code error)
 {
@@ -51,6 +23,38 @@ unsigned int statusOf(error_code error)
 class RequestParser::Impl
 {
 public:
+    // A body as it is put together. Unlike Beast's own it takes no memory for what was only
+    // announced.
+    struct GrowingBody
+    {
+        using value_type = std::string;
+
+        class reader // NOLINT(readability-identifier-naming): what Beast looks for
+        {
+        public:
+            template <bool kIsRequest, class Fields>
+            reader(http::header<kIsRequest, Fields>& /*header*/, value_type& body) : mBody(body)
+            {}
+
+            void init(const boost::optional<uint64_t>& /*length*/, error_code& error)
+            {
+                error = {};
+            }
+
+            size_t put(const asio::const_buffer& piece, error_code& error)
+            {
+                error = {};
+                mBody.append(static_cast<const char*>(piece.data()), piece.size());
+                return piece.size();
+            }
+
+            void finish(error_code& error) { error = {}; }
+
+        private:
+            value_type& mBody;
+        };
+    };
+
     http::request_parser<GrowingBody> parser;
 };
 

@@ -96,11 +96,11 @@ public:
     void closed(Connection* connection) noexcept override;
 
 private:
-    void accept() noexcept;
+    void accept();
     void acceptable();
     tcp::socket acceptNow(error_code& error);
     void retryLater();
-    void admit() noexcept;
+    void admit();
     void startNext();
     void lookAgain();
     enum class Place { Free, NoneYet, Refused };
@@ -295,7 +295,7 @@ bool Server::Impl::isAfterBurst() const
 }
 
 // The handler's memory is there whatever happens: this must go on.
-void Server::Impl::accept() noexcept
+void Server::Impl::accept()
 {
     if (mIsAccepting || mNext || !mAcceptor.is_open()) {
         return;
@@ -357,7 +357,7 @@ void Server::Impl::retryLater()
 }
 
 // Starts the connection that waits, if there is a place for it, and accepts the next.
-void Server::Impl::admit() noexcept
+void Server::Impl::admit()
 {
     try {
         startNext();
