@@ -1,6 +1,7 @@
 // Many clients, of whom some take places that others need.
 #include "ServerTest.h"
 
+#include <address_share.h>
 #include <gmock/gmock.h>
 #include <sys/resource.h>
 #include <unistd.h>
@@ -179,6 +180,19 @@ TEST_F(Crowd, ClientWaitsForAnOpenFileWhileAllAreBeingAnswered)
     ASSERT_TRUE(hasRequests(2));
     mReplies.front()({200, {}, "kept"});
     EXPECT_EQ(busy.readAnswer().body, "kept");
+}
+
+TEST(ClientShare, IsAnAddressOrTheNetworkThatOneCustomerHas)
+{
+    const auto share = [](const char* address) {
+        return httpd::shareOf(boost::asio::ip::make_address(address));
+    };
+    EXPECT_EQ(share("127.0.0.1"), "127.0.0.1");
+    EXPECT_EQ(share("::ffff:10.1.2.3"), "10.1.2.3");
+    EXPECT_EQ(share("2001:db8:0:1:2:3:4:5"), "2001:db8:0:1::/64");
+    EXPECT_EQ(share("2001:db8:0:1::9"), "2001:db8:0:1::/64");
+    EXPECT_NE(share("2001:db8:0:2::9"), "2001:db8:0:1::/64");
+    EXPECT_EQ(share("::1"), "::/64");
 }
 
 TEST(OpenFileLimit, LeavesTheProcessItsOwn)
