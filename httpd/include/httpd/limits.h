@@ -40,8 +40,8 @@ struct Limits
 
     // Connections at a time; withinOpenFiles() lowers it where fewer files may be open. Another one
     // takes the place of that which has shown least for longest: first of heads that were begun and
-    // not ended, then of idle ones, then of bodies, then of answers that nobody takes. While all are
-    // being answered it waits, and those behind it wait in the listener's backlog.
+    // not ended, then of idle ones, then of bodies, then of answers that nobody takes. While all
+    // are being answered it waits, and those behind it wait in the listener's backlog.
     size_t connections = 512;
 
     // Connections of one IPv4 address or one IPv6 /64 at a time: whoever has one such network has
