@@ -71,7 +71,7 @@ private:
     SpawnerLink& mSpawner;
     boost::asio::steady_timer mExpiryTimer;
     unsigned int mWanted;
-    std::chrono::seconds mRequestTimeout;
+    std::chrono::milliseconds mRequestTimeout;
     WorkerConnection::Events mWorkerEvents;
     Supervisor mSupervisor;
     std::vector<std::unique_ptr<WorkerConnection>> mWorkers;

@@ -195,7 +195,7 @@ class Wires:
         return len(self._sockets)
 
     def send(self, index, path):
-        self._sockets[index].sendall(f"GET {path} HTTP/1.1\r\nHost: test\r\nConnection: close\r\n\r\n".encode("ascii"))
+        self._sockets[index].sendall(f"GET {path} HTTP/1.1\r\nHost: localhost\r\nConnection: close\r\n\r\n".encode("ascii"))
         self._selector.register(self._sockets[index], selectors.EVENT_READ)
         self._received[self._sockets[index]] = b""
 

@@ -88,9 +88,8 @@ class Client:
         answer = self._connection.getresponse()
         return answer.status, answer.read()
 
-    def leave(self, path):
+    def ask(self, path):
         self._connection.request("GET", path)
-        self.close()
 
     def close(self):
         self._connection.close()

@@ -154,9 +154,9 @@ class Connections(SharedServiceTest):
 
     def test_requests_that_speak_another_http_get_a_redfish_error(self):
         self.check_refused(f"GET {A} HTTP/3.0\r\n\r\n", 505, ("Base.HttpVersionNotSupported", []))
-        self.check_refused(request(A, "POST", "Content-Encoding: gzip", "Content-Length: 2"), 415,
+        self.check_refused(request(A, "Content-Encoding: gzip", "Content-Length: 2", method="POST"), 415,
                            ("Base.HeaderInvalid", ["Content-Encoding"]))
-        self.check_refused(request(A, "POST", "Expect: more"), 417, ("Base.HeaderInvalid", ["Expect"]))
+        self.check_refused(request(A, "Expect: more", method="POST"), 417, ("Base.HeaderInvalid", ["Expect"]))
 
     def test_long_headers(self):
         self.check_refused(request(A, "X: " + "x" * 20000), 431, ("Base.HeaderTooLong", []))

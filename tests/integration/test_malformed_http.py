@@ -19,7 +19,7 @@ SEED = 20240501
 SENDERS = 4
 
 # What a client's request may make of itself; 500 is the library's answer to a "$select" that is empty or too long.
-STATUSES = {200, 400, 404, 405, 408, 413, 414, 415, 417, 431, 500, 501, 505}
+STATUSES = {200, 400, 404, 405, 408, 413, 414, 415, 417, 421, 431, 500, 501, 505}
 
 TARGETS = [A, A + "?$select=Value", f"{BASE}/VexoThingCollection?$top=2&$skip=1", "/", f"{BASE}/%56exoThing/A",
            f"http://host{A}", "*", f"{BASE}/Nope"]
@@ -60,7 +60,7 @@ class Generator:
 
     def _head(self, *more):
         some = self._random.sample(HEADERS, self._random.randrange(4))
-        lines = [f"GET {self._random.choice(TARGETS)} HTTP/1.1", "Host: test", *some, *more]
+        lines = [f"GET {self._random.choice(TARGETS)} HTTP/1.1", "Host: localhost", *some, *more]
         return "".join(line + "\r\n" for line in lines).encode()
 
     def _with_head_damaged(self):

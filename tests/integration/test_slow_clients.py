@@ -71,7 +71,7 @@ class SlowClients(unittest.TestCase):
             footprint = Footprint(service)
             idle = [connect(service, number) for number in range(IDLE)]
             for connection in idle[::2]:  # some of them have asked already
-                connection.sendall(f"GET {A} HTTP/1.1\r\nHost: test\r\n\r\n".encode())
+                connection.sendall(f"GET {A} HTTP/1.1\r\nHost: localhost\r\n\r\n".encode())
                 self.assertTrue(connection.recv(65536).startswith(b"HTTP/1.1 200 OK\r\n"))
             for _ in range(20):
                 self.check_good(service)
@@ -84,7 +84,7 @@ class SlowClients(unittest.TestCase):
             footprint.check_same_again()
 
     def test_requests_that_come_byte_by_byte_are_refused_in_time(self):
-        head = f"GET {A} HTTP/1.1\r\nHost: test\r\n"
+        head = f"GET {A} HTTP/1.1\r\nHost: localhost\r\n"
         kinds = [(b"G", b"E"), (head.encode(), b""), (head.encode() + b"X: ", b"y"),
                  (head.encode() + b"Content-Length: 1000\r\n\r\n", b"z"),
                  (head.encode() + b"Content-Length: 1000\r\n\r\n", b""),
@@ -117,7 +117,7 @@ class SlowClients(unittest.TestCase):
                 self.check_good(service)
 
     def test_answers_that_nobody_reads_hold_nobody_up(self):
-        request = f"GET {BASE}/VexoThingCollection HTTP/1.1\r\nHost: test\r\n\r\n".encode()
+        request = f"GET {BASE}/VexoThingCollection HTTP/1.1\r\nHost: localhost\r\n\r\n".encode()
         with thing_service() as service:
             self.check_good(service)
             footprint = Footprint(service)

@@ -18,7 +18,9 @@ class StuckNeighbours(NeighboursTest):
         self.start_good_clients()
         for number in range(HOSTILE_CLIENTS):
             client = Client(self.service)
-            client.leave(f"{STUCK}?n={number}")
+            client.ask(f"{STUCK}?n={number}")
+            self.service.await_busy_workers()  # what is not begun before a client leaves is not begun at all
+            client.close()
             self.give_questions(HOSTILE_CLIENTS)
         wait_until(lambda: self.service.log().count("passed the deadline of its request") == HOSTILE_CLIENTS,
                    "the end of what nobody waits for")

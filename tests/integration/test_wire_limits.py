@@ -10,7 +10,7 @@ from things import A, B, request, thing_service
 MAX_BODY_BYTES = 1024 * 1024
 MAX_HEADER_BYTES = 16 * 1024
 
-LAST = f"GET {B} HTTP/1.1\r\nHost: test\r\nConnection: close\r\n\r\n".encode()
+LAST = f"GET {B} HTTP/1.1\r\nHost: localhost\r\nConnection: close\r\n\r\n".encode()
 
 
 def request_of(size, target):

@@ -15,4 +15,4 @@ def thing_service(*options):
 
 def request(target, *headers, method="GET", body=b""):
     """The bytes of a request; its headers say what a test wants of its body."""
-    return "\r\n".join([f"{method} {target} HTTP/1.1", "Host: test", *headers, "", ""]).encode() + body
+    return "\r\n".join([f"{method} {target} HTTP/1.1", "Host: localhost", *headers, "", ""]).encode() + body

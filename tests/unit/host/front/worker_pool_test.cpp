@@ -166,6 +166,8 @@ TEST_F(WorkerPoolTest, RequestWaitsForHalfOfItsTimeAtMost)
     FakeWorker worker = startWithOne(seconds(1));
     const auto held = submit("/held");
     const auto waiting = submit("/waiting");
+    settle();
+    EXPECT_EQ(waiting->calls, 0);
     ASSERT_TRUE(ends(waiting));
     EXPECT_EQ(waiting->outcome, Outcome::Overloaded);
     EXPECT_EQ(held->calls, 0);
