@@ -77,7 +77,7 @@ cli::Command commandLine(Options& options)
                  cli::text(options.cimUrl), "the local one, http://127.0.0.1:5988"},
                 {"--registries", "DIR", "message registries", cli::text(options.registryDirectory),
                  "the installed ones"},
-                {"--oem-endpoint", "ipc:///PATH", "message queue that hands out OEM data",
+                {"--oem-endpoint", "ipc:///PATH", "message queue that hands out embedded data",
                  oemEndpoint(options.oemEndpoint), "none"},
                 {"--auth", "none", "no authentication; the only mode", {readAuth}},
                 {"--workers", "N", "worker processes, 1 to 64",

@@ -15,7 +15,6 @@
 #include <boost/asio/steady_timer.hpp>
 #include <httpd/listen_address.h>
 #include <httpd/server.h>
-#include <sys/resource.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -357,10 +356,8 @@ void Front::fail(const std::string& cause)
 
 int runFront(const Options& options, const Spawner& spawner, httpd::Limits limits)
 {
-    rlimit files{};
-    (void)getrlimit(RLIMIT_NOFILE, &files);
     limits.clientMemoryBytes = options.clientMemoryBytes;
-    return Front(options, spawner, httpd::withinOpenFiles(limits, files.rlim_cur)).run();
+    return Front(options, spawner, limits).run();
 }
 
 } // namespace host

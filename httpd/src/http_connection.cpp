@@ -1,5 +1,6 @@
 // The life of a connection: its steps, its timer, and what it writes.
 #include "http_connection.h"
+
 #include "response_head.h"
 
 #include <boost/asio/buffer.hpp>

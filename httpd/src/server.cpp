@@ -34,6 +34,8 @@ namespace {
 // From what size on a burst is one: below it the C library may keep what was freed.
 constexpr size_t kBurstBytes = size_t{4} * 1024 * 1024;
 
+constexpr int kAcceptsAtOnce = 16;
+
 Limits limitsOfProcess(const Limits& limits)
 {
     rlimit openFiles{};
@@ -97,10 +99,12 @@ public:
 
 private:
     void accept();
-    void acceptable();
+    void acceptSome();
+    bool acceptOne();
     tcp::socket acceptNow(error_code& error);
     void retryLater();
     void admit();
+    void placeNext();
     void startNext();
     void lookAgain();
     enum class Place { Free, NoneYet, Refused };
@@ -305,7 +309,7 @@ void Server::Impl::accept()
                          inMemory(mAcceptMemory, [self = shared_from_this()](error_code error) {
                              self->mIsAccepting = false;
                              if (!error) {
-                                 self->acceptable();
+                                 self->acceptSome();
                              }
                          }));
 }
@@ -320,7 +324,16 @@ tcp::socket Server::Impl::acceptNow(error_code& error)
     }
 }
 
-void Server::Impl::acceptable()
+// Several in one step: clients that come in crowds would keep the others waiting in the backlog.
+void Server::Impl::acceptSome()
+{
+    for (int accepted = 0; accepted < kAcceptsAtOnce && acceptOne(); ++accepted) {
+    }
+    accept();
+}
+
+// Whether there may be another one to accept, and a place for it.
+bool Server::Impl::acceptOne()
 {
     error_code error;
     tcp::socket socket = acceptNow(error);
@@ -331,12 +344,13 @@ void Server::Impl::acceptable()
     }
     if (!error) {
         mNext.emplace(std::move(socket));
-        admit();
-    } else if (error == asio::error::would_block || error == asio::error::connection_aborted) {
-        accept();
-    } else {
+        placeNext();
+        return !mNext && mAcceptor.is_open();
+    }
+    if (error != asio::error::would_block && error != asio::error::connection_aborted) {
         retryLater();
     }
+    return false;
 }
 
 void Server::Impl::retryLater()
@@ -359,6 +373,12 @@ void Server::Impl::retryLater()
 // Starts the connection that waits, if there is a place for it, and accepts the next.
 void Server::Impl::admit()
 {
+    placeNext();
+    accept();
+}
+
+void Server::Impl::placeNext()
+{
     try {
         startNext();
         if (mNext) {
@@ -367,7 +387,6 @@ void Server::Impl::admit()
     } catch (const std::bad_alloc&) {
         mNext.reset();
     }
-    accept();
 }
 
 // Nothing happens when an answer has stalled for long enough.
