@@ -10,7 +10,7 @@ namespace {
 
 using std::chrono::steady_clock;
 
-void refuse(std::vector<Task> tasks)
+void refuse(const std::vector<Task>& tasks)
 {
     for (const Task& task : tasks) {
         task.done(Outcome::Overloaded, {});

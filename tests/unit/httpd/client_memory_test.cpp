@@ -196,7 +196,7 @@ TEST_F(ClientMemory, HeadThatFindsNoRoomIs503AtOnce)
 
 TEST_F(ClientMemory, OfAnswersThatNobodyTakesIsBounded)
 {
-    constexpr size_t kAnswerBytes = 8 * 1024 * kKiB; // beyond what the kernel takes of it
+    constexpr size_t kAnswerBytes = size_t{8} * 1024 * kKiB; // beyond what the kernel takes of it
     start(3 * kAnswerBytes);
     mAnswer.body = std::string(kAnswerBytes, 'x');
     send(kGet);

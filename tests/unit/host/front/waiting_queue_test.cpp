@@ -39,6 +39,7 @@ std::string targetOf(const Task& task)
 std::vector<std::string> targetsOf(const std::vector<Task>& tasks)
 {
     std::vector<std::string> targets;
+    targets.reserve(tasks.size());
     for (const Task& task : tasks) {
         targets.push_back(targetOf(task));
     }
