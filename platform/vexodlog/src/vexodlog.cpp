@@ -43,6 +43,7 @@ std::string lineText(const char* text)
 // Lives until the process has ended: what ends last may still log.
 StandardError& standardError()
 {
+    // NOLINTNEXTLINE(cppcoreguidelines-avoid-non-const-global-variables): it counts
     static StandardError* const kInstance = new StandardError;
     return *kInstance;
 }
