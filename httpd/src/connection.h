@@ -18,8 +18,8 @@ namespace httpd {
 struct Standing
 {
     enum class Shown { HalfHead, Nothing, LastAnswer, HalfBody, StalledAnswer };
-    Shown shown;
-    std::chrono::steady_clock::time_point since;
+    Shown shown = Shown::Nothing;
+    std::chrono::steady_clock::time_point since = {};
 
     bool operator<(const Standing& other) const
     {
