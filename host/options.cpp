@@ -103,12 +103,4 @@ cli::Command commandLine(Options& options)
     };
 }
 
-bool parseOptions(const std::vector<std::string>& arguments, Options& options, std::string& problem)
-{
-    const cli::Command program = commandLine(options);
-    const cli::Reading reading = cli::read(program, arguments);
-    problem = reading.text;
-    return reading.outcome == cli::Reading::Outcome::Run;
-}
-
 } // namespace host

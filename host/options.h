@@ -29,11 +29,6 @@ struct Options
 // What cimgated takes. Gives the options their defaults; reading the command line changes them.
 cli::Command commandLine(Options& options);
 
-// Reads the arguments (without the program's name) into options. Returns false with what is to be
-// said instead of serving, such as what is wrong, in problem.
-bool parseOptions(const std::vector<std::string>& arguments, Options& options,
-                  std::string& problem);
-
 } // namespace host
 
 #endif

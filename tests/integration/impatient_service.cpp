@@ -3,9 +3,6 @@
 #include "options.h"
 #include "service.h"
 
-#include <cstdio>
-#include <cstdlib>
-
 namespace {
 
 httpd::Limits shortLimits()
@@ -21,10 +18,9 @@ httpd::Limits shortLimits()
 int main(int argc, char** argv)
 {
     host::Options options;
-    std::string problem;
-    if (!host::parseOptions({argv + 1, argv + argc}, options, problem)) {
-        (void)std::fprintf(stderr, "%s\n", problem.c_str());
-        return EXIT_FAILURE;
-    }
-    return host::runService(options, shortLimits());
+    cli::Command program = host::commandLine(options);
+    program.run = [&options] {
+        return host::runService(options, shortLimits());
+    };
+    return cli::run(program, {argv + 1, argv + argc});
 }
