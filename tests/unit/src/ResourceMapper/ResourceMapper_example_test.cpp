@@ -1,7 +1,7 @@
 // The example at the top of ResourceMapper.h, which the build takes out of it.
 #include "LiveTest.h"
 
-#include <resource_mapper_example.h>
+#include <resource_mapper_example.inc>
 
 namespace {
 
