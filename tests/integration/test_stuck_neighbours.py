@@ -16,10 +16,12 @@ class StuckNeighbours(NeighboursTest):
 
     def test_clients_that_leave_while_their_workers_are_occupied(self):
         self.start_good_clients()
-        for number in range(HOSTILE_CLIENTS):
-            client = Client(self.service)
+        leaving = [Client(self.service) for _ in range(HOSTILE_CLIENTS)]
+        for number, client in enumerate(leaving):
             client.ask(f"{STUCK}?n={number}")
-            self.service.await_busy_workers()  # what is not begun before a client leaves is not begun at all
+        # What is not begun before its client leaves is not begun at all.
+        self.service.await_busy_workers(HOSTILE_CLIENTS)
+        for client in leaving:
             client.close()
             self.give_questions(HOSTILE_CLIENTS)
         wait_until(lambda: self.service.log().count("passed the deadline of its request") == HOSTILE_CLIENTS,
