@@ -93,7 +93,8 @@ private:
     void handle(httpd::Request request, const httpd::Reply& reply);
     void handleQueue(const std::string& text, const QueueFrontEnd::Reply& reply);
     std::optional<httpd::Response> refusal(const httpd::Request& request) const;
-    std::optional<httpd::Response> answerWithoutWorker(const httpd::Request& request);
+    std::optional<httpd::Response> answerWithoutWorker(const httpd::Request& request,
+                                                       const std::string& watched);
     bool mayNeedCim(const httpd::Request& request) const;
     void noteOutcome(const std::string& watched, Outcome outcome, bool isAction);
     void awaitSignal();
@@ -221,12 +222,12 @@ void Front::stopWhenDrained()
 
 void Front::handle(httpd::Request request, const httpd::Reply& reply)
 {
-    if (std::optional<httpd::Response> response = answerWithoutWorker(request)) {
+    const std::string watched = watchedName(request);
+    if (std::optional<httpd::Response> response = answerWithoutWorker(request, watched)) {
         addCommonHeaders(*response);
         reply(std::move(*response));
         return;
     }
-    const std::string watched = watchedName(request);
     const bool isAction = isPost(request);
     // The share of the clients' memory is held as long as the request is.
     auto done = [this, watched, isAction, reply,
@@ -270,10 +271,11 @@ std::optional<httpd::Response> Front::refusal(const httpd::Request& request) con
     return response ? response : refusalOf(request);
 }
 
-std::optional<httpd::Response> Front::answerWithoutWorker(const httpd::Request& request)
+std::optional<httpd::Response> Front::answerWithoutWorker(const httpd::Request& request,
+                                                          const std::string& watched)
 {
     std::optional<httpd::Response> response = refusal(request);
-    if (!response && !mQuarantine.admits(watchedName(request), std::chrono::steady_clock::now())) {
+    if (!response && !mQuarantine.admits(watched, std::chrono::steady_clock::now())) {
         response = temporarilyUnavailable(kQuarantineRetryAfterS);
     }
     return response;

@@ -87,11 +87,6 @@ bool isServersOwn(const std::string& name)
     });
 }
 
-bool mayHaveBody(uint32_t status)
-{
-    return status != httpd::kNoContent && status != httpd::kNotModified;
-}
-
 bool takeHeader(FieldReader& reader, httpd::Header& header)
 {
     return reader.text(header.name) && reader.text(header.value) && isAnswerHeader(header);
@@ -161,7 +156,7 @@ bool decodeResponse(std::string_view payload, httpd::Response& response)
         }
     }
     return reader.text(response.body) && reader.atEnd() &&
-           (response.body.empty() || mayHaveBody(status));
+           (response.body.empty() || httpd::hasContent(status));
 }
 
 bool decodeDeclined(std::string_view payload, Declined& reason)

@@ -28,11 +28,6 @@ void addLine(std::string& head, std::string_view name, std::string_view value)
 
 } // namespace
 
-bool hasContent(unsigned int status)
-{
-    return status != kNoContent && status != kNotModified;
-}
-
 std::string responseHead(const Response& response, unsigned int version, bool isKeptAlive)
 {
     std::string head = version < 11 ? "HTTP/1.0 " : "HTTP/1.1 ";

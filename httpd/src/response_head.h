@@ -8,9 +8,6 @@
 
 namespace httpd {
 
-// Whether answers with this status have content at all (RFC 9110, sections 15.3.5 and 15.4.5).
-bool hasContent(unsigned int status);
-
 // Status line and headers with the empty line behind them; version is 10 or 11.
 std::string responseHead(const Response& response, unsigned int version, bool isKeptAlive);
 

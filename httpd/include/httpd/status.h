@@ -23,6 +23,12 @@ inline constexpr unsigned int kServiceUnavailable = 503;
 inline constexpr unsigned int kGatewayTimeout = 504;
 inline constexpr unsigned int kHttpVersionNotSupported = 505;
 
+// Whether answers with this status have content at all (RFC 9110, sections 15.3.5 and 15.4.5).
+constexpr bool hasContent(unsigned int status)
+{
+    return status != kNoContent && status != kNotModified;
+}
+
 } // namespace httpd
 
 #endif
