@@ -70,7 +70,8 @@
 // once, by whichever comes first.
 //
 // Broken invariants log "Assertion '...' failed" at level 1 and abort the process; each operation
-// names its own. No operation throws.
+// names its own. No operation throws, whatever the JSON that it is given holds: of an output, of
+// mErrorArgs and of mSelectorSet, what cannot be written into is replaced.
 #ifndef RESOURCE_MAPPER_H_
 #define RESOURCE_MAPPER_H_
 
@@ -140,9 +141,9 @@ public:
     _ResourceMapperError Load();
 
     // Makes sure that the mapping file is loaded and looks name up in it. On success
-    // mOemResourceName and mResourceObj are set and, unless skipLoadEntry, the collection flags and
-    // mCimClass. Results: RM_OK; RM_RESOURCE_NOT_IN_RMF (mErrorArgs["p1"] is name);
-    // RM_RMF_NOT_PRESENT; RM_MALFORMED_JSON (also where the file's top level is no object).
+    // mOemResourceName and mResourceObj are set, whatever they held, and, unless skipLoadEntry, the
+    // collection flags and mCimClass. Results: RM_OK; RM_RESOURCE_NOT_IN_RMF (mErrorArgs["p1"] is
+    // name); RM_RMF_NOT_PRESENT; RM_MALFORMED_JSON (also where the file's top level is no object).
     // A failed load is tried again by the next request.
     _ResourceMapperError checkResource(const std::string& name, bool skipLoadEntry);
 
@@ -239,7 +240,7 @@ public:
 
     // ---- Embedded data ----
 
-    // Adds to out (null or an object) what a container embeds, for the message queue: of each
+    // Adds to out, an object, what a container embeds, for the message queue: of each
     // resource in the "instances" of its entry one instance, under the resource's name. Only the
     // data cache is read.
     // container  the name of an entry, NUL-terminated.

@@ -1,6 +1,7 @@
 #include "CmpiToJson.h"
 
 #include "CimHandles.h"
+#include "JsonAccess.h"
 #include "LocalTime.h"
 #include "Log.h"
 
@@ -63,13 +64,13 @@ int CmpiJson::PopulateCmpiENCValues(char* name, CMPIValue* value, unsigned short
     case CMPI_booleanString:
     case CMPI_numericString:
     case CMPI_dateTimeString:
-        out[name] = cimgate::textOrNull(cimgate::charsOf(value->string));
+        cimgate::writableObject(out)[name] = cimgate::textOrNull(cimgate::charsOf(value->string));
         return 1;
     case CMPI_chars:
-        out[name] = cimgate::textOrNull(value->chars);
+        cimgate::writableObject(out)[name] = cimgate::textOrNull(value->chars);
         return 1;
     case CMPI_dateTime:
-        out[name] = cimgate::localDateTime(value->dateTime);
+        cimgate::writableObject(out)[name] = cimgate::localDateTime(value->dateTime);
         return 1;
     case CMPI_instance:
     case CMPI_ref:
@@ -88,7 +89,7 @@ int CmpiJson::PopulateCmpiSimpleValues(char* name, CMPIValue* value, unsigned sh
 {
     LOG_SCOPE();
     if (type == CMPI_boolean) {
-        out[name] = value->boolean != 0;
+        cimgate::writableObject(out)[name] = value->boolean != 0;
     } else if (type != CMPI_char16) {
         LOG_AT(LOG_STEP, "CmpiJson::PopulateCmpiSimpleValues : Did not match data types");
     }
@@ -100,7 +101,8 @@ int CmpiJson::PopulateCmpiRealValues(char* name, CMPIValue* value, unsigned shor
 {
     LOG_SCOPE();
     if (type == CMPI_real32 || type == CMPI_real64) {
-        out[name] = type == CMPI_real64 ? value->real64 : static_cast<double>(value->real32);
+        cimgate::writableObject(out)[name] =
+            type == CMPI_real64 ? value->real64 : static_cast<double>(value->real32);
     } else {
         LOG_AT(LOG_STEP, "CmpiJson::PopulateCmpiRealValues : Did not match data types");
     }
@@ -115,29 +117,29 @@ int CmpiJson::PopulateCmpiIntegerValues(char* name, CMPIValue* value, unsigned s
     LOG_SCOPE();
     switch (type) {
     case CMPI_uint8:
-        out[name] = Json::UInt{value->uint8};
+        cimgate::writableObject(out)[name] = Json::UInt{value->uint8};
         break;
     case CMPI_uint16:
-        out[name] = Json::UInt{value->uint16};
+        cimgate::writableObject(out)[name] = Json::UInt{value->uint16};
         break;
     case CMPI_uint32:
-        out[name] = static_cast<Json::UInt>(value->uint32);
+        cimgate::writableObject(out)[name] = static_cast<Json::UInt>(value->uint32);
         break;
     case CMPI_uint64:
-        out[name] = static_cast<Json::UInt64>(value->uint64);
+        cimgate::writableObject(out)[name] = static_cast<Json::UInt64>(value->uint64);
         break;
     case CMPI_sint8:
-        out[name] = Json::Int{value->sint8};
+        cimgate::writableObject(out)[name] = Json::Int{value->sint8};
         break;
     case CMPI_sint16:
-        out[name] = Json::Int{value->sint16};
+        cimgate::writableObject(out)[name] = Json::Int{value->sint16};
         break;
     case CMPI_sint32:
-        out[name] = static_cast<Json::Int>(value->sint32);
+        cimgate::writableObject(out)[name] = static_cast<Json::Int>(value->sint32);
         break;
     case CMPI_sint64:
         // Clients have always been shown 32 bits.
-        out[name] = static_cast<Json::Int>(value->sint64);
+        cimgate::writableObject(out)[name] = static_cast<Json::Int>(value->sint64);
         break;
     default:
         LOG_AT(LOG_STEP, "CmpiJson::PopulateCmpiIntegerValues: Did not match data types");
@@ -150,7 +152,7 @@ int CmpiJson::CmpiDataToJson(char* name, CMPIData& data, Json::Value& out)
     LOG_SCOPE();
     RM_ASSERT_TEXT(name != nullptr, "pProperty");
     if (data.state == CMPI_nullValue) {
-        out[name] = Json::Value::nullSingleton();
+        cimgate::writableObject(out)[name] = Json::Value::nullSingleton();
         return 1;
     }
     const bool isEmptyArray = data.type == CMPI_null && data.state == CMPI_goodValue;
@@ -178,13 +180,13 @@ int CmpiJson::PopulateCmpiArrayValues(char* name, CMPIValue* value, unsigned sho
     LOG_SCOPE();
     const std::string countName = std::string(name) + "@odata.count";
     if (type == CMPI_null) {
-        out[name] = Json::Value(Json::arrayValue);
-        out[countName] = 0U;
+        cimgate::writableObject(out)[name] = Json::Value(Json::arrayValue);
+        cimgate::writableObject(out)[countName] = 0U;
         return 1;
     }
     CMPIArray* array = value->array;
     const CMPICount count = cimgate::sizeOf(array);
-    out[countName] = count;
+    cimgate::writableObject(out)[countName] = count;
     for (CMPICount i = 0; i < count; ++i) {
         cimgate::CimStatus status;
         CMPIData element = array->ft->getElementAt(array, i, status.out());
@@ -193,7 +195,8 @@ int CmpiJson::PopulateCmpiArrayValues(char* name, CMPIValue* value, unsigned sho
         }
         Json::Value converted(Json::objectValue);
         CmpiDataToJson(name, element, converted);
-        out[name][i] = converted.isMember(name) ? std::move(converted[name]) : Json::Value(0);
+        cimgate::writableArray(cimgate::writableObject(out)[name])[i] =
+            converted.isMember(name) ? std::move(converted[name]) : Json::Value(0);
     }
     return 1;
 }

@@ -23,6 +23,14 @@ bool isPlain(std::string_view text)
                        [](char c) { return c >= ' ' && c <= '~' && c != '"' && c != '\\'; });
 }
 
+Json::Value& asType(Json::Value& value, Json::ValueType type)
+{
+    if (!value.isNull() && value.type() != type) {
+        value = Json::Value(type);
+    }
+    return value;
+}
+
 void appendByJsoncpp(const Json::Value& value, std::string& out)
 {
     out += Json::FastWriter().write(value);
@@ -170,6 +178,16 @@ std::string firstMemberName(const Json::Value& value)
 {
     const Json::Value& object = objectOf(value);
     return object.empty() ? std::string() : object.begin().name();
+}
+
+Json::Value& writableObject(Json::Value& value)
+{
+    return asType(value, Json::objectValue);
+}
+
+Json::Value& writableArray(Json::Value& value)
+{
+    return asType(value, Json::arrayValue);
 }
 
 bool readJson(std::istream& in, Json::Value& out)

@@ -1,6 +1,7 @@
-// Reads of JSON that came from a file: jsoncpp throws where a value has another type than the one
-// asked for, and operator[] inserts what it does not find. These do neither: a value that cannot be
-// converted reads as its null default and is logged at level 1.
+// JSON that came from a file, or from whoever calls the library: jsoncpp throws where a value has
+// another type than the one asked for, and operator[] inserts what it does not find. These do
+// neither. A value that cannot be converted reads as its null default and is logged at level 1; one
+// that cannot be written into is replaced.
 #ifndef JSON_ACCESS_H_
 #define JSON_ACCESS_H_
 
@@ -41,6 +42,11 @@ const Json::Value& arrayOf(const Json::Value& value);
 
 // Name of an object's first member in sorted order; "" when there is none.
 std::string firstMemberName(const Json::Value& value);
+
+// value, to write members or elements into: one that is neither null nor an object, or an array,
+// becomes an empty one.
+Json::Value& writableObject(Json::Value& value);
+Json::Value& writableArray(Json::Value& value);
 
 // Parses a whole document; false when it is malformed or nested too deeply.
 bool readJson(std::istream& in, Json::Value& out);

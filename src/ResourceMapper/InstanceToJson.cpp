@@ -41,7 +41,7 @@ void ResourceMapper::DoPropertyValueMap(char* name, CMPIData& data, Json::Value&
     Json::Value mapped;
     cimgate::mapValue(cimgate::mapping::valueMapOf(property), name, data, mapped);
     if (!mapped.isNull()) {
-        out[name] = std::move(mapped);
+        cimgate::writableObject(out)[name] = std::move(mapped);
     }
 }
 

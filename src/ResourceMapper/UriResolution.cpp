@@ -104,7 +104,7 @@ _ResourceMapperError ResourceMapper::isValidURI(int method, const char** pEntity
     if (const auto rc = checkResource(mOemResourceName, false); rc != RM_RESOURCE_NOT_IN_RMF) {
         return rc;
     }
-    mErrorArgs.removeMember("p1");
+    cimgate::writableObject(mErrorArgs).removeMember("p1");
 
     if (const Json::Value* methods = cimgate::findRegistered(uri)) {
         if ((methods->asInt() & method) == 0) {

@@ -74,7 +74,7 @@ void appendLink(Json::Value& links, const std::string& name, std::string uri)
     escapeHashes(uri);
     Json::Value reference;
     reference[mapping::kOdataId] = uri;
-    links[name].append(std::move(reference));
+    writableArray(writableObject(links)[name]).append(std::move(reference));
 }
 
 // A power supply and its current sensor carry the same number, so that either's link follows from
@@ -146,7 +146,7 @@ void resolveLinks(const Json::Value& resource, Json::Value& links, const std::st
     for (auto link = wanted.begin(); link != wanted.end(); ++link) {
         const std::string name = link.name();
         if (name == kComputerSystemLink) {
-            links[name] = *link;
+            writableObject(links)[name] = *link;
         } else if (name == kPowerSupplyLinks || name == kSensorLinks) {
             linkByNumber(links, name, id);
         } else if (const Json::Value& association = memberOf(assocObj, name);

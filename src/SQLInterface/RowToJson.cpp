@@ -359,7 +359,7 @@ int rowsToJson(sqlite3_stmt* stmt, Json::Value& out, const Json::Value& entry,
         out = rowToJson(stmt, columns, className, status);
         return 0;
     }
-    Json::Value& members = out["Members"];
+    Json::Value& members = writableArray(writableObject(out)["Members"]);
     while (status != SQLITE_DONE) {
         members.append(rowToJson(stmt, columns, className, status));
         status = sqlite3_step(stmt);
@@ -376,10 +376,11 @@ void SQLInterface::PopulateSQLIntegerValues(std::string prop, Json::Value& rmf,
     const Json::Value& properties = cimgate::mapping::propertiesOf(rmf, className);
     LOG_SCOPE();
     const Json::Value& property = cimgate::memberOf(properties, prop);
-    out[prop] = cimgate::numberOf(cimgate::numberTypeOf(property, className), value.c_str());
+    cimgate::writableObject(out)[prop] =
+        cimgate::numberOf(cimgate::numberTypeOf(property, className), value.c_str());
 }
 
 void SQLInterface::BlobValueUpdate(__blobData* blob, Json::Value& array, Json::Value valueMap)
 {
-    cimgate::appendMapped(blob, array, cimgate::objectOf(valueMap));
+    cimgate::appendMapped(blob, cimgate::writableArray(array), cimgate::objectOf(valueMap));
 }

@@ -188,9 +188,7 @@ void listMandatory(const Json::Value& inputs, Json::Value& mandatory)
 {
     LOG_SCOPE_AS("GetMandatoryArgList");
     const Json::Value& declared = objectOf(inputs);
-    if (!mandatory.isNull() && !mandatory.isArray()) {
-        mandatory = Json::Value(Json::arrayValue);
-    }
+    writableArray(mandatory);
     for (auto input = declared.begin(); input != declared.end(); ++input) {
         if (flagOf(*input, mapping::kIsRequired)) {
             LOG_AT(LOG_FACT, "GetMandatoryArgList  %s", input.name().c_str());

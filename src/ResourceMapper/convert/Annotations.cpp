@@ -88,7 +88,7 @@ std::string addId(const ResourceMapper& mapper, Json::Value& obj, bool ofMember)
         id += "/" + key;
     }
     encodeSpecialChars(id);
-    obj[mapping::kOdataId] = id;
+    writableObject(obj)[mapping::kOdataId] = id;
     return key;
 }
 
@@ -121,7 +121,7 @@ void addLinks(const ResourceMapper& mapper, Json::Value& obj, const std::string&
     Json::Value links;
     resolveLinks(mapper.mResourceObj, links, key);
     if (mapper.mSelectedLinks.empty()) {
-        obj[mapping::kLinks] = std::move(links);
+        writableObject(obj)[mapping::kLinks] = std::move(links);
         return;
     }
     Json::Value selected(Json::objectValue);
@@ -130,7 +130,7 @@ void addLinks(const ResourceMapper& mapper, Json::Value& obj, const std::string&
         LOG_AT(LOG_STEP, "Links data for select operation %s", link.c_str());
         selected[link] = memberOf(links, link);
     }
-    obj[mapping::kLinks] = std::move(selected);
+    writableObject(obj)[mapping::kLinks] = std::move(selected);
 }
 
 void addActions(const ResourceMapper& mapper, Json::Value& obj)
@@ -138,7 +138,7 @@ void addActions(const ResourceMapper& mapper, Json::Value& obj)
     LOG_SCOPE_AS("AddActions");
     const Json::Value& actions = mapping::actionsOf(mapper.mResourceObj, mapper.mCimClass);
     if (!actions.empty()) {
-        obj[mapping::kActions] = actions;
+        writableObject(obj)[mapping::kActions] = actions;
     }
 }
 
@@ -168,7 +168,7 @@ std::optional<std::string> filterActions(Json::Value& resource, const Json::Valu
         }
     }
     if (!filtered.isNull()) {
-        resource[mapping::kActions] = filtered;
+        writableObject(resource)[mapping::kActions] = filtered;
     }
     return std::nullopt;
 }

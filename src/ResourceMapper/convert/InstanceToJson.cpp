@@ -42,7 +42,7 @@ std::optional<std::string> lookupKeyOf(const CMPIData& data)
 void mapArray(const Json::Value& valueMap, const char* name, const CMPIData& data, Json::Value& out)
 {
     if (data.state == CMPI_nullValue) {
-        out[name] = Json::Value(Json::arrayValue);
+        writableObject(out)[name] = Json::Value(Json::arrayValue);
         return;
     }
     CMPIArray* array = data.value.array;
@@ -52,7 +52,7 @@ void mapArray(const Json::Value& valueMap, const char* name, const CMPIData& dat
         const CMPIData element = array->ft->getElementAt(array, i, status.out());
         Json::Value mapped;
         mapValue(valueMap, name, element, mapped);
-        out[name][i] = std::move(mapped);
+        writableArray(writableObject(out)[name])[i] = std::move(mapped);
     }
 }
 
@@ -74,7 +74,7 @@ void propertyToJson(const Json::Value& property, char* name, CMPIData& data, Jso
     Json::Value mapped;
     mapValue(valueMap, name, data, mapped);
     if (!mapped.isNull()) {
-        out[name] = std::move(mapped);
+        writableObject(out)[name] = std::move(mapped);
     }
 }
 

@@ -107,14 +107,14 @@ void parseSelectors(ResourceMapper& mapper, const std::string& selectors)
                                            mapping::kKeyProperties);
         RM_ASSERT_TEXT(keys.isArray() && keys.size() == 1,
                        "mResourceObj[MAPPINGS_KEY][mCimClass][KEYPROPERTIES_KEY].size() == 1");
-        mapper.mSelectorSet[textOf(keys[0U])] = selectors;
+        writableObject(mapper.mSelectorSet)[textOf(keys[0U])] = selectors;
         return;
     }
     for (const std::string_view item : itemsOf(selectors)) {
         const std::optional<Selector> selector = selectorOf(item);
         RM_ASSERT_TEXT(selector.has_value(), "eq_pos != std::string::npos");
         LOG_AT(LOG_STEP, "KeyName(%s) Value(%s)", selector->name.c_str(), selector->value.c_str());
-        mapper.mSelectorSet[selector->name] = selector->value;
+        writableObject(mapper.mSelectorSet)[selector->name] = selector->value;
     }
 }
 

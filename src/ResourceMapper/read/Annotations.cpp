@@ -67,7 +67,7 @@ _ResourceMapperError annotateLiveCollection(ResourceMapper& mapper, Json::Value&
     RM_ASSERT_TEXT(mapper.mIsCollection, "mIsCollection == true");
     for (const char* key :
          {mapping::kOdataId, "@odata.context", "@odata.type", "Description", "Name"}) {
-        collection[key] = metadata(mapper, key, false);
+        writableObject(collection)[key] = metadata(mapper, key, false);
     }
     setAllowedHeader(mapper);
     setLinkHeader(mapper);

@@ -19,9 +19,10 @@ namespace {
 _ResourceMapperError refuseRange(ResourceMapper& mapper, unsigned long value, const char* option,
                                  const std::string& range)
 {
-    mapper.mErrorArgs["p1"] = std::to_string(value);
-    mapper.mErrorArgs["p2"] = option;
-    mapper.mErrorArgs["p3"] = range;
+    Json::Value& arguments = writableObject(mapper.mErrorArgs);
+    arguments["p1"] = std::to_string(value);
+    arguments["p2"] = option;
+    arguments["p3"] = range;
     return RM_QUERY_PARAM_OUT_OF_RANGE;
 }
 
@@ -126,7 +127,7 @@ void setNextLink(const ResourceMapper& mapper, Json::Value& out, const Paging& p
         link += "&$top=" + std::to_string(remaining);
     }
     LOG_AT(LOG_STEP, "Setting Complete NL: %s", link.c_str());
-    out["Members@odata.nextLink"] = link;
+    writableObject(out)["Members@odata.nextLink"] = link;
 }
 
 _ResourceMapperError readCachedCollection(ResourceMapper& mapper, Json::Value& out)
@@ -160,9 +161,9 @@ _ResourceMapperError readCachedCollection(ResourceMapper& mapper, Json::Value& o
         return rc;
     }
     if (paging.count == 0) {
-        out[kMembers] = Json::Value(Json::arrayValue);
+        writableObject(out)[kMembers] = Json::Value(Json::arrayValue);
     }
-    out[kMembersCount] = paging.count;
+    writableObject(out)[kMembersCount] = paging.count;
     const _ResourceMapperError rc = shapeResult(mapper, out, selectList, false);
     if (rc == RM_OK) {
         LOG_AT(LOG_STEP, "SQL to Json conversion is success");

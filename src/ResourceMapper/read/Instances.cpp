@@ -126,7 +126,7 @@ void addUniqueSelector(ResourceMapper& mapper)
     }
     const std::string unique = textOf(mapper.mResourceObj, mapping::kUniqueSelector);
     if (!unique.empty()) {
-        mapper.mSelectorSet[unique] = mapper.mInstanceId;
+        writableObject(mapper.mSelectorSet)[unique] = mapper.mInstanceId;
     }
 }
 
@@ -177,7 +177,7 @@ void queryCachedInstances(ResourceMapper& mapper, Json::Value& out, const std::s
         selectQuery(mapper.mResourceObj, mapper.mCimClass, {.condition = clause});
     if (query.empty()) {
         LOG_AT(LOG_ERROR, "Properties are not present in RMF");
-        mapper.mErrorArgs["p1"] = mapper.mOemResourceName;
+        (void)failWith(mapper.mErrorArgs, RM_INTERNAL_ERROR, mapper.mOemResourceName);
         return;
     }
     LOG_AT(LOG_STEP, "Formed query %s", query.c_str());
@@ -224,7 +224,7 @@ _ResourceMapperError narrowBySelect(ResourceMapper& mapper, const Json::Value& s
         LOG_AT(LOG_STEP, "%s", noSelectText);
         return RM_OK;
     }
-    if (selectList.size() == 1 && textOf(selectList[0U]) == "*") {
+    if (selectList.size() == 1 && textOf(*selectList.begin()) == "*") {
         LOG_AT(LOG_STEP, "Query to select all parameters");
         return RM_OK;
     }

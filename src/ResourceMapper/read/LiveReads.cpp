@@ -2,6 +2,7 @@
 
 #include "CimHandles.h"
 #include "CimNameSpace.h"
+#include "JsonAccess.h"
 #include "Log.h"
 #include "MessageArguments.h"
 #include "ResourceMapper/answer/ErrorResponses.h"
@@ -46,11 +47,12 @@ void readLiveMembers(ResourceMapper& mapper, CMPIEnumeration* enumeration, const
             setNextLink(mapper, out, paging, false);
             break;
         }
-        Json::Value& member = out[kMembers].append(Json::Value(Json::objectValue));
+        Json::Value& member =
+            writableArray(writableObject(out)[kMembers]).append(Json::Value(Json::objectValue));
         (void)convertInstance(mapper, data.value.inst, member, Json::Value::nullSingleton());
     }
     if (i == 0) {
-        out[kMembers] = Json::Value(Json::arrayValue);
+        writableObject(out)[kMembers] = Json::Value(Json::arrayValue);
     }
 }
 
@@ -100,7 +102,7 @@ _ResourceMapperError readLiveCollection(ResourceMapper& mapper, Json::Value& out
         return error;
     }
     readLiveMembers(mapper, opened, paging, out);
-    out[kMembersCount] = paging.count;
+    writableObject(out)[kMembersCount] = paging.count;
     return annotateLiveCollection(mapper, out);
 }
 

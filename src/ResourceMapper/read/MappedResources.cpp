@@ -168,7 +168,7 @@ _ResourceMapperError embed(ResourceMapper& mapper, const std::string& name, cons
     if (result.empty()) {
         LOG_AT(LOG_FACT, "No embedded data for %s", name.c_str());
     } else {
-        out[name] = std::move(result);
+        writableObject(out)[name] = std::move(result);
         LOG_AT(LOG_FACT, "Setting embedded data for %s", name.c_str());
     }
     return RM_OK;

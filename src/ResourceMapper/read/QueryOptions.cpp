@@ -52,7 +52,7 @@ bool matchLinks(ResourceMapper& mapper, std::string& item)
     const std::string wanted = item.substr(slash + 1);
     if (hasMember(links, wanted)) {
         LOG_AT(LOG_FACT, "Links select %s", wanted.c_str());
-        mapper.mSelectedLinks.append(wanted);
+        writableArray(mapper.mSelectedLinks).append(wanted);
         return true;
     }
     const size_t second = wanted.find('/');
@@ -60,7 +60,7 @@ bool matchLinks(ResourceMapper& mapper, std::string& item)
     if (second != std::string::npos && hasMember(links, link) && memberOf(links, link).isObject() &&
         hasMember(memberOf(links, link), wanted.substr(second + 1))) {
         LOG_AT(LOG_FACT, "Links select %s", link.c_str());
-        mapper.mSelectedLinks.append(link);
+        writableArray(mapper.mSelectedLinks).append(link);
         return true;
     }
     item = wanted;
@@ -81,7 +81,7 @@ bool matchProperties(const ResourceMapper& mapper, const std::string& item,
         }
         const std::string alias = textOf(memberOf(properties, name), mapping::kAlias);
         if (item == (alias.empty() ? name : alias)) {
-            matched.append(name);
+            writableArray(matched).append(name);
             found = true;
         }
     }
@@ -125,7 +125,7 @@ _ResourceMapperError listOption(ResourceMapper& mapper, int option, Json::Value&
     char value[kMaxSelectBytes + 1] = "";
     mapper.mURI.CopyOption(bit, value, sizeof value);
     for (const std::string_view item : itemsOf(value)) {
-        list.append(std::string(trimmed(item)));
+        writableArray(list).append(std::string(trimmed(item)));
     }
     LOG_AT(LOG_FACT, "Select query: QParam (%s) ,  QParamLen (%d)", value,
            static_cast<int>(length));
