@@ -57,8 +57,10 @@ std::vector<std::string> argumentsOf(std::initializer_list<const char*> given)
     return args;
 }
 
+// Adds the messages of a code by insert(row), or a general one where it has no row.
+template <typename Insert>
 int appendMessages(unsigned int code, ExtendedErrorInfoHandling& info, unsigned int* httpStatus,
-                   const std::vector<std::string>& args)
+                   const Insert& insert)
 {
     const GenericErrorMessage* row = findGenericErrorMessage(code);
     if (row == nullptr) {
@@ -66,9 +68,27 @@ int appendMessages(unsigned int code, ExtendedErrorInfoHandling& info, unsigned 
         *httpStatus = kInternalServerError;
         return 0;
     }
-    insertMessages(info, row->messageId, row->baseMessage, args);
+    insert(*row);
     *httpStatus = row->httpStatus;
     return 1;
+}
+
+int appendWithArguments(unsigned int code, ExtendedErrorInfoHandling& info,
+                        unsigned int* httpStatus, const std::vector<std::string>& args)
+{
+    return appendMessages(code, info, httpStatus, [&](const GenericErrorMessage& row) {
+        insertMessages(info, row.messageId, row.baseMessage, args);
+    });
+}
+
+void insertWithoutArguments(ExtendedErrorInfoHandling& info, const GenericErrorMessage& row)
+{
+    if (row.messageId != nullptr) {
+        info.InsertMessageID(row.messageId);
+    }
+    if (row.baseMessage != nullptr) {
+        info.InsertBaseMessageID(row.baseMessage, "");
+    }
 }
 
 } // namespace
@@ -112,21 +132,24 @@ int AppendExtendedErrorMessages(unsigned int code, ExtendedErrorInfoHandling& in
                                 unsigned int* httpStatus)
 {
     LOG_SCOPE();
-    return cimgate::appendMessages(code, info, httpStatus, {});
+    return cimgate::appendMessages(code, info, httpStatus,
+                                   [&info](const cimgate::GenericErrorMessage& row) {
+                                       cimgate::insertWithoutArguments(info, row);
+                                   });
 }
 
 int AppendExtendedErrorMessages(unsigned int code, ExtendedErrorInfoHandling& info,
                                 unsigned int* httpStatus, const char* a1)
 {
     LOG_SCOPE();
-    return cimgate::appendMessages(code, info, httpStatus, cimgate::argumentsOf({a1}));
+    return cimgate::appendWithArguments(code, info, httpStatus, cimgate::argumentsOf({a1}));
 }
 
 int AppendExtendedErrorMessages(unsigned int code, ExtendedErrorInfoHandling& info,
                                 unsigned int* httpStatus, const char* a1, const char* a2)
 {
     LOG_SCOPE();
-    return cimgate::appendMessages(code, info, httpStatus, cimgate::argumentsOf({a1, a2}));
+    return cimgate::appendWithArguments(code, info, httpStatus, cimgate::argumentsOf({a1, a2}));
 }
 
 int AppendExtendedErrorMessages(unsigned int code, ExtendedErrorInfoHandling& info,
@@ -134,5 +157,5 @@ int AppendExtendedErrorMessages(unsigned int code, ExtendedErrorInfoHandling& in
                                 const char* a3)
 {
     LOG_SCOPE();
-    return cimgate::appendMessages(code, info, httpStatus, cimgate::argumentsOf({a1, a2, a3}));
+    return cimgate::appendWithArguments(code, info, httpStatus, cimgate::argumentsOf({a1, a2, a3}));
 }

@@ -76,13 +76,17 @@ _ResourceMapperError ResourceMapper::ParseUri(int method)
     }
     RM_ASSERT_TEXT(entity != nullptr, "pEntityName != NULL");
     LOG_AT(LOG_FACT, " entity Name %s ", entity);
-    if (const auto rc = checkResource(entity, false); rc != RM_OK) {
+    if (const auto rc = cimgate::checkResolved(*this, entity); rc != RM_OK) {
         // The look-up has set the resource's name as message argument; clients get none here.
         return cimgate::failWith(mErrorArgs, rc, "");
     }
     // A read is not held to its entry's "@odata.id": entries are found by name, and a name may be
-    // served below several URIs. An action must be addressed exactly as its target says.
-    if (method == RM_METHOD_POST) {
+    // served below several URIs. It is only told where there is none. An action must be addressed
+    // exactly as its target says.
+    if (method == RM_METHOD_GET) {
+        std::string unused;
+        (void)GetOdataMedata(cimgate::mapping::kOdataId, unused, false);
+    } else if (method == RM_METHOD_POST) {
         if (const auto rc = cimgate::checkActionTarget(*this, base, segCount); rc != RM_OK) {
             return rc;
         }

@@ -33,9 +33,10 @@ void setAllowedHeader(ResourceMapper& mapper)
         return;
     }
     std::string allowed;
+    const char* separator = "";
     for (const Json::Value& operation : operations) {
-        allowed += allowed.empty() ? "" : ",";
-        allowed += textOf(operation);
+        allowed += separator + textOf(operation);
+        separator = ",";
     }
     LOG_AT(LOG_STEP, "Allowed operation: %s", allowed.c_str());
     mapper.mScope.SetHeader("Allow", allowed.c_str());

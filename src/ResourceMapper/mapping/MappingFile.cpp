@@ -47,25 +47,23 @@ void loadEntry(ResourceMapper& mapper)
     findCimClass(mapper);
 }
 
-} // namespace
+// Whether the mapper takes the entry over, or is known to have it.
+enum class Copy { Needed, Kept };
 
-_ResourceMapperError checkResource(ResourceMapper& mapper, const std::string& name,
-                                   bool skipLoadEntry)
+_ResourceMapperError lookUp(ResourceMapper& mapper, const std::string& name, Copy copy,
+                            bool skipLoadEntry)
 {
-    LOG_SCOPE();
+    LOG_SCOPE_AS("checkResource");
     LOG_AT(LOG_STEP, "Trying to load RMF for %s", name.c_str());
     if (const _ResourceMapperError rc = loadMappingFile(); rc != RM_OK) {
         return rc;
     }
-    const Json::Value& entries = ResourceMapper::RmfObj;
-    const Json::Value* entry = entries.find(name.data(), name.data() + name.size());
+    const Json::Value* entry = findMember(ResourceMapper::RmfObj, name);
     if (entry == nullptr) {
         LOG_AT(LOG_ERROR, "Resource not found in RMF");
         return failWith(mapper.mErrorArgs, RM_RESOURCE_NOT_IN_RMF, name);
     }
-    // An entry is large: one that was copied to resolve the URI of an instance is not copied again
-    // to read it. Of a collection the mapper holds the member's entry, not its own.
-    if (mapper.mOemResourceName != name || mapper.mResourceObj.isNull() || mapper.mIsCollection) {
+    if (copy == Copy::Needed) {
         // A copy: name may be the mapper's own mOemResourceName.
         mapper.mOemResourceName = std::string(name);
         mapper.mResourceObj = *entry;
@@ -74,6 +72,20 @@ _ResourceMapperError checkResource(ResourceMapper& mapper, const std::string& na
         loadEntry(mapper);
     }
     return RM_OK;
+}
+
+} // namespace
+
+_ResourceMapperError checkResource(ResourceMapper& mapper, const std::string& name,
+                                   bool skipLoadEntry)
+{
+    return lookUp(mapper, name, Copy::Needed, skipLoadEntry);
+}
+
+_ResourceMapperError checkResolved(ResourceMapper& mapper, const std::string& name)
+{
+    const bool isKept = mapper.mOemResourceName == name && !mapper.mIsCollection;
+    return lookUp(mapper, name, isKept ? Copy::Kept : Copy::Needed, false);
 }
 
 _ResourceMapperError loadResource(ResourceMapper& mapper)

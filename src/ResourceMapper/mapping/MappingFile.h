@@ -12,6 +12,11 @@ namespace cimgate {
 _ResourceMapperError checkResource(ResourceMapper& mapper, const std::string& name,
                                    bool skipLoadEntry);
 
+// The same for the name that isValidURI() has found. An entry is large: one that was copied to
+// resolve the URI of an instance is not copied again to read it. Of a collection the mapper holds
+// the member's entry, not its own.
+_ResourceMapperError checkResolved(ResourceMapper& mapper, const std::string& name);
+
 // ResourceMapper::Load().
 _ResourceMapperError loadResource(ResourceMapper& mapper);
 

@@ -219,6 +219,21 @@ TEST_F(UriResolution, GetOfAResourceThatStandsElsewhereIsAccepted)
                 ::testing::Each(::testing::StrEq("Resource not found in RMF")));
 }
 
+TEST_F(UriResolution, GetOfAResourceWithoutAUriOfItsOwnIsAcceptedAndTold)
+{
+    mMapping.Write(R"({"VexoA": {"@odata.id": "/here/Thing"},
+                       "Thing": {"UniqueSelector": "Id", "mappings": {"C": {}}},
+                       "VexoB": {"@odata.id": "/here/Things"},
+                       "Things": {"is_collection": true, "mappings": {"VexoA": {}}}})");
+    for (const char* uri : {"/here/Thing", "/here/Thing/1", "/here/Things"}) {
+        SCOPED_TRACE(uri);
+        LogCapture::Reset();
+        Request request(uri);
+        EXPECT_EQ(request.mapper.ParseUri(RM_METHOD_GET), RM_OK);
+        EXPECT_EQ(countLogged(1, "GetOdataMedata", "@odata.id metadata is missing in RMF"), 1);
+    }
+}
+
 TEST_F(UriResolution, PostToATargetThatStandsElsewhereIsInvalid)
 {
     mMapping.Write(R"({

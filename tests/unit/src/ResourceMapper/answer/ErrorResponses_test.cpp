@@ -4,6 +4,21 @@
 
 namespace {
 
+// Calls of the form that names a message alone.
+int loneMessageIds = 0; // NOLINT(cppcoreguidelines-avoid-non-const-global-variables)
+
+} // namespace
+
+// Takes the library's place: by what is answered it cannot be told from the form with an empty
+// text.
+void ExtendedErrorInfoHandling::InsertMessageID(const char* id)
+{
+    ++loneMessageIds;
+    InsertMessageID(id, "");
+}
+
+namespace {
+
 using support::countLogged;
 using support::idsOf;
 using support::IsJson;
@@ -112,6 +127,35 @@ TEST_F(ErrorResponse, CodeWithoutMessagesIsAGeneralError)
         request.mapper.SendExtendedErrorResponse(code);
         expectSent(request, 500, {"Base.1.18.GeneralError"});
     }
+}
+
+TEST_F(ErrorResponse, MessageWithoutArgumentsIsNamedAlone)
+{
+    const auto callsOf = [](auto... arguments) {
+        loneMessageIds = 0;
+        ExtendedErrorInfoHandling info;
+        unsigned int status = 0;
+        EXPECT_EQ(AppendExtendedErrorMessages(RM_INVALID_URI, info, &status, arguments...), 1);
+        EXPECT_THAT(idsOf(messagesOf(info)),
+                    ElementsAre("Vexo.1.0.SYS403", "Base.1.18.ResourceMissingAtURI"));
+        return loneMessageIds;
+    };
+    const char* const none = nullptr;
+    EXPECT_EQ(callsOf(), 1);
+    EXPECT_EQ(callsOf(none), 0);
+    EXPECT_EQ(callsOf(none, "b"), 0);
+    EXPECT_EQ(callsOf(none, "b", "c"), 0);
+    EXPECT_EQ(callsOf(""), 0);
+}
+
+TEST_F(ErrorResponse, MessageOfAnActionIsNamedWithAnEmptyText)
+{
+    loneMessageIds = 0;
+    Request request("/r/X");
+    Json::Value none(Json::arrayValue);
+    request.mapper.SendExtendedErrorMessagesForPost("SYS405", none);
+    expectSent(request, 400, {"Vexo.1.0.SYS405", "Base.1.18.MalformedJSON"});
+    EXPECT_EQ(loneMessageIds, 0);
 }
 
 TEST_F(ErrorResponse, ArgumentsKeepTheirOrder)

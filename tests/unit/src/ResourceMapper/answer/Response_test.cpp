@@ -82,7 +82,10 @@ TEST_F(Response, AllowHeaderListsTheOperationsInOrder)
     const std::pair<const char*, const char*> cases[] = {
         {R"(["GET"])", "GET"},
         {R"(["GET", "POST"])", "GET,POST"},
-        {R"(["POST", "GET", "HEAD"])", "POST,GET,HEAD"}};
+        {R"(["POST", "GET", "HEAD"])", "POST,GET,HEAD"},
+        {R"(["", "GET"])", ",GET"},
+        {R"(["GET", "", "POST"])", "GET,,POST"},
+        {R"([""])", ""}};
     for (const auto& [operations, header] : cases) {
         Request request("/r/X");
         request.mapper.mResourceObj["allowed_operations"] = json(operations);

@@ -3,6 +3,7 @@
 
 namespace {
 
+using support::compact;
 using support::countLogged;
 using support::IsJson;
 using support::json;
@@ -170,6 +171,35 @@ TEST_F(MappingFile, LoadOfACollectionTakesItsMembersEntry)
     EXPECT_EQ(request.mapper.mCimClass, "XCIM_Box");
     EXPECT_EQ(request.mapper.mResourceObj["UniqueSelector"].asString(), "Id");
     EXPECT_EQ(request.mapper.mOemResourceName, "VexoBoxes");
+}
+
+TEST_F(MappingFile, LookUpTakesTheEntryOfTheNameWhateverTheMapperHeld)
+{
+    mMapping.Write(kBoxes);
+    Request request("/");
+    ASSERT_EQ(request.mapper.checkResource("VexoBox", false), RM_OK);
+    request.mapper.mResourceObj = json(R"({"is_collection": true})");
+    EXPECT_EQ(request.mapper.checkResource("VexoBox", false), RM_OK);
+    EXPECT_THAT(request.mapper.mResourceObj, IsJson(compact(ResourceMapper::RmfObj["VexoBox"])));
+    EXPECT_FALSE(request.mapper.mIsCollection);
+
+    request.mapper.mOemResourceName = "VexoBoxes";
+    EXPECT_EQ(request.mapper.Load(), RM_OK);
+    EXPECT_TRUE(request.mapper.mIsCollection);
+    request.mapper.mOemResourceName = "VexoBox";
+    EXPECT_EQ(request.mapper.checkResource("VexoBox", true), RM_OK);
+    EXPECT_THAT(request.mapper.mResourceObj, IsJson(compact(ResourceMapper::RmfObj["VexoBox"])));
+}
+
+TEST_F(MappingFile, LoadAfterAnotherResourceTakesTheOneThatTheHostNamed)
+{
+    mMapping.Write(R"({"A": {"mappings": {"XCIM_A": {}}}, "B": {"mappings": {"XCIM_B": {}}}})");
+    Request request("/");
+    ASSERT_EQ(request.mapper.checkResource("A", false), RM_OK);
+    request.mapper.mOemResourceName = "B";
+    EXPECT_EQ(request.mapper.Load(), RM_OK);
+    EXPECT_EQ(request.mapper.mCimClass, "XCIM_B");
+    EXPECT_THAT(request.mapper.mResourceObj, IsJson(R"({"mappings": {"XCIM_B": {}}})"));
 }
 
 TEST_F(MappingFile, LoadReportsWhatWentWrong)
