@@ -9,17 +9,6 @@
 #include <sqlite3.h>
 
 #include <array>
-#include <sstream>
-
-const std::string assocString =
-    "{    \"VexoEnclosureCollection\" : {        "
-    "\"assocation\" : \"Tbl_xcim_enclosureemmdependency\",        "
-    "\"keyCol\" : \"__LeftClassKey\",        "
-    "\"baseLink\": \"/redfish/v1/Vexo/Chassis/System.Embedded.1/VexoEnclosure\"    },    "
-    "\"VexoEnclosureEMMCollection\" : {        "
-    "\"assocation\" : \"Tbl_xcim_enclosureemmdependency\",        "
-    "\"keyCol\" : \"__RightClassKey\",        "
-    "\"baseLink\": \"/redfish/v1/Vexo/Chassis/System.Embedded.1/VexoEnclosureEMM\"    }}";
 
 const std::string id_pattern = R"((PSU\.Slot\.[0-9]+)|(Tavix\.Embedded\.1#PS[0-9]+Current[0-9]+))";
 
@@ -32,16 +21,6 @@ namespace cimgate {
 
 namespace {
 
-Json::Value parseAssociations()
-{
-    std::istringstream in(assocString);
-    Json::Value parsed;
-    return readJson(in, parsed) ? parsed : Json::Value();
-}
-
-constexpr const char* kComputerSystemLink = "ComputerSystem";
-constexpr const char* kPowerSupplyLinks = "VexoPowerSupplyCollection";
-constexpr const char* kSensorLinks = "VexoPSNumericSensorCollection";
 // The system itself is linked by the mapping's fixed "ComputerSystem" entry.
 constexpr const char* kComputerSystemClass = "XCIM_ComputerSystem";
 constexpr std::string_view kCurrent = "Current";
@@ -56,9 +35,6 @@ enum AssociationColumn : int {
 } // namespace
 
 } // namespace cimgate
-
-const Json::Value assocObj = cimgate::parseAssociations();
-const bool assocParsed = assocObj.isObject();
 
 // NOLINTNEXTLINE(cppcoreguidelines-avoid-non-const-global-variables): regexec takes it as it is
 regex_t regex_assoc_id;
@@ -84,7 +60,7 @@ void linkByNumber(Json::Value& links, const std::string& name, const std::string
     if (regexec(&regex_assoc_id, id.c_str(), 0, nullptr, 0) != 0) {
         return;
     }
-    if (name == kSensorLinks) {
+    if (name == mapping::kSensorLinks) {
         const std::string number = id.substr(id.rfind('.') + 1);
         appendLink(links, name, psnumericLink + number + std::string(kCurrent) + number);
         return;
@@ -117,11 +93,8 @@ void linkByAssociation(Json::Value& links, const std::string& name, const Json::
     const std::string keyColumn = textOf(association, "keyCol");
     const std::string base = textOf(association, "baseLink") + "/";
     const int relatedKey = keyColumn == "__LeftClassKey" ? RIGHT_KEY : LEFT_KEY;
-    const std::string query =
-        "select __LeftClass, __LeftClassKey, __RightClass, __RightClassKey from " +
-        textOf(association, "assocation") + " where " + keyColumn + " = ?";
     Statement statement;
-    SQLInterface().GetPrepareStatement(query, statement.slot(), id);
+    SQLInterface().GetPrepareStatement(mapping::associationQuery(name), statement.slot(), id);
     // Only SQLite's "done" ends the rows. Without the table there is no statement to be done with,
     // and the caller's deadline ends the request.
     while (sqlite3_step(statement.get()) != SQLITE_DONE) {
@@ -145,14 +118,17 @@ void resolveLinks(const Json::Value& resource, Json::Value& links, const std::st
     const Json::Value& wanted = objectOf(memberOf(resource, mapping::kLinks));
     for (auto link = wanted.begin(); link != wanted.end(); ++link) {
         const std::string name = link.name();
-        if (name == kComputerSystemLink) {
+        switch (mapping::kindOfLink(name)) {
+        case mapping::LinkKind::Fixed:
             writableObject(links)[name] = *link;
-        } else if (name == kPowerSupplyLinks || name == kSensorLinks) {
+            break;
+        case mapping::LinkKind::Number:
             linkByNumber(links, name, id);
-        } else if (const Json::Value& association = memberOf(assocObj, name);
-                   !association.isNull()) {
-            linkByAssociation(links, name, association, id);
-        } else {
+            break;
+        case mapping::LinkKind::Association:
+            linkByAssociation(links, name, memberOf(assocObj, name), id);
+            break;
+        case mapping::LinkKind::Unknown:
             LOG_AT(LOG_ERROR, "Assocation key not found for class %s", name.c_str());
         }
     }

@@ -2,15 +2,12 @@
 #ifndef ASSOCIATION_LINKS_H_
 #define ASSOCIATION_LINKS_H_
 
+#include "ResourceMapper/mapping/Links.h"
+
 #include <json/json.h>
 #include <regex.h>
 
 #include <string>
-
-// Link name to association table, key column and base URI of the related instances.
-extern const std::string assocString;
-extern const Json::Value assocObj;
-extern const bool assocParsed;
 
 // Instance ids of power supplies and of their current sensors.
 extern const std::string id_pattern;

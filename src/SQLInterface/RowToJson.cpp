@@ -2,12 +2,12 @@
 
 #include "LocalTime.h"
 #include "Log.h"
+#include "ResourceMapper/mapping/CimType.h"
 #include "ResourceMapper/mapping/Entry.h"
 #include "SQLInterface.h"
 #include "SQLInterface/DataCache.h"
 
 #include <sqlite3.h>
-#include <strings.h>
 
 #include <algorithm>
 #include <charconv>
@@ -22,6 +22,8 @@
 
 namespace cimgate {
 
+using mapping::NumberType;
+
 namespace {
 
 // "#\u2591#"; strtok_r takes each of its bytes as a separator of its own.
@@ -29,9 +31,6 @@ constexpr const char* kElementSeparator = "#\xE2\x96\x91#";
 constexpr int kStringArray = 1;
 // Arrays of numbers above this many elements are not converted.
 constexpr int kMaxNumberElements = 1023;
-
-// What a cell that stores a number stands for.
-enum class NumberType { Uint64, Sint64, Sint, Uint, Boolean, DateTime };
 
 // What a result column is, found once per call and used for each row.
 struct Column
@@ -134,26 +133,12 @@ NumberType numberTypeOf(const Json::Value& propertyMap, const std::string& class
         LOG_AT(LOG_ERROR, "Empty type is found in RMF for %s", className.c_str());
     }
     RM_ASSERT_TEXT(typed, "ret == true");
-    if (strcasecmp(type.c_str(), "uint64") == 0) {
-        return NumberType::Uint64;
+    const std::optional<NumberType> known = mapping::numberTypeOf(type);
+    if (!known) {
+        LOG_AT(LOG_ERROR, "Did not match data type %s", type.c_str());
     }
-    if (strcasecmp(type.c_str(), "sint64") == 0) {
-        return NumberType::Sint64;
-    }
-    if (type.starts_with("sint")) {
-        return NumberType::Sint;
-    }
-    if (type.starts_with("uint")) {
-        return NumberType::Uint;
-    }
-    if (strcasecmp(type.c_str(), "boolean") == 0) {
-        return NumberType::Boolean;
-    }
-    if (strcasecmp(type.c_str(), "datetime") == 0) {
-        return NumberType::DateTime;
-    }
-    LOG_AT(LOG_ERROR, "Did not match data type %s", type.c_str());
-    assertionFailed(__FILE__, __LINE__, __func__, "ret == true");
+    RM_ASSERT_TEXT(known.has_value(), "ret == true");
+    return *known;
 }
 
 Json::Value numberOf(NumberType type, const char* text)

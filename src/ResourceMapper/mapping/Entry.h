@@ -37,6 +37,9 @@ inline constexpr const char* kAllowedOperations = "allowed_operations";
 inline constexpr const char* kSupportsNextLink = "supports_nextlink";
 inline constexpr const char* kSupportsTopSkip = "supports_top_skip";
 inline constexpr const char* kLinkHeader = "Link_Header";
+inline constexpr const char* kInstances = "instances";
+inline constexpr const char* kKeyRegex = "KeyRegex";
+inline constexpr const char* kQueryClause = "QueryClause";
 
 // The description of a class in an entry's "mappings"; null when it has none.
 const Json::Value& classOf(const Json::Value& entry, const std::string& cimClass);

@@ -17,9 +17,6 @@ namespace cimgate {
 
 namespace {
 
-constexpr const char* kInstances = "instances";
-constexpr const char* kKeyRegex = "KeyRegex";
-constexpr const char* kQueryClause = "QueryClause";
 // The whole match and the groups that can be asked for.
 constexpr size_t kMatches = 5;
 
@@ -183,14 +180,14 @@ _ResourceMapperError readEmbeddedData(ResourceMapper& mapper, const char* contai
     const _ResourceMapperError err = checkResource(mapper, container, true);
     RM_ASSERT(RM_OK == err);
     // A copy: each embedded resource takes the place of the container's entry.
-    const Json::Value instances = objectOf(memberOf(mapper.mResourceObj, kInstances));
+    const Json::Value instances = objectOf(memberOf(mapper.mResourceObj, mapping::kInstances));
     _ResourceMapperError rc = RM_OK;
     for (auto entry = instances.begin(); entry != instances.end() && rc == RM_OK; ++entry) {
         const std::string name = entry.name();
         LOG_AT(LOG_FACT, "Got Key %s", name.c_str());
-        const std::string regex = textOf(*entry, kKeyRegex);
+        const std::string regex = textOf(*entry, mapping::kKeyRegex);
         LOG_AT(LOG_FACT, "Regex=%s", regex.c_str());
-        const std::string query = textOf(*entry, kQueryClause);
+        const std::string query = textOf(*entry, mapping::kQueryClause);
         LOG_AT(LOG_FACT, "Query=%s", query.c_str());
         LOG_AT(LOG_FACT, "Fetching Data for Instance %s of %s for container %s", id, name.c_str(),
                container);

@@ -3,6 +3,7 @@
 #include "ListText.h"
 #include "Log.h"
 #include "MessageArguments.h"
+#include "ResourceMapper/mapping/CachedClasses.h"
 #include "ResourceMapper/mapping/Entry.h"
 #include "SQLInterface/DataCache.h"
 
@@ -179,15 +180,9 @@ _ResourceMapperError matchSelect(ResourceMapper& mapper, const Json::Value& cand
 std::string selectQuery(const Json::Value& entry, const std::string& cimClass, const Rows& rows)
 {
     LOG_SCOPE_AS("GetSelectQuery");
-    const Json::Value& properties = mapping::propertiesOf(entry, cimClass);
-    const std::string unique = textOf(entry, mapping::kUniqueSelector);
     std::string columns;
-    for (auto property = properties.begin(); property != properties.end(); ++property) {
-        columns += columns.empty() ? "" : ",";
-        columns += nameOf(property);
-    }
-    if (!unique.empty()) {
-        columns += (columns.empty() ? "" : ",") + unique;
+    for (const std::string& column : mapping::columnsOf(entry, cimClass)) {
+        columns += (columns.empty() ? "" : ",") + column;
     }
     if (columns.empty()) {
         return {};
@@ -198,7 +193,7 @@ std::string selectQuery(const Json::Value& entry, const std::string& cimClass, c
         query += rows.limit != 0 ? " LIMIT " + decimal(rows.limit) : "";
         query += rows.offset != 0 ? " OFFSET " + decimal(rows.offset) : "";
     } else if (!rows.key.empty()) {
-        query += " where " + unique + " = ?";
+        query += " where " + textOf(entry, mapping::kUniqueSelector) + " = ?";
     } else {
         query += rows.condition;
     }
