@@ -3,6 +3,8 @@
 #include <ExtendedErrorInfoHandling.h>
 #include <ExtendedErrorInfoHandlingCIM.h>
 
+#include <map>
+
 namespace host {
 
 namespace {
@@ -38,9 +40,14 @@ httpd::Response methodNotAllowed(const char* allowedMethods)
 
 httpd::Response temporarilyUnavailable(const char* retryAfterS)
 {
-    httpd::Response response =
-        errorResponse(httpd::kServiceUnavailable, "ServiceTemporarilyUnavailable", retryAfterS);
-    response.headers.push_back({"Retry-After", retryAfterS});
+    // Made once for each time there is: while many are refused, refusing must cost little.
+    static std::map<std::string, httpd::Response> made;
+    httpd::Response& response = made[retryAfterS];
+    if (response.headers.empty()) {
+        response =
+            errorResponse(httpd::kServiceUnavailable, "ServiceTemporarilyUnavailable", retryAfterS);
+        response.headers.push_back({"Retry-After", retryAfterS});
+    }
     return response;
 }
 

@@ -18,6 +18,10 @@ inline constexpr size_t kMaxWaiting = 128;
 // as long as a body can be.
 inline constexpr size_t kMaxWaitingBodyBytes = size_t{8} * 1024 * 1024;
 
+// How often all that wait in a full queue are asked whether their clients have gone: each costs a
+// system call or two, and a flood fills the queue anew all the time.
+inline constexpr std::chrono::milliseconds kAskWhoHasGonePause{50};
+
 // How deeply the JSON of a body may be nested: parameters of actions are values and arrays of them.
 inline constexpr size_t kMaxJsonDepth = 32;
 
@@ -32,6 +36,9 @@ inline constexpr unsigned int kMaxRequestTimeoutS = 3600;
 // and the heads of some clients, at the most what a controller has.
 inline constexpr size_t kMinClientMemoryBytes = size_t{4} * 1024 * 1024;
 inline constexpr size_t kMaxClientMemoryBytes = size_t{1024} * 1024 * 1024;
+
+// Pause before the front tries again to go on for which it has no memory at all.
+inline constexpr std::chrono::milliseconds kMemoryRetry{10};
 
 // ---- Workers ----
 

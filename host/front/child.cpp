@@ -5,6 +5,7 @@
 #include <boost/asio/buffer.hpp>
 #include <boost/asio/write.hpp>
 
+#include <new>
 #include <utility>
 
 namespace host {
@@ -33,9 +34,13 @@ void Child::send(std::string frame)
     if (mIsClosed) {
         return;
     }
-    mUnsent.push_back(std::move(frame));
-    if (mUnsent.size() == 1) {
-        writeNext();
+    try {
+        mUnsent.push_back(std::move(frame));
+        if (mUnsent.size() == 1) {
+            writeNext();
+        }
+    } catch (const std::bad_alloc&) {
+        end();
     }
 }
 
@@ -46,12 +51,21 @@ void Child::writeNext()
                           if (error || self->mIsClosed) {
                               return; // reading notices that the process has ended
                           }
-                          self->mUnsent.pop_front();
-                          if (!self->mUnsent.empty()) {
-                              self->writeNext();
-                          }
-                          self->mEvents.sent();
+                          self->frameWritten();
                       });
+}
+
+void Child::frameWritten()
+{
+    mUnsent.pop_front();
+    if (!mUnsent.empty()) {
+        try {
+            writeNext();
+        } catch (const std::bad_alloc&) {
+            end();
+        }
+    }
+    mEvents.sent();
 }
 
 void Child::setDeadline(steady_clock::time_point until)

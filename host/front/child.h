@@ -42,8 +42,11 @@ public:
     // Reads frames from now on. It has kReadyTimeout (host_limits.h) to get ready.
     void start(Events events);
 
-    // Sends a frame, after those that were sent before; nothing once it is closed.
+    // Sends a frame, after those that were sent before; nothing once it is closed. A child to which
+    // that cannot be done for want of memory is ended.
     void send(std::string frame);
+    // Whether a frame has not been taken by the child yet.
+    bool isSending() const { return !mUnsent.empty(); }
 
     // When "late" is to be called; there is one deadline at a time.
     void setDeadline(std::chrono::steady_clock::time_point until);
@@ -62,6 +65,7 @@ private:
     void awaitFrame();
     void frameRead();
     void writeNext();
+    void frameWritten();
 
     SpawnerLink& mSpawner;
     Events mEvents;

@@ -21,6 +21,9 @@
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
+#include <new>
+#include <thread>
+#include <utility>
 
 namespace host {
 
@@ -97,6 +100,10 @@ private:
                                                        const std::string& watched);
     bool mayNeedCim(const httpd::Request& request) const;
     void noteOutcome(const std::string& watched, Outcome outcome, bool isAction);
+    void submit(Task task, const std::string& watched);
+    void serve();
+    void recover();
+    void finish();
     void awaitSignal();
     void stopGracefully();
     void stopWhenDrained();
@@ -119,7 +126,9 @@ private:
     std::unique_ptr<QueueFrontEnd> mQueue; // null without an endpoint
     int mExitStatus = EXIT_SUCCESS;
     bool mIsStopping = false;
-    int mUndrained = 0; // servers that still have requests to answer, once it stops
+    bool mIsDone = false;
+    bool mIsDamaged = false; // a std::bad_alloc has left something undone
+    int mUndrained = 0;      // servers that still have requests to answer, once it stops
 };
 
 Front::Front(const Options& options, const Spawner& spawner, const httpd::Limits& limits)
@@ -175,7 +184,7 @@ int Front::run()
 {
     awaitSignal();
     mPool.start();
-    mContext.run();
+    serve();
     mSpawner.stop();
     mServer.stop();
     if (mQueue != nullptr) {
@@ -185,6 +194,46 @@ int Front::run()
     return mExitStatus;
 }
 
+// For want of memory a connection or a worker is given up, never the service.
+void Front::serve()
+{
+    while (!mIsDone) {
+        try {
+            mContext.restart();
+            if (mIsDamaged) {
+                mContext.poll_one(); // which may give back what is wanted
+                recover();
+            }
+            mContext.run();
+        } catch (const std::bad_alloc&) {
+            if (std::exchange(mIsDamaged, true)) {
+                std::this_thread::sleep_for(kMemoryRetry);
+            }
+        }
+    }
+}
+
+void Front::recover()
+{
+    if (mIsStopping) {
+        finish();
+        return;
+    }
+    mSpawner.recover();
+    mPool.recover();
+    if (mQueue != nullptr) {
+        mQueue->recover();
+    }
+    log(Severity::Error, "was out of memory: what needed it has been given up");
+    mIsDamaged = false;
+}
+
+void Front::finish()
+{
+    mIsDone = true;
+    mContext.stop();
+}
+
 void Front::awaitSignal()
 {
     mSignals.async_wait([this](boost::system::error_code error, int /*signal*/) {
@@ -192,20 +241,20 @@ void Front::awaitSignal()
             return;
         }
         if (mIsStopping) {
-            mContext.stop(); // whoever asks twice does not want to wait
+            finish(); // whoever asks twice does not want to wait
             return;
         }
-        stopGracefully();
+        mIsStopping = true;
         awaitSignal();
+        stopGracefully();
     });
 }
 
 // Requests that are being answered get their answers, if that does not take too long.
 void Front::stopGracefully()
 {
-    mIsStopping = true;
     mStopTimer.expires_after(kStopGrace);
-    mStopTimer.async_wait([this](boost::system::error_code /*error*/) { mContext.stop(); });
+    mStopTimer.async_wait([this](boost::system::error_code /*error*/) { finish(); });
     mUndrained = mQueue == nullptr ? 1 : 2;
     mServer.drain([this] { stopWhenDrained(); });
     if (mQueue != nullptr) {
@@ -216,7 +265,7 @@ void Front::stopGracefully()
 void Front::stopWhenDrained()
 {
     if (--mUndrained == 0) {
-        mContext.stop();
+        finish();
     }
 }
 
@@ -239,10 +288,24 @@ void Front::handle(httpd::Request request, const httpd::Reply& reply)
     };
     const std::shared_ptr<const httpd::Client> client = request.client;
     const bool needsCim = mayNeedCim(request);
-    mPool.submit(
-        {workerRequest(std::move(request)), std::move(done), needsCim, client->share(), [client] {
-             return client->hasGone();
-         }});
+    submit({workerRequest(std::move(request)), std::move(done), needsCim, client->share(),
+            [client] {
+                return client->hasGone();
+            }},
+           watched);
+}
+
+// What has been admitted ends with an outcome, or is withdrawn.
+void Front::submit(Task task, const std::string& watched)
+{
+    try {
+        mPool.submit(std::move(task));
+    } catch (const std::bad_alloc&) {
+        mQuarantine.withdrawn(watched);
+        mIsDamaged = true;
+        mContext.stop();
+        throw;
+    }
 }
 
 void Front::handleQueue(const std::string& text, const QueueFrontEnd::Reply& reply)
@@ -257,12 +320,13 @@ void Front::handleQueue(const std::string& text, const QueueFrontEnd::Reply& rep
         reply(queueError(QueueFault::Busy));
         return;
     }
-    mPool.submit({std::move(request),
-                  [this, watched, reply](Outcome outcome, const httpd::Response& answered) {
-                      noteOutcome(watched, outcome, false);
-                      reply(queueAnswerOf(outcome, answered));
-                  },
-                  false, kQueueClient});
+    submit({std::move(request),
+            [this, watched, reply](Outcome outcome, const httpd::Response& answered) {
+                noteOutcome(watched, outcome, false);
+                reply(queueAnswerOf(outcome, answered));
+            },
+            false, kQueueClient},
+           watched);
 }
 
 std::optional<httpd::Response> Front::refusal(const httpd::Request& request) const
@@ -351,7 +415,7 @@ void Front::fail(const std::string& cause)
     }
     tellLastWords(cause);
     mExitStatus = EXIT_FAILURE;
-    mContext.stop();
+    finish();
 }
 
 } // namespace

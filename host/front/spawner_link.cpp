@@ -22,10 +22,10 @@ SpawnerLink::~SpawnerLink()
 
 void SpawnerLink::spawn(ControlKind kind, const std::string& text, Spawned spawned)
 {
-    mWanted.push_back(std::move(spawned));
     ControlMessage message;
     message.kind = kind;
     message.text = text;
+    mWanted.push_back(std::move(spawned));
     send(message);
 }
 
@@ -45,13 +45,22 @@ void SpawnerLink::stop()
     mControl.cancel(ignored);
 }
 
+void SpawnerLink::recover()
+{
+    if (!mIsWaiting && !mIsStopped) {
+        awaitAnswer();
+    }
+}
+
 void SpawnerLink::awaitAnswer()
 {
     mControl.async_wait(asio::posix::stream_descriptor::wait_read, [this](error_code error) {
+        mIsWaiting = false;
         if (!error && !mIsStopped) {
             answerReadable();
         }
     });
+    mIsWaiting = true;
 }
 
 void SpawnerLink::answerReadable()

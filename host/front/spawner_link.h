@@ -35,6 +35,9 @@ public:
     // Asks the spawner to end a process.
     void end(uint32_t id);
 
+    // After a std::bad_alloc has left a handler: does what may have been left undone.
+    void recover();
+
     // Forgets what was asked for, and reports nothing more. Processes can still be ended.
     void stop();
 
@@ -47,6 +50,7 @@ private:
     boost::asio::posix::stream_descriptor mControl;
     std::function<void(const std::string&)> mFailed;
     std::deque<Spawned> mWanted; // what the spawner has not answered yet
+    bool mIsWaiting = false;     // for the spawner
     bool mIsStopped = false;
 };
 

@@ -15,8 +15,16 @@ Supervisor::Supervisor(boost::asio::io_context& context, SpawnerLink& spawner, W
 
 void Supervisor::start()
 {
+    mIsStarted = true;
     while (mLiving + mRequested < mWanted.count) {
         request();
+    }
+}
+
+void Supervisor::recover()
+{
+    if (mIsStarted && !mIsStopped) {
+        start();
     }
 }
 
@@ -28,9 +36,9 @@ void Supervisor::stop()
 
 void Supervisor::request()
 {
-    ++mRequested;
     mSpawner.spawn(mWanted.kind, mWanted.text,
                    [this](ControlMessage& message) { answered(message); });
+    ++mRequested;
 }
 
 void Supervisor::answered(ControlMessage& message)
@@ -40,8 +48,8 @@ void Supervisor::answered(ControlMessage& message)
         return;
     }
     if (message.descriptor.isOpen()) {
-        ++mLiving;
         mEvents.forked(message);
+        ++mLiving;
         return;
     }
     const std::string cause = "cannot fork " + mWanted.name + ": " + message.text;

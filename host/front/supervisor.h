@@ -45,6 +45,9 @@ public:
     // Asks for the first processes.
     void start();
 
+    // After a std::bad_alloc has left a handler: does what may have been left undone.
+    void recover();
+
     // Asks for no more.
     void stop();
 
@@ -71,7 +74,8 @@ private:
     unsigned int mLiving = 0;
     unsigned int mReady = 0; // counts up to mWanted.count while the first ones start
     std::chrono::milliseconds mPause{0};
-    bool mIsStarting = true;
+    bool mIsStarted = false;
+    bool mIsStarting = true; // the first ones are not all ready yet
     bool mIsStopped = false;
 };
 

@@ -6,7 +6,9 @@
 
 #include <chrono>
 #include <functional>
+#include <new>
 #include <string>
+#include <utility>
 
 namespace host {
 
@@ -37,6 +39,16 @@ struct Task
     std::chrono::steady_clock::time_point startsBy = {}; // when it has waited too long
     std::chrono::steady_clock::time_point until = {};    // its deadline
 };
+
+// Tells whoever asked. For want of memory to do so the completion is dropped, by which the client's
+// connection is closed: it was its own allocation that failed.
+inline void finish(const Task& task, Outcome outcome, httpd::Response response)
+{
+    try {
+        task.done(outcome, std::move(response));
+    } catch (const std::bad_alloc&) { // NOLINT(bugprone-empty-catch)
+    }
+}
 
 } // namespace host
 

@@ -32,10 +32,13 @@ bool isAbandoned(const Task& task)
 
 std::vector<Task> WaitingQueue::push(Task task)
 {
+    const TimePoint now = task.since;
     mTasks.push_back(std::move(task));
     std::vector<Task> refused;
-    if (isAbove(kMaxWaiting, one) || isAbove(kMaxWaitingBodyBytes, bodyBytes)) {
+    const bool isFull = isAbove(kMaxWaiting, one) || isAbove(kMaxWaitingBodyBytes, bodyBytes);
+    if (isFull && (!mAskedAt || now - *mAskedAt >= kAskWhoHasGonePause)) {
         refused = takeIf(isAbandoned);
+        mAskedAt = now;
     }
     const std::pair<size_t, Weight> limits[] = {{kMaxWaiting, one},
                                                 {kMaxWaitingBodyBytes, bodyBytes}};
@@ -108,6 +111,7 @@ std::vector<Task> WaitingQueue::takeIf(const std::function<bool(const Task&)>& c
 {
     std::vector<Task> taken;
     const auto kept = std::stable_partition(mTasks.begin(), mTasks.end(), std::not_fn(condition));
+    taken.reserve(static_cast<size_t>(mTasks.end() - kept)); // before any is moved
     std::move(kept, mTasks.end(), std::back_inserter(taken));
     mTasks.erase(kept, mTasks.end());
     return taken;
@@ -115,10 +119,7 @@ std::vector<Task> WaitingQueue::takeIf(const std::function<bool(const Task&)>& c
 
 std::vector<Task> WaitingQueue::takeAll()
 {
-    std::vector<Task> taken;
-    std::move(mTasks.begin(), mTasks.end(), std::back_inserter(taken));
-    mTasks.clear();
-    return taken;
+    return takeIf([](const Task& /*task*/) { return true; });
 }
 
 } // namespace host

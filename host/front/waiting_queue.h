@@ -57,6 +57,7 @@ private:
     std::vector<Task> takeIf(const std::function<bool(const Task&)>& condition);
 
     std::deque<Task> mTasks;
+    std::optional<TimePoint> mAskedAt; // when all were last asked whether somebody waits for them
 };
 
 } // namespace host

@@ -9,12 +9,17 @@ namespace host {
 WorkerConnection::WorkerConnection(std::shared_ptr<Child> child, const Events& events)
     : mChild(std::move(child)), mEvents(events)
 {
-    mChild->start({[this] { mEvents.ready(); },
-                   [this](const std::string& payload) { frameRead(payload); }, [] {},
-                   [this] { late(); },
-                   [this] {
-                       gone();
-                   }});
+    try {
+        mChild->start({[this] { mEvents.ready(); },
+                       [this](const std::string& payload) { frameRead(payload); }, [] {},
+                       [this] { late(); },
+                       [this] {
+                           gone();
+                       }});
+    } catch (const std::bad_alloc&) {
+        mChild->close(); // its events would come to nobody
+        throw;
+    }
 }
 
 // NOLINTNEXTLINE(bugprone-exception-escape): only cancelling a timer could throw, and it does not
@@ -30,17 +35,23 @@ void WorkerConnection::assign(Task task)
 {
     mTask = std::move(task);
     mWasUsed = true;
-    mChild->setDeadline(mTask->until);
-    mChild->send(encodeRequest(mTask->request));
+    try {
+        mChild->setDeadline(mTask->until);
+        mChild->send(encodeRequest(mTask->request));
+    } catch (const std::bad_alloc&) {
+        mChild->end();
+    }
 }
 
 void WorkerConnection::frameRead(const std::string& payload)
 {
     httpd::Response response;
     Declined reason{};
-    if (mTask && !mChild->isEnding() && decodeDeclined(payload, reason)) {
+    // A worker reads its request before it answers: one that does not would have them pile up here.
+    const bool isAnswering = mTask && !mChild->isSending() && !mChild->isEnding();
+    if (isAnswering && decodeDeclined(payload, reason)) {
         declined(reason);
-    } else if (mTask && !mChild->isEnding() && decodeResponse(payload, response)) {
+    } else if (isAnswering && decodeResponse(payload, response)) {
         mChild->clearDeadline();
         complete(Outcome::Answered, std::move(response));
         mEvents.free();
@@ -70,10 +81,10 @@ void WorkerConnection::late()
     if (mChild->isEnding()) {
         return;
     }
+    mChild->end();
     log(Severity::Error,
         "worker " + std::to_string(mChild->pid()) +
             (mTask ? " passed the deadline of its request" : " does not get ready"));
-    mChild->end();
     complete(Outcome::TooLate, {});
 }
 
@@ -86,9 +97,9 @@ void WorkerConnection::gone()
 void WorkerConnection::complete(Outcome outcome, httpd::Response response)
 {
     if (mTask) {
-        const Completion done = std::move(mTask->done);
+        const Task task = std::move(*mTask);
         mTask.reset();
-        done(outcome, std::move(response));
+        finish(task, outcome, std::move(response));
     }
 }
 

@@ -13,7 +13,7 @@ using std::chrono::steady_clock;
 void refuse(const std::vector<Task>& tasks)
 {
     for (const Task& task : tasks) {
-        task.done(Outcome::Overloaded, {});
+        finish(task, Outcome::Overloaded, {});
     }
 }
 
@@ -55,6 +55,13 @@ WorkerPool::~WorkerPool()
 void WorkerPool::start()
 {
     mSupervisor.start();
+}
+
+void WorkerPool::recover()
+{
+    mSupervisor.recover();
+    serveQueues();
+    armExpiryTimer();
 }
 
 void WorkerPool::stop()

@@ -49,6 +49,9 @@ public:
     // An action is never given to a second worker once one may have begun with it.
     void submit(Task task);
 
+    // After a std::bad_alloc has left a handler: does what may have been left undone.
+    void recover();
+
     // Ends the work with the workers, and those that are at a request; requests still out are
     // dropped.
     void stop();

@@ -1,5 +1,7 @@
 #include "queue/front_end.h"
 
+#include "host_limits.h"
+
 #include <utility>
 
 namespace host {
@@ -35,6 +37,11 @@ Supervisor::Events QueueFrontEnd::supervisorEvents(const std::string& endpoint, 
 void QueueFrontEnd::start()
 {
     mSupervisor.start();
+}
+
+void QueueFrontEnd::recover()
+{
+    mSupervisor.recover();
 }
 
 void QueueFrontEnd::drain(std::function<void()> drained)
@@ -81,7 +88,9 @@ void QueueFrontEnd::frameRead(const std::string& payload)
 {
     uint32_t number = 0;
     std::string request;
-    if (decodeNumbered(payload, number, request)) {
+    // Its own process waits for answers before it sends more.
+    const bool isWithinLimit = mUnanswered < kMaxQueueRequestsAtOnce;
+    if (isWithinLimit && decodeNumbered(payload, number, request)) {
         take(number, request);
     } else {
         mProcess->end();

@@ -39,6 +39,9 @@ public:
 
     void start();
 
+    // After a std::bad_alloc has left a handler: does what may have been left undone.
+    void recover();
+
     // Takes no more requests; calls drained once those that are out have been answered.
     void drain(std::function<void()> drained);
 

@@ -6,6 +6,9 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <memory>
+#include <new>
+#include <utility>
 
 namespace host {
 
@@ -31,34 +34,61 @@ bool receiveBytes(int socket, char* buffer, size_t size)
     return true;
 }
 
-// Room is made as the payload comes: a length costs its sender nothing.
-void readRest(Socket& socket, FrameBuffer& buffer, uint32_t bytes, std::function<void(bool)> done)
+// Reads one frame. For want of memory its sender is given up, as for a frame that is none.
+class FrameReading : public std::enable_shared_from_this<FrameReading>
 {
-    constexpr size_t kFirstPieceBytes = 65536;
-    const size_t got = buffer.payload.size();
-    const size_t piece = std::min(bytes - got, std::max(got, kFirstPieceBytes));
-    buffer.payload.resize(got + piece);
-    asio::async_read(socket, asio::buffer(buffer.payload.data() + got, piece),
-                     [&socket, &buffer, bytes, done = std::move(done)](error_code error,
-                                                                       size_t /*bytes*/) mutable {
-                         if (!error && buffer.payload.size() < bytes) {
-                             readRest(socket, buffer, bytes, std::move(done));
-                         } else {
-                             done(!error);
-                         }
-                     });
-}
+public:
+    FrameReading(Socket& socket, FrameBuffer& buffer, std::function<void(bool)> done)
+        : mSocket(socket), mBuffer(buffer), mDone(std::move(done))
+    {}
 
-void readPayload(Socket& socket, FrameBuffer& buffer, std::function<void(bool)> done)
-{
-    uint32_t bytes = 0;
-    if (!decodeLength(buffer.header, bytes)) {
-        done(false);
-        return;
+    void readHeader() { read(mBuffer.header, sizeof mBuffer.header, &FrameReading::readPayload); }
+
+private:
+    using Step = void (FrameReading::*)();
+
+    void read(char* data, size_t bytes, Step next)
+    {
+        asio::async_read(mSocket, asio::buffer(data, bytes),
+                         [self = shared_from_this(), next](error_code error, size_t /*bytes*/) {
+                             try {
+                                 error ? self->mDone(false) : ((*self).*next)();
+                             } catch (const std::bad_alloc&) {
+                                 self->mDone(false);
+                                 throw;
+                             }
+                         });
     }
-    buffer.payload.clear();
-    readRest(socket, buffer, bytes, std::move(done));
-}
+
+    void readPayload()
+    {
+        if (decodeLength(mBuffer.header, mBytes)) {
+            mBuffer.payload.clear();
+            readRest();
+        } else {
+            mDone(false);
+        }
+    }
+
+    // Room is made as the payload comes: a length costs its sender nothing.
+    void readRest()
+    {
+        constexpr size_t kFirstPieceBytes = 65536;
+        const size_t got = mBuffer.payload.size();
+        const size_t piece = std::min(mBytes - got, std::max(got, kFirstPieceBytes));
+        if (piece == 0) {
+            mDone(true);
+            return;
+        }
+        mBuffer.payload.resize(got + piece);
+        read(mBuffer.payload.data() + got, piece, &FrameReading::readRest);
+    }
+
+    Socket& mSocket;
+    FrameBuffer& mBuffer;
+    const std::function<void(bool)> mDone;
+    uint32_t mBytes = 0;
+};
 
 } // namespace
 
@@ -91,15 +121,7 @@ bool sendFrame(int socket, const std::string& frame)
 
 void readFrame(Socket& socket, FrameBuffer& buffer, std::function<void(bool)> done)
 {
-    asio::async_read(
-        socket, asio::buffer(buffer.header),
-        [&socket, &buffer, done = std::move(done)](error_code error, size_t /*bytes*/) mutable {
-            if (error) {
-                done(false);
-            } else {
-                readPayload(socket, buffer, std::move(done));
-            }
-        });
+    std::make_shared<FrameReading>(socket, buffer, std::move(done))->readHeader();
 }
 
 } // namespace host

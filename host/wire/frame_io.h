@@ -28,7 +28,9 @@ struct FrameBuffer
     std::string payload;
 };
 
-// Reads one frame; calls done once, with false when the other end is gone, or sends none.
+// Reads one frame; calls done once, with false when the other end is gone, or sends none. A
+// std::bad_alloc, which done may throw too, leaves the io_context's handler after done has been
+// called with false, in the latter case for the second time.
 void readFrame(boost::asio::local::stream_protocol::socket& socket, FrameBuffer& buffer,
                std::function<void(bool)> done);
 

@@ -1,7 +1,7 @@
 #include "httpd/server.h"
 
 #include "address_share.h"
-#include "connection.h"
+#include "connection_set.h"
 #include "handler_memory.h"
 
 #include <boost/asio/bind_allocator.hpp>
@@ -16,7 +16,6 @@
 #include <deque>
 #include <new>
 #include <optional>
-#include <unordered_set>
 #include <utility>
 
 #ifdef __GLIBC__
@@ -52,6 +51,24 @@ void returnFreedMemory()
     (void)malloc_trim(0);
 #endif
 }
+
+// The connection that has shown least for longest of those that have been compared.
+struct Candidate
+{
+    Connection* connection = nullptr;
+    std::optional<Standing> standing;
+
+    void compareWith(const ConnectionSet::Members& others)
+    {
+        for (Connection* other : others) {
+            const std::optional<Standing> theirs = other->standing();
+            if (theirs && (!standing || *theirs < *standing) && !other->hasMoreToShow()) {
+                connection = other;
+                standing = theirs;
+            }
+        }
+    }
+};
 
 } // namespace
 
@@ -134,7 +151,7 @@ private:
     Handler mHandler;
     HeadJudge mHeadJudge;
     ErrorPage mErrorPage;
-    std::unordered_set<Connection*> mConnections;
+    ConnectionSet mConnections;
     std::deque<Connection*> mAwaitingRoom; // the first to get it first
     std::function<void()> mDrained;
     bool mIsAccepting = false;
@@ -180,32 +197,25 @@ uint16_t Server::Impl::port() const
 // when none may be closed.
 bool Server::Impl::makeRoom(const std::string* share)
 {
-    std::optional<Standing> least;
-    Connection* chosen = nullptr;
-    for (Connection* connection : mConnections) {
-        if (share != nullptr && connection->share() != *share) {
-            continue;
-        }
-        const std::optional<Standing> standing = connection->standing();
-        if (standing && (!least || *standing < *least) && !connection->hasMoreToShow()) {
-            least = standing;
-            chosen = connection;
+    Candidate candidate;
+    if (share != nullptr) {
+        candidate.compareWith(mConnections.ofShare(*share));
+    } else {
+        for (const auto& [ignored, connections] : mConnections.byShare()) {
+            candidate.compareWith(connections);
         }
     }
-    if (chosen != nullptr) {
-        chosen->close();
+    if (candidate.connection != nullptr) {
+        candidate.connection->close();
     }
-    return chosen != nullptr;
+    return candidate.connection != nullptr;
 }
 
 // Finds a place for a connection of this share, if need be that of another one; where the share has
 // all its places, it is one of its own that ends.
 Server::Impl::Place Server::Impl::placeFor(const std::string& share)
 {
-    const auto ofShare =
-        std::count_if(mConnections.begin(), mConnections.end(),
-                      [&](const Connection* connection) { return connection->share() == share; });
-    if (static_cast<size_t>(ofShare) >= mLimits.connectionsPerShare) {
+    if (mConnections.ofShare(share).size() >= mLimits.connectionsPerShare) {
         return makeRoom(&share) ? Place::Free : Place::Refused;
     }
     const bool isFull = mConnections.size() >= mLimits.connections;
@@ -217,8 +227,10 @@ void Server::Impl::drain(std::function<void()> drained)
     stopListening();
     mDrained = std::move(drained);
     std::vector<Connection*> idle;
-    std::copy_if(mConnections.begin(), mConnections.end(), std::back_inserter(idle),
-                 [](const Connection* connection) { return connection->isIdle(); });
+    for (const auto& [ignored, connections] : mConnections.byShare()) {
+        std::copy_if(connections.begin(), connections.end(), std::back_inserter(idle),
+                     [](const Connection* connection) { return connection->isIdle(); });
+    }
     for (Connection* connection : idle) {
         connection->close();
     }
@@ -229,8 +241,8 @@ void Server::Impl::stop()
 {
     stopListening();
     mDrained = nullptr;
-    while (!mConnections.empty()) {
-        (*mConnections.begin())->close();
+    while (mConnections.size() > 0) {
+        (*mConnections.byShare().begin()->second.begin())->close();
     }
 }
 
@@ -255,7 +267,7 @@ void Server::Impl::closed(Connection* connection) noexcept
 
 void Server::Impl::reportDrained() noexcept
 {
-    if (mDrained && mConnections.empty()) {
+    if (mDrained && mConnections.size() == 0) {
         // Not from within a connection's end.
         asio::post(mContext, inMemory(mDrainedMemory, [self = shared_from_this()] {
                        if (const auto drained = std::exchange(self->mDrained, nullptr)) {

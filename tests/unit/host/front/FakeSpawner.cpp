@@ -65,6 +65,12 @@ std::string FakeWorker::readPayload()
     return payload;
 }
 
+bool FakeWorker::hasRequest()
+{
+    char byte = 0;
+    return recv(mSocket.get(), &byte, sizeof byte, MSG_PEEK | MSG_DONTWAIT) > 0;
+}
+
 host::WorkerRequest FakeWorker::readRequest()
 {
     host::WorkerRequest request;

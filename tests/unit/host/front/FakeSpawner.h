@@ -39,6 +39,9 @@ public:
     // The payload of the next frame.
     std::string readPayload();
 
+    // Whether something of a request has come, without letting the front work any further.
+    bool hasRequest();
+
     // The next request; readTarget() that of a read or an action.
     host::WorkerRequest readRequest();
     host::ReadRequest readRead() { return std::get<host::ReadRequest>(readRequest()); }

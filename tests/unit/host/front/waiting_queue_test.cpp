@@ -167,4 +167,18 @@ TEST_F(AbandonedTest, WhatNobodyWaitsForGivesWayBeforeAnythingElse)
     EXPECT_THAT(push(taskOf("b", "more")), ElementsAre("more"));
 }
 
+// A flood fills it anew all the time, and each question is a system call.
+TEST_F(AbandonedTest, AFullQueueAsksWhoHasGoneOnceInAWhile)
+{
+    fill("b", host::kMaxWaiting - 1);
+    ASSERT_THAT(push(abandoned("abandoned")), IsEmpty());
+    Task task = taskOf("b", "finds all there");
+    EXPECT_THAT(push(task), ElementsAre("finds all there"));
+    mIsGone = true;
+    task.since += host::kAskWhoHasGonePause - std::chrono::milliseconds(1);
+    EXPECT_THAT(push(task), ElementsAre("finds all there"));
+    task.since += std::chrono::milliseconds(1);
+    EXPECT_THAT(push(task), ElementsAre("abandoned"));
+}
+
 } // namespace

@@ -150,20 +150,25 @@ TEST_F(WorkerPoolTest, WhereNoWorkerGetsReadyRequestsAreRefusedSoon)
     EXPECT_EQ(worker.readTarget(), "/served");
 }
 
-TEST_F(WorkerPoolTest, WorkerThatAnswersWithoutReadingHarmsNobody)
+// Its requests would pile up in the front.
+TEST_F(WorkerPoolTest, WorkerThatAnswersWithoutReadingIsEndedOnceItsSocketIsFull)
 {
     FakeWorker worker = startWithOne();
-    const std::string target(8000, 'x');
-    constexpr size_t kMoreThanTheSocketTakes = 200;
-    for (size_t i = 0; i < kMoreThanTheSocketTakes; ++i) {
-        const auto result = submit(target);
+    constexpr int kMoreThanTheSocketTakes = 200;
+    auto result = submit(std::string(8000, 'x'));
+    for (int i = 0; i < kMoreThanTheSocketTakes && !mSpawner.hasMessage(); ++i) {
         worker.answer({200, {}, std::to_string(i)});
         ASSERT_TRUE(ends(result));
-        ASSERT_EQ(result->body, std::to_string(i));
+        if (result->outcome == Outcome::Answered) {
+            ASSERT_EQ(result->body, std::to_string(i));
+            result = submit(std::string(8000, 'x'));
+        }
     }
-    // What was still to be written goes out.
-    EXPECT_TRUE(worker.discard(kMoreThanTheSocketTakes *
-                               host::encodeRequest(host::ReadRequest{target}).size()));
+    EXPECT_EQ(result->outcome, Outcome::WorkerEnded);
+    expectKilled(worker.id());
+    FakeWorker next = readyWorker();
+    const auto served = submit("/served");
+    EXPECT_EQ(next.readTarget(), "/served");
 }
 
 TEST_F(WorkerPoolTest, WorkerThatEndsCostsItsOwnRequestOnly)

@@ -140,6 +140,20 @@ TEST_F(QueueFrontEndTest, AnswersThatAreGivenAtOnceAllArrive)
     }
 }
 
+// What it does not wait for would pile up in the front.
+TEST_F(QueueFrontEndTest, ProcessThatSendsMoreThanItMayHaveAtOnceIsEnded)
+{
+    FakeWorker process = startReady();
+    for (uint32_t number = 1; number <= host::kMaxQueueRequestsAtOnce; ++number) {
+        ask(process, number, "request");
+    }
+    ASSERT_TRUE(hasRequests(host::kMaxQueueRequestsAtOnce));
+    EXPECT_FALSE(mSpawner.hasMessage());
+    ask(process, host::kMaxQueueRequestsAtOnce + 1, "one more");
+    EXPECT_TRUE(mSpawner.nextIs(ControlKind::Kill));
+    EXPECT_EQ(mRequests.size(), host::kMaxQueueRequestsAtOnce);
+}
+
 TEST_F(QueueFrontEndTest, LargeAnswersArriveWhole)
 {
     FakeWorker process = startReady();
