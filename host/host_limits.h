@@ -5,6 +5,7 @@
 #include <chrono>
 #include <cstddef>
 #include <cstdint>
+#include <utility>
 
 namespace host {
 
@@ -51,6 +52,10 @@ inline constexpr unsigned int kMinDefaultWorkers = 2;
 // the largest collections takes a tenth; what needs more than this is a conversion that never ends,
 // or a message that does not.
 inline constexpr uint32_t kProcessMemoryBytes = 256U * 1024 * 1024;
+
+// From what part of it on a worker is replaced between two requests: CIM clients that lose memory
+// with each read would end it in the middle of one, which may be an action.
+inline constexpr std::pair<uint32_t, uint32_t> kNearLimit{3, 4};
 
 // How long a new worker may take to open the data cache. Opening reads nothing; this ends workers
 // that hang, for example on a file that is a pipe.

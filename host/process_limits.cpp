@@ -2,7 +2,11 @@
 
 #include "host_limits.h"
 
+#include <fcntl.h>
 #include <sys/resource.h>
+#include <unistd.h>
+
+#include <cstdlib>
 
 namespace host {
 
@@ -25,6 +29,21 @@ void limitResources()
         const rlimit memory{kProcessMemoryBytes, kProcessMemoryBytes};
         (void)setrlimit(RLIMIT_AS, &memory);
     }
+}
+
+AddressSpace::AddressSpace() : mUse(open("/proc/self/statm", O_RDONLY | O_CLOEXEC)) {}
+
+bool AddressSpace::isNearLimit() const
+{
+    char text[64] = {};
+    rlimit limit{};
+    if (pread(mUse.get(), text, sizeof text - 1, 0) <= 0 || getrlimit(RLIMIT_AS, &limit) != 0 ||
+        limit.rlim_cur == RLIM_INFINITY) {
+        return false;
+    }
+    const rlim_t pages = std::strtoul(text, nullptr, 10); // the first number is all of it
+    return pages * static_cast<rlim_t>(sysconf(_SC_PAGESIZE)) >
+           limit.rlim_cur / kNearLimit.second * kNearLimit.first;
 }
 
 } // namespace host

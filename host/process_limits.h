@@ -2,10 +2,25 @@
 #ifndef HOST_PROCESS_LIMITS_H_
 #define HOST_PROCESS_LIMITS_H_
 
+#include "file_descriptor.h"
+
 namespace host {
 
 // Limits this process to kProcessMemoryBytes (host_limits.h) of address space, and to no core file.
 void limitResources();
+
+// How much of its address space this process uses.
+class AddressSpace
+{
+public:
+    AddressSpace();
+
+    // Whether it is above kNearLimit (host_limits.h) of what the process may have.
+    bool isNearLimit() const;
+
+private:
+    FileDescriptor mUse; // what the kernel says of it
+};
 
 } // namespace host
 

@@ -67,13 +67,17 @@ void WorkerConnection::declined(Declined reason)
     mTask.reset();
     mChild->clearDeadline();
     mEvents.returned(std::move(task), reason);
-    if (reason == Declined::CacheReplaced) {
-        log(Severity::Info, "worker " + std::to_string(mChild->pid()) +
-                                " makes way for one that opens the new data cache");
-        mChild->giveUp(); // ends by itself
-    } else {
+    if (reason == Declined::NeedsCim) {
         mEvents.free();
+        return;
     }
+    const std::string makesWay = "worker " + std::to_string(mChild->pid()) + " makes way for ";
+    if (reason == Declined::CacheReplaced) {
+        log(Severity::Info, makesWay + "one that opens the new data cache");
+    } else {
+        log(Severity::Error, makesWay + "another one: it has come near the limit of its memory");
+    }
+    mChild->giveUp(); // ends by itself
 }
 
 void WorkerConnection::late()

@@ -15,8 +15,11 @@ namespace host {
 namespace {
 
 // No response begins like these: what stands for its status would be out of range.
-constexpr std::string_view kNeedsCim = "needs CIM";
-constexpr std::string_view kCacheReplaced = "cache replaced";
+constexpr std::pair<Declined, std::string_view> kDeclined[] = {
+    {Declined::NeedsCim, "needs CIM"},
+    {Declined::CacheReplaced, "cache replaced"},
+    {Declined::MemoryGrown, "memory grown"},
+};
 
 constexpr uint32_t kLowestStatus = 200;
 constexpr uint32_t kHighestStatus = 599;
@@ -117,7 +120,9 @@ std::string encodeResponse(const httpd::Response& response)
 
 std::string encodeDeclined(Declined reason)
 {
-    return framed(reason == Declined::NeedsCim ? kNeedsCim : kCacheReplaced);
+    const auto* const found = std::find_if(std::begin(kDeclined), std::end(kDeclined),
+                                           [&](const auto& one) { return one.first == reason; });
+    return framed(found->second);
 }
 
 bool isAnswerHeader(const httpd::Header& header)
@@ -161,8 +166,11 @@ bool decodeResponse(std::string_view payload, httpd::Response& response)
 
 bool decodeDeclined(std::string_view payload, Declined& reason)
 {
-    reason = payload == kNeedsCim ? Declined::NeedsCim : Declined::CacheReplaced;
-    return payload == kNeedsCim || payload == kCacheReplaced;
+    const auto* const found = std::find_if(std::begin(kDeclined), std::end(kDeclined),
+                                           [&](const auto& one) { return one.second == payload; });
+    const bool isOne = found != std::end(kDeclined);
+    reason = isOne ? found->first : reason;
+    return isOne;
 }
 
 } // namespace host

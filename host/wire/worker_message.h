@@ -38,8 +38,9 @@ using WorkerRequest = std::variant<ReadRequest, ActionRequest, EmbeddedDataReque
 
 // A worker that gives its request back unanswered, and why.
 enum class Declined {
-    NeedsCim,     // the resource is read live, which this worker may not do now
-    CacheReplaced // another file is in the data cache's place; the worker ends
+    NeedsCim,      // the resource is read live, which this worker may not do now
+    CacheReplaced, // another file is in the data cache's place; the worker ends
+    MemoryGrown    // the request might find no memory; the worker ends
 };
 
 // Frames.

@@ -41,6 +41,8 @@ void runWorker(FileDescriptor socket)
         cache.note();
         (void)LoadDatabase(); // ends the process where the cache cannot be opened
     }
+    const AddressSpace addressSpace;
+    bool hasAnswered = false; // one that starts near the limit is of use all the same
     bool isConnected = sendFrame(socket.get(), encodeReady());
     WorkerRequest request;
     while (isConnected && readRequest(socket.get(), request)) {
@@ -48,7 +50,12 @@ void runWorker(FileDescriptor socket)
             (void)sendFrame(socket.get(), encodeDeclined(Declined::CacheReplaced));
             break;
         }
+        if (hasAnswered && addressSpace.isNearLimit()) {
+            (void)sendFrame(socket.get(), encodeDeclined(Declined::MemoryGrown));
+            break;
+        }
         isConnected = sendFrame(socket.get(), answerFrame(request, cim));
+        hasAnswered = true;
     }
     std::exit(EXIT_SUCCESS); // NOLINT(concurrency-mt-unsafe): the process has one thread
 }

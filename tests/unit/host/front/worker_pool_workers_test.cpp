@@ -288,12 +288,15 @@ INSTANTIATE_TEST_SUITE_P(
                     host::encodeRequest(host::ReadRequest{"/a"}), host::encodeResponse({0, {}, ""}),
                     host::encodeResponse({200, {{"Link", "a\r\nSet-Cookie: b"}}, ""})));
 
-TEST_F(WorkerPoolTest, RequestOfAWorkerWhoseCacheIsReplacedGoesToTheNext)
+class WorkerThatMakesWay : public WorkerPoolTest, public testing::WithParamInterface<host::Declined>
+{};
+
+TEST_P(WorkerThatMakesWay, LeavesItsRequestToTheNext)
 {
     FakeWorker first = startWithOne();
     const auto result = submit("/a");
     EXPECT_EQ(first.readTarget(), "/a");
-    first.decline(host::Declined::CacheReplaced);
+    first.decline(GetParam());
     EXPECT_TRUE(first.isClosedByFront());
     FakeWorker second = readyWorker(); // asked for without a "Kill" before
     EXPECT_EQ(second.readTarget(), "/a");
@@ -302,5 +305,9 @@ TEST_F(WorkerPoolTest, RequestOfAWorkerWhoseCacheIsReplacedGoesToTheNext)
     EXPECT_EQ(result->outcome, Outcome::Answered);
     EXPECT_EQ(result->body, "new");
 }
+
+INSTANTIATE_TEST_SUITE_P(, WorkerThatMakesWay,
+                         testing::Values(host::Declined::CacheReplaced,
+                                         host::Declined::MemoryGrown));
 
 } // namespace

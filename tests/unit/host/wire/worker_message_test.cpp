@@ -118,7 +118,8 @@ TEST(WorkerMessage, ResponseReplacesWhatWasThere)
 
 TEST(WorkerMessage, DeclinedMakesTheRoundTripAndIsNoResponse)
 {
-    for (const auto reason : {host::Declined::NeedsCim, host::Declined::CacheReplaced}) {
+    for (const auto reason :
+         {host::Declined::NeedsCim, host::Declined::CacheReplaced, host::Declined::MemoryGrown}) {
         const std::string frame = host::encodeDeclined(reason);
         host::Declined decoded{};
         EXPECT_TRUE(host::decodeDeclined(payloadOf(frame), decoded));
