@@ -2,7 +2,8 @@
  * The controller's log, as far as libraries use it: one call that takes a finished line.
  *
  * Lines go to standard error (the default) or to syslog. A threshold drops what nobody wants to
- * read; callers that format their lines at some cost ask vexoThreshold() first.
+ * read; callers that format their lines at some cost ask vexoThreshold() first. A program may have
+ * a filter of its own look at the others, and have a stamp put in front of lines on standard error.
  *
  * Nobody waits for standard error. A line that a pipe, a terminal or a socket does not take at
  * once, because its reader is slow or has stopped, is dropped; ahead of the next line that it
@@ -50,10 +51,12 @@ enum VexoTarget { VEXO_TARGET_STDERR = 0, VEXO_TARGET_SYSLOG = 1 };
 int vexoprintf(int severity, int module, const char* text);
 
 /*
- * Writes "<text>\n" to standard error in the same way, whatever target and threshold are: what a
- * program has to tell whoever started it. Returns 1, or -1 when it could not be written.
+ * Writes "<text>\n" to standard error in the same way, whatever target, threshold and filter are:
+ * what a program has to tell whoever started it. Returns 1, or -1 when it could not be written.
+ * vexoPutText() is an error; of vexoPutTextAs() the stamp has this severity.
  */
 int vexoPutText(const char* text);
+int vexoPutTextAs(int severity, const char* text);
 
 /*
  * Waits until standard error has room for a line, at most timeoutMs: ahead of the last words of a
@@ -66,6 +69,25 @@ int vexoThreshold(void);
 
 /* Sets the threshold: 0 (drop everything) to 5 (keep everything), clamped. Initially VEXO_ERROR. */
 void vexoSetThreshold(int severity);
+
+/*
+ * Has each line that the threshold keeps looked at before it is written: where filter returns 0 it
+ * is dropped. It is called by whichever thread logs, may itself call vexoPutTextAs(), and must not
+ * throw. NULL, which is the default, keeps all.
+ */
+typedef int VexoFilter(int severity, int module, const char* text);
+void vexoSetFilter(VexoFilter* filter);
+
+/*
+ * What stands in front of each line on standard error.
+ *   VEXO_STAMP_NONE  nothing (the default)
+ *   VEXO_STAMP_AUTO  where standard error is the stream to the journal that the environment
+ * variable JOURNAL_STREAM names, "<N>" with the severity as syslog numbers it, which is how systemd
+ * reads it: 2, 3, 4, 6 and 7. Elsewhere time and process: "2026-11-22T08:10:11.123Z [4711] ". Both
+ * go by what standard error is at the time of the line; the variable is read by this call.
+ */
+enum VexoStamp { VEXO_STAMP_NONE = 0, VEXO_STAMP_AUTO = 1 };
+void vexoSetStamp(enum VexoStamp stamp);
 
 /* Directs kept lines; syslog lines carry ident (copied, up to 63 bytes), or "cimgate" when it is
  * NULL. */

@@ -62,16 +62,23 @@ ssize_t writeIfRoom(std::string_view bytes)
 
 } // namespace
 
-bool StandardError::write(std::string line)
+bool StandardError::write(int severity, const std::string& text)
 {
     const std::lock_guard lock(mMutex);
     forgetParent();
+    std::string line = mStamp.text(severity) + text;
     cutForPipe(line);
     if (writeRest() && writeNotice() && writeLine(line)) {
         return true;
     }
     mDropped += errno == EAGAIN ? 1 : 0;
     return false;
+}
+
+void StandardError::setStamp(VexoStamp stamp)
+{
+    const std::lock_guard lock(mMutex);
+    mStamp = Stamp(stamp);
 }
 
 bool StandardError::awaitRoom(int timeoutMs)
@@ -106,9 +113,10 @@ bool StandardError::writeRest()
 bool StandardError::writeNotice()
 {
     const bool isWritten =
-        mDropped == 0 || writeLine("0 2 vexodlog: " + std::to_string(mDropped) +
-                                   (mDropped == 1 ? " line was" : " lines were") +
-                                   " dropped: nobody reads standard error, or not fast enough\n");
+        mDropped == 0 ||
+        writeLine(mStamp.text(VEXO_ERROR) + "0 2 vexodlog: " + std::to_string(mDropped) +
+                  (mDropped == 1 ? " line was" : " lines were") +
+                  " dropped: nobody reads standard error, or not fast enough\n");
     mDropped = isWritten ? 0 : mDropped;
     return isWritten;
 }

@@ -2,6 +2,8 @@
 #ifndef STANDARD_ERROR_H_
 #define STANDARD_ERROR_H_
 
+#include "Stamp.h"
+
 #include <sys/stat.h>
 #include <sys/types.h>
 
@@ -20,8 +22,10 @@
 class StandardError
 {
 public:
-    // Writes a line, which has its line end. False when it was dropped.
-    bool write(std::string line);
+    // Writes a line, which has its line end, behind its stamp. False when it was dropped.
+    bool write(int severity, const std::string& text);
+
+    void setStamp(VexoStamp stamp);
 
     // Waits until there is room for a line, at most timeoutMs; false when there is none.
     static bool awaitRoom(int timeoutMs);
@@ -44,6 +48,7 @@ private:
     void openAgain(Identity wanted);
 
     std::mutex mMutex;
+    Stamp mStamp;
     pid_t mProcess = 0;    // the one that the next two speak of
     uint64_t mDropped = 0; // lines, not told of yet
     std::string mRest;     // of a line that was written in part

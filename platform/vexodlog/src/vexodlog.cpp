@@ -20,6 +20,7 @@ struct Log
 {
     std::atomic<int> threshold{VEXO_ERROR};
     std::atomic<int> target{VEXO_TARGET_STDERR};
+    std::atomic<VexoFilter*> filter{nullptr};
     std::mutex syslogMutex; // syslog() reads ident while it writes a line
     std::array<char, 64>
         ident{}; // openlog() keeps the address, so it must live as long as the process
@@ -50,8 +51,8 @@ StandardError& standardError()
 
 bool writeToStderr(int severity, int module, const char* text)
 {
-    return standardError().write(std::to_string(module) + ' ' + std::to_string(severity) + ' ' +
-                                 lineText(text) + '\n');
+    return standardError().write(severity, std::to_string(module) + ' ' + std::to_string(severity) +
+                                               ' ' + lineText(text) + '\n');
 }
 
 void writeToSyslog(int severity, int module, const char* text)
@@ -62,6 +63,15 @@ void writeToSyslog(int severity, int module, const char* text)
     const int priority = kPriorities[static_cast<size_t>(severity - VEXO_CRITICAL)] | LOG_DAEMON;
     const std::lock_guard lock(theLog().syslogMutex);
     ::syslog(priority, "%s", line.c_str());
+}
+
+bool isFilteredOut(int severity, int module, const char* text)
+{
+    VexoFilter* const filter = theLog().filter.load(std::memory_order_relaxed);
+    const int callerErrno = errno;
+    const bool isDropped = filter != nullptr && filter(severity, module, text) == 0;
+    errno = callerErrno;
+    return isDropped;
 }
 
 bool writeLine(int severity, int module, const char* text)
@@ -93,7 +103,7 @@ int guarded(Write write) noexcept
 int vexoprintf(int severity, int module, const char* text)
 {
     const int clamped = std::clamp<int>(severity, VEXO_CRITICAL, VEXO_DEBUG);
-    if (clamped > vexoThreshold()) {
+    if (clamped > vexoThreshold() || isFilteredOut(clamped, module, text != nullptr ? text : "")) {
         return 0;
     }
     return guarded([&] { return writeLine(clamped, module, text); });
@@ -101,7 +111,13 @@ int vexoprintf(int severity, int module, const char* text)
 
 int vexoPutText(const char* text)
 {
-    return guarded([text] { return standardError().write(lineText(text) + '\n'); });
+    return vexoPutTextAs(VEXO_ERROR, text);
+}
+
+int vexoPutTextAs(int severity, const char* text)
+{
+    const int clamped = std::clamp<int>(severity, VEXO_CRITICAL, VEXO_DEBUG);
+    return guarded([&] { return standardError().write(clamped, lineText(text) + '\n'); });
 }
 
 int vexoAwaitRoom(int timeoutMs)
@@ -117,6 +133,19 @@ int vexoThreshold(void)
 void vexoSetThreshold(int severity)
 {
     theLog().threshold.store(std::clamp<int>(severity, 0, VEXO_DEBUG), std::memory_order_relaxed);
+}
+
+void vexoSetFilter(VexoFilter* filter)
+{
+    theLog().filter.store(filter, std::memory_order_relaxed);
+}
+
+void vexoSetStamp(VexoStamp stamp)
+{
+    (void)guarded([stamp] {
+        standardError().setStamp(stamp);
+        return true;
+    });
 }
 
 void vexoSetTarget(VexoTarget target, const char* ident)
