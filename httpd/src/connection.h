@@ -69,6 +69,7 @@ public:
     virtual void handle(Request request, Reply reply) = 0;
     virtual std::optional<Response> judgeHead(const Request& request) = 0;
     virtual Response errorPage(unsigned int status) = 0;
+    virtual void answered(const Exchange& exchange) noexcept = 0;
     virtual const Limits& limits() const = 0;
     virtual const std::shared_ptr<MemoryBudget>& budget() const = 0;
     virtual bool isStopping() const = 0; // answers then end their connections

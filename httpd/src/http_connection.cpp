@@ -20,6 +20,7 @@ void HttpConnection::start()
     mSocket.non_blocking(true, ignored);
     // Headers and body go out as two buffers; the second must not wait for an acknowledgement.
     mSocket.set_option(tcp::no_delay(true), ignored);
+    mExchange.client = mSocket.remote_endpoint(ignored).address().to_string();
     nextRequest();
 }
 
@@ -27,6 +28,9 @@ void HttpConnection::end()
 {
     if (mStep == Step::Closed) {
         return;
+    }
+    if (mStep == Step::Writing) {
+        tellOf(false);
     }
     error_code ignored;
     mStep = Step::Closed;
@@ -92,6 +96,7 @@ void HttpConnection::nextRequest()
     mStep = Step::Idle;
     mSince = Clock::now();
     mSeenBytes = 0;
+    mBegun = {};
     mVersion = 11;
     mIsHead = false;
     releaseInput();
@@ -157,13 +162,18 @@ bool HttpConnection::hasInput() const
 
 void HttpConnection::write(Response response)
 {
-    if (mStep != Step::Answering) {
+    mExchange.status = response.status;
+    mExchange.remark = std::move(response.remark);
+    if (mStep != Step::Answering) { // the client has gone
+        tellOf(false);
         return;
     }
     const size_t bytes = response.body.size();
     if (!mAnswerMemory.resize(bytes, bytes > kSmallBytes ? Holding::Answer : Holding::Small)) {
         mKeepAlive = false;
         response = mOwner->errorPage(kServiceUnavailable);
+        mExchange.status = response.status;
+        mExchange.remark = std::move(response.remark);
         mAnswerMemory.force(response.body.size());
     }
     mKeepAlive = mKeepAlive && !mOwner->isStopping();
@@ -213,8 +223,10 @@ void HttpConnection::awaitOutput()
 
 void HttpConnection::written()
 {
+    tellOf(true);
     mAnswerHead = {};
     mAnswerBody = {};
+    mWrittenBytes = 0;
     mAnswerMemory.force(0);
     if (mKeepAlive) {
         nextRequest();
@@ -226,6 +238,25 @@ void HttpConnection::written()
     mSince = Clock::now();
     armTimer(mLimits.lingerTimeout, &HttpConnection::close);
     linger();
+}
+
+// Of the request that begins to be answered; one that could not be read has neither.
+void HttpConnection::noteRequest()
+{
+    mExchange.method = mRequest.method;
+    mExchange.target = mRequest.target.substr(0, kNotedTargetBytes);
+}
+
+void HttpConnection::tellOf(bool isSent) noexcept
+{
+    const size_t headBytes = std::min(mWrittenBytes, mAnswerHead.size());
+    mExchange.bodyBytes = mWrittenBytes - headBytes;
+    mExchange.duration =
+        std::chrono::duration_cast<std::chrono::microseconds>(Clock::now() - mBegun);
+    mExchange.isSent = isSent;
+    mOwner->answered(mExchange);
+    mExchange.method.clear();
+    mExchange.target.clear();
 }
 
 // What is read here is not looked at; connections run one at a time.

@@ -118,6 +118,9 @@ private:
     void written();
     void linger();
 
+    void noteRequest();
+    void tellOf(bool isSent) noexcept;
+
     boost::asio::ip::tcp::socket mSocket;
     boost::asio::steady_timer mTimer;
     std::shared_ptr<ConnectionOwner> mOwner;
@@ -135,6 +138,8 @@ private:
     std::string mAnswerHead;
     std::string mAnswerBody;
     size_t mWrittenBytes = 0;
+    Exchange mExchange;         // what the observer will be told
+    Clock::time_point mBegun{}; // when its request did; not set while there is none
     MemoryShare mAnswerMemory;
     size_t mLingerBytes = 0;
     unsigned int mVersion = 11;

@@ -89,6 +89,7 @@ void HttpConnection::takeHead()
             return;
         }
     }
+    mBegun = mBegun == Clock::time_point() ? Clock::now() : mBegun;
     const size_t bytes = headBytes(unread(), mSeenBytes);
     mSeenBytes = mBuffer.size();
     if (bytes > 0) {
@@ -128,6 +129,7 @@ void HttpConnection::parseHead(size_t bytes)
     mVersion = mParser->version();
     mKeepAlive = mParser->isKeptAlive();
     mIsHead = mParser->isHeadRequest();
+    noteRequest();
     judge();
 }
 

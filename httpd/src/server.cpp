@@ -92,6 +92,8 @@ public:
     Impl& operator=(const Impl&) = delete;
 
     void setHeadJudge(HeadJudge judge) { mHeadJudge = std::move(judge); }
+    void setObserver(Observer observer) { mObserver = std::move(observer); }
+    size_t connections() const { return mConnections.size(); }
     bool listen(const std::string& address, uint16_t port, std::string& problem);
     uint16_t port() const;
     void drain(std::function<void()> drained);
@@ -106,6 +108,12 @@ public:
         return mHeadJudge ? mHeadJudge(request) : std::nullopt;
     }
     Response errorPage(unsigned int status) override { return mErrorPage(status); }
+    void answered(const Exchange& exchange) noexcept override
+    {
+        if (mObserver) {
+            mObserver(exchange);
+        }
+    }
     const Limits& limits() const override { return mLimits; }
     const std::shared_ptr<MemoryBudget>& budget() const override { return mBudget; }
     bool isStopping() const override { return mIsStopping; }
@@ -150,6 +158,7 @@ private:
     asio::steady_timer mLook; // for a place that nobody gives up by himself
     Handler mHandler;
     HeadJudge mHeadJudge;
+    Observer mObserver;
     ErrorPage mErrorPage;
     ConnectionSet mConnections;
     std::deque<Connection*> mAwaitingRoom; // the first to get it first
@@ -451,6 +460,16 @@ Server::~Server()
 void Server::setHeadJudge(HeadJudge judge)
 {
     mImpl->setHeadJudge(std::move(judge));
+}
+
+void Server::setObserver(Observer observer)
+{
+    mImpl->setObserver(std::move(observer));
+}
+
+size_t Server::connections() const
+{
+    return mImpl->connections();
 }
 
 const MemoryBudget& Server::memory() const

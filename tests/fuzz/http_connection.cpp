@@ -50,6 +50,7 @@ public:
         return request.target == "/judged" ? std::optional(page(405)) : std::nullopt;
     }
     httpd::Response errorPage(unsigned int status) override { return page(status); }
+    void answered(const httpd::Exchange& /*exchange*/) noexcept override {}
     const httpd::Limits& limits() const override { return mLimits; }
     const std::shared_ptr<httpd::MemoryBudget>& budget() const override { return mBudget; }
     bool isStopping() const override { return false; }

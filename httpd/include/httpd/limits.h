@@ -77,6 +77,10 @@ struct Limits
     std::chrono::milliseconds acceptRetry{100};
 };
 
+// What is kept of a request's target for whoever keeps a log: it is held beside the request, in
+// each connection.
+inline constexpr size_t kNotedTargetBytes = 1024;
+
 // What the process around the server keeps open itself: listener, event queue, the log, up to 64
 // workers with a socket each, and what it opens while it works.
 inline constexpr size_t kOwnOpenFiles = 128;

@@ -9,6 +9,8 @@
 #include <httpd/memory_budget.h>
 #include <httpd/status.h>
 
+#include <chrono>
+#include <cstddef>
 #include <cstdint>
 #include <functional>
 #include <memory>
@@ -67,6 +69,20 @@ struct Response
     unsigned int status = kOk;
     std::vector<Header> headers;
     std::string body;
+    std::string remark{}; // why it is no better one: for the observer, clients do not see it
+};
+
+// A request and what became of it, for whoever keeps a log.
+struct Exchange
+{
+    std::string client; // its address
+    std::string method; // empty where the request could not be read so far
+    std::string target; // as it came, the first kNotedTargetBytes (limits.h) of it
+    unsigned int status = 0;
+    size_t bodyBytes = 0;                 // of the answer, as far as they were sent
+    std::chrono::microseconds duration{}; // since the request began to come in
+    std::string remark;                   // the response's
+    bool isSent = false;                  // all of it; else the client has gone before
 };
 
 // Value of a header, its name compared without case; empty when there is none.
@@ -89,6 +105,9 @@ using HeadJudge = std::function<std::optional<Response>(const Request&)>;
 // place of an answer), 505 (not HTTP/1). Each ends its connection.
 using ErrorPage = std::function<Response(unsigned int status)>;
 
+// Is told of each answer once it has been sent, or nobody takes it. It must not throw.
+using Observer = std::function<void(const Exchange&)>;
+
 class Server
 {
 public:
@@ -102,9 +121,15 @@ public:
     // what is refused then was not asked for first.
     void setHeadJudge(HeadJudge judge);
 
+    // Who is told of each answer.
+    void setObserver(Observer observer);
+
     // Listens on a numeric address ("127.0.0.1", "::1"); port 0 picks a free one. Returns false
     // with the cause in problem.
     bool listen(const std::string& address, uint16_t port, std::string& problem);
+
+    // Connections that are open.
+    size_t connections() const;
 
     // The account of what clients make the server hold.
     const MemoryBudget& memory() const;

@@ -40,6 +40,8 @@ protected:
                 return page;
             },
             limits);
+        mServer->setObserver(
+            [this](const httpd::Exchange& exchange) { mExchanges.push_back(exchange); });
         std::string problem;
         ASSERT_TRUE(mServer->listen("127.0.0.1", 0, problem)) << problem;
         ASSERT_NE(mServer->port(), 0);
@@ -64,6 +66,7 @@ protected:
     }
 
     boost::asio::io_context mContext{1};
+    std::vector<httpd::Exchange> mExchanges; // that are over
     std::unique_ptr<httpd::Server> mServer;
     std::vector<httpd::Request> mRequests;
     std::vector<httpd::Reply> mReplies;
