@@ -94,6 +94,17 @@ inline constexpr ptrdiff_t kMaxQueueEnvelopeParts = 8;
 // How long the last answers may take to leave when the service stops.
 inline constexpr int kQueueLingerMs = 500;
 
+// ---- The log ----
+
+// How long a line is not written again, but counted: an hour of the same fault is sixty lines.
+inline constexpr std::chrono::seconds kRepeatWindow{60};
+
+// Lines that are known again. A fault says a handful of things, about some requests.
+inline constexpr size_t kRememberedLines = 64;
+
+// The longest remark that a worker makes of an answer. It is most of a line that a pipe takes whole.
+inline constexpr size_t kMaxRemarkBytes = 1024;
+
 // ---- Requests that end workers ----
 
 // A target at which this many workers have ended in a row is answered without one for a while: each

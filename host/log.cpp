@@ -1,5 +1,6 @@
 #include "log.h"
 
+#include <unistd.h>
 #include <vexodlog.h>
 
 namespace host {
@@ -9,12 +10,29 @@ namespace {
 // Beside the library's 139.
 constexpr int kModule = 140;
 
+std::string& processName()
+{
+    static std::string name;
+    return name;
+}
+
+std::string nameInFront()
+{
+    const std::string& name = processName();
+    return name.empty() ? "" : name + ' ' + std::to_string(getpid()) + ": ";
+}
+
 } // namespace
 
 void log(Severity severity, const std::string& text)
 {
     const int vexoSeverity = severity == Severity::Error ? VEXO_ERROR : VEXO_TRACE;
-    (void)vexoprintf(vexoSeverity, kModule, ("cimgated: " + text).c_str());
+    (void)vexoprintf(vexoSeverity, kModule, ("cimgated: " + nameInFront() + text).c_str());
+}
+
+void nameLog(const std::string& process)
+{
+    processName() = process;
 }
 
 } // namespace host

@@ -11,6 +11,10 @@ enum class Severity { Error, Info };
 // Writes one line to the platform log, under the host's module number.
 void log(Severity severity, const std::string& text);
 
+// Whose lines they are from now on: those of a "worker" begin with "worker 4711: ", its pid. The
+// front's have no name.
+void nameLog(const std::string& process);
+
 } // namespace host
 
 #endif

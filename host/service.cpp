@@ -1,13 +1,13 @@
 #include "service.h"
 
 #include "front/front.h"
+#include "log_filter.h"
 #include "spawner/spawner.h"
 #include "tell.h"
 #include "worker/cim_session.h"
 
 #include <ExtendedErrorInfoHandling.h>
 #include <ResourceMapper.h>
-#include <vexodlog.h>
 
 #include <csignal>
 #include <cstdlib>
@@ -24,7 +24,7 @@ int complain(const std::string& problem, int status)
 
 void applyOptions(const Options& options)
 {
-    vexoSetThreshold(options.logLevel + 1);
+    startLog(options.logLevel);
     ResourceMapper::RmfPath = options.rmfPath;
     SQLInterface::DataCachePath = options.cachePath;
     if (!options.registryDirectory.empty()) {

@@ -4,9 +4,11 @@
 #include "front/own_names.h"
 #include "front/quarantine.h"
 #include "front/refusals.h"
+#include "front/request_log.h"
 #include "front/worker_pool.h"
 #include "host_limits.h"
 #include "log.h"
+#include "log_filter.h"
 #include "queue/front_end.h"
 #include "queue/message.h"
 #include "tell.h"
@@ -31,19 +33,26 @@ namespace asio = boost::asio;
 
 namespace {
 
-httpd::Response answerTo(Outcome outcome, httpd::Response answered)
+httpd::Response errorOf(Outcome outcome)
 {
     switch (outcome) {
-    case Outcome::Answered:
-        return answered;
     case Outcome::TooLate:
         return errorResponse(httpd::kGatewayTimeout, "OperationTimeout");
     case Outcome::Overloaded:
         return temporarilyUnavailable(kRetryAfterS);
-    case Outcome::WorkerEnded:
-        break;
+    default:
+        return errorResponse(httpd::kInternalServerError, "InternalError");
     }
-    return errorResponse(httpd::kInternalServerError, "InternalError");
+}
+
+httpd::Response answerTo(Outcome outcome, httpd::Response answered)
+{
+    if (outcome == Outcome::Answered) {
+        return answered;
+    }
+    httpd::Response response = errorOf(outcome);
+    response.remark = std::move(answered.remark);
+    return response;
 }
 
 std::string queueAnswerOf(Outcome outcome, const httpd::Response& answered)
@@ -82,6 +91,9 @@ WorkerRequest workerRequest(httpd::Request request)
     return ReadRequest{std::move(request.target)};
 }
 
+// For the log.
+constexpr const char* kClosedTarget = "workers have ended at it: it is refused for a while";
+
 // The message queue's clients have one share: they come over one socket.
 constexpr const char* kQueueClient = "message queue";
 
@@ -105,6 +117,7 @@ private:
     void recover();
     void finish();
     void awaitSignal();
+    void awaitRepeats();
     void stopGracefully();
     void stopWhenDrained();
     void makeQueue();
@@ -118,6 +131,8 @@ private:
     asio::io_context mContext{1};
     asio::signal_set mSignals;
     asio::steady_timer mStopTimer;
+    asio::steady_timer mRepeatsTimer;
+    RequestLog mRequestLog;
     OwnNames mOwnNames;
     Quarantine mQuarantine;
     SpawnerLink mSpawner;
@@ -136,6 +151,7 @@ Front::Front(const Options& options, const Spawner& spawner, const httpd::Limits
       mMapping(spawner.mapping),
       mSignals(mContext, SIGTERM, SIGINT, SIGHUP),
       mStopTimer(mContext),
+      mRepeatsTimer(mContext),
       mOwnNames(options.hosts),
       mSpawner(mContext, spawner.control.get(), [this](const std::string& cause) { fail(cause); }),
       mPool(mContext, mSpawner, options.workers, std::chrono::seconds(options.requestTimeoutS),
@@ -155,6 +171,7 @@ Front::Front(const Options& options, const Spawner& spawner, const httpd::Limits
           },
           limits)
 {
+    mServer.setObserver([this](const httpd::Exchange& exchange) { mRequestLog.note(exchange); });
     mServer.setHeadJudge([this](const httpd::Request& request) {
         std::optional<httpd::Response> response = refusal(request);
         if (response) {
@@ -183,6 +200,7 @@ void Front::makeQueue()
 int Front::run()
 {
     awaitSignal();
+    awaitRepeats();
     mPool.start();
     serve();
     mSpawner.stop();
@@ -191,6 +209,7 @@ int Front::run()
         mQueue->stop();
     }
     mPool.stop();
+    tellAllRepeats();
     return mExitStatus;
 }
 
@@ -247,6 +266,17 @@ void Front::awaitSignal()
         mIsStopping = true;
         awaitSignal();
         stopGracefully();
+    });
+}
+
+void Front::awaitRepeats()
+{
+    mRepeatsTimer.expires_after(kRepeatWindow / 4);
+    mRepeatsTimer.async_wait([this](boost::system::error_code error) {
+        if (!error) {
+            tellRepeats();
+            awaitRepeats();
+        }
     });
 }
 
@@ -317,12 +347,14 @@ void Front::handleQueue(const std::string& text, const QueueFrontEnd::Reply& rep
     }
     const std::string watched = "OEM " + request.container + " " + request.id;
     if (!mQuarantine.admits(watched, std::chrono::steady_clock::now())) {
+        mRequestLog.noteQueue(watched, kClosedTarget);
         reply(queueError(QueueFault::Busy));
         return;
     }
     submit({std::move(request),
             [this, watched, reply](Outcome outcome, const httpd::Response& answered) {
                 noteOutcome(watched, outcome, false);
+                mRequestLog.noteQueue(watched, answered.remark);
                 reply(queueAnswerOf(outcome, answered));
             },
             false, kQueueClient},
@@ -341,6 +373,7 @@ std::optional<httpd::Response> Front::answerWithoutWorker(const httpd::Request& 
     std::optional<httpd::Response> response = refusal(request);
     if (!response && !mQuarantine.admits(watched, std::chrono::steady_clock::now())) {
         response = temporarilyUnavailable(kQuarantineRetryAfterS);
+        response->remark = kClosedTarget;
     }
     return response;
 }

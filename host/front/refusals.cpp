@@ -18,6 +18,13 @@ httpd::Response uriTooLong()
     return errorResponse(httpd::kUriTooLong, "InvalidURI", "the request URI");
 }
 
+httpd::Response withoutMemory()
+{
+    httpd::Response response = temporarilyUnavailable(kRetryAfterS);
+    response.remark = "clients hold as much memory as they may (--client-memory)";
+    return response;
+}
+
 // The methods of a URI as far as its shape tells; which URIs there are is known to workers only.
 const char* methodsOf(const odata::URI& uri)
 {
@@ -81,7 +88,7 @@ httpd::Response unreadable(unsigned int status)
     case httpd::kExpectationFailed:
         return errorResponse(status, "HeaderInvalid", "Expect");
     case httpd::kServiceUnavailable:
-        return temporarilyUnavailable(kRetryAfterS);
+        return withoutMemory();
     case httpd::kHttpVersionNotSupported:
         return errorResponse(status, "HttpVersionNotSupported");
     default:

@@ -21,7 +21,8 @@ enum class Outcome {
                  // for the answer any more
 };
 
-// Called once for each request; the response belongs to Outcome::Answered.
+// Called once for each request; the response belongs to Outcome::Answered, with other outcomes it
+// has a remark only: why, or nothing where nobody waits any more.
 using Completion = std::function<void(Outcome, httpd::Response)>;
 
 struct Task
@@ -39,6 +40,12 @@ struct Task
     std::chrono::steady_clock::time_point startsBy = {}; // when it has waited too long
     std::chrono::steady_clock::time_point until = {};    // its deadline
 };
+
+// Whether it is known that nobody waits for the answer any more.
+inline bool isAbandoned(const Task& task)
+{
+    return task.isAbandoned && task.isAbandoned();
+}
 
 // Tells whoever asked. For want of memory to do so the completion is dropped, by which the client's
 // connection is closed: it was its own allocation that failed.

@@ -23,11 +23,6 @@ size_t bodyBytes(const Task& task)
     return action == nullptr ? 0 : action->body.size();
 }
 
-bool isAbandoned(const Task& task)
-{
-    return task.isAbandoned && task.isAbandoned();
-}
-
 } // namespace
 
 std::vector<Task> WaitingQueue::push(Task task)

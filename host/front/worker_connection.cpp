@@ -2,6 +2,7 @@
 
 #include "log.h"
 
+#include <new>
 #include <utility>
 
 namespace host {
@@ -71,7 +72,7 @@ void WorkerConnection::declined(Declined reason)
         mEvents.free();
         return;
     }
-    const std::string makesWay = "worker " + std::to_string(mChild->pid()) + " makes way for ";
+    const std::string makesWay = name() + " makes way for ";
     if (reason == Declined::CacheReplaced) {
         log(Severity::Info, makesWay + "one that opens the new data cache");
     } else {
@@ -86,16 +87,32 @@ void WorkerConnection::late()
         return;
     }
     mChild->end();
-    log(Severity::Error,
-        "worker " + std::to_string(mChild->pid()) +
-            (mTask ? " passed the deadline of its request" : " does not get ready"));
-    complete(Outcome::TooLate, {});
+    if (!mTask) {
+        log(Severity::Error, name() + " does not get ready");
+    }
+    fail(Outcome::TooLate, " passed the deadline of its request");
 }
 
 void WorkerConnection::gone()
 {
-    complete(Outcome::WorkerEnded, {});
+    fail(Outcome::WorkerEnded, " ended at it");
     mEvents.gone(*this);
+}
+
+std::string WorkerConnection::name() const
+{
+    return "worker " + std::to_string(mChild->pid());
+}
+
+// Memory that is short costs the remark, not the answer.
+void WorkerConnection::fail(Outcome outcome, const char* how)
+{
+    httpd::Response response;
+    try {
+        response.remark = name() + how;
+    } catch (const std::bad_alloc&) { // NOLINT(bugprone-empty-catch)
+    }
+    complete(outcome, std::move(response));
 }
 
 void WorkerConnection::complete(Outcome outcome, httpd::Response response)

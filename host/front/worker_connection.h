@@ -8,6 +8,7 @@
 #include <functional>
 #include <memory>
 #include <optional>
+#include <string>
 
 namespace host {
 
@@ -45,6 +46,8 @@ private:
     void declined(Declined reason);
     void late();
     void gone();
+    std::string name() const;
+    void fail(Outcome outcome, const char* how);
     void complete(Outcome outcome, httpd::Response response);
 
     std::shared_ptr<Child> mChild;

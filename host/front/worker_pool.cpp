@@ -10,10 +10,26 @@ namespace {
 
 using std::chrono::steady_clock;
 
-void refuse(const std::vector<Task>& tasks)
+// Why no worker has had a request, for the log.
+constexpr const char* kNoWorker = "no worker gets ready";
+constexpr const char* kNoRoom = "too many requests wait for a worker";
+constexpr const char* kNoTurn = "no worker was free within half of --request-timeout";
+
+// Whoever has left does not see it fail. Memory that is short costs the remark, not the answer.
+void refuse(const Task& task, const char* why)
+{
+    httpd::Response response;
+    try {
+        response.remark = isAbandoned(task) ? "" : why;
+    } catch (const std::bad_alloc&) { // NOLINT(bugprone-empty-catch)
+    }
+    finish(task, Outcome::Overloaded, std::move(response));
+}
+
+void refuse(const std::vector<Task>& tasks, const char* why)
 {
     for (const Task& task : tasks) {
-        finish(task, Outcome::Overloaded, {});
+        refuse(task, why);
     }
 }
 
@@ -79,11 +95,11 @@ void WorkerPool::submit(Task task)
     task.startsBy = task.since + mRequestTimeout / 2;
     task.until = task.since + mRequestTimeout;
     if (mSupervisor.isWithoutHope()) {
-        task.done(Outcome::Overloaded, {});
+        refuse(task, kNoWorker);
         return;
     }
     WaitingQueue& queue = queueOf(task);
-    refuse(queue.push(std::move(task)));
+    refuse(queue.push(std::move(task)), kNoRoom);
     dispatch();
     armExpiryTimer();
 }
@@ -136,8 +152,8 @@ void WorkerPool::addWorker(ControlMessage& forked)
 void WorkerPool::refuseWhereHopeless()
 {
     if (mSupervisor.isWithoutHope()) {
-        refuse(mCachedQueue.takeAll());
-        refuse(mLiveQueue.takeAll());
+        refuse(mCachedQueue.takeAll(), kNoWorker);
+        refuse(mLiveQueue.takeAll(), kNoWorker);
     }
 }
 
@@ -166,14 +182,14 @@ void WorkerPool::removeWorker(const WorkerConnection& worker)
 void WorkerPool::dropExpired()
 {
     const auto now = steady_clock::now();
-    refuse(mCachedQueue.takeExpired(now));
-    refuse(mLiveQueue.takeExpired(now));
+    refuse(mCachedQueue.takeExpired(now), kNoTurn);
+    refuse(mLiveQueue.takeExpired(now), kNoTurn);
 }
 
 void WorkerPool::dropAbandonedAhead()
 {
-    refuse(mCachedQueue.takeAbandonedAhead());
-    refuse(mLiveQueue.takeAbandonedAhead());
+    refuse(mCachedQueue.takeAbandonedAhead(), kNoTurn);
+    refuse(mLiveQueue.takeAbandonedAhead(), kNoTurn);
 }
 
 void WorkerPool::armExpiryTimer()

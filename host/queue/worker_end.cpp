@@ -1,6 +1,7 @@
 #include "queue/worker_end.h"
 
 #include "queue/message.h"
+#include "worker/current_request.h"
 
 #include <ResourceMapper.h>
 
@@ -20,6 +21,8 @@ std::string handleEmbeddedData(const std::string& container, const std::string& 
     ResourceMapper mapper(nullptr, scope, uri, true);
     Json::Value data(Json::objectValue);
     if (mapper.GetMappedResources(container.c_str(), id.c_str(), data) == RM_DATA_NOT_CACHED) {
+        currentRequest().fail(std::string(mapper.GetOemResourceName()) +
+                              " is not ready in the data cache");
         return queueError(QueueFault::NotCached, mapper.GetOemResourceName());
     }
     return queueAnswer(data);

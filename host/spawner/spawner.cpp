@@ -3,6 +3,7 @@
 #include "errno_text.h"
 #include "host_limits.h"
 #include "log.h"
+#include "log_filter.h"
 #include "queue/process.h"
 #include "spawner/summary_file.h"
 #include "wire/control.h"
@@ -22,6 +23,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <map>
+#include <memory>
 
 namespace host {
 
@@ -64,16 +66,24 @@ ControlMessage loadMapping()
 struct Child
 {
     pid_t pid;
-    const char* name; // in the log
+    const char* name;               // in the log
+    std::unique_ptr<WorkNote> note; // what it is at
 };
 
+// What it was at, for the line that tells of its end.
+std::string workOf(const Child& child)
+{
+    const std::string text = child.note->text();
+    return text.empty() ? "" : " at " + text;
+}
+
 // What it runs, in a process that was forked for it.
-[[noreturn]] void runChild(const ControlMessage& request, FileDescriptor socket)
+[[noreturn]] void runChild(const ControlMessage& request, FileDescriptor socket, WorkNote& note)
 {
     if (request.kind == ControlKind::SpawnQueueProcess) {
         runQueueProcess(std::move(socket), request.text);
     }
-    runWorker(std::move(socket));
+    runWorker(std::move(socket), note);
 }
 
 // The spawner's side of the control socket, and the processes it has to answer for.
@@ -88,7 +98,8 @@ private:
     void serve();
     void childrenEnded();
     void spawn(const ControlMessage& request);
-    pid_t forkChild(const ControlMessage& request, FileDescriptor& front, FileDescriptor& child);
+    pid_t forkChild(const ControlMessage& request, FileDescriptor& front, FileDescriptor& child,
+                    WorkNote& note);
     void kill(uint32_t id);
     void reap(int options);
     void endChildren();
@@ -102,6 +113,7 @@ private:
 void SpawnerProcess::run()
 {
     (void)prctl(PR_SET_NAME, "cimgated-spawn");
+    nameLog("spawner");
     // A terminal or a supervisor may signal the whole group: the front decides when the others end.
     (void)std::signal(SIGINT, SIG_IGN);
     (void)std::signal(SIGTERM, SIG_IGN);
@@ -112,6 +124,7 @@ void SpawnerProcess::run()
         serve();
     }
     endChildren();
+    tellAllRepeats();
     std::exit(EXIT_SUCCESS); // NOLINT(concurrency-mt-unsafe): the process has one thread
 }
 
@@ -124,7 +137,9 @@ void SpawnerProcess::serve()
     mChildSignals = FileDescriptor(signalfd(-1, &childSignal, SFD_CLOEXEC | SFD_NONBLOCK));
     while (true) {
         pollfd waits[] = {{mControl.get(), POLLIN, 0}, {mChildSignals.get(), POLLIN, 0}};
-        if (poll(waits, 2, -1) < 0) {
+        const int ready = poll(waits, 2, msUntilRepeats());
+        if (ready <= 0) {
+            tellRepeats();
             continue;
         }
         if (waits[1].revents != 0) {
@@ -158,14 +173,16 @@ void SpawnerProcess::spawn(const ControlMessage& request)
     const bool havePair = socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends) == 0;
     FileDescriptor front(ends[0]);
     FileDescriptor child(ends[1]);
-    const pid_t pid = havePair ? forkChild(request, front, child) : -1;
+    auto note = std::make_unique<WorkNote>();
+    const pid_t pid = havePair ? forkChild(request, front, child, *note) : -1;
     ControlMessage answer;
     if (pid < 0) {
         answer.kind = ControlKind::NotForked;
         answer.text = errnoText();
     } else {
         const bool isWorker = request.kind == ControlKind::SpawnWorker;
-        mChildren[++mLastId] = {pid, isWorker ? "worker " : "message-queue endpoint "};
+        mChildren[++mLastId] = {pid, isWorker ? "worker " : "message-queue endpoint ",
+                                std::move(note)};
         answer.kind = ControlKind::Forked;
         answer.id = mLastId;
         answer.pid = pid;
@@ -175,7 +192,7 @@ void SpawnerProcess::spawn(const ControlMessage& request)
 }
 
 pid_t SpawnerProcess::forkChild(const ControlMessage& request, FileDescriptor& front,
-                                FileDescriptor& child)
+                                FileDescriptor& child, WorkNote& note)
 {
     const pid_t self = getpid();
     const pid_t pid = fork();
@@ -192,7 +209,8 @@ pid_t SpawnerProcess::forkChild(const ControlMessage& request, FileDescriptor& f
     front.reset();
     mControl.reset();
     mChildSignals.reset();
-    runChild(request, std::move(child));
+    mChildren.clear(); // with the notes of the others
+    runChild(request, std::move(child), note);
 }
 
 void SpawnerProcess::kill(uint32_t id)
@@ -213,12 +231,14 @@ void SpawnerProcess::reap(int options)
             continue;
         }
         const std::string name = ended->second.name + std::to_string(pid);
+        const std::string work = workOf(ended->second);
         mChildren.erase(ended);
         if (WIFSIGNALED(status)) {
-            log(Severity::Error, name + " ended by signal " + std::to_string(WTERMSIG(status)));
+            log(Severity::Error,
+                name + " ended by signal " + std::to_string(WTERMSIG(status)) + work);
         } else if (WEXITSTATUS(status) != 0) {
             log(Severity::Error,
-                name + " ended with status " + std::to_string(WEXITSTATUS(status)));
+                name + " ended with status " + std::to_string(WEXITSTATUS(status)) + work);
         }
     }
 }

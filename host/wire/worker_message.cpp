@@ -115,6 +115,7 @@ std::string encodeResponse(const httpd::Response& response)
         putText(payload, header.value);
     }
     putText(payload, response.body);
+    putText(payload, response.remark);
     return framed(payload);
 }
 
@@ -160,7 +161,8 @@ bool decodeResponse(std::string_view payload, httpd::Response& response)
             return false;
         }
     }
-    return reader.text(response.body) && reader.atEnd() &&
+    return reader.text(response.body) && reader.text(response.remark) && reader.atEnd() &&
+           response.remark.size() <= kMaxRemarkBytes &&
            (response.body.empty() || httpd::hasContent(status));
 }
 

@@ -55,7 +55,7 @@ bool isAnswerHeader(const httpd::Header& header);
 
 // Payloads; false when one is not exactly what was encoded, or a response is none that a worker
 // gives: a status outside 200 to 599, a body where HTTP has none, more than kMaxAnswerHeaders
-// headers, or one that is no isAnswerHeader().
+// headers, or one that is no isAnswerHeader(), a remark above kMaxRemarkBytes.
 bool decodeRequest(std::string_view payload, WorkerRequest& request);
 bool decodeResponse(std::string_view payload, httpd::Response& response);
 bool decodeDeclined(std::string_view payload, Declined& reason);

@@ -2,6 +2,7 @@
 
 #include "error_body.h"
 #include "host_limits.h"
+#include "worker/current_request.h"
 #include "worker/scope_response.h"
 #include "worker/strict_json.h"
 
@@ -12,6 +13,9 @@ namespace {
 // Messages of the product registry for methods that give none of their own.
 constexpr const char* kGeneralSuccess = "SYS413";
 constexpr const char* kGeneralFailure = "SYS500";
+
+// For the log.
+constexpr const char* kUnreachable = "the CIM object manager cannot be reached";
 
 // Return values of CIM methods. With the second one a method says that it goes on as a job.
 constexpr unsigned long kDone = 0;
@@ -40,6 +44,7 @@ httpd::Response refuseUri(ResourceMapper& mapper, const odata::Scope& scope,
     const bool isInstanceMissing =
         rc == RM_INVALID_URI && !mapper.mIsCollection && !mapper.mInstanceId.empty();
     if (isInstanceMissing && !cim.renew()) {
+        currentRequest().fail(kUnreachable);
         return temporarilyUnavailable(kRetryAfterS);
     }
     mapper.SendExtendedErrorResponse(rc);
@@ -60,6 +65,7 @@ httpd::Response refuseAction(ResourceMapper& mapper, const odata::Scope& scope, 
     default:
         break;
     }
+    currentRequest().fail("method " + mapper.mCimMethodName + " was not carried out");
     mapper.SendExtendedErrorResponse(static_cast<_ResourceMapperError>(code));
     // An action that the object manager does not know takes no method at all (RFC 9110, 10.2.1).
     return code == RM_METHOD_NOT_ALLOWED ? methodRefused(scope, "") : responseOf(scope);
@@ -101,6 +107,8 @@ void sendOutcome(ResourceMapper& mapper, const odata::Scope& scope, unsigned lon
 {
     const bool isStarted = returnValue == kJobStarted || hasLocation(scope);
     if (!isStarted && returnValue != kDone) {
+        currentRequest().fail("method " + mapper.mCimMethodName + " returned " +
+                              std::to_string(returnValue));
         Json::Value arguments = messageArgumentsOf(outputs);
         mapper.SendExtendedErrorMessagesForPost(messageIdOf(outputs, kGeneralFailure).c_str(),
                                                 arguments);
@@ -117,7 +125,9 @@ void sendOutcome(ResourceMapper& mapper, const odata::Scope& scope, unsigned lon
 httpd::Response handlePost(ResourceMapper& mapper, const odata::Scope& scope,
                            const std::string& body, CimSession& cim)
 {
-    if (const auto rc = mapper.ParseUri(RM_METHOD_POST); rc != RM_OK) {
+    const _ResourceMapperError rc = mapper.ParseUri(RM_METHOD_POST);
+    currentRequest().concerns(mapper.mOemResourceName, mapper.mCimClass);
+    if (rc != RM_OK) {
         return refuseUri(mapper, scope, rc, cim);
     }
     Json::Value payload;
@@ -128,6 +138,7 @@ httpd::Response handlePost(ResourceMapper& mapper, const odata::Scope& scope,
     // Looked for anew each time: 503 invites clients to repeat the action, so that it must mean
     // that nothing was sent. (Without a connection the library would call the action done.)
     if (!cim.renew()) {
+        currentRequest().fail(kUnreachable);
         return temporarilyUnavailable(kRetryAfterS);
     }
     Json::Value outputs(Json::objectValue);

@@ -4,6 +4,7 @@
 #include "host_limits.h"
 #include "queue/worker_end.h"
 #include "worker/action_handler.h"
+#include "worker/current_request.h"
 #include "worker/scope_response.h"
 
 #include <ResourceMapper.h>
@@ -34,6 +35,7 @@ httpd::Response answer(ResourceMapper& mapper, const odata::Scope& scope, _Resou
 httpd::Response readFromCache(ResourceMapper& mapper, const odata::Scope& scope)
 {
     if (!mapper.IsCached()) { // has set "Retry-After"
+        currentRequest().fail("the class is not ready in the data cache");
         return errorResponse(httpd::kServiceUnavailable, "ServiceTemporarilyUnavailable",
                              kRetryAfterS);
     }
@@ -51,6 +53,7 @@ httpd::Response readLive(ResourceMapper& mapper, const odata::Scope& scope, CimS
     const _ResourceMapperError rc =
         mapper.mIsCollection ? mapper.GetCollection(body) : mapper.GetInstance(body);
     if (rc == RM_INTERNAL_ERROR && !cim.renew()) {
+        currentRequest().fail("the CIM object manager cannot be reached");
         return temporarilyUnavailable(kRetryAfterS);
     }
     return answer(mapper, scope, rc, body);
@@ -61,6 +64,7 @@ std::optional<httpd::Response> read(ResourceMapper& mapper, const odata::Scope& 
 {
     Json::Value body;
     _ResourceMapperError rc = mapper.ParseUri(RM_METHOD_GET);
+    currentRequest().concerns(mapper.mOemResourceName, mapper.mCimClass);
     if (rc != RM_OK) {
         return answer(mapper, scope, rc, body);
     }
@@ -112,7 +116,15 @@ std::optional<httpd::Response> answerTo(const EmbeddedDataRequest& request, CimS
 
 std::optional<httpd::Response> handleRequest(const WorkerRequest& request, CimSession& cim)
 {
-    return std::visit([&cim](const auto& kind) { return answerTo(kind, cim); }, request);
+    CurrentRequest& current = currentRequest();
+    current.begin(request);
+    std::optional<httpd::Response> response =
+        std::visit([&cim](const auto& kind) { return answerTo(kind, cim); }, request);
+    if (response && (current.hasFailed() || httpd::isServerFailure(response->status))) {
+        response->remark = current.remark();
+    }
+    current.end();
+    return response;
 }
 
 } // namespace host

@@ -10,7 +10,7 @@
 namespace host {
 
 // Answers a request; a URI must have at least one segment. Nothing when the resource is read live
-// and the request may not do that.
+// and the request may not do that. What has failed has a remark.
 std::optional<httpd::Response> handleRequest(const WorkerRequest& request, CimSession& cim);
 
 } // namespace host

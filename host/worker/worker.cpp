@@ -1,13 +1,17 @@
 #include "worker/worker.h"
 
+#include "log.h"
+#include "log_filter.h"
 #include "process_limits.h"
 #include "wire/frame_io.h"
 #include "worker/cache_file.h"
 #include "worker/cim_session.h"
+#include "worker/current_request.h"
 #include "worker/request_handler.h"
 
 #include <ResourceMapper.h>
 #include <ResourceMapper/mapping/Entry.h>
+#include <poll.h>
 #include <sys/prctl.h>
 
 #include <cstdlib>
@@ -17,8 +21,17 @@ namespace host {
 
 namespace {
 
+void awaitRequest(int socket)
+{
+    pollfd wait{socket, POLLIN, 0};
+    while (poll(&wait, 1, msUntilRepeats()) == 0) {
+        tellRepeats();
+    }
+}
+
 bool readRequest(int socket, WorkerRequest& request)
 {
+    awaitRequest(socket);
     std::string payload;
     return receiveFrame(socket, payload) && decodeRequest(payload, request);
 }
@@ -31,8 +44,12 @@ std::string answerFrame(const WorkerRequest& request, CimSession& cim)
 
 } // namespace
 
-void runWorker(FileDescriptor socket)
+void runWorker(FileDescriptor socket, WorkNote& note)
 {
+    nameLog("worker");
+    currentRequest().showIn(&note);
+    setLibraryErrorListener(
+        [](const std::string& message) { currentRequest().libraryError(message); });
     (void)prctl(PR_SET_NAME, "cimgated-worker");
     limitResources();
     CimSession cim;
@@ -57,6 +74,7 @@ void runWorker(FileDescriptor socket)
         isConnected = sendFrame(socket.get(), answerFrame(request, cim));
         hasAnswered = true;
     }
+    tellAllRepeats();
     std::exit(EXIT_SUCCESS); // NOLINT(concurrency-mt-unsafe): the process has one thread
 }
 

@@ -4,12 +4,14 @@
 #define HOST_WORKER_WORKER_H_
 
 #include "file_descriptor.h"
+#include "worker/work_note.h"
 
 namespace host {
 
 // Runs a worker in a process that the spawner has just forked: opens the data cache where the
 // mapping has a cached class, says that it is ready, and answers requests until the socket closes.
-[[noreturn]] void runWorker(FileDescriptor socket);
+// The note says what it is at.
+[[noreturn]] void runWorker(FileDescriptor socket, WorkNote& note);
 
 } // namespace host
 

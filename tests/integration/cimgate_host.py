@@ -7,6 +7,7 @@ Environment: CIMGATED, the program; CIMGATE_REGISTRIES, the directory of the mes
 import contextlib
 import json
 import os
+import re
 import select
 import selectors
 import signal
@@ -215,6 +216,20 @@ class Wires:
         return answers
 
 
+# ---- The log
+
+# Time and process.
+STAMP = r"\d{4}-\d\d-\d\dT\d\d:\d\d:\d\d\.\d{3}Z \[\d+\] "
+
+
+def without_stamps(log):
+    """The lines of a log; each must have its stamp."""
+    lines = log.splitlines()
+    if wrong := [line for line in lines if not re.match(STAMP, line)]:
+        raise AssertionError(f"lines without a stamp: {wrong[:5]}")
+    return [re.sub(STAMP, "", line, count=1) for line in lines]
+
+
 # ---- Processes
 
 def children_of(pid):
@@ -290,6 +305,10 @@ class Service(Program):
         return Pending([*options, self.base + path])
 
     # ---- Looking at it
+
+    def lines(self):
+        """Its log without the stamp that each line has."""
+        return without_stamps(self.log())
 
     def spawner(self):
         [pid] = children_of(self.process.pid)

@@ -11,8 +11,8 @@ import socket
 import subprocess
 import unittest
 
-from cimgate_host import (BASE, PATIENCE_S, Service, children_of, collection_entry, connect_to, member_entry, state_of,
-                          wait_until)
+from cimgate_host import (BASE, PATIENCE_S, STAMP, Service, children_of, collection_entry, connect_to, member_entry,
+                          state_of, wait_until)
 from own_address import own_address
 
 GOOD = f"{BASE}/VexoGood/G.1"
@@ -21,8 +21,8 @@ GOODS = f"{BASE}/VexoGoodCollection"
 REAL = f"{BASE}/VexoReal/X"
 CAUSE = "Assertion 'status == SQLITE_OK' failed"
 
-DROPPED = re.compile(r"^0 2 vexodlog: (\d+) lines? (?:was|were) dropped: .*$", re.MULTILINE)
-LINE = re.compile(r"(?:\d+ \d .*|cimgated: .*)")
+DROPPED = re.compile(rf"^{STAMP}0 2 vexodlog: (\d+) lines? (?:was|were) dropped: .*$", re.MULTILINE)
+LINE = re.compile(rf"{STAMP}(?:\d+ \d .*|cimgated: .*)")
 # Many lines for each request.
 ALL_LINES = ("--log-level", "4")
 PIPE_BYTES = 65536
@@ -30,7 +30,8 @@ PIPE_BYTES = 65536
 
 def sample():
     text = {"cim_type": "string"}
-    mapping = member_entry("VexoGood", "XCIM_Good", {"A": text}) | collection_entry("VexoGood")
+    headers = {"allowed_operations": ["GET"], "Link_Header": "http://example.net/schemas/VexoGood.json"}
+    mapping = (member_entry("VexoGood", "XCIM_Good", {"A": text}, **headers) | collection_entry("VexoGood", **headers))
     mapping |= member_entry("VexoReal", "XCIM_Real", {"A": text})
     columns = ["InstanceID", "A"]
     return mapping, {"classes": {"XCIM_Good": (columns, [("G.1", "fine")]), "XCIM_Real": (columns, [("X", 1.5)])}}
@@ -226,6 +227,131 @@ class ClosedDescriptors(LogTest):
         for pid in pids:
             for descriptor in closed:
                 self.assertEqual(os.readlink(f"/proc/{pid}/fd/{descriptor}"), "/dev/null")
+
+
+class Journal(LogTest):
+    """Standard error is what systemd gives a service: a socket whose numbers are in JOURNAL_STREAM."""
+
+    def test_lines_have_severities_in_place_of_stamps(self):
+        ends = socket.socketpair(socket.AF_UNIX, socket.SOCK_STREAM)
+        reader, writer = (one.detach() for one in ends)
+        self.addCleanup(os.close, writer)
+        journal = Reader(self, reader, writer)
+        about = os.fstat(writer)
+        os.environ["JOURNAL_STREAM"] = f"{about.st_dev}:{about.st_ino}"
+        self.addCleanup(os.environ.pop, "JOURNAL_STREAM")
+        with LoggingService(writer, ALL_LINES) as service:
+            self.check_replaces_workers(service)
+        severities = set()
+        for line in journal.text().splitlines():
+            self.assertRegex(line, r"\A<[2-7]>(?:\d+ \d .*|cimgated: .*)\Z")
+            severities.add(re.match(r"<(\d)>\d+ (\d) ", line).groups())
+        self.assertEqual(severities, {("3", "2"), ("6", "4"), ("7", "5")})
+
+
+class Quiet(LogTest):
+    """What is not written, or only once."""
+
+    def test_good_requests_write_nothing(self):
+        with Service(*sample()) as service:
+            for _ in range(100):
+                self.check_good(service)
+                self.assertEqual(service.get(GOODS).status, 200)
+            self.assertEqual(service.log(), "")
+
+    def test_mistakes_of_clients_are_not_logged_as_failures(self):
+        with Service(*sample()) as service:
+            for target, status in ((f"{BASE}/VexoNone", 404), (f"{BASE}/VexoGood/none", 404), (f"{GOODS}?$top=x", 400),
+                                   (f"{GOODS}?$levels=2", 501), ("/%zz", 400)):
+                self.assertEqual(service.get(target).status, status, target)
+            self.assertNotIn("cimgated: ", service.log())
+
+    def test_expected_lines_are_there_for_who_asks(self):
+        with Service(*sample(), ("--log-level", "2")) as service:
+            self.check_good(service)
+            self.assertIn("Resource not found in RMF", service.log())
+
+    def test_line_that_comes_again_is_told_once_with_its_count(self):
+        times = 30
+        with Service(*sample(), ("--workers", "1")) as service:
+            for _ in range(times):
+                self.assertEqual(service.get(f"{BASE}/VexoGood/none").status, 404)
+            first = service.lines()
+            self.assertEqual([line.partition("] ")[2] for line in first],
+                             ["Rows returned is = 0 for get instance request",
+                              "SQL query on get instance returned 0 rows"])
+            service.stop()
+            callers = [line[line.index("["):] for line in first]
+            self.assertEqual(service.lines()[len(first):], [f"139 2 {one} ({times - 1} more times)" for one in callers])
+
+    def test_verbose_log_counts_nothing(self):
+        with Service(*sample(), ("--log-level", "2", "--workers", "1")) as service:
+            for _ in range(3):
+                self.assertEqual(service.get(f"{BASE}/VexoGood/none").status, 404)
+            self.assertEqual(service.log().count("returned 0 rows"), 3)
+
+    def test_nothing_is_written_at_level_0(self):
+        with Service(*sample(), ("--log-level", "0")) as service:
+            self.assertEqual(service.get(f"{BASE}/VexoGood/none").status, 404)
+            self.check_replaces_workers(service)
+            self.assertEqual(service.log(), "")
+
+
+class Failures(LogTest):
+    """One line for each request that failed says which it was, why it did, and whom to blame."""
+
+    def check_line(self, service, expected):
+        """The front's one line that begins so."""
+        lines = wait_until(lambda: [line for line in service.lines() if expected in line], expected)
+        self.assertEqual(len(lines), 1, lines)
+        return lines[0]
+
+    def test_class_that_is_not_ready(self):
+        mapping, cache = sample()
+        with Service(mapping, dict(cache, ready=["XCIM_Real"])) as service:
+            self.assertEqual(service.get(GOOD).status, 503)
+            self.assertEqual(self.check_line(service, f": GET {GOOD}: "),
+                             f"140 2 cimgated: GET {GOOD}: 503: the class is not ready in the data cache"
+                             " (entry VexoGood, class XCIM_Good)")
+
+    def test_table_that_is_missing(self):
+        mapping, cache = sample()
+        with Service(mapping, dict(cache, ready=["XCIM_Good", "XCIM_Gone"])) as service:
+            pass
+        mapping |= member_entry("VexoGone", "XCIM_Gone", {"A": {"cim_type": "string"}})
+        with Service(mapping, dict(cache, ready=["XCIM_Good", "XCIM_Gone"])) as service:
+            target = f"{BASE}/VexoGone/1"
+            self.assertEqual(service.get(target).status // 100, 5)
+            line = self.check_line(service, f": GET {target}: 5")
+            self.assertIn("SQL", line)
+            self.assertIn("(entry VexoGone, class XCIM_Gone)", line)
+
+    def test_object_manager_that_is_away(self):
+        mapping = member_entry("VexoLive", "XCIM_Live", {"A": {"cim_type": "string"}}, cached=False)
+        with Service(mapping) as service:
+            target = f"{BASE}/VexoLive/1?$select=A"
+            self.assertEqual(service.get(target).status, 503)
+            line = self.check_line(service, f": GET {target}: ")
+            self.assertRegex(line, r": 503: the CIM object manager cannot be reached; .*rc\(.*"
+                                   r"\(entry VexoLive, class XCIM_Live\)\Z")
+
+    def test_end_of_a_worker_is_told_with_its_request_and_what_it_was_at(self):
+        with Service(*sample(), ("--workers", "1")) as service:
+            [worker] = service.workers()
+            spawner = service.spawner()
+            self.assertEqual(service.get(REAL).status, 500)
+            self.assertEqual(self.check_line(service, f": GET {REAL}: "),
+                             f"140 2 cimgated: GET {REAL}: 500: worker {worker} ended at it")
+            line = self.check_line(service, " ended by signal ")
+            self.assertEqual(line, f"140 2 cimgated: spawner {spawner}: worker {worker} ended by signal 6 at GET {REAL}"
+                                   " (entry VexoReal, class XCIM_Real): Unrecognized data type for property A; "
+                                   + CAUSE)
+
+    def test_worker_that_is_killed_between_requests_has_none(self):
+        with Service(*sample(), ("--workers", "1")) as service:
+            self.check_good(service)
+            [worker] = service.kill_workers()
+            self.assertTrue(self.check_line(service, " ended by signal ").endswith(f"worker {worker} ended by signal 9"))
 
 
 class Files(LogTest):

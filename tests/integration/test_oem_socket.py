@@ -7,7 +7,7 @@ import socket
 import stat
 import unittest
 
-from cimgate_host import CIMGATED, await_ends
+from cimgate_host import CIMGATED, await_ends, without_stamps
 from oem_client import BY_ID, TEXT, OemService, OemTest, container_entry, embedded_data, embedded_entry
 from program import run_program
 
@@ -87,7 +87,7 @@ class Socket(OemTest):
         """It gives up with status 1, and says why and how to go on."""
         status, out, log = service.fail()
         self.assertEqual((status, out), (1, ""), log)
-        said = "\n".join(line for line in log.splitlines() if line.startswith("cimgated: "))
+        said = "\n".join(line for line in without_stamps(log) if line.startswith("cimgated: "))
         for hint in (service.endpoint, *hints, OPTION):
             self.assertIn(hint, said)
 

@@ -9,7 +9,7 @@ import unittest
 from pathlib import Path
 
 from cimgate_host import (BASE, REGISTRIES, Service, await_ends, children_of, collection_entry, connect_to,
-                          member_entry, wait_until)
+                          member_entry, wait_until, without_stamps)
 from own_address import own_address
 from program import state_of
 
@@ -51,7 +51,7 @@ class CannotStart(unittest.TestCase):
         status, out, log = service.fail()
         service.discard()
         self.assertEqual((status, out), (1, ""), log)
-        [line] = [line for line in log.splitlines() if line.startswith("cimgated: ")]
+        [line] = [line for line in without_stamps(log) if line.startswith("cimgated: ")]
         for hint in hints:
             self.assertIn(hint, line)
 

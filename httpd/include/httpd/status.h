@@ -29,6 +29,14 @@ constexpr bool hasContent(unsigned int status)
     return status != kNoContent && status != kNotModified;
 }
 
+// Whether it is the server that has failed. It has not where a client asks for what there is not:
+// 501 and 505 say nothing else.
+constexpr bool isServerFailure(unsigned int status)
+{
+    return status >= kInternalServerError && status != kNotImplemented &&
+           status != kHttpVersionNotSupported;
+}
+
 } // namespace httpd
 
 #endif

@@ -75,16 +75,17 @@ void vexoSetThreshold(int severity);
  * is dropped. It is called by whichever thread logs, may itself call vexoPutTextAs(), and must not
  * throw. NULL, which is the default, keeps all.
  */
-typedef int VexoFilter(int severity, int module, const char* text);
+typedef int VexoFilter(int severity, int module,
+                       const char* text); // NOLINT(modernize-use-using): C
 void vexoSetFilter(VexoFilter* filter);
 
 /*
- * What stands in front of each line on standard error.
- *   VEXO_STAMP_NONE  nothing (the default)
- *   VEXO_STAMP_AUTO  where standard error is the stream to the journal that the environment
- * variable JOURNAL_STREAM names, "<N>" with the severity as syslog numbers it, which is how systemd
- * reads it: 2, 3, 4, 6 and 7. Elsewhere time and process: "2026-11-22T08:10:11.123Z [4711] ". Both
- * go by what standard error is at the time of the line; the variable is read by this call.
+ * What stands in front of each line on standard error: nothing (the default), or, with
+ * VEXO_STAMP_AUTO, what goes with whatever standard error is at the time of the line.
+ *
+ * A stream to the journal gets "<N>", the severity as syslog numbers it, which is how systemd reads
+ * it: 2, 3, 4, 6 and 7. It is known by the environment variable JOURNAL_STREAM, which this call
+ * reads. All else gets time and process, "2026-11-22T08:10:11.123Z [4711] ".
  */
 enum VexoStamp { VEXO_STAMP_NONE = 0, VEXO_STAMP_AUTO = 1 };
 void vexoSetStamp(enum VexoStamp stamp);

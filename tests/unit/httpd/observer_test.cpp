@@ -123,7 +123,7 @@ TEST_F(ObserverTest, ClientThatHasGoneGetsNoBytes)
 TEST_F(ObserverTest, AnswerThatIsNotTakenWholeIsToldWithWhatWasSent)
 {
     start();
-    mAnswer.body = std::string(20 * 1024 * 1024, 'x');
+    mAnswer.body = std::string(size_t{20} * 1024 * 1024, 'x');
     HttpClient client = connect();
     client.send(kGet);
     ASSERT_TRUE(hasRequests(1));

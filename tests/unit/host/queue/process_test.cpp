@@ -142,7 +142,7 @@ protected:
         EXPECT_THAT(mErrors->text(),
                     HasSubstr("cimgated: --oem-endpoint " + endpoint() + ": " + problem + "\n"));
         EXPECT_THAT(mErrors->text(),
-                    HasSubstr("cimgated: message-queue endpoint " + std::to_string(process.pid) +
+                    HasSubstr(": message-queue endpoint " + std::to_string(process.pid) +
                               " ended with status 1\n"));
     }
 

@@ -13,7 +13,7 @@ using namespace std::string_literals; // NOLINT(google-build-using-namespace): l
 
 httpd::Response sampleResponse()
 {
-    return {404, {{"Allow", "GET,HEAD"}, {"Link", ""}}, "body\0with\nall\xffkinds"s};
+    return {404, {{"Allow", "GET,HEAD"}, {"Link", ""}}, "body\0with\nall\xffkinds"s, "why"};
 }
 
 bool decodes(const std::string& payload)
@@ -163,7 +163,8 @@ TEST(WorkerMessage, LengthsBeyondThePayloadAreRefused)
         host::WorkerRequest request;
         EXPECT_FALSE(host::decodeRequest(number(0) + number(lie) + "body", request)) << lie;
         EXPECT_FALSE(decodes(number(200) + number(0) + number(lie) + "body")) << lie;
-        EXPECT_FALSE(decodes(number(200) + number(1) + number(lie) + "A" + field("v") + field("")))
+        EXPECT_FALSE(decodes(number(200) + number(1) + number(lie) + "A" + field("v") + field("") +
+                             field("")))
             << lie;
     }
 }
@@ -174,26 +175,28 @@ TEST(WorkerMessage, HeaderCountIsLimited)
     for (uint32_t i = 0; i < host::kMaxAnswerHeaders; ++i) {
         headers += field("N") + field("v");
     }
-    EXPECT_TRUE(decodes(number(200) + number(host::kMaxAnswerHeaders) + headers + field("")));
+    EXPECT_TRUE(
+        decodes(number(200) + number(host::kMaxAnswerHeaders) + headers + field("") + field("")));
     EXPECT_FALSE(decodes(number(200) + number(host::kMaxAnswerHeaders + 1) + headers + field("N") +
-                         field("v") + field("")));
-    EXPECT_FALSE(decodes(number(200) + number(UINT32_MAX) + field("")));
+                         field("v") + field("") + field("")));
+    EXPECT_FALSE(decodes(number(200) + number(UINT32_MAX) + field("") + field("")));
 }
 
 TEST(WorkerMessage, StatusMustBeOneOfAnAnswer)
 {
     for (const uint32_t status : {200U, 404U, 599U}) {
-        EXPECT_TRUE(decodes(number(status) + number(0) + field(""))) << status;
+        EXPECT_TRUE(decodes(number(status) + number(0) + field("") + field(""))) << status;
     }
     for (const uint32_t status : {0U, 100U, 199U, 600U, 1000U, UINT32_MAX}) {
-        EXPECT_FALSE(decodes(number(status) + number(0) + field(""))) << status;
+        EXPECT_FALSE(decodes(number(status) + number(0) + field("") + field(""))) << status;
     }
 }
 
 TEST(WorkerMessage, HeaderTextsMustFitIntoAHeader)
 {
     const auto decodesHeader = [](const std::string& name, const std::string& value) {
-        return decodes(number(200) + number(1) + field(name) + field(value) + field(""));
+        return decodes(number(200) + number(1) + field(name) + field(value) + field("") +
+                       field(""));
     };
     const std::string longest(host::kMaxHeaderTextBytes, 'x');
     EXPECT_TRUE(decodesHeader("Link", longest));
@@ -220,11 +223,18 @@ TEST(WorkerMessage, HeadersOfTheMessageItselfAreRefused)
     }
 }
 
+TEST(WorkerMessage, RemarkIsLimited)
+{
+    const std::string longest(host::kMaxRemarkBytes, 'x');
+    EXPECT_TRUE(decodes(number(200) + number(0) + field("") + field(longest)));
+    EXPECT_FALSE(decodes(number(200) + number(0) + field("") + field(longest + "x")));
+}
+
 TEST(WorkerMessage, BodyWhereHttpHasNoneIsRefused)
 {
     for (const uint32_t status : {204U, 304U}) {
-        EXPECT_TRUE(decodes(number(status) + number(0) + field(""))) << status;
-        EXPECT_FALSE(decodes(number(status) + number(0) + field("x"))) << status;
+        EXPECT_TRUE(decodes(number(status) + number(0) + field("") + field(""))) << status;
+        EXPECT_FALSE(decodes(number(status) + number(0) + field("x") + field(""))) << status;
     }
 }
 

@@ -272,9 +272,11 @@ void becomeJournal()
     {};
     ASSERT_EQ(0, ::fstat(STDERR_FILENO, &about));
     const std::string stream = std::to_string(about.st_dev) + ':' + std::to_string(about.st_ino);
+    // NOLINTBEGIN(concurrency-mt-unsafe): there is one thread
     ASSERT_EQ(0, ::setenv("JOURNAL_STREAM", stream.c_str(), 1));
     vexoSetStamp(VEXO_STAMP_AUTO);
     ASSERT_EQ(0, ::unsetenv("JOURNAL_STREAM"));
+    // NOLINTEND(concurrency-mt-unsafe)
 }
 
 TEST_F(Vexodlog, stampOfAJournalIsTheSeverity)
