@@ -29,14 +29,17 @@ void RequestLog::note(const httpd::Exchange& exchange) noexcept
         if (!exchange.remark.empty()) {
             logFailure(exchange);
         }
-    } catch (const std::bad_alloc&) { // costs a line
+    } catch (const std::bad_alloc&) { // NOLINT(bugprone-empty-catch): costs a line
     }
 }
 
-void RequestLog::noteQueue(const std::string& request, const std::string& remark)
+void RequestLog::noteQueue(const std::string& request, const std::string& remark) noexcept
 {
-    if (!remark.empty()) {
-        log(Severity::Error, request + ": " + remark);
+    try {
+        if (!remark.empty()) {
+            log(Severity::Error, request + ": " + remark);
+        }
+    } catch (const std::bad_alloc&) { // NOLINT(bugprone-empty-catch): costs a line
     }
 }
 

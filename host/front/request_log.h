@@ -18,7 +18,7 @@ public:
     void note(const httpd::Exchange& exchange) noexcept;
 
     // A request of the message queue, by the name that it is watched under.
-    void noteQueue(const std::string& request, const std::string& remark);
+    void noteQueue(const std::string& request, const std::string& remark) noexcept;
 };
 
 } // namespace host
