@@ -102,7 +102,8 @@ inline constexpr std::chrono::seconds kRepeatWindow{60};
 // Lines that are known again. A fault says a handful of things, about some requests.
 inline constexpr size_t kRememberedLines = 64;
 
-// The longest remark that a worker makes of an answer. It is most of a line that a pipe takes whole.
+// The longest remark that a worker makes of an answer. It is most of a line that a pipe takes
+// whole.
 inline constexpr size_t kMaxRemarkBytes = 1024;
 
 // ---- Requests that end workers ----

@@ -32,7 +32,8 @@ public:
         size_t times;
     };
 
-    // Whether a line is to be written now: it has not been within kRepeatWindow. Else it is counted.
+    // Whether a line is to be written now: it has not been within kRepeatWindow. Else it is
+    // counted.
     bool admits(const LogLine& line, TimePoint now);
 
     // What was held back, of windows that are over, or that have given way; of all.
@@ -50,7 +51,7 @@ private:
         size_t held = 0;
     };
 
-    std::deque<Known> mKnown;        // in the order of their first time
+    std::deque<Known> mKnown; // in the order of their first time
     std::vector<HeldBack> mGaveWay;
 };
 

@@ -1,6 +1,6 @@
-// What a worker knows of the request that it is at: what is asked for, whom a failure is to be blamed
-// on, and why. It becomes the remark of an answer that fails, which the front logs, and, where the
-// worker ends instead, the spawner's line.
+// What a worker knows of the request that it is at: what is asked for, whom a failure is to be
+// blamed on, and why. It becomes the remark of an answer that fails, which the front logs, and,
+// where the worker ends instead, the spawner's line.
 #ifndef HOST_WORKER_CURRENT_REQUEST_H_
 #define HOST_WORKER_CURRENT_REQUEST_H_
 
