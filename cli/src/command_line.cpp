@@ -58,7 +58,11 @@ void declareOption(CLI::App& app, const Option& option, const std::string& fullN
         }
         return true;
     };
-    app.add_option(option.name, take)->trigger_on_parse();
+    CLI::Option* const declared = app.add_option(option.name, take);
+    declared->trigger_on_parse();
+    if (option.valueName.empty()) {
+        declared->expected(0);
+    }
 }
 
 void declareQuestion(CLI::App& app, const std::string& names,
@@ -198,6 +202,15 @@ Value text(std::string& target)
         return std::string();
     };
     return {read, target};
+}
+
+Value flag(bool& target)
+{
+    const auto read = [&target](const std::string& value) {
+        target = value == "true"; // what CLI11 gives an option that has no value
+        return std::string(target ? "" : "it takes no value");
+    };
+    return {read};
 }
 
 std::string wantedNumber(const std::string& low, const std::string& high)

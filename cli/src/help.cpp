@@ -90,7 +90,8 @@ std::string entries(const Command& command)
         text += entry(one.name, wordsOf(one.summary));
     }
     for (const Option& option : command.options) {
-        text += entry(option.name + " " + option.valueName, explanationOf(option));
+        const std::string value = option.valueName.empty() ? "" : " " + option.valueName;
+        text += entry(option.name + value, explanationOf(option));
     }
     return text + entry("-h, --help", {"this text"}) +
            entry("--version", {"the program's version"});

@@ -40,7 +40,7 @@ struct Value
 struct Option
 {
     std::string name;      // "--workers"
-    std::string valueName; // "N"
+    std::string valueName; // "N"; empty for a flag, which stands alone
     std::string help;
     Value value;
     std::string fallback = {}; // the default in words, where it is not value.initial
@@ -83,6 +83,9 @@ struct Reading
 
 // An option whose value is taken as it is.
 Value text(std::string& target);
+
+// A flag: the option alone makes it true.
+Value flag(bool& target);
 
 // What number() says of texts that are none.
 std::string wantedNumber(const std::string& low, const std::string& high);

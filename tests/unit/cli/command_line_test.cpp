@@ -20,6 +20,7 @@ struct Bakery
     std::string flour = "wheat";
     unsigned int bakers = 2;
     std::vector<std::string> breads;
+    bool isOpen = false;
     std::string street;
     std::string town;
 };
@@ -42,7 +43,8 @@ cli::Command baking(Bakery& bakery)
             .summary = "Bakes.",
             .options = {{"--flour", "KIND", "of what", cli::text(bakery.flour)},
                         {"--bakers", "N", "by how many", cli::number(bakery.bakers, 1, 64)},
-                        {"--bread", "NAME", "may be repeated", oneMore(bakery.breads)}}};
+                        {"--bread", "NAME", "may be repeated", oneMore(bakery.breads)},
+                        {"--open", "", "sells it too", cli::flag(bakery.isOpen)}}};
 }
 
 Reading reading(Bakery& bakery, const Arguments& arguments)
@@ -76,6 +78,16 @@ std::string printed(const Arguments& arguments)
     const Reading result = reading(bakery, arguments);
     EXPECT_EQ(result.outcome, Reading::Outcome::Print) << result.text;
     return result.text;
+}
+
+TEST(Read, AFlagStandsAlone)
+{
+    EXPECT_FALSE(baked({"--flour", "rye"}).isOpen);
+    const Bakery bakery = baked({"--open", "--flour", "rye"});
+    EXPECT_TRUE(bakery.isOpen);
+    EXPECT_EQ(bakery.flour, "rye");
+    EXPECT_TRUE(baked({"--flour", "rye", "--open"}).isOpen);
+    EXPECT_EQ(problemOf({"--open=no"}), "--open no: it takes no value");
 }
 
 TEST(CommandLine, WhatIsNotGivenStaysAsItIs)

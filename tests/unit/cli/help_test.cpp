@@ -20,6 +20,7 @@ TEST(Help, ListsOptionsWithTheirDefaults)
                      valueWithInitial("/var/lib/bakery/ovens/the-one-behind")},
                     {"--bakers", "N", "by how many", valueWithInitial("2"), "one for each oven"},
                     {"--bread", "NAME", "what", valueWithInitial("")},
+                    {"--open", "", "sells it too", valueWithInitial("")},
                     {"--kind-of-breads-of-old", "NAMES", "what was", valueWithInitial("")}},
         .notes = "Exit status: 0 baked.",
     };
@@ -32,6 +33,7 @@ and asks for some.
                               (default /var/lib/bakery/ovens/the-one-behind)
   --bakers N                  by how many (default: one for each oven)
   --bread NAME                what
+  --open                      sells it too
   --kind-of-breads-of-old NAMES
                               what was
   -h, --help                  this text
