@@ -88,6 +88,11 @@ bool isReal(Type type)
     return type == Type::Real32 || type == Type::Real64;
 }
 
+bool isNumber(Type type)
+{
+    return isUnsigned(type) || isSigned(type) || isReal(type);
+}
+
 bool equalsIgnoreCase(std::string_view a, std::string_view b)
 {
     return a.size() == b.size() && std::equal(a.begin(), a.end(), b.begin(), [](char x, char y) {

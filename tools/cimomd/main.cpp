@@ -26,7 +26,7 @@ int serve(const cimomd::Options& options)
         !methods.load(options.repositoryDirectory, repository, problem)) {
         return complain(problem);
     }
-    cimomd::ObjectManager manager(repository, methods, options.address);
+    cimomd::ObjectManager manager(repository, methods, options.address, options.hasStrictTypes);
     return cimomd::serve(manager, options, problem) ? EXIT_SUCCESS : complain(problem);
 }
 

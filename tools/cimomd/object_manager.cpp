@@ -3,6 +3,7 @@
 #include "cim_status.h"
 #include "message_headers.h"
 #include "operations.h"
+#include "strict_types.h"
 
 #include <algorithm>
 #include <iterator>
@@ -109,7 +110,8 @@ bool ObjectManager::callIntrinsic(const cimxml::IntrinsicRequest& request, std::
                     "the operation " + request.operation + " is not supported");
     }
     NameSpace* const nameSpace = findNameSpace(request.nameSpace, error);
-    if (nameSpace == nullptr) {
+    if (nameSpace == nullptr ||
+        (mHasStrictTypes && !checkTypes(request, nameSpace->classes(), error))) {
         return false;
     }
     OperationCall call{*nameSpace,
@@ -147,7 +149,9 @@ bool ObjectManager::callExtrinsic(const cimxml::ExtrinsicRequest& request, Metho
                                   cimxml::CimError& error)
 {
     NameSpace* const nameSpace = findNameSpace(request.object.nameSpace, error);
-    return nameSpace != nullptr && mMethods.call(*nameSpace, request, result, error);
+    return nameSpace != nullptr &&
+           (!mHasStrictTypes || checkTypes(request, nameSpace->classes(), error)) &&
+           mMethods.call(*nameSpace, request, result, error);
 }
 
 NameSpace* ObjectManager::findNameSpace(const std::string& name, cimxml::CimError& error)

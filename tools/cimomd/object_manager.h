@@ -18,9 +18,11 @@ namespace cimomd {
 class ObjectManager
 {
 public:
-    // All must outlive the object manager. The host stands in object paths.
-    ObjectManager(Repository& repository, Methods& methods, const std::string& host)
-        : mRepository(repository), mMethods(methods), mHost(host)
+    // All must outlive the object manager. The host stands in object paths. With strict types, what
+    // comes with another type than the declared one is refused (strict_types.h).
+    ObjectManager(Repository& repository, Methods& methods, const std::string& host,
+                  bool hasStrictTypes = false)
+        : mRepository(repository), mMethods(methods), mHost(host), mHasStrictTypes(hasStrictTypes)
     {}
 
     // An answer and how long it is to be held back, to play a method that takes its time. What the
@@ -48,6 +50,7 @@ private:
     Repository& mRepository;
     Methods& mMethods;
     const std::string& mHost;
+    bool mHasStrictTypes;
 };
 
 } // namespace cimomd

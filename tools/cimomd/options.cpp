@@ -20,6 +20,10 @@ cli::Command commandLine(Options& options)
                  cli::text(options.repositoryDirectory), "",
                  "it names the directory of the CIM-XML declarations"},
                 cli::listen(options.address, options.port, "it asks nobody for a password, so"),
+                {"--strict-types", "",
+                 "refuse keys, parameters and properties that come with another type than the "
+                 "declared one, instead of converting them",
+                 cli::flag(options.hasStrictTypes)},
             },
         .notes = "Prints \"cimgate-cimomd: listening on URL\" to standard output when it is ready "
                  "and stops on SIGTERM or SIGINT. Exit status: 0 stopped, 1 could not start, 2 "

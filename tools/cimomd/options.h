@@ -14,6 +14,7 @@ struct Options
     std::string address = "127.0.0.1"; // numeric
     uint16_t port = 5988;              // 0 picks a free one
     std::string repositoryDirectory;
+    bool hasStrictTypes = false;
 };
 
 // What cimgate-cimomd takes; reading the command line changes the options.

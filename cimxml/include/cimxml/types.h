@@ -44,6 +44,7 @@ std::optional<Type> typeFromName(std::string_view name); // without case
 bool isUnsigned(Type type); // Uint8 to Uint64
 bool isSigned(Type type);   // Sint8 to Sint64
 bool isReal(Type type);
+bool isNumber(Type type); // one of these
 
 // ASCII letters only: CIM names have no other case.
 bool equalsIgnoreCase(std::string_view a, std::string_view b);

@@ -190,4 +190,24 @@ TEST_F(OperationsTest, MethodsGetTheirInputsInTheDeclaredTypes)
     EXPECT_THAT(invoke("Stop", mFan, true, {waiting}), HasSubstr(code(cimomd::kInvalidParameter)));
 }
 
+TEST_F(OperationsTest, StrictTypesAreRefusedByAManagerThatIsMadeSo)
+{
+    cimomd::ObjectManager strict(mRepository, mMethods, mHost, true);
+    cimxml::ObjectPath fan = mFan;
+    fan.nameSpace = "root/xcim";
+    const cimxml::ExtrinsicRequest stop{
+        "7", "Stop", fan, true, {{"Seconds", cimxml::Value::of(Type::String, std::string("5"))}}};
+    std::chrono::milliseconds delay{0};
+    EXPECT_THAT(mManager.answer(stop, delay), HasSubstr(code(cimomd::kMethodNotAvailable)));
+    EXPECT_THAT(strict.answer(stop, delay),
+                HasSubstr("the parameter Seconds is not of type uint16"));
+    const cimxml::IntrinsicRequest create{
+        "7",
+        "CreateInstance",
+        "root/xcim",
+        {{"NewInstance", sample::instance("Fan", {{"Id", "new"}, {"Speed", "1"}})}}};
+    EXPECT_THAT(strict.answer(create), HasSubstr(code(cimomd::kTypeMismatch)));
+    EXPECT_THAT(mManager.answer(create), HasSubstr("<INSTANCENAME"));
+}
+
 } // namespace
