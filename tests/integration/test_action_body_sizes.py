@@ -25,7 +25,7 @@ class Sizes(unittest.TestCase):
         text = "x" * (MAX_BODY_BYTES - len('{"Text": ""}'))
         answer, requests = self.call(INPUTS, f'{{"Text": "{text}"}}')
         self.assertEqual(answer.status, 200)
-        self.assertEqual(MethodCall(requests[0]).arguments, [("Text", "string", text)])
+        self.assertEqual(MethodCall(requests[0]).arguments, [("Text", None, text)])
 
     def test_longest_array(self):
         count = (MAX_BODY_BYTES - len('{"List": []}')) // 4

@@ -310,8 +310,13 @@ std::vector<cimxml::MethodParameter> messageArguments(CMPIArgs* in)
     const NamedValues& arguments = static_cast<const ArgsObject*>(in)->arguments;
     for (unsigned int i = 0; i < arguments.count; ++i) {
         const NamedValue& argument = arguments.items[i];
-        inputs.push_back(
-            {argument.name, messageValue(argument.data), true, embeddedKind(argument.data.type)});
+        cimxml::Value value = messageValue(argument.data);
+        const cimxml::Embedded embedded = embeddedKind(argument.data.type);
+        // A text may stand for a value of any type. Object managers make one of the declared type
+        // of it, many of them only where no other type is given.
+        const bool hasType =
+            value.type != cimxml::Type::String || embedded != cimxml::Embedded::None;
+        inputs.push_back({argument.name, std::move(value), hasType, embedded});
     }
     return inputs;
 }

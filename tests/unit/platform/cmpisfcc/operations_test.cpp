@@ -32,6 +32,10 @@ constexpr const char* kFan =
     R"(<KEYVALUE VALUETYPE="numeric">3</KEYVALUE></KEYBINDING></INSTANCENAME>)"
     R"(</VALUE.REFERENCE></PROPERTY.REFERENCE></INSTANCE></VALUE.NAMEDINSTANCE>)";
 
+constexpr const char* kNothingReturned =
+    R"(<CIM CIMVERSION="2.0" DTDVERSION="2.0"><MESSAGE ID="4711" PROTOCOLVERSION="1.0"><SIMPLERSP>)"
+    R"(<METHODRESPONSE NAME="Reset"></METHODRESPONSE></SIMPLERSP></MESSAGE></CIM>)";
+
 class ClientOperations : public testing::Test
 {
 protected:
@@ -292,6 +296,45 @@ TEST_F(ClientOperations, MethodsTakeInputsAndGiveOutputs)
     EXPECT_THAT(request(), HasSubstr("CIMMethod: Reset\r\n"));
     EXPECT_THAT(request(), HasSubstr("CIMObject: root%2Fxcim%3AXCIM_Fan.Id%3D%22fan%201%22\r\n"));
     EXPECT_THAT(request(), HasSubstr("PARAMTYPE=\"uint16\""));
+}
+
+TEST_F(ClientOperations, TextsGoWithoutATypeAndAllElseWithIts)
+{
+    mServer.addXml(kNothingReturned);
+    const auto in = own(native_new_CMPIArgs(nullptr));
+    (void)CMAddArg(in.get(), "Chars", const_cast<char*>("1"), CMPI_chars);
+    CMPIValue value = {};
+    const auto text = own(native_new_CMPIString("a<b", nullptr));
+    value.string = text.get();
+    (void)CMAddArg(in.get(), "String", &value, CMPI_string);
+    (void)CMAddArg(in.get(), "Null", nullptr, CMPI_string);
+    const auto texts = own(native_new_CMPIArray(2, CMPI_string, nullptr));
+    (void)CMSetArrayElementAt(texts.get(), 0, &value, CMPI_string);
+    value.array = texts.get();
+    (void)CMAddArg(in.get(), "Strings", &value, CMPI_stringA);
+    const CMPIUint16 number = 5;
+    (void)CMAddArg(in.get(), "Number", &number, CMPI_uint16);
+    const CMPIBoolean truth = 1;
+    (void)CMAddArg(in.get(), "Flag", &truth, CMPI_boolean);
+    value.ref = mPath.get();
+    (void)CMAddArg(in.get(), "Fan", &value, CMPI_ref);
+    (void)ft()->invokeMethod(mClient.get(), mPath.get(), "Reset", in.get(), nullptr, mStatus.out());
+    EXPECT_EQ(mStatus.code(), CMPI_RC_OK) << mStatus.message();
+    const std::string sent = request();
+    const std::size_t begin = sent.find("<PARAMVALUE");
+    EXPECT_EQ(
+        sent.substr(begin, sent.find("</METHODCALL>") - begin),
+        R"(<PARAMVALUE NAME="Chars"><VALUE>1</VALUE></PARAMVALUE>)"
+        R"(<PARAMVALUE NAME="String"><VALUE>a&lt;b</VALUE></PARAMVALUE>)"
+        R"(<PARAMVALUE NAME="Null"></PARAMVALUE>)"
+        R"(<PARAMVALUE NAME="Strings"><VALUE.ARRAY><VALUE>a&lt;b</VALUE><VALUE.NULL/></VALUE.ARRAY>)"
+        R"(</PARAMVALUE>)"
+        R"(<PARAMVALUE NAME="Number" PARAMTYPE="uint16"><VALUE>5</VALUE></PARAMVALUE>)"
+        R"(<PARAMVALUE NAME="Flag" PARAMTYPE="boolean"><VALUE>TRUE</VALUE></PARAMVALUE>)"
+        R"(<PARAMVALUE NAME="Fan" PARAMTYPE="reference"><VALUE.REFERENCE><LOCALINSTANCEPATH>)"
+        R"(<LOCALNAMESPACEPATH><NAMESPACE NAME="root"/><NAMESPACE NAME="xcim"/></LOCALNAMESPACEPATH>)"
+        R"(<INSTANCENAME CLASSNAME="XCIM_Fan"><KEYBINDING NAME="Id"><KEYVALUE VALUETYPE="string">fan 1)"
+        R"(</KEYVALUE></KEYBINDING></INSTANCENAME></LOCALINSTANCEPATH></VALUE.REFERENCE></PARAMVALUE>)");
 }
 
 TEST_F(ClientOperations, ClassesHavePropertiesAndMethods)
