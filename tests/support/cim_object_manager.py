@@ -127,12 +127,13 @@ class ObjectManager(Program):
     """with ObjectManager(files) as manager: asks it at manager.url, "http://127.0.0.1:PORT".
 
     files: file name -> declaration text. port: 0 for a free one. address: own_address() for one that will be started
-    anew on its port, as start() does after kill().
+    anew on its port, as start() does after kill(). strict: whether it takes what it is sent in the declared types only,
+    as other object managers do.
     """
 
     NAME = "cimgate-cimomd"
 
-    def __init__(self, files, port=0, address="127.0.0.1"):
+    def __init__(self, files, port=0, address="127.0.0.1", strict=True):
         super().__init__()
         self.repository = self.directory / "repository"
         self.repository.mkdir()
@@ -140,9 +141,11 @@ class ObjectManager(Program):
             Path(self.repository, name).write_text(text, encoding="utf-8")
         self.address = address
         self.port = port
+        self.strict = strict
 
     def launch(self):
-        self.command = [CIMOMD, "--listen", f"{self.address}:{self.port}", "--repository", str(self.repository)]
+        self.command = [CIMOMD, "--listen", f"{self.address}:{self.port}", "--repository", str(self.repository),
+                        *(["--strict-types"] if self.strict else [])]
         super().launch()
 
     def start(self):

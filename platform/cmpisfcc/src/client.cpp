@@ -1,5 +1,7 @@
 #include "client.h"
 
+#include "message_values.h"
+
 namespace cmpisfcc {
 
 namespace {
@@ -18,6 +20,11 @@ private:
 Result failed(std::string message)
 {
     return {CMPI_RC_ERR_FAILED, std::move(message)};
+}
+
+Result unanswered(std::string message)
+{
+    return {CMPI_RC_ERR_FAILED, std::move(message), false};
 }
 
 Result failedWith(unsigned int code, const std::string& description)
@@ -44,7 +51,7 @@ Result httpFailure(const HttpOutcome& outcome)
 std::optional<Result> failureBeforeBody(const HttpOutcome& outcome)
 {
     if (!outcome.problem.empty()) {
-        return failed(outcome.problem);
+        return unanswered(outcome.problem);
     }
     if (outcome.cimStatusCode) {
         return failedWith(*outcome.cimStatusCode, outcome.cimStatusDescription);
@@ -88,20 +95,83 @@ Client::Client(const Endpoint& endpoint, const std::optional<Credentials>& crede
     ft = const_cast<CMCIClientFT*>(&kTable);
 }
 
-Result Client::call(const cimxml::IntrinsicRequest& request, bool isRepeatable, Answer& answer)
+Result Client::call(cimxml::IntrinsicRequest& request, bool isRepeatable, Answer& answer)
+{
+    Result result = settleKeys(request);
+    if (!result.failed()) {
+        result = send(request, isRepeatable, answer);
+    }
+    if (result.code == CMPI_RC_ERR_NOT_FOUND) {
+        mKeyTypes.doubt();
+    }
+    return result;
+}
+
+Result Client::call(cimxml::ExtrinsicRequest& request, Answer& answer)
+{
+    Result result = settleKeys(request);
+    if (!result.failed()) {
+        const std::string body = cimxml::encodeRequest(request);
+        const std::string object =
+            request.object.nameSpace + ":" + cimxml::pathText(request.object);
+        result = exchange(
+            {HttpTransport::escape(request.method), HttpTransport::escape(object), body, false},
+            answer);
+    }
+    if (result.code == CMPI_RC_ERR_NOT_FOUND) {
+        mKeyTypes.doubt();
+    }
+    return result;
+}
+
+Result Client::send(const cimxml::IntrinsicRequest& request, bool isRepeatable, Answer& answer)
 {
     const std::string body = cimxml::encodeRequest(request);
     return exchange(
         {request.operation, HttpTransport::escape(request.nameSpace), body, isRepeatable}, answer);
 }
 
-Result Client::call(const cimxml::ExtrinsicRequest& request, Answer& answer)
+// Fails only where the object manager does not answer.
+template <typename Request>
+Result Client::settleKeys(Request& request)
 {
-    const std::string body = cimxml::encodeRequest(request);
-    const std::string object = request.object.nameSpace + ":" + cimxml::pathText(request.object);
-    return exchange(
-        {HttpTransport::escape(request.method), HttpTransport::escape(object), body, false},
-        answer);
+    Result result;
+    const auto fetch = [&](const std::string& nameSpace, const std::string& className) {
+        return fetchTypes(nameSpace, className, result);
+    };
+    return mKeyTypes.settle(request, fetch) ? Result() : result;
+}
+
+KeyTypes::Fetched Client::fetchTypes(const std::string& nameSpace, const std::string& className,
+                                     Result& result)
+{
+    using Outcome = KeyTypes::Fetched::Outcome;
+    const std::string no = "FALSE";
+    Answer answer(Returns::Classes, nullptr);
+    result = send({kMessageId,
+                   "GetClass",
+                   nameSpace,
+                   {{"ClassName", cimxml::ClassName{className}},
+                    {"LocalOnly", no}, // keys are inherited
+                    {"IncludeQualifiers", no},
+                    {"IncludeClassOrigin", no}}},
+                  true, answer);
+    if (!result.wasAnswered) {
+        return {Outcome::NoAnswer};
+    }
+    const Owned<ClassObject> cls(result.failed() ? nullptr : answer.takeFirst<ClassObject>());
+    if (cls == nullptr) {
+        return {Outcome::NoClass};
+    }
+    KeyTypes::Fetched fetched{Outcome::Class};
+    for (unsigned int i = 0; i < cls->properties.count; ++i) {
+        const NamedValue& property = cls->properties.items[i];
+        const auto type = messageType(property.data.type);
+        if (type && (*type == cimxml::Type::Boolean || cimxml::isNumber(*type))) {
+            fetched.types.emplace_back(property.name, *type);
+        }
+    }
+    return fetched;
 }
 
 Result Client::exchange(const HttpRequest& request, Answer& answer)

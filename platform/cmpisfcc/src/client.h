@@ -4,6 +4,7 @@
 
 #include "answer.h"
 #include "http_transport.h"
+#include "key_types.h"
 
 #include <CimClientLib/cmci.h>
 #include <cimxml/request.h>
@@ -19,10 +20,14 @@ struct Result
 {
     CMPIrc code = CMPI_RC_OK;
     std::string message;
+    // Whether the object manager said anything, be it that it cannot.
+    bool wasAnswered = true;
 
     [[nodiscard]] bool failed() const { return code != CMPI_RC_OK; }
     [[nodiscard]] CMPIStatus status() const;
 };
+
+constexpr const char* kMessageId = "4711"; // of all requests
 
 class Client : public CMCIClient
 {
@@ -37,14 +42,20 @@ public:
     static const CMCIClientFT kTable;
     static Client& of(CMCIClient* client) { return *static_cast<Client*>(client); }
 
-    // Carries an operation out; what it returns goes to the answer.
-    Result call(const cimxml::IntrinsicRequest& request, bool isRepeatable, Answer& answer);
-    Result call(const cimxml::ExtrinsicRequest& request, Answer& answer);
+    // Carries an operation out; what it returns goes to the answer. The keys in the request get
+    // their types first.
+    Result call(cimxml::IntrinsicRequest& request, bool isRepeatable, Answer& answer);
+    Result call(cimxml::ExtrinsicRequest& request, Answer& answer);
 
     // Whether the object manager can be reached: an empty text, or why not.
     std::string probe() { return mTransport.probe(); }
 
 private:
+    template <typename Request>
+    Result settleKeys(Request& request);
+    KeyTypes::Fetched fetchTypes(const std::string& nameSpace, const std::string& className,
+                                 Result& result);
+    Result send(const cimxml::IntrinsicRequest& request, bool isRepeatable, Answer& answer);
     Result exchange(const HttpRequest& request, Answer& answer);
     Result resultOf(const HttpOutcome& outcome, Answer& answer);
 
@@ -54,6 +65,7 @@ private:
     std::optional<Credentials> mCredentials;
     std::string mPort;
     HttpTransport mTransport;
+    KeyTypes mKeyTypes;
     std::optional<cimxml::ResponseReader> mReader;
 };
 

@@ -4,15 +4,10 @@
 
 #include <cimxml/objects.h>
 
-#include <optional>
-
 namespace cmpisfcc {
-
-namespace {
 
 using cimxml::Type;
 
-// Embedded objects are strings that hold XML.
 std::optional<Type> messageType(CMPIType element)
 {
     switch (element) {
@@ -52,6 +47,8 @@ std::optional<Type> messageType(CMPIType element)
         return std::nullopt;
     }
 }
+
+namespace {
 
 cimxml::Scalar messageScalar(const CMPIData& data, Type type)
 {

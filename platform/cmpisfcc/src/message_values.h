@@ -6,8 +6,13 @@
 
 #include <cimxml/request.h>
 
+#include <optional>
+
 namespace cmpisfcc {
 
+// The type that values of this one (no array) travel as: embedded objects are strings that hold
+// XML. Nothing where it has no place in CIM-XML.
+std::optional<cimxml::Type> messageType(CMPIType element);
 // Null where a value's type has no place in CIM-XML.
 cimxml::Value messageValue(const CMPIData& data);
 // Whether the value travels as the text of an embedded object.

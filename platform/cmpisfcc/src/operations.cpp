@@ -11,8 +11,6 @@ namespace cmpisfcc {
 
 namespace {
 
-constexpr const char* kMessageId = "4711";
-
 std::string booleanText(bool isSet)
 {
     return isSet ? "TRUE" : "FALSE";
@@ -117,19 +115,19 @@ public:
         return *this;
     }
 
-    Result run(CMCIClient* client, Answer& answer) const
+    Result run(CMCIClient* client, Answer& answer)
     {
         return Client::of(client).call(mRequest, mIsRepeatable, answer);
     }
 
-    CMPIEnumeration* enumerate(CMCIClient* client, Returns returns, CMPIStatus* rc) const
+    CMPIEnumeration* enumerate(CMCIClient* client, Returns returns, CMPIStatus* rc)
     {
         Answer answer(returns, mPath);
         return succeeded(run(client, answer), rc) ? answer.takeEnumeration() : nullptr;
     }
 
     template <typename Object>
-    Object* fetch(CMCIClient* client, Returns returns, CMPIStatus* rc) const
+    Object* fetch(CMCIClient* client, Returns returns, CMPIStatus* rc)
     {
         Answer answer(returns, mPath);
         if (!succeeded(run(client, answer), rc)) {
@@ -142,7 +140,7 @@ public:
         return object;
     }
 
-    CMPIStatus change(CMCIClient* client) const
+    CMPIStatus change(CMCIClient* client)
     {
         Answer answer(Returns::Nothing, mPath);
         return run(client, answer).status();

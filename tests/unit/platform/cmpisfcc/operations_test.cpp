@@ -337,6 +337,93 @@ TEST_F(ClientOperations, TextsGoWithoutATypeAndAllElseWithIts)
         R"(</KEYVALUE></KEYBINDING></INSTANCENAME></LOCALINSTANCEPATH></VALUE.REFERENCE></PARAMVALUE>)");
 }
 
+constexpr const char* kNumberedFan =
+    R"(<CLASS NAME="XCIM_Fan"><PROPERTY NAME="No" TYPE="uint32"/>)"
+    R"(<PROPERTY NAME="On" TYPE="boolean"/><PROPERTY NAME="Name" TYPE="string"/></CLASS>)";
+constexpr const char* kFoundFan =
+    R"(<INSTANCE CLASSNAME="XCIM_Fan"><PROPERTY NAME="No" TYPE="uint32">)"
+    R"(<VALUE>2</VALUE></PROPERTY></INSTANCE>)";
+
+Owner<CMPIObjectPath> numberedFan()
+{
+    auto path = own(newCMPIObjectPath("root/xcim", "XCIM_Fan", nullptr));
+    (void)CMAddKey(path.get(), "No", const_cast<char*>("2"), CMPI_chars);
+    (void)CMAddKey(path.get(), "On", const_cast<char*>("true"), CMPI_chars);
+    (void)CMAddKey(path.get(), "Name", const_cast<char*>("3"), CMPI_chars);
+    return path;
+}
+
+constexpr const char* kTypedKeys =
+    R"(<INSTANCENAME CLASSNAME="XCIM_Fan">)"
+    R"(<KEYBINDING NAME="No"><KEYVALUE VALUETYPE="numeric">2</KEYVALUE></KEYBINDING>)"
+    R"(<KEYBINDING NAME="On"><KEYVALUE VALUETYPE="boolean">TRUE</KEYVALUE></KEYBINDING>)"
+    R"(<KEYBINDING NAME="Name"><KEYVALUE VALUETYPE="string">3</KEYVALUE></KEYBINDING></INSTANCENAME>)";
+constexpr const char* kTextKeys =
+    R"(<INSTANCENAME CLASSNAME="XCIM_Fan">)"
+    R"(<KEYBINDING NAME="No"><KEYVALUE VALUETYPE="string">2</KEYVALUE></KEYBINDING>)"
+    R"(<KEYBINDING NAME="On"><KEYVALUE VALUETYPE="string">true</KEYVALUE></KEYBINDING>)"
+    R"(<KEYBINDING NAME="Name"><KEYVALUE VALUETYPE="string">3</KEYVALUE></KEYBINDING></INSTANCENAME>)";
+
+TEST_F(ClientOperations, KeysGoWithTheTypesOfTheirClassWhichIsAskedForOnce)
+{
+    mServer.addXml(CannedServer::returning("GetClass", kNumberedFan));
+    mServer.addXml(CannedServer::returning("GetInstance", kFoundFan));
+    mServer.addXml(CannedServer::returning("GetInstance", kFoundFan));
+    const auto path = numberedFan();
+    for (int i = 0; i < 2; ++i) {
+        const auto fan =
+            own(ft()->getInstance(mClient.get(), path.get(), 0, nullptr, mStatus.out()));
+        ASSERT_NE(fan, nullptr) << mStatus.message();
+        EXPECT_EQ(CMGetProperty(fan.get(), "No", nullptr).type, CMPI_uint32);
+    }
+    ASSERT_EQ(mServer.requests().size(), 3U);
+    EXPECT_THAT(request(),
+                HasSubstr(R"(<IMETHODCALL NAME="GetClass"><LOCALNAMESPACEPATH><NAMESPACE )"
+                          R"(NAME="root"/><NAMESPACE NAME="xcim"/></LOCALNAMESPACEPATH>)"
+                          R"(<IPARAMVALUE NAME="ClassName"><CLASSNAME NAME="XCIM_Fan"/>)"
+                          R"(</IPARAMVALUE><IPARAMVALUE NAME="LocalOnly"><VALUE>FALSE)"));
+    EXPECT_THAT(mServer.requests().at(1), HasSubstr(kTypedKeys));
+    EXPECT_THAT(mServer.requests().at(2), HasSubstr(kTypedKeys));
+}
+
+TEST_F(ClientOperations, MethodsAndTheirReferencesGoWithTypedKeysToo)
+{
+    mServer.addXml(CannedServer::returning("GetClass", kNumberedFan));
+    mServer.addXml(kNothingReturned);
+    const auto path = numberedFan();
+    const auto in = own(native_new_CMPIArgs(nullptr));
+    CMPIValue value = {};
+    value.ref = path.get();
+    (void)CMAddArg(in.get(), "Fan", &value, CMPI_ref);
+    (void)ft()->invokeMethod(mClient.get(), mPath.get(), "Reset", in.get(), nullptr, mStatus.out());
+    EXPECT_EQ(mStatus.code(), CMPI_RC_OK) << mStatus.message();
+    ASSERT_EQ(mServer.requests().size(), 2U);
+    EXPECT_THAT(mServer.requests().at(1), HasSubstr(kTypedKeys));
+}
+
+TEST_F(ClientOperations, WithoutTheClassKeysAreTexts)
+{
+    mServer.addXml(CannedServer::message("GetClass", "<ERROR CODE=\"6\"/>"));
+    for (int i = 0; i < 2; ++i) {
+        mServer.addXml(CannedServer::returning("GetInstance", kFoundFan));
+        const auto fan =
+            own(ft()->getInstance(mClient.get(), numberedFan().get(), 0, nullptr, mStatus.out()));
+        ASSERT_NE(fan, nullptr) << mStatus.message();
+        EXPECT_THAT(mServer.requests().back(), HasSubstr(kTextKeys));
+    }
+    EXPECT_EQ(mServer.requests().size(), 3U);
+}
+
+TEST_F(ClientOperations, WhereTheClassGetsNoAnswerNothingElseIsSent)
+{
+    mServer.add({"", CannedServer::Reply::Then::Close});
+    (void)ft()->invokeMethod(mClient.get(), numberedFan().get(), "Reset", nullptr, nullptr,
+                             mStatus.out());
+    EXPECT_EQ(mStatus.code(), CMPI_RC_ERR_FAILED);
+    EXPECT_NE(mStatus.message(), "(none)");
+    EXPECT_EQ(mServer.requests().size(), 1U);
+}
+
 TEST_F(ClientOperations, ClassesHavePropertiesAndMethods)
 {
     mServer.addXml(CannedServer::returning(
