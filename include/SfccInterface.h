@@ -44,7 +44,7 @@ public:
                              const std::string& nameSpace, const std::string& query);
 
     // Fetches one instance. keys is an object of key name and value (or null: no key); all values
-    // are sent as strings, which object managers convert to the declared types. The caller releases
+    // are handed over as strings; the client gives them their declared types. The caller releases
     // *out, which is null after a failure. Aborts without a connection and on a null class.
     int GetInstance(CMPIInstance** out, const Json::Value& keys, const char* className,
                     const std::string& nameSpace);

@@ -139,6 +139,7 @@ PropertyView::PropertyView(pugi::xml_node node)
             mValue = child;
             break;
         }
+        mHasQualifiers = mHasQualifiers || child.name()[0] == 'Q';
     }
     readAttributes();
 }
@@ -153,6 +154,8 @@ void PropertyView::readAttributes()
             mName = one.value();
         } else if (attribute == "TYPE" && !isReference) {
             mType = typeFromName(one.value()).value_or(Type::String);
+        } else if (attribute[0] == 'E') {
+            mEmbedded = embeddedOf(mNode);
         }
     }
 }
@@ -170,11 +173,6 @@ ViewRange<ElementView> PropertyView::elements() const
 ObjectPathView PropertyView::reference() const
 {
     return ObjectPathView(firstElement(mValue));
-}
-
-Embedded PropertyView::embedded() const
-{
-    return embeddedOf(mNode);
 }
 
 std::string_view PropertyView::classOrigin() const
@@ -195,6 +193,11 @@ bool PropertyView::propagated() const
 std::string_view InstanceView::className() const
 {
     return mNode.attribute("CLASSNAME").value();
+}
+
+bool InstanceView::hasQualifiers() const
+{
+    return isNamed(firstElement(mNode), "QUALIFIER");
 }
 
 ViewRange<PropertyView> InstanceView::properties() const

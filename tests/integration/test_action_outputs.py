@@ -85,10 +85,13 @@ class Values(Outputs):
     def test_single_character_is_left_out(self):
         self.check_types([("char16", "x", {})])
 
-    def test_embedded_instance_is_its_xml(self):
-        output = parameter("A", "string", '<INSTANCE CLASSNAME="XCIM_A"/>')
+    def test_embedded_object_is_left_out(self):
+        for xml in ('<INSTANCE CLASSNAME="XCIM_A"/>', '<CLASS NAME="XCIM_A"/>'):
+            one = parameter("A", "string", xml).replace("PARAMTYPE", 'EmbeddedObject="object" PARAMTYPE')
+            many = parameter("L", "string", [xml, None]).replace("PARAMTYPE", 'EmbeddedObject="object" PARAMTYPE')
+            self.check({"L": [0, None], "L@odata.count": 2}, one, many)
         self.check({"A": '<INSTANCE CLASSNAME="XCIM_A"/>'},
-                   output.replace("PARAMTYPE", 'EmbeddedObject="instance" PARAMTYPE'))
+                   parameter("A", "string", '<INSTANCE CLASSNAME="XCIM_A"/>'))
 
     def test_null_of_every_type(self):
         self.check_types((cim_type, None, {"A": None}) for cim_type in (

@@ -139,7 +139,8 @@ public:
     std::string_view text() const;           // of a scalar that is not null
     ViewRange<ElementView> elements() const; // of an array that is not null
     ObjectPathView reference() const;        // of a reference that is not null
-    Embedded embedded() const;
+    Embedded embedded() const { return mEmbedded; }
+    bool hasQualifiers() const { return mHasQualifiers; }
     std::string_view classOrigin() const;
     std::string_view referenceClass() const;
     bool propagated() const;
@@ -153,6 +154,8 @@ private:
     std::string_view mName;
     Type mType = Type::Reference;
     bool mIsArray = false;
+    bool mHasQualifiers = false;
+    Embedded mEmbedded = Embedded::None;
 };
 
 // INSTANCE.
@@ -163,6 +166,8 @@ public:
 
     std::string_view className() const;
     ViewRange<PropertyView> properties() const;
+    // Its own, which come before its properties.
+    bool hasQualifiers() const;
     pugi::xml_node node() const { return mNode; }
 
 private:

@@ -1,5 +1,6 @@
 #include "answer.h"
 
+#include "object_reading.h"
 #include "value_reading.h"
 
 #include <cstring>
@@ -177,14 +178,16 @@ bool Answer::readProperty(const cimxml::PropertyView& view, CMPIData& data)
         data = CMPIData{interfaceType(type, isArray), CMPI_nullValue, CMPIValue{}};
         return true;
     }
-    if (isArray) {
-        return readArray(view, data);
-    }
-    if (type == cimxml::Type::Reference) {
+    if (type == cimxml::Type::Reference && !isArray) {
         return readReference(view.reference(), data);
     }
-    const std::string_view text = view.text();
-    return readText(type, text, data) || refuseValue(view.name(), text, type);
+    if (isArray ? !readArray(view, data) : !readText(type, view.text(), data)) {
+        return isArray ? false : refuseValue(view.name(), view.text(), type);
+    }
+    if (view.embedded() != cimxml::Embedded::None) {
+        data = withEmbedded(arena(), data);
+    }
+    return true;
 }
 
 // Keys come first. A property of a key's name says more than the path does (its type), unless it
@@ -193,6 +196,7 @@ bool Answer::addProperties(const cimxml::InstanceView& view, InstanceObject& ins
 {
     NamedValues& properties = instance.properties;
     const unsigned int keyCount = properties.count;
+    bool hasQualifiers = view.hasQualifiers();
     for (const cimxml::PropertyView property : view.properties()) {
         CMPIData data = {};
         if (!readProperty(property, data)) {
@@ -204,7 +208,19 @@ bool Answer::addProperties(const cimxml::InstanceView& view, InstanceObject& ins
         } else {
             properties.append(arena(), intern(name, properties.count), data);
         }
+        hasQualifiers = hasQualifiers || property.hasQualifiers();
     }
+    return !hasQualifiers || addQualifiers(view, instance);
+}
+
+bool Answer::addQualifiers(const cimxml::InstanceView& view, InstanceObject& instance)
+{
+    cimxml::Instance whole;
+    std::string problem;
+    if (!cimxml::toInstance(view, whole, problem)) {
+        return refuse(problem);
+    }
+    instance.qualifiers = qualifiersFrom(arena(), whole.qualifiers, whole.properties);
     return true;
 }
 
@@ -259,36 +275,13 @@ bool Answer::onClassName(std::string_view name)
     return append(CMPI_ref, value);
 }
 
-void Answer::addDefaults(const cimxml::Class& cls, ClassObject& object)
-{
-    for (const cimxml::Property& property : cls.properties) {
-        object.properties.append(arena(), arena().copy(property.name),
-                                 dataFrom(arena(), property.value));
-    }
-}
-
 bool Answer::onClass(const cimxml::Class& cls, const cimxml::ObjectPathView& /*path*/)
 {
     if (!expect(Returns::Classes)) {
         return false;
     }
-    auto* object = makeObject<ClassObject>(&arena());
-    object->className = arena().copy(cls.name);
-    addDefaults(cls, *object);
-    object->methods = arena().createArray<MethodDeclaration>(cls.methods.size());
-    for (const cimxml::Method& method : cls.methods) {
-        MethodDeclaration& declaration = object->methods[object->methodCount++];
-        declaration.name = arena().copy(method.name);
-        declaration.returnType =
-            method.returnType ? interfaceType(*method.returnType, false) : CMPIType{CMPI_null};
-        for (const cimxml::Parameter& parameter : method.parameters) {
-            declaration.parameters.append(arena(), arena().copy(parameter.name),
-                                          CMPIData{interfaceType(parameter.type, parameter.isArray),
-                                                   CMPI_nullValue, CMPIValue{}});
-        }
-    }
     CMPIValue value = {};
-    value.cls = object;
+    value.cls = classFrom(arena(), cls);
     return append(CMPI_class, value);
 }
 
@@ -306,13 +299,14 @@ bool Answer::onReturnValue(const cimxml::MethodParameter& value)
     if (!expect(Returns::Method)) {
         return false;
     }
-    mValue = dataFrom(arena(), value.value);
+    mValue = dataFrom(arena(), value.value, value.embedded);
     return true;
 }
 
 bool Answer::onOutput(const cimxml::MethodParameter& output)
 {
-    mOutputs.append(arena(), arena().copy(output.name), dataFrom(arena(), output.value));
+    mOutputs.append(arena(), arena().copy(output.name),
+                    dataFrom(arena(), output.value, output.embedded));
     return true;
 }
 

@@ -59,12 +59,12 @@ private:
     const char* nameSpaceOf(const cimxml::ObjectPathView& path);
     bool addKeys(const cimxml::ObjectPathView& path, NamedValues& keys);
     bool addProperties(const cimxml::InstanceView& view, InstanceObject& instance);
+    bool addQualifiers(const cimxml::InstanceView& view, InstanceObject& instance);
     bool readProperty(const cimxml::PropertyView& view, CMPIData& data);
     bool readArray(const cimxml::PropertyView& view, CMPIData& data);
     bool readPath(const cimxml::ObjectPathView& view, PathObject*& path);
     bool readReference(const cimxml::ObjectPathView& view, CMPIData& data);
     bool readText(cimxml::Type type, std::string_view text, CMPIData& data);
-    void addDefaults(const cimxml::Class& cls, ClassObject& object);
     Arena& arena() { return *mEnumeration->arena; }
 
     Returns mReturns;

@@ -89,8 +89,44 @@ unsigned int getMethodParameterCount(CMPIConstClass* cls, const char* methodName
     return method->parameters.count;
 }
 
+CMPIData getMethodQualifier(CMPIConstClass* cls, const char* methodName, const char* name,
+                            CMPIStatus* rc)
+{
+    const MethodDeclaration* method = findMethod(self(cls), methodName);
+    if (method == nullptr) {
+        fail(rc, CMPI_RC_ERR_METHOD_NOT_FOUND);
+        return noData(CMPI_nullValue);
+    }
+    return getQualifierOf(method->qualifiers, name, rc);
+}
+
+CMPIData getMethodQualifierAt(CMPIConstClass* cls, const char* methodName, unsigned int index,
+                              CMPIString** name, CMPIStatus* rc)
+{
+    if (name != nullptr) {
+        *name = nullptr;
+    }
+    const MethodDeclaration* method = findMethod(self(cls), methodName);
+    if (method == nullptr) {
+        fail(rc, CMPI_RC_ERR_METHOD_NOT_FOUND);
+        return noData(CMPI_nullValue);
+    }
+    return method->qualifiers.getAt(index, name, rc);
+}
+
+unsigned int getMethodQualifierCount(CMPIConstClass* cls, const char* methodName, CMPIStatus* rc)
+{
+    const MethodDeclaration* method = findMethod(self(cls), methodName);
+    if (method == nullptr) {
+        fail(rc, CMPI_RC_ERR_METHOD_NOT_FOUND);
+        return 0;
+    }
+    succeed(rc);
+    return method->qualifiers.count;
+}
+
 using Properties = Reading<ClassObject, &ClassObject::properties>;
-using Qualifiers = NoQualifiers<CMPIConstClass, CMPI_RC_ERR_NO_SUCH_PROPERTY>;
+using ClassQualifiers = ReadingQualifiers<ClassObject>;
 
 } // namespace
 
@@ -99,13 +135,16 @@ ClassObject* copyClass(const CMPIConstClass* cls, Arena* arena)
     const auto& source = *static_cast<const ClassObject*>(cls);
     Owned<ClassObject> copy = makeOwned<ClassObject>(arena);
     copy->className = copy->arena->copy(source.className);
+    copy->xml = copy->arena->copy(source.xml);
+    copy->qualifiers = copyQualifiers(source.qualifiers, *copy->arena);
     copy->properties = source.properties.copyInto(*copy->arena);
     copy->methods = copy->arena->createArray<MethodDeclaration>(source.methodCount);
     copy->methodCount = source.methodCount;
     for (unsigned int i = 0; i < source.methodCount; ++i) {
         const MethodDeclaration& method = source.methods[i];
         copy->methods[i] = MethodDeclaration{copy->arena->copy(method.name), method.returnType,
-                                             method.parameters.copyInto(*copy->arena)};
+                                             method.parameters.copyInto(*copy->arena),
+                                             method.qualifiers.copyInto(*copy->arena)};
     }
     return copy.release();
 }
@@ -118,21 +157,21 @@ constexpr CMPIConstClassFT ClassObject::kTable = {
     Guarded<Properties::get>::call,
     Guarded<Properties::getAt>::call,
     Guarded<Properties::count>::call,
-    Guarded<Qualifiers::get>::call,
-    Guarded<Qualifiers::getAt>::call,
-    Guarded<Qualifiers::count>::call,
-    Guarded<Qualifiers::getOfMember>::call,
-    Guarded<Qualifiers::getOfMemberAt>::call,
-    Guarded<Qualifiers::countOfMember>::call,
+    Guarded<ClassQualifiers::get>::call,
+    Guarded<ClassQualifiers::getAt>::call,
+    Guarded<ClassQualifiers::count>::call,
+    Guarded<ClassQualifiers::getOfProperty>::call,
+    Guarded<ClassQualifiers::getOfPropertyAt>::call,
+    Guarded<ClassQualifiers::countOfProperty>::call,
     Guarded<getMethod>::call,
     Guarded<getMethodAt>::call,
     Guarded<getMethodCount>::call,
     Guarded<getMethodParameter>::call,
     Guarded<getMethodParameterAt>::call,
     Guarded<getMethodParameterCount>::call,
-    Guarded<Qualifiers::getOfMember>::call,
-    Guarded<Qualifiers::getOfMemberAt>::call,
-    Guarded<Qualifiers::countOfMember>::call,
+    Guarded<getMethodQualifier>::call,
+    Guarded<getMethodQualifierAt>::call,
+    Guarded<getMethodQualifierCount>::call,
 };
 
 } // namespace cmpisfcc

@@ -108,7 +108,7 @@ CMPIInstance* makeInstance(CMPIObjectPath* path, CMPIStatus* rc)
 }
 
 using Properties = Reading<InstanceObject, &InstanceObject::properties>;
-using Qualifiers = NoQualifiers<CMPIInstance, CMPI_RC_ERR_NO_SUCH_PROPERTY>;
+using InstanceQualifiers = ReadingQualifiers<InstanceObject>;
 
 } // namespace
 
@@ -118,6 +118,7 @@ InstanceObject* copyInstance(const CMPIInstance* instance, Arena* arena)
     Owned<InstanceObject> copy = makeOwned<InstanceObject>(arena);
     static_cast<Place&>(*copy) = source.Place::copyInto(*copy->arena);
     copy->properties = source.properties.copyInto(*copy->arena);
+    copy->qualifiers = copyQualifiers(source.qualifiers, *copy->arena);
     return copy.release();
 }
 
@@ -131,12 +132,12 @@ constexpr CMPIInstanceFT InstanceObject::kTable = {
     Guarded<setProperty>::call,
     Guarded<getObjectPath>::call,
     Guarded<setPropertyFilter>::call,
-    Guarded<Qualifiers::get>::call,
-    Guarded<Qualifiers::getAt>::call,
-    Guarded<Qualifiers::count>::call,
-    Guarded<Qualifiers::getOfMember>::call,
-    Guarded<Qualifiers::getOfMemberAt>::call,
-    Guarded<Qualifiers::countOfMember>::call,
+    Guarded<InstanceQualifiers::get>::call,
+    Guarded<InstanceQualifiers::getAt>::call,
+    Guarded<InstanceQualifiers::count>::call,
+    Guarded<InstanceQualifiers::getOfProperty>::call,
+    Guarded<InstanceQualifiers::getOfPropertyAt>::call,
+    Guarded<InstanceQualifiers::countOfProperty>::call,
 };
 
 } // namespace cmpisfcc

@@ -42,6 +42,7 @@ std::optional<Type> messageType(CMPIType element)
     case CMPI_string:
     case CMPI_chars:
     case CMPI_instance:
+    case CMPI_class:
         return Type::String;
     default:
         return std::nullopt;
@@ -60,6 +61,10 @@ cimxml::Scalar messageScalar(const CMPIData& data, Type type)
     }
     if (data.type == CMPI_instance) {
         return cimxml::encodeInstance(messageInstance(data.value.inst));
+    }
+    if (data.type == CMPI_class) {
+        const char* xml = static_cast<const ClassObject*>(data.value.cls)->xml;
+        return xml == nullptr ? cimxml::Scalar() : cimxml::Scalar(std::string(xml));
     }
     // Our own text of a number is one that reads back.
     auto scalar = cimxml::parseScalar(type, textOf(data.type, data.value));
@@ -81,8 +86,14 @@ cimxml::Value messageArray(const CMPIArray* array, Type type)
 
 cimxml::Embedded embeddedKind(CMPIType type)
 {
-    return (type & ~CMPI_ARRAY) == CMPI_instance ? cimxml::Embedded::Instance
-                                                 : cimxml::Embedded::None;
+    switch (type & ~CMPI_ARRAY) {
+    case CMPI_instance:
+        return cimxml::Embedded::Instance;
+    case CMPI_class:
+        return cimxml::Embedded::Object;
+    default:
+        return cimxml::Embedded::None;
+    }
 }
 
 cimxml::Value messageValue(const CMPIData& data)

@@ -101,4 +101,30 @@ CMPIData NamedValues::getAt(unsigned int index, CMPIString** name, CMPIStatus* r
     return items[index].data;
 }
 
+const NamedValues* Qualifiers::find(const char* member) const
+{
+    const MemberQualifiers* begin = members;
+    const MemberQualifiers* end = begin + memberCount;
+    const MemberQualifiers* found = std::find_if(
+        begin, end, [member](const auto& one) { return sameName(one.member, member); });
+    return found == end ? nullptr : &found->qualifiers;
+}
+
+const Qualifiers* copyQualifiers(const Qualifiers* qualifiers, Arena& arena)
+{
+    if (qualifiers == nullptr) {
+        return nullptr;
+    }
+    auto* copy = arena.create<Qualifiers>();
+    copy->own = qualifiers->own.copyInto(arena);
+    copy->members = arena.createArray<MemberQualifiers>(qualifiers->memberCount);
+    copy->memberCount = qualifiers->memberCount;
+    std::transform(
+        qualifiers->members, qualifiers->members + qualifiers->memberCount, copy->members,
+        [&arena](const MemberQualifiers& one) {
+            return MemberQualifiers{arena.copy(one.member), one.qualifiers.copyInto(arena)};
+        });
+    return copy;
+}
+
 } // namespace cmpisfcc

@@ -120,8 +120,31 @@ CMPIObjectPath* makePath(const char* nameSpace, const char* className, CMPIStatu
     return path.release();
 }
 
+// A path knows nothing of its class but the name.
+CMPIData noQualifier(CMPIStatus* rc)
+{
+    fail(rc, CMPI_RC_ERR_NOT_SUPPORTED);
+    return noData(CMPI_nullValue | CMPI_notFound);
+}
+
+CMPIData getClassQualifier(CMPIObjectPath* /*path*/, const char* /*name*/, CMPIStatus* rc)
+{
+    return noQualifier(rc);
+}
+
+CMPIData getMemberQualifier(CMPIObjectPath* /*path*/, const char* /*member*/, const char* /*name*/,
+                            CMPIStatus* rc)
+{
+    return noQualifier(rc);
+}
+
+CMPIData getParameterQualifier(CMPIObjectPath* /*path*/, const char* /*method*/,
+                               const char* /*parameter*/, const char* /*name*/, CMPIStatus* rc)
+{
+    return noQualifier(rc);
+}
+
 using Keys = Reading<PathObject, &PathObject::keys>;
-using Qualifiers = NoQualifiers<CMPIObjectPath, CMPI_RC_ERR_NOT_SUPPORTED>;
 
 } // namespace
 
@@ -150,10 +173,10 @@ constexpr CMPIObjectPathFT PathObject::kTable = {
     Guarded<Keys::count>::call,
     Guarded<setNameSpaceFromObjectPath>::call,
     Guarded<setHostAndNameSpaceFromObjectPath>::call,
-    Guarded<Qualifiers::get>::call,
-    Guarded<Qualifiers::getOfMember>::call,
-    Guarded<Qualifiers::getOfMember>::call,
-    Guarded<Qualifiers::getOfPart>::call,
+    Guarded<getClassQualifier>::call,
+    Guarded<getMemberQualifier>::call,
+    Guarded<getMemberQualifier>::call,
+    Guarded<getParameterQualifier>::call,
     Guarded<toString>::call,
 };
 

@@ -43,6 +43,27 @@ struct NamedValues
     CMPIData getAt(unsigned int index, CMPIString** name, CMPIStatus* rc) const;
 };
 
+// The qualifiers of a member: a property.
+struct MemberQualifiers
+{
+    const char* member;
+    NamedValues qualifiers;
+};
+
+// The qualifiers of an object and of its properties. Objects have none, as a rule: they come with a
+// class, and with instances only when they are asked for.
+struct Qualifiers
+{
+    NamedValues own;
+    MemberQualifiers* members; // those properties that have any
+    unsigned int memberCount;
+
+    [[nodiscard]] const NamedValues* find(const char* member) const;
+};
+
+// Deep copy; null stays null.
+const Qualifiers* copyQualifiers(const Qualifiers* qualifiers, Arena& arena);
+
 template <typename Interface>
 struct Held : Interface
 {
@@ -79,7 +100,8 @@ struct InstanceObject : Held<CMPIInstance>, Place
     static constexpr std::size_t kFirstBytes = 1000;
     static const CMPIInstanceFT kTable;
     NamedValues properties;
-    const char* const* filter; // names that may be set, ends with null; null: all
+    const Qualifiers* qualifiers; // null for none
+    const char* const* filter;    // names that may be set, ends with null; null: all
 };
 
 struct ArgsObject : Held<CMPIArgs>
@@ -126,6 +148,7 @@ struct MethodDeclaration
     const char* name;
     CMPIType returnType;
     NamedValues parameters; // null values of the parameters' types
+    NamedValues qualifiers;
 };
 
 struct ClassObject : Held<CMPIConstClass>
@@ -134,7 +157,9 @@ struct ClassObject : Held<CMPIConstClass>
     static constexpr std::size_t kFirstBytes = 2000;
     static const CMPIConstClassFT kTable;
     const char* className;
+    const char* xml; // that an embedded class came as, to be sent as; null for others
     NamedValues properties;
+    const Qualifiers* qualifiers; // null for none
     MethodDeclaration* methods;
     unsigned int methodCount;
 };

@@ -41,47 +41,81 @@ private:
     }
 };
 
-// Answers carry no qualifiers here, so an object has none, nor has a member of it (a property, a
-// method), nor a part of a member (a parameter).
-template <typename Public, CMPIrc kCode>
-struct NoQualifiers
+// What the get functions of tables answer for qualifiers. One that is not found by its name is a
+// general failure.
+inline CMPIData getQualifierOf(const NamedValues& qualifiers, const char* name, CMPIStatus* rc)
 {
-    static CMPIData get(Public* /*object*/, const char* /*name*/, CMPIStatus* rc)
-    {
-        fail(rc, kCode);
-        return noData(CMPI_nullValue | CMPI_notFound);
+    const NamedValue* found = qualifiers.find(name);
+    if (found == nullptr) {
+        fail(rc, CMPI_RC_ERR_FAILED);
+        return noData(CMPI_nullValue);
     }
-    static CMPIData getAt(Public* object, unsigned int /*index*/, CMPIString** name, CMPIStatus* rc)
+    succeed(rc);
+    return found->data;
+}
+
+inline constexpr NamedValues kNoValues = {};
+
+// The qualifiers of an object, and of its properties.
+template <typename Object>
+struct ReadingQualifiers
+{
+    using Public = typename Object::Public;
+
+    static CMPIData get(Public* object, const char* name, CMPIStatus* rc)
+    {
+        return getQualifierOf(own(object), name, rc);
+    }
+    static CMPIData getAt(Public* object, unsigned int index, CMPIString** name, CMPIStatus* rc)
+    {
+        return own(object).getAt(index, name, rc);
+    }
+    static unsigned int count(Public* object, CMPIStatus* rc)
+    {
+        succeed(rc);
+        return own(object).count;
+    }
+
+    static CMPIData getOfProperty(Public* object, const char* property, const char* name,
+                                  CMPIStatus* rc)
+    {
+        const NamedValues* qualifiers = ofProperty(object, property, rc);
+        return qualifiers == nullptr ? noData(CMPI_nullValue)
+                                     : getQualifierOf(*qualifiers, name, rc);
+    }
+    static CMPIData getOfPropertyAt(Public* object, const char* property, unsigned int index,
+                                    CMPIString** name, CMPIStatus* rc)
     {
         if (name != nullptr) {
             *name = nullptr;
         }
-        return get(object, nullptr, rc);
+        const NamedValues* qualifiers = ofProperty(object, property, rc);
+        return qualifiers == nullptr ? noData(CMPI_nullValue) : qualifiers->getAt(index, name, rc);
     }
-    static unsigned int count(Public* /*object*/, CMPIStatus* rc)
+    static unsigned int countOfProperty(Public* object, const char* property, CMPIStatus* rc)
     {
-        succeed(rc);
-        return 0;
+        const NamedValues* qualifiers = ofProperty(object, property, rc);
+        return qualifiers == nullptr ? 0 : qualifiers->count;
     }
 
-    static CMPIData getOfMember(Public* object, const char* /*member*/, const char* name,
-                                CMPIStatus* rc)
+private:
+    static const NamedValues& own(Public* object)
     {
-        return get(object, name, rc);
+        const Qualifiers* qualifiers = static_cast<const Object*>(object)->qualifiers;
+        return qualifiers == nullptr ? kNoValues : qualifiers->own;
     }
-    static CMPIData getOfMemberAt(Public* object, const char* /*member*/, unsigned int index,
-                                  CMPIString** name, CMPIStatus* rc)
+    // Null where there is no such property.
+    static const NamedValues* ofProperty(Public* object, const char* property, CMPIStatus* rc)
     {
-        return getAt(object, index, name, rc);
-    }
-    static unsigned int countOfMember(Public* object, const char* /*member*/, CMPIStatus* rc)
-    {
-        return count(object, rc);
-    }
-    static CMPIData getOfPart(Public* object, const char* /*member*/, const char* /*part*/,
-                              const char* name, CMPIStatus* rc)
-    {
-        return get(object, name, rc);
+        const auto& self = *static_cast<const Object*>(object);
+        if (self.properties.find(property) == nullptr) {
+            fail(rc, CMPI_RC_ERR_NO_SUCH_PROPERTY);
+            return nullptr;
+        }
+        succeed(rc);
+        const NamedValues* found =
+            self.qualifiers == nullptr ? nullptr : self.qualifiers->find(property);
+        return found == nullptr ? &kNoValues : found;
     }
 };
 

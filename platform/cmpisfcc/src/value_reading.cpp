@@ -234,6 +234,10 @@ CMPIData ownedCopy(const CMPIData& data)
         copy.value.dateTime = copyDateTime(data.value.dateTime, nullptr);
     } else if (data.type == CMPI_ref) {
         copy.value.ref = copyPath(data.value.ref, nullptr);
+    } else if (data.type == CMPI_instance) {
+        copy.value.inst = copyInstance(data.value.inst, nullptr);
+    } else if (data.type == CMPI_class) {
+        copy.value.cls = copyClass(data.value.cls, nullptr);
     }
     return copy;
 }

@@ -55,6 +55,12 @@ public:
         case CMPI_ref:
             releaseAny(data.value.ref);
             break;
+        case CMPI_instance:
+            releaseAny(data.value.inst);
+            break;
+        case CMPI_class:
+            releaseAny(data.value.cls);
+            break;
         case CMPI_chars:
             std::free(data.value.chars); // NOLINT(cppcoreguidelines-no-malloc): made by strdup
             break;

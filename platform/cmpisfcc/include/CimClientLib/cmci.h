@@ -51,6 +51,11 @@ typedef struct _CMCIClientData
  * error, an answer that is no valid CIM-XML or too long;
  * - CMPI_RC_ERR_ACCESS_DENIED for user names and passwords that are refused.
  * After such a failure the client remains usable: the next operation connects anew.
+ *
+ * Keys may be texts whatever their types: where one may stand for a number or a boolean, its class
+ * is asked for, once for each client, and the key goes with the declared type.
+ *
+ * Embedded objects come as instances and classes (CMPI_instance, CMPI_class).
  */
 typedef struct _CMCIClientFT
 {
@@ -88,8 +93,9 @@ typedef struct _CMCIClientFT
                                    CMPIStatus* rc);
     CMPIEnumeration* (*referenceNames)(CMCIClient* mb, CMPIObjectPath* op, const char* resultClass,
                                        const char* role, CMPIStatus* rc);
-    /* Output arguments are added to `out`. `in` and `out` may be NULL. A returned text or path
-       belongs to the caller. */
+    /* Output arguments are added to `out`. `in` and `out` may be NULL. A returned value that is an
+       object belongs to the caller. Texts of `in`, and arrays of them, go without a type, so that
+       the object manager makes values of the declared ones of them. */
     CMPIData (*invokeMethod)(CMCIClient* mb, CMPIObjectPath* op, const char* method, CMPIArgs* in,
                              CMPIArgs* out, CMPIStatus* rc);
     CMPIStatus (*setProperty)(CMCIClient* mb, CMPIObjectPath* op, const char* name,

@@ -123,7 +123,7 @@ typedef struct _CMPIObjectPathFT
     unsigned int (*getKeyCount)(CMPIObjectPath* op, CMPIStatus* rc);
     CMPIStatus (*setNameSpaceFromObjectPath)(CMPIObjectPath* op, CMPIObjectPath* src);
     CMPIStatus (*setHostAndNameSpaceFromObjectPath)(CMPIObjectPath* op, CMPIObjectPath* src);
-    /* Qualifiers are not kept: CMPI_RC_ERR_NOT_SUPPORTED. */
+    /* A path knows no qualifiers, its class does: CMPI_RC_ERR_NOT_SUPPORTED. */
     CMPIData (*getClassQualifier)(CMPIObjectPath* op, const char* qName, CMPIStatus* rc);
     CMPIData (*getPropertyQualifier)(CMPIObjectPath* op, const char* pName, const char* qName,
                                      CMPIStatus* rc);
@@ -160,7 +160,9 @@ typedef struct _CMPIInstanceFT
     /* Properties that are in neither list are not accepted by setProperty from here on; it answers
        success and stores nothing. A NULL property list lifts the filter. */
     CMPIStatus (*setPropertyFilter)(CMPIInstance* inst, char** propertyList, char** keys);
-    /* Qualifiers are not kept: none is found, and the counts are 0. */
+    /* Qualifiers come where they were asked for (CMPI_FLAG_IncludeQualifiers). One that is not found
+       is of type and state null: by its name with CMPI_RC_ERR_FAILED, by its number, or where there
+       is no such property, with CMPI_RC_ERR_NO_SUCH_PROPERTY. */
     CMPIData (*getQualifier)(CMPIInstance* inst, const char* qName, CMPIStatus* rc);
     CMPIData (*getQualifierAt)(CMPIInstance* inst, unsigned int index, CMPIString** name,
                                CMPIStatus* rc);
@@ -197,7 +199,11 @@ struct _CMPIArgs
     CMPIArgsFT* ft;
 };
 
-/* A class declaration: its properties with their defaults, its methods. Qualifiers are not kept. */
+/*
+ * A class declaration: its properties with their defaults, its methods, and the qualifiers of all
+ * these, which are as those of an instance; CMPI_RC_ERR_METHOD_NOT_FOUND where there is no such
+ * method.
+ */
 typedef struct _CMPIConstClassFT
 {
     int ftVersion;

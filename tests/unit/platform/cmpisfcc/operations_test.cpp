@@ -447,6 +447,223 @@ TEST_F(ClientOperations, ClassesHavePropertiesAndMethods)
     EXPECT_EQ(mStatus.code(), CMPI_RC_ERR_METHOD_NOT_FOUND);
 }
 
+// ---- Qualifiers
+
+constexpr const char* kQualified =
+    R"(<CLASS NAME="XCIM_Fan"><QUALIFIER NAME="Version" TYPE="string"><VALUE>1.2</VALUE></QUALIFIER>)"
+    R"(<QUALIFIER NAME="Association" TYPE="boolean"><VALUE>FALSE</VALUE></QUALIFIER>)"
+    R"(<PROPERTY NAME="Id" TYPE="string"><QUALIFIER NAME="Key" TYPE="boolean"><VALUE>TRUE</VALUE></QUALIFIER>)"
+    R"(<QUALIFIER NAME="MaxLen" TYPE="uint32"><VALUE>64</VALUE></QUALIFIER></PROPERTY>)"
+    R"(<PROPERTY.ARRAY NAME="States" TYPE="uint16"><QUALIFIER NAME="ValueMap" TYPE="string"><VALUE.ARRAY>)"
+    R"(<VALUE>0</VALUE><VALUE>1</VALUE></VALUE.ARRAY></QUALIFIER></PROPERTY.ARRAY>)"
+    R"(<PROPERTY NAME="Speed" TYPE="uint8"/>)"
+    R"(<METHOD NAME="Reset" TYPE="uint32"><QUALIFIER NAME="Static" TYPE="boolean"><VALUE>TRUE</VALUE></QUALIFIER>)"
+    R"(<PARAMETER NAME="Delay" TYPE="uint16"/></METHOD><METHOD NAME="Stop" TYPE="uint32"/></CLASS>)";
+
+class ClassQualifiers : public ClientOperations
+{
+protected:
+    // A clone, since what is handed out first is the answer itself.
+    void SetUp() override
+    {
+        mServer.addXml(CannedServer::returning("GetClass", kQualified));
+        const auto cls = own(ft()->getClass(mClient.get(), mPath.get(), CMPI_FLAG_IncludeQualifiers,
+                                            nullptr, mStatus.out()));
+        ASSERT_NE(cls, nullptr) << mStatus.message();
+        mClass = own(CMClone(cls.get(), nullptr));
+    }
+    // As SFCC tells that there is none.
+    void expectNone(const CMPIData& data, int code)
+    {
+        EXPECT_EQ(mStatus.code(), code);
+        EXPECT_EQ(data.type, CMPI_null);
+        EXPECT_EQ(data.state, CMPI_nullValue);
+    }
+    CMPIConstClassFT& of() { return *mClass->ft; }
+
+    Owner<CMPIConstClass> mClass;
+};
+
+TEST_F(ClassQualifiers, AreKeptOnTheClass)
+{
+    EXPECT_THAT(request(), HasSubstr(R"("IncludeQualifiers"><VALUE>TRUE</VALUE>)"));
+    EXPECT_EQ(textOf(of().getQualifier(mClass.get(), "VERSION", mStatus.out())), "1.2");
+    EXPECT_EQ(mStatus.code(), CMPI_RC_OK);
+    EXPECT_EQ(of().getQualifierCount(mClass.get(), mStatus.out()), 2U);
+    CMPIString* name = nullptr;
+    const CMPIData second = of().getQualifierAt(mClass.get(), 1, &name, mStatus.out());
+    EXPECT_EQ(second.type, CMPI_boolean);
+    EXPECT_EQ(second.state, CMPI_goodValue);
+    EXPECT_EQ(second.value.boolean, 0);
+    EXPECT_EQ(taken(name), "Association");
+}
+
+TEST_F(ClassQualifiers, AreKeptOnProperties)
+{
+    const CMPIData key = of().getPropertyQualifier(mClass.get(), "id", "key", mStatus.out());
+    EXPECT_EQ(mStatus.code(), CMPI_RC_OK);
+    EXPECT_EQ(key.type, CMPI_boolean);
+    EXPECT_EQ(key.value.boolean, 1);
+    EXPECT_EQ(of().getPropertyQualifierCount(mClass.get(), "Id", mStatus.out()), 2U);
+    CMPIString* name = nullptr;
+    EXPECT_EQ(of().getPropertyQualifierAt(mClass.get(), "Id", 1, &name, mStatus.out()).value.uint32,
+              64U);
+    EXPECT_EQ(taken(name), "MaxLen");
+    const CMPIData map =
+        of().getPropertyQualifier(mClass.get(), "States", "ValueMap", mStatus.out());
+    ASSERT_EQ(map.type, CMPI_stringA);
+    EXPECT_EQ(textOf(CMGetArrayElementAt(map.value.array, 1, nullptr)), "1");
+    EXPECT_EQ(of().getPropertyQualifierCount(mClass.get(), "Speed", mStatus.out()), 0U);
+    EXPECT_EQ(mStatus.code(), CMPI_RC_OK);
+}
+
+TEST_F(ClassQualifiers, AreKeptOnMethods)
+{
+    const CMPIData found = of().getMethodQualifier(mClass.get(), "reset", "static", mStatus.out());
+    EXPECT_EQ(found.value.boolean, 1);
+    EXPECT_EQ(of().getMethodQualifierCount(mClass.get(), "Reset", mStatus.out()), 1U);
+    CMPIString* name = nullptr;
+    (void)of().getMethodQualifierAt(mClass.get(), "Reset", 0, &name, mStatus.out());
+    EXPECT_EQ(taken(name), "Static");
+    EXPECT_EQ(of().getMethodQualifierCount(mClass.get(), "Stop", mStatus.out()), 0U);
+}
+
+TEST_F(ClassQualifiers, ThatAreMissingHaveTheStateOfNull)
+{
+    CMPIConstClass* cls = mClass.get();
+    CMPIString* name = nullptr;
+    expectNone(of().getQualifier(cls, "None", mStatus.out()), CMPI_RC_ERR_FAILED);
+    expectNone(of().getQualifierAt(cls, 2, &name, mStatus.out()), CMPI_RC_ERR_NO_SUCH_PROPERTY);
+    expectNone(of().getPropertyQualifier(cls, "Speed", "Key", mStatus.out()), CMPI_RC_ERR_FAILED);
+    expectNone(of().getPropertyQualifierAt(cls, "Id", 2, &name, mStatus.out()),
+               CMPI_RC_ERR_NO_SUCH_PROPERTY);
+    expectNone(of().getMethodQualifier(cls, "Reset", "None", mStatus.out()), CMPI_RC_ERR_FAILED);
+    expectNone(of().getMethodQualifierAt(cls, "Reset", 1, &name, mStatus.out()),
+               CMPI_RC_ERR_NO_SUCH_PROPERTY);
+    EXPECT_EQ(name, nullptr);
+}
+
+TEST_F(ClassQualifiers, OfMembersThatAreMissingSayWhichMember)
+{
+    CMPIConstClass* cls = mClass.get();
+    expectNone(of().getPropertyQualifier(cls, "None", "Key", mStatus.out()),
+               CMPI_RC_ERR_NO_SUCH_PROPERTY);
+    expectNone(of().getPropertyQualifierAt(cls, "None", 0, nullptr, mStatus.out()),
+               CMPI_RC_ERR_NO_SUCH_PROPERTY);
+    EXPECT_EQ(of().getPropertyQualifierCount(cls, "None", mStatus.out()), 0U);
+    EXPECT_EQ(mStatus.code(), CMPI_RC_ERR_NO_SUCH_PROPERTY);
+    expectNone(of().getMethodQualifier(cls, "None", "Q", mStatus.out()),
+               CMPI_RC_ERR_METHOD_NOT_FOUND);
+    expectNone(of().getMethodQualifierAt(cls, "None", 0, nullptr, mStatus.out()),
+               CMPI_RC_ERR_METHOD_NOT_FOUND);
+    EXPECT_EQ(of().getMethodQualifierCount(cls, "None", mStatus.out()), 0U);
+    EXPECT_EQ(mStatus.code(), CMPI_RC_ERR_METHOD_NOT_FOUND);
+}
+
+TEST_F(ClientOperations, InstancesKeepTheirQualifiersToo)
+{
+    mServer.addXml(CannedServer::returning(
+        "GetInstance",
+        R"(<INSTANCE CLASSNAME="XCIM_Fan"><QUALIFIER NAME="Q" TYPE="uint8"><VALUE>1</VALUE></QUALIFIER>)"
+        R"(<PROPERTY NAME="Speed" TYPE="uint8"><QUALIFIER NAME="Units" TYPE="string"><VALUE>rpm</VALUE>)"
+        R"(</QUALIFIER><VALUE>5</VALUE></PROPERTY></INSTANCE>)"));
+    const auto fan = own(ft()->getInstance(mClient.get(), mPath.get(), CMPI_FLAG_IncludeQualifiers,
+                                           nullptr, mStatus.out()));
+    ASSERT_NE(fan, nullptr) << mStatus.message();
+    const auto clone = own(CMClone(fan.get(), nullptr));
+    EXPECT_EQ(clone->ft->getQualifier(clone.get(), "q", mStatus.out()).value.uint8, 1);
+    EXPECT_EQ(clone->ft->getQualifierCount(clone.get(), mStatus.out()), 1U);
+    CMPIString* name = nullptr;
+    EXPECT_EQ(
+        textOf(clone->ft->getPropertyQualifierAt(clone.get(), "Speed", 0, &name, mStatus.out())),
+        "rpm");
+    EXPECT_EQ(taken(name), "Units");
+    EXPECT_EQ(CMGetProperty(clone.get(), "Speed", nullptr).value.uint8, 5);
+}
+
+// ---- Embedded objects
+
+constexpr const char* kEmbeddedFan =
+    R"(<VALUE>&lt;INSTANCE CLASSNAME="XCIM_Fan"&gt;&lt;PROPERTY NAME="Speed" TYPE="uint8"&gt;)"
+    R"(&lt;VALUE&gt;5&lt;/VALUE&gt;&lt;/PROPERTY&gt;&lt;/INSTANCE&gt;</VALUE>)";
+constexpr const char* kEmbeddedClass =
+    R"(<VALUE><![CDATA[<CLASS NAME="XCIM_Fan"><PROPERTY NAME="Speed" TYPE="uint8"/></CLASS>]]></VALUE>)";
+
+TEST_F(ClientOperations, EmbeddedObjectsOfPropertiesAreInstancesAndClasses)
+{
+    mServer.addXml(CannedServer::returning(
+        "GetInstance",
+        std::string(R"(<INSTANCE CLASSNAME="XCIM_Event">)") +
+            R"(<PROPERTY NAME="Source" TYPE="string" EmbeddedObject="instance">)" + kEmbeddedFan +
+            R"(</PROPERTY><PROPERTY NAME="Kind" TYPE="string" EMBEDDEDOBJECT="object">)" +
+            kEmbeddedClass +
+            R"(</PROPERTY><PROPERTY.ARRAY NAME="All" TYPE="string" EmbeddedObject="object"><VALUE.ARRAY>)" +
+            kEmbeddedFan + "<VALUE.NULL/>" +
+            R"(</VALUE.ARRAY></PROPERTY.ARRAY><PROPERTY NAME="None" TYPE="string" EmbeddedObject="object"/>)"
+            R"(<PROPERTY NAME="Text" TYPE="string">)" +
+            kEmbeddedFan +
+            R"(</PROPERTY><PROPERTY NAME="Odd" TYPE="string" EmbeddedObject="instance"><VALUE>odd</VALUE>)"
+            R"(</PROPERTY></INSTANCE>)"));
+    const auto event =
+        own(ft()->getInstance(mClient.get(), mPath.get(), 0, nullptr, mStatus.out()));
+    ASSERT_NE(event, nullptr) << mStatus.message();
+    const auto clone = own(CMClone(event.get(), nullptr));
+    const auto value = [&clone](const char* name) {
+        return CMGetProperty(clone.get(), name, nullptr);
+    };
+    ASSERT_EQ(value("Source").type, CMPI_instance);
+    EXPECT_EQ(value("Source").state, CMPI_goodValue);
+    EXPECT_EQ(CMGetProperty(value("Source").value.inst, "Speed", nullptr).value.uint8, 5);
+    ASSERT_EQ(value("Kind").type, CMPI_class);
+    EXPECT_EQ(taken(value("Kind").value.cls->ft->getClassName(value("Kind").value.cls, nullptr)),
+              "XCIM_Fan");
+    ASSERT_EQ(value("All").type, CMPI_instanceA);
+    EXPECT_EQ(CMGetArrayType(value("All").value.array, nullptr), CMPI_instance);
+    const CMPIData first = CMGetArrayElementAt(value("All").value.array, 0, nullptr);
+    EXPECT_EQ(CMGetProperty(first.value.inst, "Speed", nullptr).value.uint8, 5);
+    EXPECT_TRUE(CMIsNullValue(CMGetArrayElementAt(value("All").value.array, 1, nullptr)));
+    EXPECT_TRUE(CMIsNullValue(value("None")));
+    EXPECT_THAT(textOf(value("Text")), HasSubstr("<INSTANCE CLASSNAME=")); // nobody says it is one
+    EXPECT_EQ(textOf(value("Odd")), "odd");
+
+    mServer.addXml(CannedServer::message("ModifyInstance", ""));
+    const Status changed(ft()->setInstance(mClient.get(), mPath.get(), event.get(), 0, nullptr));
+    EXPECT_EQ(changed.code(), CMPI_RC_OK);
+    EXPECT_THAT(
+        mServer.requests().back(),
+        HasSubstr(R"(<PROPERTY NAME="Source" TYPE="string" EmbeddedObject="instance"><VALUE>)"
+                  R"(&lt;INSTANCE CLASSNAME=&quot;XCIM_Fan&quot;&gt;)"));
+    EXPECT_THAT(mServer.requests().back(),
+                HasSubstr(R"(<PROPERTY NAME="Kind" TYPE="string" EmbeddedObject="object"><VALUE>)"
+                          R"(&lt;CLASS NAME=&quot;XCIM_Fan&quot;&gt;)"));
+}
+
+TEST_F(ClientOperations, EmbeddedObjectsOfMethodsAreInstances)
+{
+    mServer.addXml(
+        std::string(
+            R"(<CIM CIMVERSION="2.0" DTDVERSION="2.0"><MESSAGE ID="4711" PROTOCOLVERSION="1.0"><SIMPLERSP>)"
+            R"(<METHODRESPONSE NAME="Ask"><RETURNVALUE PARAMTYPE="string" EmbeddedObject="instance">)") +
+        kEmbeddedFan + R"(</RETURNVALUE><PARAMVALUE NAME="One" PARAMTYPE="instance">)" +
+        kEmbeddedFan +
+        R"(</PARAMVALUE><PARAMVALUE NAME="All" PARAMTYPE="string" EmbeddedObject="instance"><VALUE.ARRAY>)" +
+        kEmbeddedFan + "</VALUE.ARRAY></PARAMVALUE></METHODRESPONSE></SIMPLERSP></MESSAGE></CIM>");
+    const auto out = own(native_new_CMPIArgs(nullptr));
+    const CMPIData returned =
+        ft()->invokeMethod(mClient.get(), mPath.get(), "Ask", nullptr, out.get(), mStatus.out());
+    EXPECT_EQ(mStatus.code(), CMPI_RC_OK) << mStatus.message();
+    ASSERT_EQ(returned.type, CMPI_instance);
+    const auto fan = own(returned.value.inst);
+    EXPECT_EQ(CMGetProperty(fan.get(), "Speed", nullptr).value.uint8, 5);
+    ASSERT_EQ(CMGetArg(out.get(), "One", nullptr).type, CMPI_instance);
+    EXPECT_EQ(
+        CMGetProperty(CMGetArg(out.get(), "One", nullptr).value.inst, "Speed", nullptr).value.uint8,
+        5);
+    const CMPIData all = CMGetArg(out.get(), "All", nullptr);
+    ASSERT_EQ(all.type, CMPI_instanceA);
+    EXPECT_EQ(CMGetArrayCount(all.value.array, nullptr), 1U);
+}
+
 TEST_F(ClientOperations, ClassNamesAreReferences)
 {
     mServer.addXml(
