@@ -160,9 +160,9 @@ typedef struct _CMPIInstanceFT
     /* Properties that are in neither list are not accepted by setProperty from here on; it answers
        success and stores nothing. A NULL property list lifts the filter. */
     CMPIStatus (*setPropertyFilter)(CMPIInstance* inst, char** propertyList, char** keys);
-    /* Qualifiers come where they were asked for (CMPI_FLAG_IncludeQualifiers). One that is not found
-       is of type and state null: by its name with CMPI_RC_ERR_FAILED, by its number, or where there
-       is no such property, with CMPI_RC_ERR_NO_SUCH_PROPERTY. */
+    /* Qualifiers come where they were asked for (CMPI_FLAG_IncludeQualifiers). One that is not
+       found is of type and state null: by its name with CMPI_RC_ERR_FAILED, by its number, or where
+       there is no such property, with CMPI_RC_ERR_NO_SUCH_PROPERTY. */
     CMPIData (*getQualifier)(CMPIInstance* inst, const char* qName, CMPIStatus* rc);
     CMPIData (*getQualifierAt)(CMPIInstance* inst, unsigned int index, CMPIString** name,
                                CMPIStatus* rc);
