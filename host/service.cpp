@@ -38,7 +38,7 @@ int runService(const Options& options, const httpd::Limits& limits)
 {
     std::string problem;
     applyOptions(options);
-    if (!options.cimUrl.empty() && !directCimTo(options.cimUrl, problem)) {
+    if (!directCimTo(options.cimUrl, problem)) {
         return complain(problem, cli::kWrongUsage);
     }
     (void)std::signal(SIGPIPE, SIG_IGN);

@@ -1,7 +1,8 @@
 #include "worker/cim_session.h"
 
-#include <CimClientLib/cimgate_local.h>
 #include <dlfcn.h>
+
+#include <cstdlib>
 
 namespace host {
 
@@ -9,6 +10,15 @@ namespace {
 
 // Who asks, for the object manager's log; the local one lets root in without a password.
 constexpr const char* kUser = "root";
+
+// The one function that only the bundled CIM client has (CimClientLib/cimgate_local.h). It is
+// looked up, since the library of that name on a controller may be another one.
+using SetLocalUrl = int(const char* url);
+
+SetLocalUrl* findSetLocalUrl()
+{
+    return reinterpret_cast<SetLocalUrl*>(dlsym(RTLD_DEFAULT, "cimgate_cmpisfcc_set_local_url"));
+}
 
 } // namespace
 
@@ -20,11 +30,18 @@ bool CimSession::renew()
     return mSession->Connect() == CMPI_RC_OK;
 }
 
-// Looked up, since the library of that name on a controller may be another one.
 bool directCimTo(const std::string& url, std::string& problem)
 {
-    auto* const direct = reinterpret_cast<cimgate_cmpisfcc_set_local_url_fn*>(
-        dlsym(RTLD_DEFAULT, "cimgate_cmpisfcc_set_local_url"));
+    SetLocalUrl* const direct = findSetLocalUrl();
+    if (direct == nullptr) {
+        // SFCC goes by the environment alone. It would speak HTTP, to a host of the name that means
+        // the local object manager, and would not miss one that is away.
+        (void)::setenv("SFCC_CLIENT", "SfcbLocal",
+                       0); // NOLINT(concurrency-mt-unsafe): no threads yet
+    }
+    if (url.empty()) {
+        return true;
+    }
     if (direct == nullptr) {
         problem = "--cim " + url +
                   ": the CIM client library in use reaches the controller's own object manager "

@@ -27,8 +27,9 @@ private:
     std::optional<SfccSession> mSession; // never empty
 };
 
-// Directs this process, and those that it forks, to the object manager at url instead of the local
-// one. To be called before anything connects. Returns false with the cause in problem.
+// Directs this process, and those that it forks, to the object manager at url or, where that is
+// empty, to the local one. To be called before there are threads and before anything connects.
+// Returns false with the cause in problem.
 bool directCimTo(const std::string& url, std::string& problem);
 
 } // namespace host
