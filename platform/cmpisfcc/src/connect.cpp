@@ -4,6 +4,7 @@
 #include "objects.h"
 
 #include <CimClientLib/cimgate_local.h>
+#include <unistd.h>
 
 #include <cstdlib>
 #include <memory>
@@ -17,9 +18,17 @@ namespace {
 constexpr std::string_view kLocal = "SfcbLocal";
 constexpr const char* kLoopback = "127.0.0.1";
 
-// Where the local object manager is if not at its usual place. Written before there are threads.
+// How the local object manager is reached where that is not the built-in way.
+struct LocalWay
+{
+    std::optional<Endpoint> place;
+    std::optional<Credentials> credentials; // an empty user sends none
+    std::string trustStore;                 // empty: the system's
+};
+
+// Written before there are threads.
 // NOLINTNEXTLINE(cppcoreguidelines-avoid-non-const-global-variables)
-std::optional<Endpoint> directedTo;
+LocalWay localWay;
 
 bool isLocal(const ConnectParameters& parameters)
 {
@@ -34,8 +43,9 @@ bool isLocal(const ConnectParameters& parameters)
 
 std::string localEndpoint(const ConnectParameters& parameters, Endpoint& endpoint)
 {
-    if (directedTo) {
-        endpoint = *directedTo;
+    if (localWay.place) {
+        endpoint = *localWay.place;
+        endpoint.trustStore = localWay.trustStore;
         return "";
     }
     return endpoint.setAddress(kLoopback, parameters.port);
@@ -54,8 +64,11 @@ std::string remoteEndpoint(const ConnectParameters& parameters, Endpoint& endpoi
     return endpoint.setAddress(parameters.host, parameters.port);
 }
 
-std::optional<Credentials> credentialsOf(const ConnectParameters& parameters)
+std::optional<Credentials> credentialsOf(const ConnectParameters& parameters, bool local)
 {
+    if (local && localWay.credentials) {
+        return localWay.credentials->user.empty() ? std::nullopt : localWay.credentials;
+    }
     if (parameters.user == nullptr) {
         return std::nullopt;
     }
@@ -93,7 +106,8 @@ CMCIClient* connectWithLimits(const ConnectParameters* parameters, const Transpo
         return refuse(problem, rc);
     }
     const std::string port = endpoint.socketPath.empty() ? endpoint.port : endpoint.socketPath;
-    auto client = std::make_unique<Client>(endpoint, credentialsOf(*parameters), port, *limits);
+    auto client =
+        std::make_unique<Client>(endpoint, credentialsOf(*parameters, local), port, *limits);
     if (local) {
         problem = client->probe();
     }
@@ -104,25 +118,47 @@ CMCIClient* connectWithLimits(const ConnectParameters* parameters, const Transpo
     return client.release();
 }
 
-// NULL restores the usual place.
-int direct(const char* url)
+int setLocalUrl(const char* url)
 {
     if (url == nullptr) {
-        directedTo.reset();
+        localWay.place.reset();
         return CMPI_RC_OK;
     }
     Endpoint endpoint;
     if (!parseLocalUrl(url, endpoint).empty()) {
         return CMPI_RC_ERR_INVALID_PARAMETER;
     }
-    directedTo = endpoint;
+    localWay.place = endpoint;
     return CMPI_RC_OK;
 }
 
-int directOrFail(const char* url) noexcept
+int setLocalCredentials(const char* user, const char* password)
+{
+    if (user == nullptr) {
+        localWay.credentials.reset();
+        return CMPI_RC_OK;
+    }
+    if (std::string_view(user).find(':') != std::string_view::npos) {
+        return CMPI_RC_ERR_INVALID_PARAMETER;
+    }
+    localWay.credentials = Credentials{user, textOrNone(password)};
+    return CMPI_RC_OK;
+}
+
+int setLocalCa(const char* file)
+{
+    if (file != nullptr && access(file, R_OK) != 0) {
+        return CMPI_RC_ERR_INVALID_PARAMETER;
+    }
+    localWay.trustStore = textOrNone(file);
+    return CMPI_RC_OK;
+}
+
+template <typename... Texts>
+int orFail(int (*set)(Texts...), Texts... texts) noexcept
 {
     try {
-        return direct(url);
+        return set(texts...);
     } catch (const std::bad_alloc&) {
         return CMPI_RC_ERR_FAILED;
     }
@@ -158,5 +194,15 @@ extern "C" CMCIClient* cmciConnect(const char* hn, const char* scheme, const cha
 
 extern "C" int cimgate_cmpisfcc_set_local_url(const char* url)
 {
-    return cmpisfcc::directOrFail(url);
+    return cmpisfcc::orFail(cmpisfcc::setLocalUrl, url);
+}
+
+extern "C" int cimgate_cmpisfcc_set_local_credentials(const char* user, const char* password)
+{
+    return cmpisfcc::orFail(cmpisfcc::setLocalCredentials, user, password);
+}
+
+extern "C" int cimgate_cmpisfcc_set_local_ca(const char* file)
+{
+    return cmpisfcc::orFail(cmpisfcc::setLocalCa, file);
 }

@@ -12,6 +12,7 @@
 #include <thread>
 
 using testing::HasSubstr;
+using testing::Not;
 using testing::StartsWith;
 
 namespace {
@@ -55,7 +56,25 @@ void expectEnumeration(CMCIClient* client, CannedServer& server)
 class Connect : public testing::Test
 {
 protected:
-    void TearDown() override { (void)cimgate_cmpisfcc_set_local_url(nullptr); }
+    void TearDown() override
+    {
+        (void)cimgate_cmpisfcc_set_local_url(nullptr);
+        (void)cimgate_cmpisfcc_set_local_credentials(nullptr, nullptr);
+        (void)cimgate_cmpisfcc_set_local_ca(nullptr);
+    }
+
+    // The request that a client of the local object manager sends, which connects as "root".
+    static std::string localRequest()
+    {
+        CannedServer server;
+        const std::string url = "http://127.0.0.1:" + server.port();
+        EXPECT_EQ(cimgate_cmpisfcc_set_local_url(url.c_str()), CMPI_RC_OK);
+        const auto client =
+            own(cmciConnect("SfcbLocal", nullptr, "5988", "root", nullptr, nullptr));
+        expectEnumeration(client.get(), server);
+        return server.requests().empty() ? "" : server.requests()[0];
+    }
+
     Status mStatus;
 };
 
@@ -172,6 +191,31 @@ TEST_F(Connect, OnlyUrlsOfObjectManagersDirectTheLocalOne)
     for (const char* url : {"http://h", "https://h:5989", "http://[::1]:5988", "/run/socket"}) {
         EXPECT_EQ(cimgate_cmpisfcc_set_local_url(url), CMPI_RC_OK) << url;
     }
+}
+
+TEST_F(Connect, TheLocalObjectManagerIsToldOtherCredentialsOrNone)
+{
+    EXPECT_THAT(localRequest(), HasSubstr("\r\nAuthorization: Basic cm9vdDo=\r\n")); // root:
+    EXPECT_EQ(cimgate_cmpisfcc_set_local_credentials("me", "se:cret"), CMPI_RC_OK);
+    EXPECT_THAT(localRequest(), HasSubstr("\r\nAuthorization: Basic bWU6c2U6Y3JldA==\r\n"));
+    EXPECT_EQ(cimgate_cmpisfcc_set_local_credentials("m:e", "secret"),
+              CMPI_RC_ERR_INVALID_PARAMETER);
+    EXPECT_THAT(localRequest(), HasSubstr("\r\nAuthorization: Basic bWU6c2U6Y3JldA==\r\n"));
+    EXPECT_EQ(cimgate_cmpisfcc_set_local_credentials("", nullptr), CMPI_RC_OK);
+    EXPECT_THAT(localRequest(), Not(HasSubstr("Authorization")));
+    EXPECT_EQ(cimgate_cmpisfcc_set_local_credentials(nullptr, nullptr), CMPI_RC_OK);
+    EXPECT_THAT(localRequest(), HasSubstr("\r\nAuthorization: Basic cm9vdDo=\r\n"));
+}
+
+TEST_F(Connect, CredentialsOfTheLocalObjectManagerReachNoOther)
+{
+    EXPECT_EQ(cimgate_cmpisfcc_set_local_credentials("me", "secret"), CMPI_RC_OK);
+    CannedServer server;
+    const auto client =
+        own(cmciConnect("127.0.0.1", "http", server.port().c_str(), nullptr, nullptr, nullptr));
+    expectEnumeration(client.get(), server);
+    ASSERT_EQ(server.requests().size(), 1U);
+    EXPECT_THAT(server.requests()[0], Not(HasSubstr("Authorization")));
 }
 
 TEST_F(Connect, ThreadsWithAClientEachNeedNoLock)

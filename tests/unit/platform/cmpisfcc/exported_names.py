@@ -10,7 +10,7 @@ INTERFACE = {
     "native_new_CMPIInstance", "native_new_CMPIString", "value2Chars",
 }
 EXPECTED = {f"{name}@@CMPISFCC_2.0" for name in INTERFACE}
-EXPECTED |= {"cimgate_cmpisfcc_set_local_url@@CIMGATE_1.0"}
+EXPECTED |= {f"cimgate_cmpisfcc_set_local_{what}@@CIMGATE_1.0" for what in ("ca", "credentials", "url")}
 
 
 def output(*command):

@@ -2,6 +2,7 @@
 #include "Owner.h"
 #include "TempDirectory.h"
 
+#include <CimClientLib/cimgate_local.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <poll.h>
@@ -85,10 +86,35 @@ protected:
     bool read(int verifyMode, const char* trustStore, const char* certFile = nullptr,
               const char* keyFile = nullptr, const char* host = "127.0.0.1")
     {
-        const auto client =
-            own(cmciConnect2(host, "https", mFront->port(), "me", "secret", verifyMode, trustStore,
-                             certFile, keyFile, mStatus.out()));
-        EXPECT_NE(client, nullptr) << mStatus.message();
+        return readOver(own(cmciConnect2(host, "https", mFront->port(), "me", "secret", verifyMode,
+                                         trustStore, certFile, keyFile, mStatus.out())));
+    }
+
+    bool readLocal()
+    {
+        return readOver(
+            own(cmciConnect("SfcbLocal", nullptr, nullptr, nullptr, nullptr, mStatus.out())));
+    }
+
+    void TearDown() override
+    {
+        (void)cimgate_cmpisfcc_set_local_url(nullptr);
+        (void)cimgate_cmpisfcc_set_local_ca(nullptr);
+    }
+
+    std::string file(const char* name) const { return mDirectory.File(name); }
+
+    support::TempDirectory mDirectory;
+    CannedServer mServer;
+    std::unique_ptr<TlsFront> mFront;
+    Status mStatus;
+
+private:
+    bool readOver(const Owner<CMCIClient>& client)
+    {
+        if (client == nullptr) { // the local object manager is looked at at once
+            return false;
+        }
         mServer.addXml(CannedServer::message("EnumerateInstances", "<IRETURNVALUE/>"));
         const auto path = own(newCMPIObjectPath("root/xcim", "XCIM_Fan", nullptr));
         auto* enumeration =
@@ -99,13 +125,6 @@ protected:
         }
         return enumeration != nullptr;
     }
-
-    std::string file(const char* name) const { return mDirectory.File(name); }
-
-    support::TempDirectory mDirectory;
-    CannedServer mServer;
-    std::unique_ptr<TlsFront> mFront;
-    Status mStatus;
 };
 
 TEST_F(Tls, APeerThatTheTrustStoreKnowsIsTalkedTo)
@@ -123,6 +142,21 @@ TEST_F(Tls, APeerThatTheTrustStoreLacksIsSentNothing)
     EXPECT_EQ(mStatus.code(), CMPI_RC_ERR_FAILED);
     EXPECT_THAT(mStatus.message(), HasSubstr("certificate"));
     EXPECT_TRUE(mServer.requests().empty());
+}
+
+TEST_F(Tls, TheLocalObjectManagerIsCheckedAgainstTheAuthoritiesThatAreNamed)
+{
+    start();
+    const std::string url = std::string("https://127.0.0.1:") + mFront->port();
+    ASSERT_EQ(cimgate_cmpisfcc_set_local_url(url.c_str()), CMPI_RC_OK);
+    EXPECT_FALSE(readLocal());
+    EXPECT_THAT(mStatus.message(), HasSubstr("certificate"));
+    ASSERT_EQ(cimgate_cmpisfcc_set_local_ca(file("server.pem").c_str()), CMPI_RC_OK);
+    EXPECT_EQ(cimgate_cmpisfcc_set_local_ca(file("none.pem").c_str()),
+              CMPI_RC_ERR_INVALID_PARAMETER);
+    EXPECT_TRUE(readLocal()) << mStatus.message();
+    ASSERT_EQ(cimgate_cmpisfcc_set_local_ca(nullptr), CMPI_RC_OK);
+    EXPECT_FALSE(readLocal());
 }
 
 TEST_F(Tls, WithoutATrustStoreTheSystemsOneDecides)
