@@ -2,6 +2,8 @@
 #ifndef HOST_OPTIONS_H_
 #define HOST_OPTIONS_H_
 
+#include "cim_access.h"
+
 #include <cli/command_line.h>
 
 #include <cstdint>
@@ -16,7 +18,7 @@ struct Options
     uint16_t port = 8000;              // 0 picks a free one
     std::string rmfPath;               // mapping file
     std::string cachePath;             // data cache
-    std::string cimUrl;                // CIM object manager; empty for the local one
+    CimAccess cim;                     // CIM object manager
     std::string registryDirectory;     // message registries; empty for the installed ones
     std::string oemEndpoint;           // "ipc:///PATH" of the message queue; empty for none
     unsigned int workers = 0;          // worker processes

@@ -1,10 +1,10 @@
 #include "service.h"
 
+#include "cim_access.h"
 #include "front/front.h"
 #include "log_filter.h"
 #include "spawner/spawner.h"
 #include "tell.h"
-#include "worker/cim_session.h"
 
 #include <ExtendedErrorInfoHandling.h>
 #include <ResourceMapper.h>
@@ -38,7 +38,7 @@ int runService(const Options& options, const httpd::Limits& limits)
 {
     std::string problem;
     applyOptions(options);
-    if (!directCimTo(options.cimUrl, problem)) {
+    if (!prepareCim(options.cim, problem)) {
         return complain(problem, cli::kWrongUsage);
     }
     (void)std::signal(SIGPIPE, SIG_IGN);

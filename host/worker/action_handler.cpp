@@ -14,9 +14,6 @@ namespace {
 constexpr const char* kGeneralSuccess = "SYS413";
 constexpr const char* kGeneralFailure = "SYS500";
 
-// For the log.
-constexpr const char* kUnreachable = "the CIM object manager cannot be reached";
-
 // Return values of CIM methods. With the second one a method says that it goes on as a job.
 constexpr unsigned long kDone = 0;
 constexpr unsigned long kJobStarted = 4096;
@@ -43,9 +40,8 @@ httpd::Response refuseUri(ResourceMapper& mapper, const odata::Scope& scope,
     // The library has looked an instance up. Without an object manager nothing is known of it.
     const bool isInstanceMissing =
         rc == RM_INVALID_URI && !mapper.mIsCollection && !mapper.mInstanceId.empty();
-    if (isInstanceMissing && !cim.renew()) {
-        currentRequest().fail(kUnreachable);
-        return temporarilyUnavailable(kRetryAfterS);
+    if (const char* const fault = isInstanceMissing ? cim.whyUseless() : nullptr) {
+        return withoutObjectManager(fault);
     }
     mapper.SendExtendedErrorResponse(rc);
     return rc == RM_METHOD_NOT_ALLOWED ? methodRefused(scope, kReadMethods) : responseOf(scope);
@@ -55,6 +51,11 @@ httpd::Response refuseUri(ResourceMapper& mapper, const odata::Scope& scope,
 httpd::Response refuseAction(ResourceMapper& mapper, const odata::Scope& scope, unsigned int code,
                              Json::Value& errorArgs)
 {
+    // Whoever is not let in has had no method carried out.
+    const bool isDenied = code == RM_INSUFFICIENT_PRIVILEGE;
+    if (const char* const fault = isDenied ? CimSession::whyRefused() : nullptr) {
+        return withoutObjectManager(fault);
+    }
     switch (code) {
     case RM_PROPERTY_UNKNOWN:
     case RM_PROPERTY_VALUE_NOT_IN_LIST:
@@ -137,9 +138,8 @@ httpd::Response handlePost(ResourceMapper& mapper, const odata::Scope& scope,
     }
     // Looked for anew each time: 503 invites clients to repeat the action, so that it must mean
     // that nothing was sent. (Without a connection the library would call the action done.)
-    if (!cim.renew()) {
-        currentRequest().fail(kUnreachable);
-        return temporarilyUnavailable(kRetryAfterS);
+    if (const char* const fault = cim.renew()) {
+        return withoutObjectManager(fault);
     }
     Json::Value outputs(Json::objectValue);
     Json::Value errorArgs(Json::arrayValue);

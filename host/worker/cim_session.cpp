@@ -1,59 +1,72 @@
 #include "worker/cim_session.h"
 
-#include <dlfcn.h>
+#include "error_body.h"
+#include "host_limits.h"
+#include "worker/current_request.h"
 
-#include <cstdlib>
+#include <CimClientLib/cmci.h>
+#include <CimClientLib/native.h>
+
+#include <memory>
+#include <string_view>
 
 namespace host {
 
 namespace {
 
-// Who asks, for the object manager's log; the local one lets root in without a password.
+// Who asks, for the log of a local object manager, which lets root in without a password. What is
+// told to others is said on the command line (cim_access.h).
 constexpr const char* kUser = "root";
 
-// The one function that only the bundled CIM client has (CimClientLib/cimgate_local.h). It is
-// looked up, since the library of that name on a controller may be another one.
-using SetLocalUrl = int(const char* url);
+// The client's words for HTTP's status 401, which it gives as CIM's status of a denied access.
+constexpr std::string_view kUnauthorized = "Invalid username/password";
 
-SetLocalUrl* findSetLocalUrl()
+struct Release
 {
-    return reinterpret_cast<SetLocalUrl*>(dlsym(RTLD_DEFAULT, "cimgate_cmpisfcc_set_local_url"));
-}
+    template <typename Object>
+    void operator()(Object* object) const
+    {
+        (void)object->ft->release(object);
+    }
+};
+template <typename Object>
+using Owner = std::unique_ptr<Object, Release>;
 
 } // namespace
 
 CimSession::CimSession() : mSession(std::in_place, kUser) {}
 
-bool CimSession::renew()
+const char* CimSession::renew()
 {
     mSession.emplace(kUser);
-    return mSession->Connect() == CMPI_RC_OK;
+    return mSession->Connect() == CMPI_RC_OK ? nullptr : "the CIM object manager cannot be reached";
 }
 
-bool directCimTo(const std::string& url, std::string& problem)
+// Asks for a class, on a connection of its own: whether there is one does not matter.
+const char* CimSession::whyRefused()
 {
-    SetLocalUrl* const direct = findSetLocalUrl();
-    if (direct == nullptr) {
-        // SFCC goes by the environment alone. It would speak HTTP, to a host of the name that means
-        // the local object manager, and would not miss one that is away.
-        (void)::setenv("SFCC_CLIENT", "SfcbLocal",
-                       0); // NOLINT(concurrency-mt-unsafe): no threads yet
+    CMPIStatus status{CMPI_RC_OK, nullptr};
+    const Owner<CMCIClient> client(
+        cmciConnect("SfcbLocal", nullptr, "5988", kUser, nullptr, &status));
+    const Owner<CMPIObjectPath> path(newCMPIObjectPath("root/xcim", "XCIM_None", nullptr));
+    if (client == nullptr || path == nullptr) {
+        return nullptr;
     }
-    if (url.empty()) {
-        return true;
-    }
-    if (direct == nullptr) {
-        problem = "--cim " + url +
-                  ": the CIM client library in use reaches the controller's own object manager "
-                  "only; leave the option out";
-        return false;
-    }
-    if (direct(url.c_str()) != CMPI_RC_OK) {
-        problem = "--cim " + url +
-                  ": give http://HOST:PORT, https://HOST:PORT or the path of a Unix socket";
-        return false;
-    }
-    return true;
+    status = {CMPI_RC_OK, nullptr};
+    const Owner<CMPIConstClass> found(
+        client->ft->getClass(client.get(), path.get(), 0, nullptr, &status));
+    const Owner<CMPIString> message(status.msg);
+    const char* const text = message == nullptr ? nullptr : CMGetCharPtr(message.get());
+    return text != nullptr && text == kUnauthorized
+               ? "the CIM object manager refuses whoever asks (HTTP status 401): see --cim-user "
+                 "and --cim-password-file"
+               : nullptr;
+}
+
+httpd::Response withoutObjectManager(const char* fault)
+{
+    currentRequest().fail(fault);
+    return temporarilyUnavailable(kRetryAfterS);
 }
 
 } // namespace host

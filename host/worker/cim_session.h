@@ -3,6 +3,7 @@
 #define HOST_WORKER_CIM_SESSION_H_
 
 #include <SfccInterface.h>
+#include <httpd/server.h>
 
 #include <optional>
 #include <string>
@@ -20,17 +21,26 @@ public:
 
     // To be called when a read has failed, and before an action: a session stays on the connection
     // that it once had, so that only another one sees an object manager that has come back. Returns
-    // whether the object manager can be reached now.
-    bool renew();
+    // why the object manager cannot be reached now; null where it can.
+    const char* renew();
+
+    // Why the object manager lets nobody in who asks as this service does, which is the service's
+    // fault and not the client's; null where it does. To be called when it has denied something.
+    static const char* whyRefused();
+
+    // Either of them.
+    const char* whyUseless()
+    {
+        const char* const fault = renew();
+        return fault != nullptr ? fault : whyRefused();
+    }
 
 private:
     std::optional<SfccSession> mSession; // never empty
 };
 
-// Directs this process, and those that it forks, to the object manager at url or, where that is
-// empty, to the local one. To be called before there are threads and before anything connects.
-// Returns false with the cause in problem.
-bool directCimTo(const std::string& url, std::string& problem);
+// 503 to the request that the worker is at: it needs the object manager, which has this fault.
+httpd::Response withoutObjectManager(const char* fault);
 
 } // namespace host
 

@@ -52,9 +52,14 @@ httpd::Response readLive(ResourceMapper& mapper, const odata::Scope& scope, CimS
     Json::Value body;
     const _ResourceMapperError rc =
         mapper.mIsCollection ? mapper.GetCollection(body) : mapper.GetInstance(body);
-    if (rc == RM_INTERNAL_ERROR && !cim.renew()) {
-        currentRequest().fail("the CIM object manager cannot be reached");
-        return temporarilyUnavailable(kRetryAfterS);
+    const char* fault = nullptr;
+    if (rc == RM_INTERNAL_ERROR) {
+        fault = cim.renew();
+    } else if (rc == RM_INSUFFICIENT_PRIVILEGE) {
+        fault = CimSession::whyRefused();
+    }
+    if (fault != nullptr) {
+        return withoutObjectManager(fault);
     }
     return answer(mapper, scope, rc, body);
 }

@@ -272,13 +272,17 @@ void HttpTransport::setTls(CURL* handle) const
 }
 
 // libcurl's name for the failure, and what it knows about this one.
-std::string HttpTransport::problemOf(CURLcode code)
+std::string HttpTransport::problemOf(CURL* handle, CURLcode code) const
 {
-    std::string problem = curl_easy_strerror(code);
-    if (mErrorText[0] != '\0') {
-        problem += std::string(": ") + mErrorText.data();
+    const std::string problem = curl_easy_strerror(code);
+    if (code == CURLE_COULDNT_CONNECT && !mEndpoint.socketPath.empty()) {
+        // It would name the host of a URL that nobody gave.
+        long cause = 0;
+        (void)curl_easy_getinfo(handle, CURLINFO_OS_ERRNO, &cause);
+        return problem + ": " + mEndpoint.socketPath + ": " +
+               std::generic_category().message(static_cast<int>(cause));
     }
-    return problem;
+    return mErrorText[0] == '\0' ? problem : problem + ": " + mErrorText.data();
 }
 
 HttpOutcome HttpTransport::post(const HttpRequest& request, BodySink& sink)
@@ -305,7 +309,7 @@ HttpOutcome HttpTransport::post(const HttpRequest& request, BodySink& sink)
     HttpOutcome& outcome = transfer.outcome();
     (void)curl_easy_getinfo(handle, CURLINFO_RESPONSE_CODE, &outcome.status);
     if (code != CURLE_OK && !transfer.wasStopped()) {
-        outcome.problem = problemOf(code);
+        outcome.problem = problemOf(handle, code);
     }
     return std::move(outcome);
 }
@@ -317,7 +321,7 @@ std::string HttpTransport::probe()
     (void)curl_easy_setopt(handle.get(), CURLOPT_ERRORBUFFER, mErrorText.data());
     set(handle.get(), CURLOPT_CONNECT_ONLY, 1L);
     const CURLcode code = curl_easy_perform(handle.get());
-    return code == CURLE_OK ? "" : problemOf(code);
+    return code == CURLE_OK ? "" : problemOf(handle.get(), code);
 }
 
 std::string HttpTransport::escape(std::string_view text)

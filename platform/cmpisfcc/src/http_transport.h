@@ -108,7 +108,7 @@ private:
 
     [[nodiscard]] Handle makeHandle() const;
     void setTls(CURL* handle) const;
-    std::string problemOf(CURLcode code);
+    std::string problemOf(CURL* handle, CURLcode code) const;
 
     Endpoint mEndpoint;
     std::optional<Credentials> mCredentials;
