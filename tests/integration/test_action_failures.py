@@ -65,7 +65,8 @@ class Refusals(Failures):
                 with self.subTest(code=code):
                     manager.release(method_error("Run", code, "because"))
                     self.check(service.run(), *expected)
-                    self.assertEqual(len(manager.requests), number + 1)
+                    calls = [request for request in manager.requests if "CIMMethod: GetClass\r\n" not in request]
+                    self.assertEqual(len(calls), number + 1)
             self.assertEqual(service.workers(), workers)
 
     def test_cim_error_without_a_translation_costs_a_worker(self):
