@@ -1,5 +1,6 @@
 // The operations that follow associations. An association is an instance of a class with the
 // Association qualifier; its reference properties name what it joins.
+#include "cim_status.h"
 #include "operations.h"
 
 #include <algorithm>
@@ -112,10 +113,19 @@ void forEachAssociator(const NameSpace& nameSpace, const Search& search, const V
     });
 }
 
+// A class that narrows the search. One that there is not is a parameter that cannot be.
 bool findNamedClass(OperationCall& call, const std::string& name, const ClassEntry*& cls)
 {
-    cls = name.empty() ? nullptr : call.nameSpace.findClass(name, call.error);
-    return name.empty() || cls != nullptr;
+    cls = name.empty() ? nullptr : call.nameSpace.classes().find(name);
+    return name.empty() || cls != nullptr ||
+           fail(call.error, kInvalidParameter, "there is no class " + name);
+}
+
+bool findNamedAssociation(OperationCall& call, const std::string& name, const ClassEntry*& cls)
+{
+    return findNamedClass(call, name, cls) &&
+           (cls == nullptr || cls->hasFlag("Association") ||
+            fail(call.error, kInvalidParameter, name + " is no association"));
 }
 
 // Resolves what the operation was given, once all of it is read.
@@ -127,7 +137,7 @@ bool prepare(OperationCall& call, const cimxml::ObjectPath& object,
         return false;
     }
     search.identity = call.nameSpace.identityOf(source->path);
-    return findNamedClass(call, associationClass, search.associationClass) &&
+    return findNamedAssociation(call, associationClass, search.associationClass) &&
            findNamedClass(call, resultClass, search.resultClass);
 }
 

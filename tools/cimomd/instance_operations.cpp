@@ -19,6 +19,18 @@ void ignoreDeprecated(Arguments& arguments)
     (void)arguments.flag("IncludeQualifiers", false);
 }
 
+// The property that GetProperty and SetProperty name; for these alone an unknown one is an error of
+// its own.
+const cimxml::Property* findProperty(OperationCall& call, const StoredInstance& stored,
+                                     const std::string& name)
+{
+    const cimxml::Property* const property = stored.instance.find(name);
+    if (property == nullptr) {
+        fail(call.error, kNoSuchProperty, stored.cls->definition.name + " has no property " + name);
+    }
+    return property;
+}
+
 const std::vector<std::string>* pointerTo(const std::optional<std::vector<std::string>>& names)
 {
     return names ? &*names : nullptr;
@@ -153,10 +165,9 @@ bool getProperty(OperationCall& call)
     if (stored == nullptr) {
         return false;
     }
-    const cimxml::Property* const property = stored->instance.find(name);
+    const cimxml::Property* const property = findProperty(call, *stored, name);
     if (property == nullptr) {
-        return fail(call.error, kNoSuchProperty,
-                    stored->cls->definition.name + " has no property " + name);
+        return false;
     }
     call.answer.addValue(property->value);
     return true;
@@ -168,10 +179,13 @@ bool setProperty(OperationCall& call)
     cimxml::Property property;
     property.name = call.arguments.required<std::string>("PropertyName");
     property.value = call.arguments.value("NewValue");
+    const StoredInstance* const stored = findInstance(call, path);
+    if (stored == nullptr || findProperty(call, *stored, property.name) == nullptr) {
+        return false;
+    }
     cimxml::Instance changes;
     changes.properties.push_back(std::move(property));
-    return call.arguments.finish(call.error) &&
-           call.nameSpace.modify(path, changes, nullptr, call.error);
+    return call.nameSpace.modify(path, changes, nullptr, call.error);
 }
 
 bool execQuery(OperationCall& call)

@@ -87,6 +87,16 @@ bool settleInputs(const cimxml::Method& method, std::vector<cimxml::MethodParame
     return true;
 }
 
+// What a parameter or a method that returns a text declares that it holds.
+cimxml::Embedded embeddedBy(const std::vector<cimxml::Qualifier>& qualifiers)
+{
+    if (cimxml::findQualifier(qualifiers, "EmbeddedInstance") != nullptr) {
+        return cimxml::Embedded::Instance;
+    }
+    return cimxml::findQualifier(qualifiers, "EmbeddedObject") != nullptr ? cimxml::Embedded::Object
+                                                                          : cimxml::Embedded::None;
+}
+
 // In the order of their declaration.
 bool evaluateOutputs(const Json::Value& described, const CallValues& values,
                      const cimxml::Method& method, MethodResult& result, cimxml::CimError& error)
@@ -98,6 +108,7 @@ bool evaluateOutputs(const Json::Value& described, const CallValues& values,
             }
             cimxml::MethodParameter& output = result.outputs.emplace_back();
             output.name = parameter.name;
+            output.embedded = embeddedBy(parameter.qualifiers);
             if (!evaluate(described[name], values,
                           {parameter.type, parameter.isArray, parameter.name}, output.value,
                           error)) {
@@ -111,10 +122,15 @@ bool evaluateOutputs(const Json::Value& described, const CallValues& values,
 bool evaluateResult(const Json::Value& described, const CallValues& values,
                     const cimxml::Method& method, MethodResult& result, cimxml::CimError& error)
 {
-    return (!described.isMember("return") ||
-            evaluate(described["return"], values, {*method.returnType, false, "the return value"},
-                     result.returnValue.emplace().value, error)) &&
-           evaluateOutputs(described["outputs"], values, method, result, error);
+    if (described.isMember("return")) {
+        cimxml::MethodParameter& returned = result.returnValue.emplace();
+        returned.embedded = embeddedBy(method.qualifiers);
+        if (!evaluate(described["return"], values, {*method.returnType, false, "the return value"},
+                      returned.value, error)) {
+            return false;
+        }
+    }
+    return evaluateOutputs(described["outputs"], values, method, result, error);
 }
 
 } // namespace

@@ -71,7 +71,7 @@ bool NameSpace::fillIn(const cimxml::Instance& given, const std::vector<std::str
     for (const cimxml::Property& property : given.properties) {
         cimxml::Property* const own = instance.find(property.name);
         if (own == nullptr) {
-            return fail(error, kNoSuchProperty,
+            return fail(error, kInvalidParameter,
                         instance.className + " has no property " + property.name);
         }
         if (names != nullptr && !isNamed(own->name, *names)) {

@@ -119,7 +119,7 @@ TEST_F(NameSpaceTest, WrongInstancesAreRefused)
     EXPECT_EQ(codeOfCreate(instance("Base", {{"Id", "x"}})), cimomd::kNotSupported);
     EXPECT_EQ(codeOfCreate(instance("Fan", {{"Id", "f"}})), cimomd::kInvalidParameter);
     EXPECT_EQ(codeOfCreate(instance("Fan", {{"Id", "f"}, {"Slot", "1"}, {"X", "1"}})),
-              cimomd::kNoSuchProperty);
+              cimomd::kInvalidParameter);
     EXPECT_EQ(codeOfCreate(instance("Fan", {{"Id", "f"}, {"Slot", "1"}, {"Speed", "fast"}})),
               cimomd::kTypeMismatch);
     EXPECT_EQ(codeOfCreate(instance("Fan", {{"Id", "f"}, {"Slot", "1"}, {"Since", "now"}})),
@@ -142,7 +142,7 @@ TEST_F(NameSpaceTest, ChangesAreAllOrNothing)
     EXPECT_EQ(codeOfModify(mFan, instance("Fan", {{"Speed", "8"}, {"Ok", "maybe"}})),
               cimomd::kTypeMismatch);
     EXPECT_EQ(codeOfModify(mFan, instance("Fan", {{"Speed", "8"}, {"X", "1"}})),
-              cimomd::kNoSuchProperty);
+              cimomd::kInvalidParameter);
     EXPECT_EQ(codeOfModify(mFan, instance("Fan", {{"Speed", "8"}, {"Slot", "2"}})),
               cimomd::kInvalidParameter);
     EXPECT_EQ(codeOfModify(path("Fan", {{"Id", "f"}, {"Slot", "2"}}), instance("Fan", {})),

@@ -25,6 +25,12 @@ constexpr const char* kModel = R"(<?xml version="1.0" encoding="utf-8"?>
   <PROPERTY NAME="Id" TYPE="string"><QUALIFIER NAME="Key" TYPE="boolean"><VALUE>TRUE</VALUE></QUALIFIER></PROPERTY>
   <PROPERTY NAME="Speed" TYPE="uint32"/>
   <METHOD NAME="Stop" TYPE="uint32"><PARAMETER NAME="Seconds" TYPE="uint16"/></METHOD>
+  <METHOD NAME="Show" TYPE="string"><QUALIFIER NAME="EmbeddedObject" TYPE="boolean"><VALUE>TRUE</VALUE></QUALIFIER>
+    <PARAMETER NAME="Fan" TYPE="string"><QUALIFIER NAME="EmbeddedInstance" TYPE="string"><VALUE>Fan</VALUE></QUALIFIER></PARAMETER>
+    <PARAMETER NAME="Text" TYPE="string"/></METHOD>
+</CLASS></VALUE.OBJECT>
+<VALUE.OBJECT><CLASS NAME="Blows"><QUALIFIER NAME="Association" TYPE="boolean"><VALUE>TRUE</VALUE></QUALIFIER>
+  <PROPERTY.REFERENCE NAME="By"><QUALIFIER NAME="Key" TYPE="boolean"><VALUE>TRUE</VALUE></QUALIFIER></PROPERTY.REFERENCE>
 </CLASS></VALUE.OBJECT>
 <VALUE.OBJECT><CLASS NAME="BigFan" SUPERCLASS="Fan"><PROPERTY NAME="Extra" TYPE="string"/></CLASS></VALUE.OBJECT>
 <VALUE.OBJECT><INSTANCE CLASSNAME="Fan"><PROPERTY NAME="Id" TYPE="string"><VALUE>f</VALUE></PROPERTY></INSTANCE></VALUE.OBJECT>
@@ -188,6 +194,52 @@ TEST_F(OperationsTest, MethodsGetTheirInputsInTheDeclaredTypes)
     EXPECT_THAT(invoke("Stop", mFan, true, {waiting}), HasSubstr(code(cimomd::kInvalidParameter)));
     waiting.name = "Hours";
     EXPECT_THAT(invoke("Stop", mFan, true, {waiting}), HasSubstr(code(cimomd::kInvalidParameter)));
+}
+
+TEST_F(OperationsTest, EmbeddedObjectsAreSaidToBeSo)
+{
+    std::ofstream(mDirectory.File("model.methods.json"))
+        << R"({"namespace": "root/xcim", "methods": {"Fan.Show": [{"return": "<CLASS NAME='A'/>",
+               "outputs": {"Fan": "<INSTANCE CLASSNAME='Fan'/>", "Text": "t"}}]}})";
+    std::string problem;
+    ASSERT_TRUE(mMethods.load(mDirectory.File(""), mRepository, problem)) << problem;
+    const std::string answer = invoke("Show", mFan, true);
+    EXPECT_THAT(
+        answer,
+        HasSubstr(R"(<RETURNVALUE PARAMTYPE="string" EmbeddedObject="object"><VALUE>&lt;CL)"));
+    EXPECT_THAT(answer, HasSubstr(R"(NAME="Fan" PARAMTYPE="string" EmbeddedObject="instance">)"));
+    EXPECT_THAT(answer, HasSubstr(R"(<PARAMVALUE NAME="Text" PARAMTYPE="string"><VALUE>t<)"));
+}
+
+TEST_F(OperationsTest, UnknownProperties)
+{
+    const cimxml::Instance odd = sample::instance("Fan", {{"Id", "new"}, {"Colour", "red"}});
+    EXPECT_THAT(call("CreateInstance", {{"NewInstance", odd}}),
+                HasSubstr(code(cimomd::kInvalidParameter)));
+    EXPECT_THAT(call("ModifyInstance", {{"ModifiedInstance", cimxml::NamedInstance{mFan, odd}}}),
+                HasSubstr(code(cimomd::kInvalidParameter)));
+    EXPECT_THAT(call("GetProperty", {{"InstanceName", mFan}, {"PropertyName", "Colour"}}),
+                HasSubstr(code(cimomd::kNoSuchProperty)));
+    EXPECT_THAT(call("SetProperty",
+                     {{"InstanceName", mFan}, {"PropertyName", "Colour"}, {"NewValue", "red"}}),
+                HasSubstr(code(cimomd::kNoSuchProperty)));
+}
+
+TEST_F(OperationsTest, ClassesThatNarrowAssociations)
+{
+    const auto associated = [this](const char* operation, const char* parameter, const char* cls) {
+        return call(operation, {{"ObjectName", mFan}, {parameter, ClassName{cls}}});
+    };
+    const std::string invalid = code(cimomd::kInvalidParameter);
+    for (const char* cls : {"Nothing", "Fan"}) {
+        EXPECT_THAT(associated("Associators", "AssocClass", cls), HasSubstr(invalid));
+        EXPECT_THAT(associated("AssociatorNames", "AssocClass", cls), HasSubstr(invalid));
+        EXPECT_THAT(associated("References", "ResultClass", cls), HasSubstr(invalid));
+        EXPECT_THAT(associated("ReferenceNames", "ResultClass", cls), HasSubstr(invalid));
+    }
+    EXPECT_THAT(associated("Associators", "ResultClass", "Nothing"), HasSubstr(invalid));
+    EXPECT_THAT(associated("Associators", "ResultClass", "Fan"), HasSubstr("<IRETURNVALUE>"));
+    EXPECT_THAT(associated("Associators", "AssocClass", "Blows"), HasSubstr("<IRETURNVALUE>"));
 }
 
 TEST_F(OperationsTest, StrictTypesAreRefusedByAManagerThatIsMadeSo)
