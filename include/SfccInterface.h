@@ -38,8 +38,10 @@ public:
     int Connect();
 
     // Opens an enumeration of className's instances: all of them, or with a query (a CQL SELECT)
-    // those that it selects. The caller releases *out before the session's end, a failed call's
-    // too, unless it is null. Aborts without a connection, on a null out, and on an empty class.
+    // those that it selects; an object manager that does not know the language as "CQL" is asked
+    // once whether it takes "DMTF:CQL" or "WQL", which read such a query too. The caller releases
+    // *out before the session's end, a failed call's too, unless it is null. Aborts without a
+    // connection, on a null out, and on an empty class.
     int GetEnumerationHandle(CMPIEnumeration** out, const std::string& className,
                              const std::string& nameSpace, const std::string& query);
 
@@ -76,6 +78,8 @@ public:
 private:
     std::string mUser;
     CMCIClient* mClient; // null until connected
+    const char* mQueryLanguage =
+        nullptr; // as the object manager calls it; null until it refuses "CQL"
 };
 
 #endif

@@ -6,6 +6,7 @@
 #include <CimClientLib/cmci.h>
 
 #include <memory>
+#include <utility>
 
 namespace cimgate {
 
@@ -53,6 +54,7 @@ public:
         const char* text = charsOf(mStatus.msg);
         return text == nullptr ? "(null)" : text;
     }
+    void swap(CimStatus& other) { std::swap(mStatus, other.mStatus); }
     // Leaves the message to whoever made it.
     void abandonMessage() { mStatus.msg = nullptr; }
 

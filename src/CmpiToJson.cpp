@@ -5,6 +5,7 @@
 #include "LocalTime.h"
 #include "Log.h"
 
+#include <cmath>
 #include <cstdint>
 #include <string>
 
@@ -101,8 +102,10 @@ int CmpiJson::PopulateCmpiRealValues(char* name, CMPIValue* value, unsigned shor
 {
     LOG_SCOPE();
     if (type == CMPI_real32 || type == CMPI_real64) {
-        cimgate::writableObject(out)[name] =
+        const double real =
             type == CMPI_real64 ? value->real64 : static_cast<double>(value->real32);
+        // JSON has no number for what is infinite or none.
+        out[name] = std::isfinite(real) ? Json::Value(real) : Json::Value();
     } else {
         LOG_AT(LOG_STEP, "CmpiJson::PopulateCmpiRealValues : Did not match data types");
     }

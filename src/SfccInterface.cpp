@@ -23,6 +23,31 @@ CimHandle<CMPIObjectPath> newPath(const std::string& nameSpace, const char* clas
     return CimHandle<CMPIObjectPath>(newCMPIObjectPath(nameSpace.c_str(), className, status.out()));
 }
 
+// Asks for what a query selects. language is null until it is known which of the language's names
+// the object manager takes; where it refuses the first one, the others are tried once.
+CMPIEnumeration* select(CMCIClient* client, CMPIObjectPath* path, const std::string& query,
+                        const char*& language, CimStatus& status)
+{
+    const auto run = [&](const char* name, CimStatus& result) {
+        return client->ft->execQuery(client, path, query.c_str(), name, result.out());
+    };
+    CMPIEnumeration* selected = run(language == nullptr ? kQueryLanguage : language, status);
+    if (status.code() != CMPI_RC_ERR_QUERY_LANGUAGE_NOT_SUPPORTED || language != nullptr) {
+        return selected;
+    }
+    language = kQueryLanguage;
+    for (const char* name : {"DMTF:CQL", "WQL"}) {
+        CimStatus other;
+        CMPIEnumeration* found = run(name, other);
+        if (other.code() != CMPI_RC_ERR_QUERY_LANGUAGE_NOT_SUPPORTED) {
+            language = name;
+            status.swap(other);
+            return found;
+        }
+    }
+    return selected;
+}
+
 // The text of a string value; null where it has none or is of another type.
 const char* keyText(const CMPIData& data)
 {
@@ -98,8 +123,7 @@ int SfccSession::GetEnumerationHandle(CMPIEnumeration** out, const std::string& 
                                           status.out());
     } else {
         LOG_AT(LOG_STEP, "Query: %s", query.c_str());
-        *out = mClient->ft->execQuery(mClient, path.get(), query.c_str(), cimgate::kQueryLanguage,
-                                      status.out());
+        *out = cimgate::select(mClient, path.get(), query, mQueryLanguage, status);
     }
     if (status.failed()) {
         LOG_AT(LOG_ERROR, "Error> enumInstances: rc(%d), msg(%s)", status.code(), status.message());

@@ -149,7 +149,13 @@ CMCIClientFT* clientTable()
         made.execQuery = [](CMCIClient*, CMPIObjectPath* path, const char* query, const char* lang,
                             CMPIStatus* rc) -> CMPIEnumeration* {
             const std::string text = "execQuery " + textOf(path) + " " + lang + " " + query;
-            return call(text, rc) ? newEnumeration() : nullptr;
+            const bool isDone = call(text, rc);
+            const auto& refused = script.refusedLanguages;
+            if (std::find(refused.begin(), refused.end(), lang) != refused.end()) {
+                setStatus(rc, CMPI_RC_ERR_QUERY_LANGUAGE_NOT_SUPPORTED, lang);
+                return nullptr;
+            }
+            return isDone ? newEnumeration() : nullptr;
         };
         made.getInstance = [](CMCIClient*, CMPIObjectPath* path, CMPIFlags flags, char** properties,
                               CMPIStatus* rc) -> CMPIInstance* {

@@ -19,6 +19,7 @@ struct ScriptedCim
     bool failedPathIsGiven = false;      // a failure gives a path all the same
     CMPIrc operationStatus = CMPI_RC_OK; // of the client's operations
     const char* message = "it went wrong";
+    std::vector<std::string> refusedLanguages; // of queries
     CMPIrc hasNextStatus = CMPI_RC_OK;         // with a next element
     bool countFails = false;                   // an enumeration is no array
     std::vector<CimMembers> instances;         // the first one is what getInstance gives

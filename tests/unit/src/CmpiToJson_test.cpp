@@ -2,6 +2,8 @@
 #include "LiveTest.h"
 #include "TimeZone.h"
 
+#include <limits>
+
 namespace {
 
 using support::CimMembers;
@@ -71,6 +73,8 @@ INSTANTIATE_TEST_SUITE_P(
         ScalarCase{CimValue::Number(CMPI_sint64, 2147483648), R"({"P": -2147483648})", 1},
         ScalarCase{CimValue::Real32(1.5F), R"({"P": 1.5})", 1},
         ScalarCase{CimValue::Real64(-0.125), R"({"P": -0.125})", 1},
+        ScalarCase{CimValue::Real32(std::numeric_limits<float>::quiet_NaN()), R"({"P": null})", 1},
+        ScalarCase{CimValue::Real64(-std::numeric_limits<double>::infinity()), R"({"P": null})", 1},
         ScalarCase{CimValue::Text("a \"b\""), R"({"P": "a \"b\""})", 1},
         ScalarCase{CimValue::Text(""), R"({"P": ""})", 1},
         ScalarCase{CimValue::Text("true", 0x1602), R"({"P": "true"})", 1},

@@ -95,6 +95,38 @@ TEST_F(Session, QueriesInCql)
     release(enumeration);
 }
 
+TEST_F(Session, QueryLanguageThatIsRefusedIsAskedForByItsOtherNamesOnce)
+{
+    connect();
+    scriptedCim().refusedLanguages = {"CQL", "DMTF:CQL"};
+    for (int i = 0; i < 2; ++i) {
+        CMPIEnumeration* enumeration = nullptr;
+        EXPECT_EQ(mSession.GetEnumerationHandle(&enumeration, "XCIM_Box", "root/xcim", "SELECT"),
+                  0);
+        ASSERT_NE(enumeration, nullptr);
+        release(enumeration);
+    }
+    const std::string query = "execQuery root/xcim:XCIM_Box ";
+    EXPECT_THAT(calls(),
+                ElementsAre(query + "CQL SELECT", query + "DMTF:CQL SELECT", query + "WQL SELECT",
+                            "release enumeration", query + "WQL SELECT", "release enumeration"));
+    EXPECT_EQ(countLogged(1, "GetEnumerationHandle", "Error> enumInstances: rc(14), msg(CQL)"), 0);
+}
+
+TEST_F(Session, QueryLanguageThatIsRefusedByAllItsNamesIsAFailureLikeAnyOther)
+{
+    connect();
+    scriptedCim().refusedLanguages = {"CQL", "DMTF:CQL", "WQL"};
+    for (int i = 0; i < 2; ++i) {
+        CMPIEnumeration* enumeration = nullptr;
+        EXPECT_EQ(mSession.GetEnumerationHandle(&enumeration, "XCIM_Box", "root/xcim", "SELECT"),
+                  CMPI_RC_ERR_QUERY_LANGUAGE_NOT_SUPPORTED);
+        EXPECT_EQ(enumeration, nullptr);
+    }
+    EXPECT_EQ(calls().size(), 4U);
+    EXPECT_EQ(countLogged(1, "GetEnumerationHandle", "Error> enumInstances: rc(14), msg(CQL)"), 2);
+}
+
 TEST_F(Session, FailedEnumerationIsReported)
 {
     connect();
