@@ -135,7 +135,7 @@ class SmallModel(Wbemcli):
         self.check([], "ain -ar Dependent", F1)
         self.check(['XCIM_Zone.Tag="rear"', FRONT], "ain -ar Antecedent -arr dependent", F1)
         self.check_fails(6, "ain", F3)
-        self.check_fails(5, "ain -ac XCIM_Nothing", F1)
+        self.check_fails(4, "ain -ac XCIM_Nothing", F1)
 
     def test_associators(self):
         self.check(['XCIM_Zone.Tag="rear"', "-ElementName=", '-Tag="rear"', FRONT, "-ElementName=", '-Tag="front"'],

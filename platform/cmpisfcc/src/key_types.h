@@ -51,9 +51,9 @@ public:
 private:
     struct KnownClass
     {
-        std::chrono::steady_clock::time_point askedAt;
-        bool isDoubtful; // what could not be had is so from the start
-        Typed types;
+        std::chrono::steady_clock::time_point askedAt = {};
+        bool isDoubtful = false; // what could not be had is so from the start
+        Typed types = {};
     };
     class Settling;
 

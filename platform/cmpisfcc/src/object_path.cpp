@@ -10,11 +10,11 @@ PathObject& self(CMPIObjectPath* path)
     return *static_cast<PathObject*>(path);
 }
 
-// A part of the path as a text of the caller's; NULL where it is not set.
-CMPIString* partOf(const char* part, CMPIStatus* rc)
+// A name of the path as a string of the caller's, without a text where it is not set.
+CMPIString* nameOf(const char* name, CMPIStatus* rc)
 {
     succeed(rc);
-    return part == nullptr ? nullptr : newString(part);
+    return newString(name);
 }
 
 CMPIStatus setNameSpace(CMPIObjectPath* path, const char* nameSpace)
@@ -25,7 +25,7 @@ CMPIStatus setNameSpace(CMPIObjectPath* path, const char* nameSpace)
 
 CMPIString* getNameSpace(CMPIObjectPath* path, CMPIStatus* rc)
 {
-    return partOf(self(path).nameSpace, rc);
+    return nameOf(self(path).nameSpace, rc);
 }
 
 CMPIStatus setHostname(CMPIObjectPath* path, const char* hostName)
@@ -36,7 +36,8 @@ CMPIStatus setHostname(CMPIObjectPath* path, const char* hostName)
 
 CMPIString* getHostname(CMPIObjectPath* path, CMPIStatus* rc)
 {
-    return partOf(self(path).host, rc);
+    succeed(rc);
+    return self(path).host == nullptr ? nullptr : newString(self(path).host);
 }
 
 CMPIStatus setClassName(CMPIObjectPath* path, const char* className)
@@ -47,7 +48,7 @@ CMPIStatus setClassName(CMPIObjectPath* path, const char* className)
 
 CMPIString* getClassName(CMPIObjectPath* path, CMPIStatus* rc)
 {
-    return partOf(self(path).className, rc);
+    return nameOf(self(path).className, rc);
 }
 
 CMPIStatus addKey(CMPIObjectPath* path, const char* name, CMPIValue* value, CMPIType type)
@@ -96,11 +97,8 @@ CMPIString* toString(CMPIObjectPath* path, CMPIStatus* rc)
 {
     const PathObject& source = self(path);
     std::string text;
-    if (source.host != nullptr) {
-        text = std::string("//") + source.host + "/";
-    }
     if (source.nameSpace != nullptr) {
-        text += std::string(source.nameSpace) + ":";
+        text = std::string(source.nameSpace) + ":";
     }
     text += source.className == nullptr ? "" : source.className;
     for (unsigned int i = 0; i < source.keys.count; ++i) {

@@ -319,7 +319,7 @@ std::vector<cimxml::MethodParameter> messageArguments(CMPIArgs* in)
     return inputs;
 }
 
-// An output of a name that the caller has used already takes its place.
+// In the order in which they came. What is there already under a name stays.
 void addOutputs(const NamedValues& outputs, CMPIArgs* out)
 {
     if (out == nullptr) {
@@ -327,12 +327,11 @@ void addOutputs(const NamedValues& outputs, CMPIArgs* out)
     }
     auto& target = *static_cast<ArgsObject*>(out);
     for (unsigned int i = 0; i < outputs.count; ++i) {
+        const NamedValue& output = outputs.items[i];
         CMPIData data = {};
-        (void)copyData(*target.arena, outputs.items[i].data, data);
-        if (NamedValue* found = target.arguments.find(outputs.items[i].name); found != nullptr) {
-            found->data = data;
-        } else {
-            target.arguments.append(*target.arena, target.arena->copy(outputs.items[i].name), data);
+        if (target.arguments.find(output.name) == nullptr &&
+            copyData(*target.arena, output.data, data)) {
+            target.arguments.append(*target.arena, target.arena->copy(output.name), data);
         }
     }
 }

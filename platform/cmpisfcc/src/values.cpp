@@ -253,9 +253,15 @@ std::string textOf(CMPIType type, const CMPIValue& value)
 
 extern "C" char* value2Chars(CMPIType type, CMPIValue* value)
 {
+    if (value == nullptr) {
+        return nullptr;
+    }
     // The caller frees it with free().
+    if (type == CMPI_boolean) {
+        return ::strdup(value->boolean != 0 ? "true" : "false");
+    }
     try {
-        return value == nullptr ? nullptr : ::strdup(cmpisfcc::textOf(type, *value).c_str());
+        return ::strdup(cmpisfcc::textOf(type, *value).c_str());
     } catch (const std::exception&) {
         return nullptr;
     }

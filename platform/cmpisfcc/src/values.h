@@ -18,7 +18,7 @@ bool takeValue(Arena& arena, const CMPIValue* value, CMPIType type, CharsAt char
 // A deep copy; false for types that cannot be kept.
 bool copyData(Arena& arena, const CMPIData& data, CMPIData& out);
 
-// The text of a value that is no array and not null.
+// The text of a value that is no array and not null, as CIM-XML has it.
 std::string textOf(CMPIType type, const CMPIValue& value);
 
 } // namespace cmpisfcc

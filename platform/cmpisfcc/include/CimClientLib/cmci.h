@@ -93,9 +93,10 @@ typedef struct _CMCIClientFT
                                    CMPIStatus* rc);
     CMPIEnumeration* (*referenceNames)(CMCIClient* mb, CMPIObjectPath* op, const char* resultClass,
                                        const char* role, CMPIStatus* rc);
-    /* Output arguments are added to `out`. `in` and `out` may be NULL. A returned value that is an
-       object belongs to the caller. Texts of `in`, and arrays of them, go without a type, so that
-       the object manager makes values of the declared ones of them. */
+    /* Output arguments are added to `out` in their order; what is there under a name stays. `in`
+       and `out` may be NULL. A returned value that is an object belongs to the caller. Texts of
+       `in`, and arrays of them, go without a type, so that the object manager makes values of the
+       declared ones of them. */
     CMPIData (*invokeMethod)(CMCIClient* mb, CMPIObjectPath* op, const char* method, CMPIArgs* in,
                              CMPIArgs* out, CMPIStatus* rc);
     CMPIStatus (*setProperty)(CMCIClient* mb, CMPIObjectPath* op, const char* name,

@@ -110,6 +110,7 @@ typedef struct _CMPIObjectPathFT
     CMPIStatus (*release)(CMPIObjectPath* op);
     CMPIObjectPath* (*clone)(CMPIObjectPath* op, CMPIStatus* rc);
     CMPIStatus (*setNameSpace)(CMPIObjectPath* op, const char* nameSpace);
+    /* Names that are not set: a string whose character pointer is NULL, for the host NULL. */
     CMPIString* (*getNameSpace)(CMPIObjectPath* op, CMPIStatus* rc);
     CMPIStatus (*setHostname)(CMPIObjectPath* op, const char* hostName);
     CMPIString* (*getHostname)(CMPIObjectPath* op, CMPIStatus* rc);
@@ -131,7 +132,7 @@ typedef struct _CMPIObjectPathFT
                                    CMPIStatus* rc);
     CMPIData (*getParameterQualifier)(CMPIObjectPath* op, const char* mName, const char* pName,
                                       const char* qName, CMPIStatus* rc);
-    /* [//host/][namespace:]Class.key=value,... with texts in double quotes. */
+    /* [namespace:]Class.key=value,... with texts in double quotes; the host is not told. */
     CMPIString* (*toString)(CMPIObjectPath* op, CMPIStatus* rc);
 } CMPIObjectPathFT;
 

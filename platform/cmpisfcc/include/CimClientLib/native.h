@@ -43,7 +43,7 @@ CMPIDateTime* native_new_CMPIDateTime_fromBinary(CMPIUint64 usec, CMPIBoolean in
 CMPIDateTime* native_new_CMPIDateTime_fromChars(const char* text, CMPIStatus* rc);
 
 /*
- * The text of a value that is no array: numbers in decimal, TRUE or FALSE, a path or an instance
+ * The text of a value that is no array: numbers in decimal, true or false, a path or an instance
  * written out. The caller frees it with free().
  */
 char* value2Chars(CMPIType type, CMPIValue* value);

@@ -273,7 +273,8 @@ TEST_F(ClientOperations, AssociatedInstancesHaveHostAndNameSpace)
     CMPIInstance* slot = CMGetNext(slots.get(), nullptr).value.inst;
     EXPECT_EQ(CMGetProperty(slot, "No", nullptr).type, CMPI_uint16);
     const auto path = own(CMGetObjectPath(slot, nullptr));
-    EXPECT_EQ(taken(CMObjectPathToString(path.get(), nullptr)), "//far/root/other:XCIM_Slot.No=3");
+    EXPECT_EQ(taken(CMGetHostname(path.get(), nullptr)), "far");
+    EXPECT_EQ(taken(CMObjectPathToString(path.get(), nullptr)), "root/other:XCIM_Slot.No=3");
 }
 
 TEST_F(ClientOperations, MethodsTakeInputsAndGiveOutputs)
@@ -296,6 +297,29 @@ TEST_F(ClientOperations, MethodsTakeInputsAndGiveOutputs)
     EXPECT_THAT(request(), HasSubstr("CIMMethod: Reset\r\n"));
     EXPECT_THAT(request(), HasSubstr("CIMObject: root%2Fxcim%3AXCIM_Fan.Id%3D%22fan%201%22\r\n"));
     EXPECT_THAT(request(), HasSubstr("PARAMTYPE=\"uint16\""));
+}
+
+TEST_F(ClientOperations, OutputsKeepTheirOrderAndWhatIsThereStays)
+{
+    mServer.addXml(
+        R"(<CIM CIMVERSION="2.0" DTDVERSION="2.0"><MESSAGE ID="4711" PROTOCOLVERSION="1.0"><SIMPLERSP>)"
+        R"(<METHODRESPONSE NAME="Reset"><PARAMVALUE NAME="Z" PARAMTYPE="string"><VALUE>1</VALUE></PARAMVALUE>)"
+        R"(<PARAMVALUE NAME="Mine" PARAMTYPE="string"><VALUE>theirs</VALUE></PARAMVALUE>)"
+        R"(<PARAMVALUE NAME="A" PARAMTYPE="string"><VALUE>2</VALUE></PARAMVALUE>)"
+        R"(<PARAMVALUE NAME="z" PARAMTYPE="string"><VALUE>again</VALUE></PARAMVALUE>)"
+        R"(</METHODRESPONSE></SIMPLERSP></MESSAGE></CIM>)");
+    const auto out = own(native_new_CMPIArgs(nullptr));
+    (void)CMAddArg(out.get(), "MINE", const_cast<char*>("mine"), CMPI_chars);
+    (void)ft()->invokeMethod(mClient.get(), mPath.get(), "Reset", nullptr, out.get(),
+                             mStatus.out());
+    EXPECT_EQ(mStatus.code(), CMPI_RC_OK) << mStatus.message();
+    std::string outputs;
+    for (unsigned int i = 0; i < CMGetArgCount(out.get(), nullptr); ++i) {
+        CMPIString* name = nullptr;
+        const CMPIData output = CMGetArgAt(out.get(), i, &name, nullptr);
+        outputs += taken(name) + "=" + textOf(output) + " ";
+    }
+    EXPECT_EQ(outputs, "MINE=mine Z=1 A=2 ");
 }
 
 TEST_F(ClientOperations, TextsGoWithoutATypeAndAllElseWithIts)
