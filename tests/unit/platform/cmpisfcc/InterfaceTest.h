@@ -1,0 +1,68 @@
+// What a program made for SFCC sees of each function of the interface's tables.
+#ifndef TESTS_CMPISFCC_INTERFACE_TEST_H_
+#define TESTS_CMPISFCC_INTERFACE_TEST_H_
+
+#include "CannedServer.h"
+#include "Owner.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+// A client, and objects to call functions of.
+class Program
+{
+public:
+    Program()
+        : client(
+              own(cmciConnect("127.0.0.1", "http", server.port().c_str(), "me", nullptr, nullptr))),
+          path(own(newCMPIObjectPath("root/xcim", "XCIM_Fan", nullptr)))
+    {
+        (void)CMAddKey(path.get(), "Id", const_cast<char*>("f"), CMPI_chars);
+        instance = own(native_new_CMPIInstance(path.get(), nullptr));
+    }
+
+    // What the object manager returns next.
+    void returns(const char* operation, const std::string& objects)
+    {
+        server.addXml(CannedServer::returning(operation, objects));
+    }
+    void done(const char* operation) { server.addXml(CannedServer::message(operation, "")); }
+
+    // Whether the last request was this operation.
+    bool asked(const std::string& operation)
+    {
+        return server.requests().back().find("CIMMethod: " + operation + "\r\n") !=
+               std::string::npos;
+    }
+
+    CMCIClientFT& clientTable() const { return *client->ft; }
+    CMPIObjectPathFT& pathTable() const { return *path->ft; }
+    CMPIInstanceFT& instanceTable() const { return *instance->ft; }
+
+    CannedServer server;
+    Owner<CMCIClient> client;
+    Owner<CMPIObjectPath> path;
+    Owner<CMPIInstance> instance;
+    Status status;
+};
+
+// A function of a table, "release", and what is seen of it.
+struct FunctionCase
+{
+    const char* function;
+    void (*check)(Program& program);
+};
+
+inline std::string caseName(const testing::TestParamInfo<FunctionCase>& info)
+{
+    return info.param.function;
+}
+
+// A table begins with a number; all else are functions.
+template <typename Table>
+constexpr std::size_t kFunctionCount = sizeof(Table) / sizeof(void*) - 1;
+
+#endif
