@@ -17,7 +17,7 @@ namespace httpd {
 // another one.
 struct Standing
 {
-    enum class Shown { HalfHead, Nothing, LastAnswer, HalfBody, StalledAnswer };
+    enum class Shown { HalfHead, Nothing, LastAnswer, New, HalfBody, StalledAnswer };
     Shown shown = Shown::Nothing;
     std::chrono::steady_clock::time_point since = {};
 

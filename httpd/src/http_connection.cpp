@@ -52,7 +52,7 @@ std::optional<Standing> HttpConnection::standing() const
     case Step::Head:
         return Standing{Standing::Shown::HalfHead, mSince};
     case Step::Idle:
-        return Standing{Standing::Shown::Nothing, mSince};
+        return Standing{isNew() ? Standing::Shown::New : Standing::Shown::Nothing, mSince};
     case Step::Lingering:
         return Standing{Standing::Shown::LastAnswer, mSince};
     case Step::Body:
@@ -61,6 +61,11 @@ std::optional<Standing> HttpConnection::standing() const
     default:
         return std::nullopt;
     }
+}
+
+bool HttpConnection::isNew() const
+{
+    return !mHasAnswered && Clock::now() - mSince < mLimits.newcomerTime;
 }
 
 bool HttpConnection::hasMoreToShow() const
@@ -228,6 +233,7 @@ void HttpConnection::written()
     mAnswerBody = {};
     mWrittenBytes = 0;
     mAnswerMemory.force(0);
+    mHasAnswered = true;
     if (mKeepAlive) {
         nextRequest();
         return;

@@ -92,6 +92,7 @@ private:
     void awaitInput();
     void inputCame();
     bool hasInput() const;
+    bool isNew() const;
     bool readSome(size_t bytes);
     void inputEnded();
     std::string_view unread() const;
@@ -143,6 +144,7 @@ private:
     MemoryShare mAnswerMemory;
     size_t mLingerBytes = 0;
     unsigned int mVersion = 11;
+    bool mHasAnswered = false; // a request
     bool mKeepAlive = false;
     bool mIsHead = false;
     bool mAwaitsInput = false;

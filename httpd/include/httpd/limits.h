@@ -40,8 +40,9 @@ struct Limits
 
     // Connections at a time; withinOpenFiles() lowers it where fewer files may be open. Another one
     // takes the place of that which has shown least for longest: first of heads that were begun and
-    // not ended, then of idle ones, then of bodies, then of answers that nobody takes. While all
-    // are being answered it waits, and those behind it wait in the listener's backlog.
+    // not ended, then of idle ones, then of new ones, then of bodies, then of answers that nobody
+    // takes. While all are being answered it waits, and those behind it wait in the listener's
+    // backlog.
     size_t connections = 512;
 
     // Connections of one IPv4 address or one IPv6 /64 at a time: whoever has one such network has
@@ -49,6 +50,10 @@ struct Limits
     // are being answered it is closed at once. High, since all clients behind a proxy on this
     // machine are one address; low enough to keep places for the others.
     size_t connectionsPerShare = 384;
+
+    // How long a connection is new that has sent nothing yet: in a crowd a client may get its turn
+    // to send later than others theirs to come.
+    std::chrono::milliseconds newcomerTime{1'000};
 
     // How long a kept-alive connection may stay silent between requests.
     std::chrono::milliseconds idleTimeout{60'000};

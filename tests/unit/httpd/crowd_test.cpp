@@ -97,6 +97,18 @@ TEST_F(Crowd, HalfHeadIsNoYoungerForEachByteOfIt)
     EXPECT_EQ(younger.ask("st: h\r\n\r\n").status(), 200);
 }
 
+TEST_F(Crowd, WhoHasJustComeIsLeftTimeToAsk)
+{
+    start(2);
+    HttpClient& newcomer = join("127.0.0.2", "");
+    HttpClient& answered = join("127.0.0.3", kGet);
+    EXPECT_EQ(answered.readAnswer().status(), 200);
+    HttpClient third = connect();
+    EXPECT_EQ(third.ask(kGet).status(), 200);
+    EXPECT_TRUE(answered.isClosedByServer());
+    EXPECT_EQ(newcomer.ask(kGet).status(), 200);
+}
+
 TEST_F(Crowd, HalfBodiesMakeRoomAfterIdleConnections)
 {
     start(2);

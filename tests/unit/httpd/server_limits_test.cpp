@@ -347,6 +347,7 @@ TEST_F(ServerTest, ConnectionThatIsIdleForLongestMakesRoom)
 {
     httpd::Limits limits;
     limits.connections = 3;
+    limits.newcomerTime = std::chrono::milliseconds(0);
     start(limits);
     HttpClient silent = connect();
     settle();
