@@ -21,6 +21,7 @@
 #include <cstdint>
 #include <string>
 
+struct sqlite3;
 struct sqlite3_stmt;
 
 // An array property as the cache stores it, in the platform's byte order (little-endian on the
@@ -36,6 +37,13 @@ struct __blobData
 // once, before the first read. A cache that cannot be opened ends the process with exit status 1,
 // after a line at level 1. Returns SQLite's result of setting the timeout, 0.
 CIMGATE_EXPORT int LoadDatabase();
+
+// NOLINTBEGIN(cppcoreguidelines-avoid-non-const-global-variables): one connection for the process
+// The connection; null until LoadDatabase(). A host may put a transaction around what it reads
+// ("BEGIN" ... "COMMIT"), so that all of an answer is of one state of the cache, and ask it what
+// went wrong.
+extern CIMGATE_EXPORT sqlite3* dbhandle;
+// NOLINTEND(cppcoreguidelines-avoid-non-const-global-variables)
 
 class CIMGATE_EXPORT SQLInterface
 {
@@ -67,7 +75,8 @@ public:
     //                 aliases; without rows out stays as it is. false: the first row becomes out,
     //                 under the column names.
     // An array property P also gives P + "@odata.count". Returns 0, or 1 when a single instance
-    // was asked for and there is no row. Aborts on a REAL cell and on an INTEGER cell whose
+    // was asked for and no row could be read: whether there is none, or SQLite failed, only
+    // dbhandle tells. Aborts on a REAL cell and on an INTEGER cell whose
     // "cim_type" is missing or unknown. The rows of a collection end only where SQLite says so: on
     // a damaged file this call need not end, its caller needs a deadline.
     int SQLToJson(sqlite3_stmt* stmt, Json::Value& out, Json::Value rmf, std::string className,

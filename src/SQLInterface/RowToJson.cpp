@@ -333,15 +333,16 @@ int rowsToJson(sqlite3_stmt* stmt, Json::Value& out, const Json::Value& entry,
     LOG_SCOPE_AS("SQLToJson");
     int status = sqlite3_step(stmt);
     std::vector<Column> columns = GetColumnNames(stmt, entry, className, shape);
-    if (status == SQLITE_DONE) {
-        if (shape == RowShape::Members) {
-            return 0;
-        }
-        LOG_AT(LOG_ERROR, "Rows returned is = 0 for get instance request");
-        return 1;
-    }
     if (shape != RowShape::Members) {
+        // Only a row is one: nulls in place of what cannot be read would look like the instance's.
+        if (status != SQLITE_ROW) {
+            LOG_AT(LOG_ERROR, "Rows returned is = 0 for get instance request");
+            return 1;
+        }
         out = rowToJson(stmt, columns, className, status);
+        return 0;
+    }
+    if (status == SQLITE_DONE) {
         return 0;
     }
     Json::Value& members = writableArray(writableObject(out)["Members"]);
