@@ -5,6 +5,7 @@
 #include "log_filter.h"
 #include "spawner/spawner.h"
 #include "tell.h"
+#include "worker/data_cache.h"
 
 #include <ExtendedErrorInfoHandling.h>
 #include <ResourceMapper.h>
@@ -32,6 +33,20 @@ void applyOptions(const Options& options)
     }
 }
 
+// A data cache that is not there yet comes with its writer, which may start later. One that cannot
+// be opened is the operator's to mend; what one lacks costs only those who read it.
+bool canOpenCache(const MappingSummary& mapping, std::string& problem)
+{
+    const std::string& path = SQLInterface::DataCachePath;
+    const std::string cause = mapping.usesCache ? problemOfCacheFile(path) : "";
+    if (cause.empty() || cause == kCacheIsMissing) {
+        return true;
+    }
+    problem = "cannot open the data cache " + path + ": " + cause +
+              "; mend it or name another file with --cache";
+    return false;
+}
+
 } // namespace
 
 int runService(const Options& options, const httpd::Limits& limits)
@@ -48,7 +63,7 @@ int runService(const Options& options, const httpd::Limits& limits)
                         EXIT_FAILURE);
     }
     Spawner spawner;
-    const bool isStarted = startSpawner(spawner, problem);
+    const bool isStarted = startSpawner(spawner, problem) && canOpenCache(spawner.mapping, problem);
     const int status =
         isStarted ? runFront(options, spawner, limits) : complain(problem, EXIT_FAILURE);
     awaitSpawner(spawner);

@@ -209,10 +209,10 @@ public:
 
     // The instance named by mInstanceId, from the data cache. The bool only chooses this source.
     // out: the mapped properties under their aliases, with OData annotations, "Links" and
-    // "Actions", narrowed by $select. Results: RM_OK; RM_INVALID_URI (no key, or no row for it that
-    // could be read); RM_INTERNAL_ERROR (no mapped properties, statement cannot be prepared,
-    // $select empty or above 255 bytes); RM_QUERY_NOT_SUPPORTED ($expand or $filter without
-    // $select); RM_PROPERTY_UNKNOWN. After a failure out may hold partial data. Aborts where the resource is a collection.
+    // "Actions", narrowed by $select. Results: RM_OK; RM_INVALID_URI (no key, or no readable row);
+    // RM_INTERNAL_ERROR (no mapped properties, statement cannot be prepared, $select empty or above
+    // 255 bytes); RM_QUERY_NOT_SUPPORTED ($expand or $filter without $select); RM_PROPERTY_UNKNOWN.
+    // After a failure out may hold partial data. Aborts where the resource is a collection.
     _ResourceMapperError GetInstance(Json::Value& out, bool fromCache);
 
     // A collection, live from CIM: one enumeration of the class, whatever its size. out: as below,

@@ -17,9 +17,7 @@
 #include <boost/asio/steady_timer.hpp>
 #include <httpd/listen_address.h>
 #include <httpd/server.h>
-#include <unistd.h>
 
-#include <cerrno>
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
@@ -123,7 +121,6 @@ private:
     void makeQueue();
     void workersReady();
     void listen();
-    bool goesOnUnready();
     void fail(const std::string& cause);
 
     const Options& mOptions;
@@ -155,7 +152,7 @@ Front::Front(const Options& options, const Spawner& spawner, const httpd::Limits
       mOwnNames(options.hosts),
       mSpawner(mContext, spawner.control.get(), [this](const std::string& cause) { fail(cause); }),
       mPool(mContext, mSpawner, options.workers, std::chrono::seconds(options.requestTimeoutS),
-            {[this] { workersReady(); }, [this] { return goesOnUnready(); },
+            {[this] { workersReady(); }, [this] { fail("a worker ended before it was ready"); },
              [this](const std::string& cause) {
                  fail(cause);
              }}),
@@ -422,23 +419,6 @@ void Front::listen()
     (void)std::printf("cimgated: listening on %s\n",
                       httpd::urlOf(mOptions.address, mServer.port()).c_str());
     (void)std::fflush(stdout);
-}
-
-// A data cache that is not there yet comes with its writer, which may start later. Every other
-// fault is one that the operator has to mend.
-bool Front::goesOnUnready()
-{
-    if (mMapping.usesCache && access(mOptions.cachePath.c_str(), F_OK) != 0 && errno == ENOENT) {
-        tell("the data cache " + mOptions.cachePath +
-             " is not there: reads of cached resources answer 503 until it is (--cache names "
-             "another file)");
-        return true;
-    }
-    const std::string cause = "a worker ended before it was ready";
-    fail(mMapping.usesCache ? cause + ": is the data cache " + mOptions.cachePath +
-                                  " there and readable? Name another file with --cache"
-                            : cause);
-    return false;
 }
 
 void Front::fail(const std::string& cause)

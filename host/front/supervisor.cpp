@@ -85,9 +85,8 @@ void Supervisor::childGone(bool wasOfUse)
     } else if (!mIsStarting) {
         log(Severity::Error, mWanted.uselessEnd);
         replaceAfterPause();
-    } else if (mEvents.notReady()) {
-        becomeReady();
-        replaceAfterPause();
+    } else {
+        mEvents.notReady();
     }
 }
 

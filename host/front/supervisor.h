@@ -32,8 +32,7 @@ public:
     {
         std::function<void(ControlMessage&)> forked;    // a process, as the spawner announced it
         std::function<void()> ready;                    // all first ones are ready
-        std::function<bool()> notReady;                 // a first one ended before it was: true to
-                                                        // go on, as if they were, and try again
+        std::function<void()> notReady;                 // a first one ended before it was
         std::function<void()> pausing;                  // the next one is asked for after a pause
         std::function<void(const std::string&)> failed; // the first ones cannot be had
     };

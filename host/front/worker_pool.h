@@ -27,8 +27,7 @@ public:
     struct Events
     {
         std::function<void()> ready;                    // all first workers are ready
-        std::function<bool()> notReady;                 // a first worker ended before it was:
-                                                        // true to go on and try again
+        std::function<void()> notReady;                 // a first worker ended before it was
         std::function<void(const std::string&)> failed; // the service cannot go on
     };
 

@@ -28,7 +28,6 @@ Supervisor::Events QueueFrontEnd::supervisorEvents(const std::string& endpoint, 
     const auto notReady = [endpoint, failed = events.failed] {
         failed("cannot open " + endpoint +
                ", as said above; name another endpoint with --oem-endpoint");
-        return false;
     };
     return {[this](ControlMessage& forked) { addProcess(forked); }, std::move(events.ready),
             notReady, [] {}, std::move(events.failed)};

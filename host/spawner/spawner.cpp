@@ -78,12 +78,13 @@ std::string workOf(const Child& child)
 }
 
 // What it runs, in a process that was forked for it.
-[[noreturn]] void runChild(const ControlMessage& request, FileDescriptor socket, WorkNote& note)
+[[noreturn]] void runChild(const ControlMessage& request, FileDescriptor socket, WorkNote& note,
+                           CacheNotice& cacheNotice)
 {
     if (request.kind == ControlKind::SpawnQueueProcess) {
         runQueueProcess(std::move(socket), request.text);
     }
-    runWorker(std::move(socket), note);
+    runWorker(std::move(socket), note, cacheNotice);
 }
 
 // The spawner's side of the control socket, and the processes it has to answer for.
@@ -106,6 +107,7 @@ private:
 
     FileDescriptor mControl;
     FileDescriptor mChildSignals;
+    CacheNotice mCacheNotice;            // of all workers
     std::map<uint32_t, Child> mChildren; // not yet reaped, so that their pids are still theirs
     uint32_t mLastId = 0;
 };
@@ -210,7 +212,7 @@ pid_t SpawnerProcess::forkChild(const ControlMessage& request, FileDescriptor& f
     mControl.reset();
     mChildSignals.reset();
     mChildren.clear(); // with the notes of the others
-    runChild(request, std::move(child), note);
+    runChild(request, std::move(child), note, mCacheNotice);
 }
 
 void SpawnerProcess::kill(uint32_t id)

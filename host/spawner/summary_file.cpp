@@ -1,6 +1,7 @@
 #include "spawner/summary_file.h"
 
 #include <ResourceMapper/mapping/Entry.h>
+#include <ResourceMapper/mapping/Links.h>
 #include <sys/mman.h>
 #include <sys/stat.h>
 
@@ -37,7 +38,7 @@ UriKind kindOfRead(const Json::Value& file, const std::string& uri)
 MappingSummary summaryOf(const Json::Value& file)
 {
     MappingSummary summary;
-    summary.usesCache = mapping::hasCachedClass(file);
+    summary.usesCache = mapping::readsDataCache(file);
     for (const mapping::RegisteredUri& registered : mapping::registeredUris(file)) {
         summary.uris[registered.uri].kind = registered.method == mapping::Method::Post
                                                 ? UriKind::Action

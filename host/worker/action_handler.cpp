@@ -6,6 +6,9 @@
 #include "worker/scope_response.h"
 #include "worker/strict_json.h"
 
+#include <ResourceMapper/mapping/Entry.h>
+#include <ResourceMapper/mapping/Links.h>
+
 namespace host {
 
 namespace {
@@ -31,6 +34,16 @@ httpd::Response methodRefused(const odata::Scope& scope, const char* allowedMeth
     httpd::Response response = responseOf(scope);
     response.headers.push_back({"Allow", allowedMethods});
     return response;
+}
+
+// Whether the library will look links up in the data cache: a POST to the URI of an instance reads
+// it, to tell what is wrong with the request.
+bool mayReadLinks(const odata::URI& uri)
+{
+    const unsigned int segments = uri.GetSegmentCount();
+    const char* const resource = segments < 2 ? nullptr : uri.GetSegment(segments - 2);
+    return resource != nullptr &&
+           cimgate::mapping::hasAssociations(cimgate::memberOf(ResourceMapper::RmfObj, resource));
 }
 
 // Why the URI names no action.
@@ -124,12 +137,16 @@ void sendOutcome(ResourceMapper& mapper, const odata::Scope& scope, unsigned lon
 } // namespace
 
 httpd::Response handlePost(ResourceMapper& mapper, const odata::Scope& scope,
-                           const std::string& body, CimSession& cim)
+                           const std::string& body, Sources& sources)
 {
+    if (mayReadLinks(mapper.mURI) && !sources.cache.canFindLinks()) {
+        currentRequest().fail(kCacheIsUnreadable);
+        return temporarilyUnavailable(kRetryAfterS);
+    }
     const _ResourceMapperError rc = mapper.ParseUri(RM_METHOD_POST);
     currentRequest().concerns(mapper.mOemResourceName, mapper.mCimClass);
     if (rc != RM_OK) {
-        return refuseUri(mapper, scope, rc, cim);
+        return refuseUri(mapper, scope, rc, sources.cim);
     }
     Json::Value payload;
     if (!parseObject(body, payload)) {
@@ -138,7 +155,7 @@ httpd::Response handlePost(ResourceMapper& mapper, const odata::Scope& scope,
     }
     // Looked for anew each time: 503 invites clients to repeat the action, so that it must mean
     // that nothing was sent. (Without a connection the library would call the action done.)
-    if (const char* const fault = cim.renew()) {
+    if (const char* const fault = sources.cim.renew()) {
         return withoutObjectManager(fault);
     }
     Json::Value outputs(Json::objectValue);

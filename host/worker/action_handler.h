@@ -3,7 +3,7 @@
 #ifndef HOST_WORKER_ACTION_HANDLER_H_
 #define HOST_WORKER_ACTION_HANDLER_H_
 
-#include "worker/cim_session.h"
+#include "worker/sources.h"
 
 #include <ResourceMapper.h>
 #include <httpd/server.h>
@@ -15,7 +15,7 @@ namespace host {
 // Resolves the mapper's URI and carries out the action that it names, body being the request's.
 // mapper and scope are those of one request. The response lacks the scope's headers.
 httpd::Response handlePost(ResourceMapper& mapper, const odata::Scope& scope,
-                           const std::string& body, CimSession& cim);
+                           const std::string& body, Sources& sources);
 
 } // namespace host
 

@@ -4,18 +4,23 @@
 #include "host_limits.h"
 #include "queue/worker_end.h"
 #include "worker/action_handler.h"
+#include "worker/cache_read.h"
 #include "worker/current_request.h"
 #include "worker/scope_response.h"
 
 #include <ResourceMapper.h>
 #include <ResourceMapper/mapping/Entry.h>
+#include <ResourceMapper/mapping/Links.h>
+#include <sqlite3.h>
 
 namespace host {
 
 namespace {
 
-using cimgate::mapping::Source;
-using cimgate::mapping::sourceOf;
+namespace mapping = cimgate::mapping;
+
+using mapping::Source;
+using mapping::sourceOf;
 
 httpd::Response answer(ResourceMapper& mapper, const odata::Scope& scope, _ResourceMapperError rc,
                        Json::Value& body)
@@ -32,16 +37,47 @@ httpd::Response answer(ResourceMapper& mapper, const odata::Scope& scope, _Resou
     return response;
 }
 
-httpd::Response readFromCache(ResourceMapper& mapper, const odata::Scope& scope)
+// A class that is not ready, or a cache that cannot say so.
+httpd::Response notReady(const CacheRead& read, DataCache& cache)
 {
-    if (!mapper.IsCached()) { // has set "Retry-After"
-        currentRequest().fail("the class is not ready in the data cache");
-        return errorResponse(httpd::kServiceUnavailable, "ServiceTemporarilyUnavailable",
-                             kRetryAfterS);
+    const std::optional<CacheFault> fault = read.fault();
+    currentRequest().fail(fault ? faultText(kReadinessTable, *fault)
+                                : "the class is not ready in the data cache");
+    if (!fault || fault->code != SQLITE_BUSY) {
+        cache.note(fault ? fault->words : "");
     }
+    // The library has set "Retry-After".
+    return errorResponse(httpd::kServiceUnavailable, "ServiceTemporarilyUnavailable", kRetryAfterS);
+}
+
+// Whether the library's result is not to be believed: "there is no such instance" means that it is
+// gone, to clients. What SQLite calls an error is a table that the mapping names and the cache
+// lacks, which no waiting mends.
+bool isOfTheCache(const CacheFault& fault, _ResourceMapperError rc)
+{
+    return fault.code != SQLITE_ERROR || rc != RM_INTERNAL_ERROR;
+}
+
+httpd::Response readFromCache(ResourceMapper& mapper, const odata::Scope& scope, DataCache& cache)
+{
+    if (!cache.open()) {
+        currentRequest().fail(kCacheIsUnreadable);
+        return temporarilyUnavailable(kRetryAfterS);
+    }
+    CacheRead read;
+    if (!mapper.IsCached()) {
+        return notReady(read, cache);
+    }
+    cache.note("");
     Json::Value body;
     const _ResourceMapperError rc =
         mapper.mIsCollection ? mapper.GetCollection(body, true) : mapper.GetInstance(body, true);
+    const std::optional<CacheFault> fault = read.fault();
+    read.end();
+    if (fault && isOfTheCache(*fault, rc)) {
+        currentRequest().fail(faultText(tableOf(mapper.mCimClass), *fault));
+        return temporarilyUnavailable(kRetryAfterS);
+    }
     return answer(mapper, scope, rc, body);
 }
 
@@ -64,8 +100,14 @@ httpd::Response readLive(ResourceMapper& mapper, const odata::Scope& scope, CimS
     return answer(mapper, scope, rc, body);
 }
 
+// Of what does not come from the data cache itself.
+bool canReadLinks(const ResourceMapper& mapper, DataCache& cache)
+{
+    return !mapping::hasAssociations(mapper.mResourceObj) || cache.canFindLinks();
+}
+
 std::optional<httpd::Response> read(ResourceMapper& mapper, const odata::Scope& scope,
-                                    bool mayReadLive, CimSession& cim)
+                                    bool mayReadLive, Sources& sources)
 {
     Json::Value body;
     _ResourceMapperError rc = mapper.ParseUri(RM_METHOD_GET);
@@ -73,58 +115,61 @@ std::optional<httpd::Response> read(ResourceMapper& mapper, const odata::Scope& 
     if (rc != RM_OK) {
         return answer(mapper, scope, rc, body);
     }
-    switch (sourceOf(mapper.mResourceObj, mapper.mCimClass, mapper.mIsCollection)) {
-    case Source::DataCache:
-        return readFromCache(mapper, scope);
-    case Source::Cim:
-        if (!mayReadLive) {
-            return std::nullopt;
-        }
-        return readLive(mapper, scope, cim);
-    case Source::MappingFile:
-        break;
+    const Source source = sourceOf(mapper.mResourceObj, mapper.mCimClass, mapper.mIsCollection);
+    if (source == Source::DataCache) {
+        return readFromCache(mapper, scope, sources.cache);
+    }
+    if (source == Source::Cim && !mayReadLive) {
+        return std::nullopt;
+    }
+    if (!canReadLinks(mapper, sources.cache)) {
+        currentRequest().fail(kCacheIsUnreadable);
+        return temporarilyUnavailable(kRetryAfterS);
+    }
+    if (source == Source::Cim) {
+        return readLive(mapper, scope, sources.cim);
     }
     (void)mapper.IsServiceURI(body, rc);
     return answer(mapper, scope, rc, body);
 }
 
-std::optional<httpd::Response> answerTo(const ReadRequest& request, CimSession& cim)
+std::optional<httpd::Response> answerTo(const ReadRequest& request, Sources& sources)
 {
     odata::Scope scope = odata::Scope::ForRequest(request.target);
     const odata::URI uri = scope.NewURI();
-    ResourceMapper mapper(cim.get(), scope, uri, false);
-    std::optional<httpd::Response> response = read(mapper, scope, request.mayReadLive, cim);
+    ResourceMapper mapper(sources.cim.get(), scope, uri, false);
+    std::optional<httpd::Response> response = read(mapper, scope, request.mayReadLive, sources);
     if (response) {
         addHeaders(scope, *response);
     }
     return response;
 }
 
-std::optional<httpd::Response> answerTo(const ActionRequest& request, CimSession& cim)
+std::optional<httpd::Response> answerTo(const ActionRequest& request, Sources& sources)
 {
     odata::Scope scope = odata::Scope::ForRequest(request.target);
     const odata::URI uri = scope.NewURI();
-    ResourceMapper mapper(cim.get(), scope, uri, false);
-    httpd::Response response = handlePost(mapper, scope, request.body, cim);
+    ResourceMapper mapper(sources.cim.get(), scope, uri, false);
+    httpd::Response response = handlePost(mapper, scope, request.body, sources);
     addHeaders(scope, response);
     return response;
 }
 
-std::optional<httpd::Response> answerTo(const EmbeddedDataRequest& request, CimSession& /*cim*/)
+std::optional<httpd::Response> answerTo(const EmbeddedDataRequest& request, Sources& sources)
 {
     httpd::Response response;
-    response.body = handleEmbeddedData(request.container, request.id);
+    response.body = handleEmbeddedData(request.container, request.id, sources.cache);
     return response;
 }
 
 } // namespace
 
-std::optional<httpd::Response> handleRequest(const WorkerRequest& request, CimSession& cim)
+std::optional<httpd::Response> handleRequest(const WorkerRequest& request, Sources& sources)
 {
     CurrentRequest& current = currentRequest();
     current.begin(request);
     std::optional<httpd::Response> response =
-        std::visit([&cim](const auto& kind) { return answerTo(kind, cim); }, request);
+        std::visit([&sources](const auto& kind) { return answerTo(kind, sources); }, request);
     if (response && (current.hasFailed() || httpd::isServerFailure(response->status))) {
         response->remark = current.remark();
     }

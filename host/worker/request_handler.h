@@ -3,7 +3,7 @@
 #define HOST_WORKER_REQUEST_HANDLER_H_
 
 #include "wire/worker_message.h"
-#include "worker/cim_session.h"
+#include "worker/sources.h"
 
 #include <optional>
 
@@ -11,7 +11,7 @@ namespace host {
 
 // Answers a request; a URI must have at least one segment. Nothing when the resource is read live
 // and the request may not do that. What has failed has a remark.
-std::optional<httpd::Response> handleRequest(const WorkerRequest& request, CimSession& cim);
+std::optional<httpd::Response> handleRequest(const WorkerRequest& request, Sources& sources);
 
 } // namespace host
 

@@ -4,13 +4,12 @@
 #include "log_filter.h"
 #include "process_limits.h"
 #include "wire/frame_io.h"
-#include "worker/cache_file.h"
-#include "worker/cim_session.h"
+#include "worker/cache_read.h"
 #include "worker/current_request.h"
 #include "worker/request_handler.h"
 
 #include <ResourceMapper.h>
-#include <ResourceMapper/mapping/Entry.h>
+#include <ResourceMapper/mapping/Links.h>
 #include <poll.h>
 #include <sys/prctl.h>
 
@@ -36,15 +35,15 @@ bool readRequest(int socket, WorkerRequest& request)
     return receiveFrame(socket, payload) && decodeRequest(payload, request);
 }
 
-std::string answerFrame(const WorkerRequest& request, CimSession& cim)
+std::string answerFrame(const WorkerRequest& request, Sources& sources)
 {
-    const std::optional<httpd::Response> response = handleRequest(request, cim);
+    const std::optional<httpd::Response> response = handleRequest(request, sources);
     return response ? encodeResponse(*response) : encodeDeclined(Declined::NeedsCim);
 }
 
 } // namespace
 
-void runWorker(FileDescriptor socket, WorkNote& note)
+void runWorker(FileDescriptor socket, WorkNote& note, CacheNotice& cacheNotice)
 {
     nameLog("worker");
     currentRequest().showIn(&note);
@@ -52,18 +51,17 @@ void runWorker(FileDescriptor socket, WorkNote& note)
         [](const std::string& message) { currentRequest().libraryError(message); });
     (void)prctl(PR_SET_NAME, "cimgated-worker");
     limitResources();
-    CimSession cim;
-    CacheFile cache;
-    if (cimgate::mapping::hasCachedClass(ResourceMapper::RmfObj)) {
-        cache.note();
-        (void)LoadDatabase(); // ends the process where the cache cannot be opened
+    CacheRead::watchSqlite();
+    Sources sources(cacheNotice);
+    if (cimgate::mapping::readsDataCache(ResourceMapper::RmfObj)) {
+        sources.cache.look();
     }
     const AddressSpace addressSpace;
     bool hasAnswered = false; // one that starts near the limit is of use all the same
     bool isConnected = sendFrame(socket.get(), encodeReady());
     WorkerRequest request;
     while (isConnected && readRequest(socket.get(), request)) {
-        if (cache.isReplaced()) {
+        if (sources.cache.isReplaced()) {
             (void)sendFrame(socket.get(), encodeDeclined(Declined::CacheReplaced));
             break;
         }
@@ -71,7 +69,7 @@ void runWorker(FileDescriptor socket, WorkNote& note)
             (void)sendFrame(socket.get(), encodeDeclined(Declined::MemoryGrown));
             break;
         }
-        isConnected = sendFrame(socket.get(), answerFrame(request, cim));
+        isConnected = sendFrame(socket.get(), answerFrame(request, sources));
         hasAnswered = true;
     }
     tellAllRepeats();

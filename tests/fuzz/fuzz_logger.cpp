@@ -44,6 +44,16 @@ int vexoprintf(int /*severity*/, int /*module*/, const char* text)
     return 1;
 }
 
+int vexoPutText(const char* /*text*/)
+{
+    return 1;
+}
+
+int vexoAwaitRoom(int /*timeoutMs*/)
+{
+    return 1;
+}
+
 int vexoThreshold(void)
 {
     return VEXO_DEBUG;

@@ -36,7 +36,9 @@ void addOddContainer()
 
 void ask(const std::string& container, const std::string& id)
 {
-    fuzz::requireJsonObject(host::handleEmbeddedData(container, id));
+    static host::CacheNotice notice;
+    static host::DataCache cache(notice);
+    fuzz::requireJsonObject(host::handleEmbeddedData(container, id, cache));
     fuzz::require(!host::isContainerId(id) ||
                       id.find_first_of("'\"`;/*[]()% \\") == std::string::npos,
                   "no accepted id ends a text or a statement");

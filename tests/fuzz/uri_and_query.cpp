@@ -48,11 +48,12 @@ bool isRefusedBefore(const odata::URI& uri)
 
 void ask(const std::string& target, bool isPost)
 {
-    host::CimSession cim;
+    static host::CacheNotice notice;
+    static host::Sources sources(notice);
     const host::WorkerRequest request = isPost
                                             ? host::WorkerRequest(host::ActionRequest{target, "{}"})
                                             : host::WorkerRequest(host::ReadRequest{target});
-    const auto answer = host::handleRequest(request, cim);
+    const auto answer = host::handleRequest(request, sources);
     if (!answer) {
         return; // read from an object manager, which there is none here
     }

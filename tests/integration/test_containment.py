@@ -61,21 +61,6 @@ class Containment(ContainmentTest):
             self.check_good(service)
             wait_until(lambda w=workers: len(set(service.workers()) - set(w)) == 2, "two new workers")
 
-    def test_cache_that_goes_away_costs_waiting_only(self):
-        service = self.service()
-        moved = service.directory / "moved"
-        service.cache_path.rename(moved)
-        service.kill_workers()
-        wait_until(lambda: service.log().count("Can't open database") >= 2, "failed starts")
-        self.assertEqual(service.log().count("a worker ended before it had a request"), 1)
-        pending = service.start_get(GOOD)
-        started = service.log().count("Can't open database")
-        moved.rename(service.cache_path)
-        self.assertEqual(pending.answer().status, 200)
-        self.check_good(service)
-        # The pauses grow: in the second or so that this took, not hundreds of processes were made.
-        self.assertLess(started, 30)
-
     def test_service_without_its_spawner_ends(self):
         service = self.service()
         pids = service.pids()

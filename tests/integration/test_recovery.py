@@ -79,23 +79,21 @@ class Recovery(RecoveryTest):
 
     def test_start_that_hangs_can_be_ended(self):
         signals = (signal.SIGTERM, signal.SIGINT, signal.SIGHUP)
-        starts = [(name, number, self.start_that_hangs(name))
-                  for name in ("mapping_path", "cache_path") for number in signals]
+        starts = [(number, self.start_that_hangs()) for number in signals]
         pids = [wait_until(lambda s=service: len(processes(s)) >= 2 and processes(s), "its processes")
-                for _, _, service in starts]
-        for _, number, service in starts:
+                for _, service in starts]
+        for number, service in starts:
             service.process.send_signal(number)
-        for (name, number, service), own in zip(starts, pids):
-            with self.subTest(file=name, signal=number.name):
+        for (number, service), own in zip(starts, pids):
+            with self.subTest(signal=number.name):
                 service.process.wait(timeout=PATIENCE_S)
                 await_ends(own)
 
-    def start_that_hangs(self, name):
-        """A service that has been started, with a pipe for one of its files."""
+    def start_that_hangs(self):
+        """A service that has been started, with a pipe for its mapping file."""
         service = self.service()
-        path = getattr(service, name)
-        path.unlink()
-        os.mkfifo(path)
+        service.mapping_path.unlink()
+        os.mkfifo(service.mapping_path)
         service.launch()
         return service
 
@@ -103,7 +101,7 @@ class Recovery(RecoveryTest):
         with self.service() as service:
             service.cache_path.unlink()
             service.kill_workers()
-            wait_until(lambda: "a worker ended before it had a request" in service.log(), "a failed start")
+            wait_until(lambda: f"the data cache {service.cache_path} is not there" in service.log(), "a failed look")
             pids = processes(service)
             service.process.send_signal(signal.SIGTERM)
             service.await_end(pids)

@@ -1,8 +1,11 @@
 #include "ResourceMapper/mapping/Links.h"
 
 #include "JsonAccess.h"
+#include "ResourceMapper/mapping/Entry.h"
 
+#include <algorithm>
 #include <sstream>
+#include <vector>
 
 const std::string assocString =
     "{    \"VexoEnclosureCollection\" : {        "
@@ -44,6 +47,23 @@ LinkKind kindOfLink(const std::string& name)
 std::string associationTableOf(const std::string& link)
 {
     return textOf(memberOf(assocObj, link), "assocation");
+}
+
+bool hasAssociations(const Json::Value& entry)
+{
+    const Json::Value& links = entry.isObject() ? entry[kLinks] : Json::Value::nullSingleton();
+    if (!links.isObject()) {
+        return false;
+    }
+    const std::vector<std::string> names = links.getMemberNames();
+    return std::any_of(names.begin(), names.end(), [](const std::string& name) {
+        return kindOfLink(name) == LinkKind::Association;
+    });
+}
+
+bool readsDataCache(const Json::Value& mapping)
+{
+    return hasCachedClass(mapping) || std::any_of(mapping.begin(), mapping.end(), hasAssociations);
 }
 
 std::string associationQuery(const std::string& link)

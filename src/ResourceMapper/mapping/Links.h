@@ -30,6 +30,12 @@ LinkKind kindOfLink(const std::string& name);
 // The data cache's table behind a link; "" for a link of another kind.
 std::string associationTableOf(const std::string& link);
 
+// Whether an entry has a link that comes from the data cache. Silent.
+bool hasAssociations(const Json::Value& entry);
+
+// Whether anything that the mapping describes comes from the data cache. Silent.
+bool readsDataCache(const Json::Value& mapping);
+
 // What is asked of that table; its parameter is the key of the instance.
 std::string associationQuery(const std::string& link);
 

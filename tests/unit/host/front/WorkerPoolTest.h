@@ -36,11 +36,7 @@ protected:
             [this](const std::string& cause) { mFailures.push_back(cause); });
         mPool = std::make_unique<host::WorkerPool>(
             mContext, *mLink, workers, requestTimeout,
-            host::WorkerPool::Events{[this] { ++mReady; },
-                                     [this] {
-                                         ++mNotReady;
-                                         return mGoesOn;
-                                     },
+            host::WorkerPool::Events{[this] { ++mReady; }, [this] { ++mNotReady; },
                                      [this](const std::string& cause) {
                                          mFailures.push_back(cause);
                                      }});
@@ -135,7 +131,6 @@ protected:
     std::unique_ptr<host::WorkerPool> mPool;
     int mReady = 0;
     int mNotReady = 0;
-    bool mGoesOn = false;
     std::vector<std::string> mFailures;
 };
 

@@ -1,0 +1,86 @@
+#include "worker/cache_read.h"
+
+#include <SQLInterface.h>
+#include <sqlite3.h>
+
+namespace host {
+
+namespace {
+
+constexpr int kPrimary = 0xff; // of an extended result code
+
+// Of the last message since the transaction began that tells of a fault.
+int notedCode = SQLITE_OK; // NOLINT(cppcoreguidelines-avoid-non-const-global-variables)
+
+bool isFault(int code)
+{
+    switch (code) {
+    case SQLITE_OK:
+    case SQLITE_ROW:
+    case SQLITE_DONE:
+    case SQLITE_NOTICE:
+    case SQLITE_WARNING:
+    case SQLITE_SCHEMA: // the statement is prepared again
+        return false;
+    default:
+        return true;
+    }
+}
+
+// A statement that the cache's tables do not fit (and that the library steps all the same) says
+// nothing of what others have read: it counts where it was the last.
+void noteMessage(void* /*context*/, int code, const char* /*message*/)
+{
+    const int primary = code & kPrimary;
+    if (isFault(primary) && primary != SQLITE_ERROR && primary != SQLITE_MISUSE) {
+        notedCode = primary;
+    }
+}
+
+bool run(const char* statement)
+{
+    return sqlite3_exec(dbhandle, statement, nullptr, nullptr, nullptr) == SQLITE_OK;
+}
+
+} // namespace
+
+std::string tableOf(const std::string& cimClass)
+{
+    return "Tbl_" + cimClass;
+}
+
+std::string faultText(const std::string& table, const CacheFault& fault)
+{
+    return "cannot read " + table + ": " + fault.words;
+}
+
+void CacheRead::watchSqlite()
+{
+    (void)sqlite3_config(SQLITE_CONFIG_LOG, noteMessage, nullptr);
+}
+
+CacheRead::CacheRead()
+{
+    notedCode = SQLITE_OK;
+    (void)run("BEGIN"); // takes no lock yet; where it fails, the connection says why
+}
+
+std::optional<CacheFault> CacheRead::fault() const
+{
+    const int last = sqlite3_errcode(dbhandle) & kPrimary;
+    const int code = notedCode == SQLITE_OK ? last : notedCode; // a lock gives no message
+    if (!isFault(code)) {
+        return std::nullopt;
+    }
+    return CacheFault{code, code == last ? sqlite3_errmsg(dbhandle) : sqlite3_errstr(code)};
+}
+
+void CacheRead::end()
+{
+    // A fault may have ended it already.
+    if (sqlite3_get_autocommit(dbhandle) == 0 && !run("COMMIT")) {
+        (void)run("ROLLBACK");
+    }
+}
+
+} // namespace host
