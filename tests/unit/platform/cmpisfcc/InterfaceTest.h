@@ -49,6 +49,18 @@ public:
     Status status;
 };
 
+// What is not there: of type and state null, as SFCC tells.
+struct Missing
+{
+    Status status;
+    void expect(const CMPIData& data, int code) const
+    {
+        EXPECT_EQ(status.code(), code);
+        EXPECT_EQ(data.type, CMPI_null);
+        EXPECT_NE(data.state & CMPI_nullValue, 0);
+    }
+};
+
 // A function of a table, "release", and what is seen of it.
 struct FunctionCase
 {

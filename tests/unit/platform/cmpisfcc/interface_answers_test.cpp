@@ -3,18 +3,6 @@
 
 namespace {
 
-struct Missing
-{
-    Status status;
-    // As SFCC tells that there is none: type and state null.
-    void expect(const CMPIData& data, int code) const
-    {
-        EXPECT_EQ(status.code(), code);
-        EXPECT_EQ(data.type, CMPI_null);
-        EXPECT_NE(data.state & CMPI_nullValue, 0);
-    }
-};
-
 Owner<CMPIEnumeration> twoFans(Program& p)
 {
     const std::string name = R"(<CLASSNAME NAME="XCIM_Fan"/>)";
