@@ -137,6 +137,16 @@ inline constexpr uint32_t kMaxHeaderTextBytes = 16U * 1024;
 // The job has started all the same.
 inline constexpr size_t kMaxLocationBytes = 2048;
 
+// ---- The check at the start ----
+
+// Faults of mapping and cache that are logged, a line each. Who mends them reads all of them with
+// --check; a mapping of another version must not fill the log at each start.
+inline constexpr size_t kMaxFaultsTold = 20;
+
+// How long the check may hold up the start: a cache on a file system that hangs, or that is a pipe,
+// is not waited for. 500 resources take some ten milliseconds.
+inline constexpr unsigned int kMaxCheckS = 5;
+
 // ---- Stopping ----
 
 // How long requests that are being answered may go on after SIGTERM.

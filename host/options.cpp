@@ -105,6 +105,10 @@ cli::Command commandLine(Options& options)
                              kMaxClientMemoryBytes)},
                 {"--request-timeout", "SECONDS", "what a request may take, 1 to 3600",
                  cli::number(options.requestTimeoutS, 1, kMaxRequestTimeoutS)},
+                {"--check", "",
+                 "only tell what is wrong with the mapping file and the data cache; exit status 0: "
+                 "nothing, 1: something",
+                 cli::flag(options.isCheck)},
             },
         .notes = "Prints \"cimgated: listening on URL\" to standard output when it is ready and "
                  "stops on SIGTERM, SIGINT or SIGHUP. Exit status: 0 stopped, 1 could not start or "

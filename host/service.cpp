@@ -1,5 +1,6 @@
 #include "service.h"
 
+#include "check/at_start.h"
 #include "cim_access.h"
 #include "front/front.h"
 #include "log_filter.h"
@@ -62,8 +63,12 @@ int runService(const Options& options, const httpd::Limits& limits)
                             "; name the directory of the message registries with --registries",
                         EXIT_FAILURE);
     }
+    // Beside the spawner's load, and before the front, whose log lines tell less.
+    const pid_t check = check::startCheck(options);
     Spawner spawner;
-    const bool isStarted = startSpawner(spawner, problem) && canOpenCache(spawner.mapping, problem);
+    bool isStarted = startSpawner(spawner, problem);
+    check::awaitCheck(check);
+    isStarted = isStarted && canOpenCache(spawner.mapping, problem);
     const int status =
         isStarted ? runFront(options, spawner, limits) : complain(problem, EXIT_FAILURE);
     awaitSpawner(spawner);

@@ -1,5 +1,6 @@
 #include "spawner/spawner.h"
 
+#include "check/mapping_text.h"
 #include "errno_text.h"
 #include "host_limits.h"
 #include "log.h"
@@ -42,7 +43,8 @@ std::string problemOfMapping()
                ": name a readable file with --rmf";
     case RM_MALFORMED_JSON:
         return "the mapping file " + ResourceMapper::RmfPath +
-               " is not a JSON object: correct it or name another one with --rmf";
+               " is not a JSON object: " + check::jsonProblemOf(ResourceMapper::RmfPath) +
+               "; correct it or name another one with --rmf";
     default:
         return {};
     }

@@ -2,29 +2,146 @@
 """What is missing or damaged: what holds all the same, and what is logged. docs/operations.md shows these tests as a
 table."""
 
+import json
 import os
 import re
 import signal
+import sqlite3
 import unittest
 from pathlib import Path
 
 from action_service import DONE, RUN, ActionService, action_mapping
 from cache_damage import PAGE_BYTES
-from cimgate_host import BASE, Service, ServiceTest, collection_entry, member_entry, wait_until, write_cache
+from cimgate_host import (BASE, CIMGATED, Service, ServiceTest, collection_entry, member_entry, wait_until,
+                          write_cache)
+from program import run_program
 from scripted_object_manager import ScriptedObjectManager, found
 
 OPERATIONS = Path(os.environ["CIMGATE_SOURCE_DIR"], "docs", "operations.md")
+TEXT = {"cim_type": "string"}
+# Of the faults that are found at the start, so many are logged.
+MAX_TOLD = 20
+
+
+def things(*names):
+    """A mapping of things that are read from the cache, and that cache."""
+    mapping, classes = {}, {}
+    for name in names:
+        mapping |= member_entry(name, f"XCIM_{name}", {"InstanceID": TEXT, "A": TEXT})
+        classes[f"XCIM_{name}"] = (["InstanceID", "A"], [("T.1", "fine")])
+    return mapping, {"classes": classes}
+
+
+def line_of(text, part):
+    return text[:text.index(part)].count("\n") + 1
 
 
 class Start(ServiceTest):
     """What is wrong with mapping and cache when the service starts."""
 
+    def told(self, service):
+        """What the log says of the files: lines behind "cimgated: "."""
+        paths = (str(service.mapping_path), str(service.cache_path), "and ")
+        found = [line.partition("cimgated: ")[2] for line in service.log().splitlines()]
+        return [line for line in found if line.startswith(paths)]
+
     def test_mapping_file_that_is_no_json(self):
-        service = Service('{\n  "VexoThing": {,}\n}')
+        service = Service('{\n  "VexoThing": {\n    "Name": "x",\n  }\n}')
         status, out, log = service.fail()
         self.assertEqual((status, out), (1, ""), log)
-        self.assertIn(str(service.mapping_path), log)
+        self.assertIn(f"cimgated: the mapping file {service.mapping_path} is not a JSON object: line 4, column 3: "
+                      "Missing '}' or object member name; correct it or name another one with --rmf\n", log)
+        self.assertEqual(self.told(service), [])
         service.discard()
+
+    def test_mapping_and_cache_without_faults(self):
+        with Service(*things("VexoThing")) as service:
+            self.check_value(service, f"{BASE}/VexoThing/T.1")
+            self.assertEqual(self.told(service), [])
+
+    def test_mistakes_in_the_mapping(self):
+        mapping, cache = things("VexoThing", "VexoOther", "VexoThird")
+        del cache["classes"]["XCIM_VexoThird"]
+        properties = mapping["VexoOther"]["mappings"]["XCIM_VexoOther"]["properties"]
+        properties["B"] = {"cim_type": "unit8"}
+        text = json.dumps(mapping, indent=1)
+        with Service(text, cache) as service:
+            path = service.mapping_path
+            self.check_value(service, f"{BASE}/VexoThing/T.1")
+            [no_column, no_type, no_table] = self.told(service)
+            line = line_of(text, '"unit8"')
+            self.assertTrue(no_type.startswith(f'{path}:{line}: VexoOther, property B: "cim_type" is "unit8", '), no_type)
+            line = line_of(text, '"B"')
+            self.assertEqual(no_column, f"{path}:{line}: VexoOther, property B: the table Tbl_XCIM_VexoOther has no column "
+                             '"B"; all reads of the resource are answered 500; correct the name, or have the column made')
+            self.assertEqual(service.get(f"{BASE}/VexoOther/T.1").status, 500)
+            line = line_of(text, '"XCIM_VexoThird"')
+            self.assertEqual(no_table, f"{path}:{line}: VexoThird, class XCIM_VexoThird: the data cache has no table "
+                             "Tbl_XCIM_VexoThird; reads of it are answered 503 until it is there; correct the name of the "
+                             "class, or have the table made")
+            self.assertEqual(service.get(f"{BASE}/VexoThird/T.1").status, 503)
+
+    def test_more_mistakes_than_are_logged(self):
+        mapping, cache = things("VexoThing")
+        mapping |= {f"VexoLost{number:02}": {} for number in range(MAX_TOLD + 3)}
+        with Service(mapping, cache) as service:
+            self.check_value(service, f"{BASE}/VexoThing/T.1")
+            told = self.told(service)
+            self.assertEqual(len(told), MAX_TOLD + 1)
+            self.assertEqual(told[-1], "and 3 more: cimgated --check tells all")
+
+
+class Check(ServiceTest):
+    """cimgated --check."""
+
+    def check(self, service):
+        done = run_program(CIMGATED, "--check", "--rmf", str(service.mapping_path), "--cache", str(service.cache_path))
+        self.assertEqual(done.stderr, "")
+        return done.returncode, done.stdout
+
+    def service(self, *arguments):
+        service = Service(*arguments)
+        self.addCleanup(service.discard)
+        return service
+
+    def test_check_of_sound_files(self):
+        service = self.service(*things("VexoThing"))
+        self.assertEqual(self.check(service), (0, f"{service.mapping_path}: sound\n{service.cache_path}: sound\n"))
+
+    def test_check_of_files_with_mistakes(self):
+        mapping, cache = things("VexoThing")
+        mapping |= {f"VexoLost{number:02}": {} for number in range(MAX_TOLD + 3)}
+        service = self.service(json.dumps(mapping, indent=1), cache)
+        with sqlite3.connect(service.cache_path) as connection:
+            connection.execute("drop table Tbl_CMPIReady")
+        connection.close()
+        status, out = self.check(service)
+        self.assertEqual(status, 1)
+        self.assertTrue(out.startswith(f"{service.mapping_path}: {MAX_TOLD + 3} faults\n"), out)
+        line = line_of(service.mapping_path.read_text(encoding="utf-8"), '"VexoLost22"')
+        self.assertIn(f'  line {line}, VexoLost22:\n    The entry has no "@odata.id".\n', out)
+        self.assertIn(f"\n{service.cache_path}: 1 fault\n    The table Tbl_CMPIReady ", out)
+
+    def test_check_of_a_mapping_that_is_no_json(self):
+        service = self.service("{\n]")
+        status, out = self.check(service)
+        self.assertEqual(status, 1)
+        self.assertTrue(out.startswith(f"{service.mapping_path}: 1 fault\n  line 2, column 1:\n"), out)
+        self.assertTrue(out.endswith(f"\n{service.cache_path}: not looked at, without a mapping\n"), out)
+
+    def test_check_of_a_mapping_that_is_missing(self):
+        status, out = self.check(self.service(None))
+        self.assertEqual(status, 1)
+        self.assertIn("    It cannot be read: No such file or directory.\n    The service does not start.\n", out)
+
+    def test_check_of_a_cache_with_a_damaged_page(self):
+        rows = [(f"T.{number}", "x" * 500) for number in range(100)]
+        service = self.service(things("VexoThing")[0], {"classes": {"XCIM_VexoThing": (["InstanceID", "A"], rows)}})
+        content = service.cache_path.read_bytes()
+        service.cache_path.write_bytes(content[:-PAGE_BYTES] + b"\xff" * PAGE_BYTES)
+        status, out = self.check(service)
+        self.assertEqual(status, 1)
+        self.assertIn(f"{service.mapping_path}: sound\n{service.cache_path}: 1 fault\n    It is damaged: ", out)
 
 
 THING = f"{BASE}/VexoThing/T.1"

@@ -1,12 +1,13 @@
 #include "ResourceMapper/mapping/Entry.h"
 
+#include "ListText.h"
+
 #include <algorithm>
 
 namespace cimgate::mapping {
 
 namespace {
 
-// Only resources of the vendor answer at URIs of their own; others are members or loaded by name.
 constexpr const char* kVendorWord = "Vexo";
 
 void registerActions(const Json::Value& entry, std::vector<RegisteredUri>& uris)
@@ -86,11 +87,28 @@ const Json::Value& memberEntryOf(const Json::Value& mapping, const Json::Value& 
     return *member;
 }
 
+bool hasVendorWord(std::string_view resourceName)
+{
+    return resourceName.find(kVendorWord) != std::string_view::npos;
+}
+
+std::optional<std::string> brokenSelectorOf(const std::string& selectors)
+{
+    if (selectors.empty()) {
+        return std::nullopt;
+    }
+    const std::vector<std::string_view> items = itemsOf(selectors);
+    const auto broken = std::find_if(items.begin(), items.end(), [](std::string_view item) {
+        return !selectorOf(item).has_value();
+    });
+    return broken == items.end() ? std::nullopt : std::optional(std::string(*broken));
+}
+
 std::vector<RegisteredUri> registeredUris(const Json::Value& mapping)
 {
     std::vector<RegisteredUri> uris;
     for (auto entry = mapping.begin(); entry != mapping.end(); ++entry) {
-        if (nameOf(entry).find(kVendorWord) == std::string_view::npos) {
+        if (!hasVendorWord(nameOf(entry))) {
             continue;
         }
         std::string uri = textOf(*entry, kOdataId);

@@ -7,7 +7,9 @@
 
 #include "JsonAccess.h"
 
+#include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace cimgate::mapping {
@@ -58,6 +60,14 @@ std::string classNameOf(const Json::Value& entry);
 // may be a collection again. Of any other resource the entry itself; null for a collection whose
 // member the mapping lacks. A mapping that goes round in a circle ends somewhere in it.
 const Json::Value& memberEntryOf(const Json::Value& mapping, const Json::Value& entry);
+
+// Whether an entry of this name is given URIs of its own: only the vendor's are, others are members
+// or loaded by name.
+bool hasVendorWord(std::string_view resourceName);
+
+// The first item of an entry's "Selectors" that is no name=value, which ends the process that reads
+// it; nothing where all are, or there are none.
+std::optional<std::string> brokenSelectorOf(const std::string& selectors);
 
 // How a URI may be requested: the bits of RM_METHOD_POST and RM_METHOD_GET.
 enum class Method { Post = 1, Get = 2 };

@@ -1,0 +1,121 @@
+#include "check/check.h"
+
+#include "check/duplicate_names.h"
+#include "check/mapping_text.h"
+#include "check/rules.h"
+#include "errno_text.h"
+
+#include <vexodlog.h>
+
+#include <algorithm>
+#include <iterator>
+
+namespace host::check {
+
+namespace {
+
+// What the library logs of a mapping is told as a fault.
+class LibraryIsQuiet
+{
+public:
+    LibraryIsQuiet() : mThreshold(vexoThreshold()) { vexoSetThreshold(0); }
+    ~LibraryIsQuiet() { vexoSetThreshold(mThreshold); }
+    LibraryIsQuiet(const LibraryIsQuiet&) = delete;
+    LibraryIsQuiet& operator=(const LibraryIsQuiet&) = delete;
+
+private:
+    int mThreshold;
+};
+
+Fault unusable(const std::string& path, Position position, const std::string& wrong)
+{
+    return {path,
+            position,
+            "",
+            {wrong, "the service does not start", "correct it, or name another file with --rmf"}};
+}
+
+std::string placeOf(const DuplicateName& duplicate)
+{
+    std::string place;
+    for (const std::string& name : duplicate.path) {
+        place += (place.empty() ? "" : ", ") + name;
+    }
+    return place.empty() ? duplicate.name : place;
+}
+
+// What jsoncpp reads without a word.
+void checkText(Inspection& inspection, const MappingText& text, const Json::Value& root)
+{
+    for (const DuplicateName& duplicate : duplicateNames(text.text())) {
+        const size_t first = text.positionAt(duplicate.firstOffset).line;
+        inspection.add({text.positionAt(duplicate.offset).line, 0}, placeOf(duplicate),
+                       {quoted(duplicate.name) + " stands here once more (first on line " +
+                            std::to_string(first) + ")",
+                        "only the last one counts",
+                        "take one of them out, or give it its own name"});
+    }
+    if (const auto at = firstBehind(text.text(), static_cast<size_t>(root.getOffsetLimit()))) {
+        inspection.add(text.positionAt(*at), "",
+                       {"something stands behind the end of the mapping",
+                        "it is not read, with all entries that are in it",
+                        "look for a brace too many before it"});
+    }
+    if (const auto at = firstNotUtf8(text.text())) {
+        inspection.add(text.positionAt(*at), "",
+                       {"the text is not UTF-8", "answers that show it are not JSON",
+                        "store the file as UTF-8"});
+    }
+}
+
+void checkMapping(Inspection& inspection)
+{
+    checkKeys(inspection);
+    checkUris(inspection);
+    checkEntries(inspection);
+    checkProperties(inspection);
+    checkActions(inspection);
+    checkContainers(inspection);
+}
+
+// In the order of lines; what is about the cache as a file comes last.
+void sort(std::vector<Fault>& faults, const std::string& mappingPath)
+{
+    std::stable_sort(faults.begin(), faults.end(), [&](const Fault& a, const Fault& b) {
+        const bool isAInMapping = a.file == mappingPath;
+        const bool isBInMapping = b.file == mappingPath;
+        return isAInMapping != isBInMapping ? isAInMapping : a.position.line < b.position.line;
+    });
+}
+
+} // namespace
+
+Report checkFiles(const std::string& mappingPath, const std::string& cachePath, Depth depth)
+{
+    const LibraryIsQuiet quiet;
+    Report report;
+    std::optional<std::string> content = readFile(mappingPath);
+    if (!content) {
+        report.faults.push_back(unusable(mappingPath, {}, "it cannot be read: " + errnoText()));
+        return report;
+    }
+    const MappingText text(std::move(*content));
+    Json::Value root;
+    if (const std::optional<TextProblem> problem = text.parse(root)) {
+        report.faults.push_back(unusable(mappingPath, problem->position, problem->text));
+        return report;
+    }
+    report.isMappingUsable = true;
+    report.needsCache = needsCache(root);
+    Inspection inspection(mappingPath, text, root);
+    checkText(inspection, text, root);
+    checkMapping(inspection);
+    if (report.needsCache) {
+        checkCache(inspection, cachePath, depth);
+    }
+    report.faults = std::move(inspection.faults());
+    sort(report.faults, mappingPath);
+    return report;
+}
+
+} // namespace host::check
