@@ -53,10 +53,11 @@ bool canOpenCache(const MappingSummary& mapping, std::string& problem)
 int runService(const Options& options, const httpd::Limits& limits)
 {
     std::string problem;
-    applyOptions(options);
+    // Before the log starts, whose lines have their time: a wrong option is told like any other.
     if (!prepareCim(options.cim, problem)) {
         return complain(problem, cli::kWrongUsage);
     }
+    applyOptions(options);
     (void)std::signal(SIGPIPE, SIG_IGN);
     if (!ExtendedErrorInfoHandling::LoadRegistries(problem)) {
         return complain(problem +
