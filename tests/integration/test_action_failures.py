@@ -203,6 +203,7 @@ class Time(Failures):
     def test_call_is_sent_once_when_the_cache_is_replaced(self):
         with ScriptedObjectManager(DONE) as manager, service_at(manager.url, "--workers", "1") as service:
             self.assertEqual(service.run().status, 200)
+            self.assertEqual(service.get(CACHED).json()["A"], "c")  # opens the cache
             workers = service.workers()
             write_cache(service.directory / "new.db", **cache("new"))
             os.replace(service.directory / "new.db", service.cache_path)

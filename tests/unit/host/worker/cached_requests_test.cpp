@@ -96,20 +96,19 @@ protected:
     // none.
     void becomeNext()
     {
-        const std::string state = std::to_string(++mState);
-        std::string sql = "begin immediate; delete from Tbl_CMPIReady where ClassName = 'XCIM_Box';"
-                          "delete from Tbl_XCIM_Box; delete from Tbl_xcim_enclosureemmdependency;";
-        if (mState % 2 != 0) {
-            sql += "insert into Tbl_CMPIReady values ('XCIM_Box');";
+        std::ostringstream sql;
+        sql << "begin immediate; delete from Tbl_CMPIReady where ClassName = 'XCIM_Box';"
+               "delete from Tbl_XCIM_Box; delete from Tbl_xcim_enclosureemmdependency;";
+        if (++mState % 2 != 0) {
+            sql << "insert into Tbl_CMPIReady values ('XCIM_Box');";
             for (int box = 1; box <= mState; ++box) {
-                const std::string key = "'B." + std::to_string(box) + "'";
-                sql += "insert into Tbl_XCIM_Box values (" + key + ", " + state +
-                       ");"
-                       "insert into Tbl_xcim_enclosureemmdependency values ('L', " +
-                       key + ", 'R', 'S." + state + "');";
+                sql << "insert into Tbl_XCIM_Box values ('B." << box << "', " << mState << ");"
+                    << "insert into Tbl_xcim_enclosureemmdependency values ('L', 'B." << box
+                    << "', 'R', 'S." << mState << "');";
             }
         }
-        write(sql + "commit");
+        sql << "commit";
+        write(sql.str());
     }
 
     // Lets the writer commit before each of the library's statements, until the object ends.
