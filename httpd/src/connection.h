@@ -53,6 +53,9 @@ public:
     virtual bool takeRoom() = 0;
     virtual void goOn() = 0;
 
+    // Whether its client has gone, which nobody notices while it waits for room.
+    virtual bool hasGone() const = 0;
+
     // What its client is counted by.
     virtual const std::string& share() const = 0;
 };

@@ -74,6 +74,7 @@ public:
     bool isIdle() const override { return mStep == Step::Idle && !hasInput(); }
     bool takeRoom() override { return mStep != Step::AwaitsRoom || hasRoomForBody(); }
     void goOn() override;
+    bool hasGone() const override { return mClient->hasGone(); }
     const std::string& share() const override { return mClient->share(); }
 
 private:

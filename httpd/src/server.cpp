@@ -134,6 +134,7 @@ private:
     void lookAgain();
     enum class Place { Free, NoneYet, Refused };
     Place placeFor(const std::string& share);
+    void closeAbandoned();
     bool makeRoom(const std::string* share);
     void stopListening();
     void roomMade() noexcept;
@@ -162,6 +163,7 @@ private:
     ErrorPage mErrorPage;
     ConnectionSet mConnections;
     std::deque<Connection*> mAwaitingRoom; // the first to get it first
+    std::chrono::steady_clock::time_point mLookedForAbandoned{};
     std::function<void()> mDrained;
     bool mIsAccepting = false;
     bool mIsLooking = false;
@@ -220,15 +222,39 @@ bool Server::Impl::makeRoom(const std::string* share)
     return candidate.connection != nullptr;
 }
 
+// What waits for room is not read, and may be as many as there are places.
+void Server::Impl::closeAbandoned()
+{
+    const auto now = std::chrono::steady_clock::now();
+    if (now - mLookedForAbandoned < mLimits.acceptRetry) { // each costs a system call
+        return;
+    }
+    mLookedForAbandoned = now;
+    std::vector<Connection*> abandoned;
+    std::copy_if(mAwaitingRoom.begin(), mAwaitingRoom.end(), std::back_inserter(abandoned),
+                 [](const Connection* connection) { return connection->hasGone(); });
+    for (Connection* connection : abandoned) {
+        connection->close();
+    }
+}
+
 // Finds a place for a connection of this share, if need be that of another one; where the share has
 // all its places, it is one of its own that ends.
 Server::Impl::Place Server::Impl::placeFor(const std::string& share)
 {
-    if (mConnections.ofShare(share).size() >= mLimits.connectionsPerShare) {
+    const auto isFull = [this] {
+        return mConnections.size() >= mLimits.connections;
+    };
+    const auto isShareFull = [this, &share] {
+        return mConnections.ofShare(share).size() >= mLimits.connectionsPerShare;
+    };
+    if (isFull() || isShareFull()) {
+        closeAbandoned();
+    }
+    if (isShareFull()) {
         return makeRoom(&share) ? Place::Free : Place::Refused;
     }
-    const bool isFull = mConnections.size() >= mLimits.connections;
-    return !isFull || makeRoom(nullptr) ? Place::Free : Place::NoneYet;
+    return !isFull() || makeRoom(nullptr) ? Place::Free : Place::NoneYet;
 }
 
 void Server::Impl::drain(std::function<void()> drained)

@@ -155,6 +155,20 @@ TEST_F(ClientMemory, LargeBodyThatFindsNoRoomIs503)
     EXPECT_EQ(connect().ask(kGet).status(), 200);
 }
 
+TEST_F(ClientMemory, LargeBodyThatWaitsKeepsNoPlaceOnceItsClientHasGone)
+{
+    mLimits.connections = 3;
+    start(1024 * kKiB);
+    mAnswersLater = true;
+    send(post(400 * kKiB, 400 * kKiB));
+    ASSERT_TRUE(hasRequests(1));
+    send(post(400 * kKiB, 100 * kKiB)).close();
+    HttpClient& idle = send("");
+    mAnswersLater = false;
+    EXPECT_EQ(connect().ask(kGet).status(), 200);
+    EXPECT_EQ(idle.ask(kGet).status(), 200);
+}
+
 TEST_F(ClientMemory, SmallRequestsAreServedBesideLargeBodiesThatWait)
 {
     start(1024 * kKiB);
