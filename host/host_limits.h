@@ -60,6 +60,11 @@ inline constexpr uint32_t kProcessMemoryBytes = 256U * 1024 * 1024;
 // with each read would end it in the middle of one, which may be an action.
 inline constexpr std::pair<uint32_t, uint32_t> kNearLimit{3, 4};
 
+// How much nearer to their end workers and the queue's process are than the front, where the
+// machine runs out of memory (oom_score_adj): each counts as half of all memory more than it has.
+inline constexpr int kOomScoreAbove = 500;
+inline constexpr int kMaxOomScore = 1000;
+
 // How long a new worker may take to open the data cache. Opening reads nothing; this ends workers
 // that hang, for example on a file that is a pipe.
 inline constexpr std::chrono::seconds kReadyTimeout{30};
@@ -94,6 +99,15 @@ inline constexpr int64_t kMaxQueueRequestBytes = int64_t{64} * 1024;
 // for each proxy.
 inline constexpr ptrdiff_t kMaxQueueEnvelopeParts = 8;
 
+// How often the front asks the queue's process whether it lives, and how many times in a row it may
+// not answer: a machine may be busy for a moment.
+inline constexpr std::chrono::seconds kQueueWatchPause{1};
+inline constexpr int kMaxQueueSilence = 3;
+
+// How long the queue's process waits for a lock on the socket's directory: far longer than another
+// service holds it while it starts.
+inline constexpr std::chrono::milliseconds kQueueLockTime{1000};
+
 // How long the last answers may take to leave when the service stops.
 inline constexpr int kQueueLingerMs = 500;
 
@@ -108,6 +122,10 @@ inline constexpr size_t kRememberedLines = 64;
 // The longest remark that a worker makes of an answer. It is most of a line that a pipe takes
 // whole.
 inline constexpr size_t kMaxRemarkBytes = 1024;
+
+// How often the access log's path is looked at: whoever rotates it gets lines in the old file for
+// no longer than this.
+inline constexpr std::chrono::seconds kAccessLogLook{1};
 
 // ---- Requests that end workers ----
 

@@ -24,10 +24,15 @@ std::string nameInFront()
 
 } // namespace
 
+int vexoSeverityOf(Severity severity)
+{
+    return severity == Severity::Error ? VEXO_ERROR : VEXO_TRACE;
+}
+
 void log(Severity severity, const std::string& text)
 {
-    const int vexoSeverity = severity == Severity::Error ? VEXO_ERROR : VEXO_TRACE;
-    (void)vexoprintf(vexoSeverity, kModule, ("cimgated: " + nameInFront() + text).c_str());
+    (void)vexoprintf(vexoSeverityOf(severity), kModule,
+                     ("cimgated: " + nameInFront() + text).c_str());
 }
 
 void nameLog(const std::string& process)

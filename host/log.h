@@ -8,6 +8,9 @@ namespace host {
 
 enum class Severity { Error, Info };
 
+// As the platform log numbers it.
+int vexoSeverityOf(Severity severity);
+
 // Writes one line to the platform log, under the host's module number.
 void log(Severity severity, const std::string& text);
 

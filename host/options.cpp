@@ -8,6 +8,8 @@
 #include <sys/un.h>
 
 #include <algorithm>
+#include <filesystem>
+#include <system_error>
 #include <thread>
 
 namespace host {
@@ -33,6 +35,14 @@ cli::Value oemEndpoint(std::string& target)
     return {read, target};
 }
 
+cli::Reader userName(std::optional<User>& user)
+{
+    return [&user](const std::string& value) -> std::string {
+        user = findUser(value);
+        return user ? "" : "give the name of a user of this machine";
+    };
+}
+
 std::string readAuth(const std::string& value)
 {
     return value == "none" ? "" : "only \"none\" is supported";
@@ -50,9 +60,22 @@ cli::Reader hostName(std::vector<std::string>& names)
     };
 }
 
+// A file that has been installed with this program, wherever that is: the library looks at fixed
+// paths only.
+std::optional<std::string> installed(const char* name)
+{
+    std::error_code error;
+    const auto program = std::filesystem::read_symlink("/proc/self/exe", error);
+    const auto path =
+        (program.parent_path() / CIMGATE_DATA_FROM_PROGRAMS / name).lexically_normal();
+    const bool isThere = !error && std::filesystem::exists(path, error);
+    return isThere ? std::optional(path.string()) : std::nullopt;
+}
+
 void setDefaults(Options& options)
 {
-    options.rmfPath = ResourceMapper::RmfPath;
+    options.rmfPath = installed("resourcemapping.json").value_or(ResourceMapper::RmfPath);
+    options.registryDirectory = installed("registries").value_or("");
     options.cachePath = SQLInterface::DataCachePath;
     options.workers =
         std::clamp(std::thread::hardware_concurrency(), kMinDefaultWorkers, kMaxWorkers);
@@ -88,6 +111,13 @@ cli::Command commandLine(Options& options)
                  "the installed ones"},
                 {"--oem-endpoint", "ipc:///PATH", "message queue that hands out embedded data",
                  oemEndpoint(options.oemEndpoint), "none"},
+                {"--access-log", "FILE", "a line for each request; - for standard output",
+                 cli::text(options.accessLog), "none"},
+                {"--user",
+                 "NAME",
+                 "the user whose rights it takes once it listens",
+                 {userName(options.user)},
+                 "whoever starts it"},
                 {"--auth", "none", "no authentication; the only mode", {readAuth}},
                 {"--workers", "N", "worker processes, 1 to 64",
                  cli::number(options.workers, 1, kMaxWorkers), "one for each core, at least 2"},

@@ -3,10 +3,12 @@
 #define HOST_OPTIONS_H_
 
 #include "cim_access.h"
+#include "process_rights.h"
 
 #include <cli/command_line.h>
 
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -21,8 +23,10 @@ struct Options
     CimAccess cim;                     // CIM object manager
     std::string registryDirectory;     // message registries; empty for the installed ones
     std::string oemEndpoint;           // "ipc:///PATH" of the message queue; empty for none
-    unsigned int workers = 0;          // worker processes
-    int logLevel = 1;                  // 0 to 4, as LogMessage.h describes them
+    std::string accessLog;    // file of the access log, "-" for standard output; empty for none
+    std::optional<User> user; // whom the processes become
+    unsigned int workers = 0; // worker processes
+    int logLevel = 1;         // 0 to 4, as LogMessage.h describes them
     unsigned int requestTimeoutS = 30;
     bool isCheck = false;           // look at mapping file and data cache, and serve nothing
     std::vector<std::string> hosts; // names that it goes by, beside its addresses

@@ -3,10 +3,13 @@
 #include "host_limits.h"
 
 #include <fcntl.h>
+#include <sys/prctl.h>
 #include <sys/resource.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstdlib>
+#include <fstream>
 
 namespace host {
 
@@ -19,12 +22,23 @@ constexpr bool kLimitMemory = false;
 constexpr bool kLimitMemory = true;
 #endif
 
+// Where the machine runs out of memory: this process can be replaced, the front cannot. A process
+// that cannot be looked into does not own its files in /proc, so that it must be one that can.
+void goBeforeOthers()
+{
+    const int isDumpable = prctl(PR_GET_DUMPABLE);
+    (void)prctl(PR_SET_DUMPABLE, 1);
+    int score = 0;
+    std::ifstream("/proc/self/oom_score_adj") >> score;
+    std::ofstream("/proc/self/oom_score_adj") << std::min(score + kOomScoreAbove, kMaxOomScore);
+    (void)prctl(PR_SET_DUMPABLE, isDumpable);
+}
+
 } // namespace
 
 void limitResources()
 {
-    const rlimit noCore{0, 0};
-    (void)setrlimit(RLIMIT_CORE, &noCore);
+    goBeforeOthers();
     if (kLimitMemory) {
         const rlimit memory{kProcessMemoryBytes, kProcessMemoryBytes};
         (void)setrlimit(RLIMIT_AS, &memory);

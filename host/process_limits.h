@@ -6,7 +6,8 @@
 
 namespace host {
 
-// Limits this process to kProcessMemoryBytes (host_limits.h) of address space, and to no core file.
+// Limits this process to kProcessMemoryBytes (host_limits.h) of address space, and has the kernel
+// end it before the front where memory runs out.
 void limitResources();
 
 // How much of its address space this process uses.

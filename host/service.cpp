@@ -4,6 +4,7 @@
 #include "cim_access.h"
 #include "front/front.h"
 #include "log_filter.h"
+#include "process_name.h"
 #include "spawner/spawner.h"
 #include "tell.h"
 #include "worker/data_cache.h"
@@ -22,6 +23,14 @@ int complain(const std::string& problem, int status)
 {
     tellLastWords(problem);
     return status;
+}
+
+// None of them has a meaning but SIGUSR1, which the front reads; by default they end a process.
+void ignoreSignals()
+{
+    for (const int signal : {SIGPIPE, SIGUSR1, SIGUSR2, SIGQUIT, SIGALRM}) {
+        (void)std::signal(signal, SIG_IGN);
+    }
 }
 
 void applyOptions(const Options& options)
@@ -53,12 +62,13 @@ bool canOpenCache(const MappingSummary& mapping, std::string& problem)
 int runService(const Options& options, const httpd::Limits& limits)
 {
     std::string problem;
+    ignoreSignals();
+    nameProcess(ProcessKind::Front);
     // Before the log starts, whose lines have their time: a wrong option is told like any other.
     if (!prepareCim(options.cim, problem)) {
         return complain(problem, cli::kWrongUsage);
     }
     applyOptions(options);
-    (void)std::signal(SIGPIPE, SIG_IGN);
     if (!ExtendedErrorInfoHandling::LoadRegistries(problem)) {
         return complain(problem +
                             "; name the directory of the message registries with --registries",
@@ -67,7 +77,7 @@ int runService(const Options& options, const httpd::Limits& limits)
     // Beside the spawner's load, and before the front, whose log lines tell less.
     const pid_t check = check::startCheck(options);
     Spawner spawner;
-    bool isStarted = startSpawner(spawner, problem);
+    bool isStarted = startSpawner(spawner, problem, options.user);
     check::awaitCheck(check);
     isStarted = isStarted && canOpenCache(spawner.mapping, problem);
     const int status =

@@ -4,9 +4,9 @@
 
 namespace host {
 
-void tell(const std::string& text)
+void tell(const std::string& text, Severity severity)
 {
-    (void)vexoPutText(("cimgated: " + text).c_str());
+    (void)vexoPutTextAs(vexoSeverityOf(severity), ("cimgated: " + text).c_str());
 }
 
 void tellLastWords(const std::string& text)

@@ -5,6 +5,7 @@
 #include "log.h"
 #include "log_filter.h"
 #include "process_limits.h"
+#include "process_rights.h"
 
 #include <sys/prctl.h>
 #include <sys/wait.h>
@@ -13,6 +14,7 @@
 #include <algorithm>
 #include <csignal>
 #include <cstdlib>
+#include <string>
 
 namespace host::check {
 
@@ -54,6 +56,10 @@ pid_t startCheck(const Options& options)
     const pid_t parent = getpid();
     const pid_t check = fork();
     if (check == 0) {
+        std::string problem;
+        if (!giveUpRights(options.user, problem)) {
+            _exit(EXIT_SUCCESS); // the spawner cannot either, and says so
+        }
         (void)prctl(PR_SET_PDEATHSIG, SIGKILL);
         if (getppid() != parent) {
             _exit(EXIT_FAILURE);

@@ -1,6 +1,7 @@
 #include "front/child.h"
 
 #include "host_limits.h"
+#include "log.h"
 
 #include <boost/asio/buffer.hpp>
 #include <boost/asio/write.hpp>
@@ -18,6 +19,7 @@ Child::Child(asio::io_context& context, SpawnerLink& spawner, ControlMessage& fo
     : mSpawner(spawner),
       mSocket(context, asio::local::stream_protocol(), forked.descriptor.release()),
       mDeadline(context),
+      mWatch(context),
       mId(forked.id),
       mPid(forked.pid)
 {}
@@ -30,6 +32,34 @@ void Child::start(Events events)
 }
 
 void Child::send(std::string frame)
+{
+    append({std::move(frame)});
+}
+
+void Child::watch()
+{
+    mWatch.expires_after(kQueueWatchPause);
+    mWatch.async_wait([self = shared_from_this()](error_code error) {
+        if (!error && !self->mIsClosed && !self->mIsEnding) {
+            self->askWhetherItLives();
+        }
+    });
+}
+
+void Child::askWhetherItLives()
+{
+    if (mSilence == kMaxQueueSilence) {
+        log(Severity::Error,
+            "process " + std::to_string(mPid) + " does not answer: it is replaced");
+        end();
+        return;
+    }
+    ++mSilence;
+    append({encodePing(), true});
+    watch();
+}
+
+void Child::append(Frame frame)
 {
     if (mIsClosed) {
         return;
@@ -46,7 +76,7 @@ void Child::send(std::string frame)
 
 void Child::writeNext()
 {
-    asio::async_write(mSocket, asio::buffer(mUnsent.front()),
+    asio::async_write(mSocket, asio::buffer(mUnsent.front().bytes),
                       [self = shared_from_this()](error_code error, size_t /*bytes*/) {
                           if (error || self->mIsClosed) {
                               return; // reading notices that the process has ended
@@ -57,6 +87,7 @@ void Child::writeNext()
 
 void Child::frameWritten()
 {
+    const bool isPing = mUnsent.front().isPing;
     mUnsent.pop_front();
     if (!mUnsent.empty()) {
         try {
@@ -65,7 +96,9 @@ void Child::frameWritten()
             end();
         }
     }
-    mEvents.sent();
+    if (!isPing) {
+        mEvents.sent();
+    }
 }
 
 void Child::setDeadline(steady_clock::time_point until)
@@ -103,7 +136,10 @@ void Child::frameRead()
 {
     // Taken out: memory of the largest frame so far is not kept for years.
     std::string payload = std::exchange(mFrame.payload, {});
-    if (mIsReady) {
+    if (mSilence > 0 && isPing(payload)) {
+        mSilence = 0;
+        awaitFrame();
+    } else if (mIsReady) {
         awaitFrame();
         mEvents.frame(std::move(payload));
     } else if (host::isReady(payload)) {
@@ -137,6 +173,7 @@ void Child::close()
 {
     mIsClosed = true;
     clearDeadline();
+    mWatch.cancel();
     error_code ignored;
     mSocket.close(ignored);
 }

@@ -45,6 +45,9 @@ public:
     // Sends a frame, after those that were sent before; nothing once it is closed. A child to which
     // that cannot be done for want of memory is ended.
     void send(std::string frame);
+    // From now on asks it again and again whether it lives; one that is silent for too long
+    // (kMaxQueueSilence, host_limits.h) is ended. Only for one that answers so (frame.h).
+    void watch();
     // Whether a frame has not been taken by the child yet.
     bool isSending() const { return !mUnsent.empty(); }
 
@@ -62,8 +65,16 @@ public:
     void close();
 
 private:
+    struct Frame
+    {
+        std::string bytes;
+        bool isPing = false;
+    };
+
     void awaitFrame();
     void frameRead();
+    void append(Frame frame);
+    void askWhetherItLives();
     void writeNext();
     void frameWritten();
 
@@ -71,10 +82,12 @@ private:
     Events mEvents;
     boost::asio::local::stream_protocol::socket mSocket;
     boost::asio::steady_timer mDeadline;
+    boost::asio::steady_timer mWatch;
+    int mSilence = 0; // pings that it has not answered, in a row
     uint32_t mId;
     pid_t mPid;
     FrameBuffer mFrame;
-    std::deque<std::string> mUnsent; // the first is being written
+    std::deque<Frame> mUnsent; // the first is being written
     bool mIsReady = false;
     bool mIsEnding = false;
     bool mIsClosed = false;

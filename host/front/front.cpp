@@ -13,15 +13,19 @@
 #include "queue/message.h"
 #include "tell.h"
 
+#include <boost/asio/posix/stream_descriptor.hpp>
 #include <boost/asio/signal_set.hpp>
 #include <boost/asio/steady_timer.hpp>
 #include <httpd/listen_address.h>
 #include <httpd/server.h>
+#include <sys/signalfd.h>
+#include <unistd.h>
 
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
 #include <new>
+#include <sstream>
 #include <thread>
 #include <utility>
 
@@ -95,6 +99,17 @@ constexpr const char* kClosedTarget = "workers have ended at it: it is refused f
 // The message queue's clients have one share: they come over one socket.
 constexpr const char* kQueueClient = "message queue";
 
+// Where a signal can be read, which then does nothing else. It stays blocked: it may come at any
+// time, also when nobody reads it any more.
+int signalDescriptor(int number)
+{
+    sigset_t signals;
+    sigemptyset(&signals);
+    sigaddset(&signals, number);
+    (void)pthread_sigmask(SIG_BLOCK, &signals, nullptr);
+    return signalfd(-1, &signals, SFD_CLOEXEC | SFD_NONBLOCK);
+}
+
 class Front
 {
 public:
@@ -116,6 +131,8 @@ private:
     void finish();
     void awaitSignal();
     void awaitRepeats();
+    void awaitAsked();
+    void tellCounters();
     void stopGracefully();
     void stopWhenDrained();
     void makeQueue();
@@ -127,6 +144,7 @@ private:
     const MappingSummary& mMapping;
     asio::io_context mContext{1};
     asio::signal_set mSignals;
+    asio::posix::stream_descriptor mAsked; // a signal asks for the counters
     asio::steady_timer mStopTimer;
     asio::steady_timer mRepeatsTimer;
     RequestLog mRequestLog;
@@ -147,6 +165,7 @@ Front::Front(const Options& options, const Spawner& spawner, const httpd::Limits
     : mOptions(options),
       mMapping(spawner.mapping),
       mSignals(mContext, SIGTERM, SIGINT, SIGHUP),
+      mAsked(mContext, signalDescriptor(SIGUSR1)),
       mStopTimer(mContext),
       mRepeatsTimer(mContext),
       mOwnNames(options.hosts),
@@ -198,6 +217,7 @@ int Front::run()
 {
     awaitSignal();
     awaitRepeats();
+    awaitAsked();
     mPool.start();
     serve();
     mSpawner.stop();
@@ -240,6 +260,8 @@ void Front::recover()
     if (mQueue != nullptr) {
         mQueue->recover();
     }
+    awaitRepeats();
+    awaitAsked();
     log(Severity::Error, "was out of memory: what needed it has been given up");
     mIsDamaged = false;
 }
@@ -275,6 +297,39 @@ void Front::awaitRepeats()
             awaitRepeats();
         }
     });
+}
+
+void Front::awaitAsked()
+{
+    mAsked.async_wait(asio::posix::stream_descriptor::wait_read,
+                      [this](boost::system::error_code error) {
+                          signalfd_siginfo info{};
+                          if (!error && read(mAsked.native_handle(), &info, sizeof info) > 0) {
+                              tellCounters();
+                          }
+                          if (!error) {
+                              awaitAsked();
+                          }
+                      });
+}
+
+void Front::tellCounters()
+{
+    const RequestCounters& requests = mRequestLog.counters();
+    const WorkerPool::Figures workers = mPool.figures();
+    std::ostringstream text;
+    text << "counters: " << requests.answered << " requests answered";
+    for (size_t digit = 2; digit < requests.ofClass.size(); ++digit) {
+        text << ", " << digit << "xx " << requests.ofClass.at(digit);
+    }
+    text << ", failed " << requests.failed << "; message queue " << requests.queueAnswered
+         << ", failed " << requests.queueFailed << "; waiting " << workers.waitingForCache
+         << " for the data cache, " << workers.waitingForCim << " for CIM; workers "
+         << workers.living << ", busy " << workers.busy << ", started " << workers.forked
+         << ", ended " << workers.forked - workers.living << "; connections "
+         << mServer.connections() << ", clients' memory " << mServer.memory().held() << " of "
+         << mServer.memory().limit() << " bytes";
+    tell(text.str(), Severity::Info);
 }
 
 // Requests that are being answered get their answers, if that does not take too long.
@@ -414,6 +469,15 @@ void Front::listen()
     if (!mServer.listen(mOptions.address, mOptions.port, problem)) {
         fail("cannot listen on " + httpd::urlOf(mOptions.address, mOptions.port) + ": " + problem +
              "; choose another address with --listen");
+        return;
+    }
+    if (!giveUpRights(mOptions.user, problem)) {
+        fail(problem);
+        return;
+    }
+    if (!mOptions.accessLog.empty() && !mRequestLog.openAccessLog(mOptions.accessLog, problem)) {
+        fail("cannot open the access log " + mOptions.accessLog + ": " + problem +
+             "; name another file with --access-log");
         return;
     }
     (void)std::printf("cimgated: listening on %s\n",

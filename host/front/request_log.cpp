@@ -25,7 +25,11 @@ void logFailure(const httpd::Exchange& exchange)
 
 void RequestLog::note(const httpd::Exchange& exchange) noexcept
 {
+    ++mCounters.answered;
+    ++mCounters.ofClass.at(exchange.status / 100 % mCounters.ofClass.size());
+    mCounters.failed += exchange.remark.empty() ? 0U : 1U;
     try {
+        mAccessLog.write(exchange);
         if (!exchange.remark.empty()) {
             logFailure(exchange);
         }
@@ -35,6 +39,8 @@ void RequestLog::note(const httpd::Exchange& exchange) noexcept
 
 void RequestLog::noteQueue(const std::string& request, const std::string& remark) noexcept
 {
+    ++mCounters.queueAnswered;
+    mCounters.queueFailed += remark.empty() ? 0U : 1U;
     try {
         if (!remark.empty()) {
             log(Severity::Error, request + ": " + remark);

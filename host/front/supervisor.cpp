@@ -50,6 +50,7 @@ void Supervisor::answered(ControlMessage& message)
     if (message.descriptor.isOpen()) {
         mEvents.forked(message);
         ++mLiving;
+        ++mForked;
         return;
     }
     const std::string cause = "cannot fork " + mWanted.name + ": " + message.text;

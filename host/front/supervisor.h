@@ -11,6 +11,7 @@
 #include <boost/asio/steady_timer.hpp>
 
 #include <chrono>
+#include <cstdint>
 #include <functional>
 #include <string>
 
@@ -56,6 +57,10 @@ public:
     void childWorked() { mPause = {}; }
     void childGone(bool wasOfUse);
 
+    // How many have been forked, and how many of them live.
+    uint64_t forked() const { return mForked; }
+    unsigned int living() const { return mLiving; }
+
     // Whether there is no process, and will not be for longer than requests can wait.
     bool isWithoutHope() const;
 
@@ -71,6 +76,7 @@ private:
     Events mEvents;
     unsigned int mRequested = 0; // asked for, and not forked yet
     unsigned int mLiving = 0;
+    uint64_t mForked = 0;
     unsigned int mReady = 0; // counts up to mWanted.count while the first ones start
     std::chrono::milliseconds mPause{0};
     bool mIsStarted = false;

@@ -23,6 +23,7 @@ public:
     using TimePoint = std::chrono::steady_clock::time_point;
 
     bool isEmpty() const { return mTasks.empty(); }
+    size_t size() const { return mTasks.size(); }
 
     // Since when the first one has waited, and when one will have waited too long; the queue is not
     // empty.

@@ -32,6 +32,7 @@ public:
     WorkerConnection& operator=(const WorkerConnection&) = delete;
 
     bool isFree() const { return mChild->isReady() && !mChild->isEnding() && !mTask; }
+    bool isBusy() const { return mTask.has_value(); }
     // Whether it may be at the CIM object manager.
     bool mayBeReadingLive() const { return mTask && mTask->needsCim; }
     // Whether it has ever been given a request.

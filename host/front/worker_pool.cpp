@@ -89,6 +89,14 @@ void WorkerPool::stop()
     mWorkers.clear();
 }
 
+WorkerPool::Figures WorkerPool::figures() const
+{
+    const auto busy = std::count_if(mWorkers.begin(), mWorkers.end(),
+                                    [](const auto& worker) { return worker->isBusy(); });
+    return {mSupervisor.forked(), mSupervisor.living(), static_cast<size_t>(busy),
+            mCachedQueue.size(), mLiveQueue.size()};
+}
+
 void WorkerPool::submit(Task task)
 {
     task.since = steady_clock::now();

@@ -14,6 +14,7 @@
 #include <boost/asio/steady_timer.hpp>
 
 #include <chrono>
+#include <cstdint>
 #include <functional>
 #include <memory>
 #include <string>
@@ -50,6 +51,17 @@ public:
 
     // After a std::bad_alloc has left a handler: does what may have been left undone.
     void recover();
+
+    // How it stands.
+    struct Figures
+    {
+        uint64_t forked = 0; // workers, since the start
+        size_t living = 0;
+        size_t busy = 0;
+        size_t waitingForCache = 0; // requests
+        size_t waitingForCim = 0;
+    };
+    Figures figures() const;
 
     // Ends the work with the workers, and those that are at a request; requests still out are
     // dropped.

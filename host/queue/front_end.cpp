@@ -73,7 +73,10 @@ void QueueFrontEnd::addProcess(ControlMessage& forked)
 {
     mUnanswered = 0;
     mProcess = std::make_shared<Child>(mContext, mSpawner, forked);
-    mProcess->start({[this] { mSupervisor.childReady(); },
+    mProcess->start({[this] {
+                         mProcess->watch();
+                         mSupervisor.childReady();
+                     },
                      [this](const std::string& payload) { frameRead(payload); },
                      [this] { answerSent(); },
                      // A path on a file system that hangs is never opened.

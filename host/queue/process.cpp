@@ -2,13 +2,15 @@
 
 #include "errno_text.h"
 #include "host_limits.h"
+#include "log.h"
 #include "process_limits.h"
+#include "process_name.h"
 #include "tell.h"
 #include "wire/frame_io.h"
 
 #include <fcntl.h>
+#include <poll.h>
 #include <sys/file.h>
-#include <sys/prctl.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
 #include <sys/un.h>
@@ -17,6 +19,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <chrono>
 #include <cstdlib>
 #include <map>
 #include <vector>
@@ -56,6 +59,22 @@ bool mayBind(const std::string& path, std::string& problem)
     return problem.empty();
 }
 
+// Whoever may read a directory may lock it, for as long as he likes: only a lock that is held no
+// longer than a start takes is that of another service.
+bool awaitLock(int directory)
+{
+    using std::chrono::steady_clock;
+    constexpr int kPollMs = 10;
+    const auto until = steady_clock::now() + kQueueLockTime;
+    while (flock(directory, LOCK_EX | LOCK_NB) != 0) {
+        if (steady_clock::now() >= until) {
+            return false;
+        }
+        (void)poll(nullptr, 0, kPollMs);
+    }
+    return true;
+}
+
 class QueueProcess
 {
 public:
@@ -93,9 +112,12 @@ bool QueueProcess::open(const std::string& endpoint, std::string& problem)
     const std::string directory = mPath.substr(0, mPath.rfind('/') + 1);
     // Two services that start at the same time must not both find that nobody answers.
     const FileDescriptor lock(::open(directory.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-    if (!lock.isOpen() || flock(lock.get(), LOCK_EX | LOCK_NB) != 0) {
+    if (!lock.isOpen()) {
         problem = directory + ": " + errnoText();
         return false;
+    }
+    if (!awaitLock(lock.get())) {
+        log(Severity::Error, "somebody keeps a lock on " + directory + ": goes on without it");
     }
     if (!mayBind(mPath, problem)) {
         return false;
@@ -166,7 +188,13 @@ bool QueueProcess::passAnswer()
     std::string payload;
     std::string answer;
     uint32_t number = 0;
-    if (!receiveFrame(mFront, payload) || !decodeNumbered(payload, number, answer)) {
+    if (!receiveFrame(mFront, payload)) {
+        return false;
+    }
+    if (isPing(payload)) {
+        return sendFrame(mFront, encodePing());
+    }
+    if (!decodeNumbered(payload, number, answer)) {
         return false;
     }
     auto waiting = mEnvelopes.extract(number);
@@ -200,7 +228,7 @@ bool serveEndpoint(int front, const std::string& endpoint)
 
 void runQueueProcess(FileDescriptor front, const std::string& endpoint)
 {
-    (void)prctl(PR_SET_NAME, "cimgated-oem");
+    nameProcess(ProcessKind::Queue);
     limitResources();
     // The socket stays open until the end: the front ends a process whose socket closes.
     const bool wasServed = serveEndpoint(front.get(), endpoint);

@@ -5,6 +5,7 @@
 #include "host_limits.h"
 #include "log.h"
 #include "log_filter.h"
+#include "process_name.h"
 #include "queue/process.h"
 #include "spawner/summary_file.h"
 #include "wire/control.h"
@@ -51,10 +52,10 @@ std::string problemOfMapping()
 }
 
 // What the front is told of it.
-ControlMessage loadMapping()
+ControlMessage loadMapping(const std::string& problem)
 {
     ControlMessage outcome;
-    outcome.text = problemOfMapping();
+    outcome.text = problem.empty() ? problemOfMapping() : problem;
     if (outcome.text.empty()) {
         outcome.descriptor = writeSummary(summaryOf(ResourceMapper::RmfObj));
         if (!outcome.descriptor.isOpen()) {
@@ -95,7 +96,8 @@ class SpawnerProcess
 public:
     explicit SpawnerProcess(FileDescriptor control) : mControl(std::move(control)) {}
 
-    [[noreturn]] void run();
+    // problem is why it cannot; "" for none.
+    [[noreturn]] void run(const std::string& problem);
 
 private:
     void serve();
@@ -114,16 +116,15 @@ private:
     uint32_t mLastId = 0;
 };
 
-void SpawnerProcess::run()
+void SpawnerProcess::run(const std::string& problem)
 {
-    (void)prctl(PR_SET_NAME, "cimgated-spawn");
-    nameLog("spawner");
+    nameProcess(ProcessKind::Spawner);
     // A terminal or a supervisor may signal the whole group: the front decides when the others end.
     (void)std::signal(SIGINT, SIG_IGN);
     (void)std::signal(SIGTERM, SIG_IGN);
     (void)std::signal(SIGHUP, SIG_IGN);
     (void)std::signal(SIGPIPE, SIG_IGN);
-    const ControlMessage outcome = loadMapping();
+    const ControlMessage outcome = loadMapping(problem);
     if (sendControl(mControl.get(), outcome) && outcome.kind == ControlKind::Loaded) {
         serve();
     }
@@ -284,7 +285,7 @@ bool learnMapping(Spawner& spawner, std::string& problem)
 
 } // namespace
 
-bool startSpawner(Spawner& spawner, std::string& problem)
+bool startSpawner(Spawner& spawner, std::string& problem, const std::optional<User>& user)
 {
     int ends[2] = {-1, -1};
     if (socketpair(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0, ends) != 0) {
@@ -300,12 +301,14 @@ bool startSpawner(Spawner& spawner, std::string& problem)
         return false;
     }
     if (spawner.pid == 0) {
+        front.reset();
+        (void)giveUpRights(user,
+                           problem); // first: a process that becomes another user's is not watched
         (void)prctl(PR_SET_PDEATHSIG, SIGKILL);
         if (getppid() != parent) {
             _exit(EXIT_FAILURE); // the front ended before it could be watched
         }
-        front.reset();
-        SpawnerProcess(std::move(control)).run();
+        SpawnerProcess(std::move(control)).run(problem);
     }
     control.reset();
     spawner.control = std::move(front);

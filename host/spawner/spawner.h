@@ -5,10 +5,12 @@
 #define HOST_SPAWNER_SPAWNER_H_
 
 #include "file_descriptor.h"
+#include "process_rights.h"
 #include "wire/mapping_summary.h"
 
 #include <sys/types.h>
 
+#include <optional>
 #include <string>
 
 namespace host {
@@ -21,8 +23,9 @@ struct Spawner
 };
 
 // Forks the spawner and waits until it has loaded the mapping file (ResourceMapper::RmfPath).
-// Returns false with the cause in problem. Closing control ends the spawner and what it has forked.
-bool startSpawner(Spawner& spawner, std::string& problem);
+// It has no rights but those of the user, or of whoever has started it. Returns false with the
+// cause in problem. Closing control ends the spawner and what it has forked.
+bool startSpawner(Spawner& spawner, std::string& problem, const std::optional<User>& user = {});
 
 // Waits until the spawner, and with it all that it has forked, has ended.
 void awaitSpawner(Spawner& spawner);

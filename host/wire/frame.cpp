@@ -10,6 +10,7 @@ namespace host {
 namespace {
 
 constexpr std::string_view kReady = "ready";
+constexpr std::string_view kPing = "ping";
 
 } // namespace
 
@@ -35,6 +36,16 @@ std::string encodeReady()
 bool isReady(std::string_view payload)
 {
     return payload == kReady;
+}
+
+std::string encodePing()
+{
+    return framed(kPing);
+}
+
+bool isPing(std::string_view payload)
+{
+    return payload == kPing;
 }
 
 std::string encodeNumbered(uint32_t number, std::string_view message)

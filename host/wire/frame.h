@@ -25,6 +25,10 @@ bool decodeLength(const char* header, uint32_t& bytes);
 std::string encodeReady();
 bool isReady(std::string_view payload);
 
+// Whether the other end still lives, and the answer to that.
+std::string encodePing();
+bool isPing(std::string_view payload);
+
 // A message of the message queue, either way; the number is the request's.
 std::string encodeNumbered(uint32_t number, std::string_view message);
 bool decodeNumbered(std::string_view payload, uint32_t& number, std::string& message);

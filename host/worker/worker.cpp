@@ -1,8 +1,8 @@
 #include "worker/worker.h"
 
-#include "log.h"
 #include "log_filter.h"
 #include "process_limits.h"
+#include "process_name.h"
 #include "wire/frame_io.h"
 #include "worker/cache_read.h"
 #include "worker/current_request.h"
@@ -11,7 +11,6 @@
 #include <ResourceMapper.h>
 #include <ResourceMapper/mapping/Links.h>
 #include <poll.h>
-#include <sys/prctl.h>
 
 #include <cstdlib>
 #include <string>
@@ -45,11 +44,10 @@ std::string answerFrame(const WorkerRequest& request, Sources& sources)
 
 void runWorker(FileDescriptor socket, WorkNote& note, CacheNotice& cacheNotice)
 {
-    nameLog("worker");
+    nameProcess(ProcessKind::Worker);
     currentRequest().showIn(&note);
     setLibraryErrorListener(
         [](const std::string& message) { currentRequest().libraryError(message); });
-    (void)prctl(PR_SET_NAME, "cimgated-worker");
     limitResources();
     CacheRead::watchSqlite();
     Sources sources(cacheNotice);

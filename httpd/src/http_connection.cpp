@@ -250,6 +250,7 @@ void HttpConnection::written()
 void HttpConnection::noteRequest()
 {
     mExchange.method = mRequest.method;
+    mExchange.isHttp10 = mVersion == 10;
     mExchange.target = mRequest.target.substr(0, kNotedTargetBytes);
 }
 

@@ -2,6 +2,7 @@
 """What is missing or damaged: what holds all the same, and what is logged. docs/operations.md shows these tests as a
 table."""
 
+import fcntl
 import json
 import os
 import re
@@ -14,6 +15,7 @@ from action_service import DONE, RUN, ActionService, action_mapping
 from cache_damage import PAGE_BYTES
 from cimgate_host import (BASE, CIMGATED, Service, ServiceTest, collection_entry, member_entry, wait_until,
                           write_cache)
+from oem_client import BY_ID, OemService, container_entry, embedded_data, embedded_entry
 from program import run_program
 from scripted_object_manager import ScriptedObjectManager, found
 
@@ -280,6 +282,78 @@ class DataCache(ServiceTest):
                               service.log())
             self.check_all_good(service)
             self.check_told(service)
+
+
+GOOD = f"{BASE}/VexoGood/G.1"
+BROKEN = f"{BASE}/VexoBroken/1"
+
+
+def sample():
+    mapping = (embedded_entry("VexoGood", "XCIM_Good", {"A": TEXT}) | container_entry("GoodOem", VexoGood=BY_ID)
+               | member_entry("VexoBroken", "XCIM_Broken", {"A": TEXT}))
+    columns = ["InstanceID", "A"]
+    return mapping, {"classes": {"XCIM_Good": (columns, [("G.1", "fine")]), "XCIM_Broken": (columns, [("1", 1.5)])}}
+
+
+class Processes(ServiceTest):
+    """What happens to the processes of the service."""
+
+    def check_good(self, service):
+        self.check_value(service, GOOD)
+        self.assertEqual(service.ask("GoodOem", "G.1"), {"VexoGood": embedded_data("VexoGood", "G.1", A="fine")})
+
+    def await_line(self, service, *parts):
+        return wait_until(lambda: [line for line in service.lines() if all(part in line for part in parts)], parts)
+
+    def test_value_that_ends_a_worker(self):
+        with OemService(*sample()) as service:
+            self.assertEqual(service.get(BROKEN).status, 500)
+            self.await_line(service, f"GET {BROKEN}: 500: worker")
+            self.await_line(service, "spawner", f"ended by signal 6 at GET {BROKEN}", "class XCIM_Broken", "property A")
+            self.check_good(service)
+
+    def test_worker_that_is_killed(self):
+        with OemService(*sample()) as service:
+            [worker, *_] = service.workers()
+            os.kill(worker, signal.SIGKILL)
+            self.await_line(service, "spawner", f"worker {worker} ended by signal 9")
+            self.check_good(service)
+
+    def test_queue_process_that_is_stopped(self):
+        with OemService(*sample()) as service:
+            process = service.endpoint_process()
+            os.kill(process, signal.SIGSTOP)
+            self.await_line(service, f"process {process} does not answer")
+            self.await_line(service, f"message-queue endpoint {process} ended by signal 9")
+            service.await_new_endpoint_process(process)
+            self.check_good(service)
+
+    def test_lock_on_the_queues_directory(self):
+        service = OemService(*sample())
+        directory = os.open(service.directory, os.O_RDONLY)
+        self.addCleanup(os.close, directory)
+        fcntl.flock(directory, fcntl.LOCK_SH)
+        with service:
+            self.await_line(service, f"somebody keeps a lock on {service.directory}")
+            self.check_good(service)
+
+    def test_signals_without_a_meaning(self):
+        with OemService(*sample(), ("--workers", "2")) as service:
+            pids = [*service.pids(), service.endpoint_process()]
+            for pid in pids:
+                for number in (signal.SIGUSR1, signal.SIGUSR2, signal.SIGQUIT, signal.SIGALRM):
+                    os.kill(pid, number)
+            self.check_good(service)
+            self.assertEqual([*service.pids(), service.endpoint_process()], pids)
+            [counters] = self.await_line(service, "cimgated: counters: 0 requests answered")
+            self.assertIn("workers 2, busy 0, started 2, ended 0", counters)
+
+    def test_access_log_on_a_full_disk(self):
+        with OemService(*sample(), ("--access-log", "/dev/full")) as service:
+            for _ in range(3):
+                self.check_good(service)
+            [line] = self.await_line(service, "/dev/full")
+            self.assertIn("No space left on device; lines are lost", line)
 
 
 class Table(unittest.TestCase):

@@ -77,6 +77,7 @@ struct Exchange
 {
     std::string client; // its address
     std::string method; // empty where the request could not be read so far
+    bool isHttp10 = false;
     std::string target; // as it came, the first kNotedTargetBytes (limits.h) of it
     unsigned int status = 0;
     size_t bodyBytes = 0;                 // of the answer, as far as they were sent

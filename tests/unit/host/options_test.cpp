@@ -74,6 +74,17 @@ TEST(Options, ValuesAsNextArgumentOrAfterAnEqualsSign)
     EXPECT_EQ(options.requestTimeoutS, 2U);
 }
 
+TEST(Options, UserIsOneOfThisMachine)
+{
+    EXPECT_FALSE(parsed({}).user);
+    const auto user = parsed({"--user", "root", "--access-log", "-"}).user;
+    ASSERT_TRUE(user);
+    EXPECT_EQ(user->name, "root");
+    EXPECT_EQ(user->uid, 0U);
+    EXPECT_EQ(user->gid, 0U);
+    EXPECT_THAT(problemOf({"--user", "nobody-of-this-name"}), HasSubstr("a user of this machine"));
+}
+
 TEST(Options, HelpEndsTheReading)
 {
     const std::string help = printed({"--workers", "1", "--help", "--nonsense"});
@@ -83,9 +94,9 @@ TEST(Options, HelpEndsTheReading)
 
 TEST(Options, HelpNamesEveryOption)
 {
-    for (const char* name :
-         {"--listen", "--rmf", "--cache", "--registries", "--oem-endpoint", "--auth", "--workers",
-          "--log-level", "--request-timeout", "--cim", "--help", "-h", "--version"}) {
+    for (const char* name : {"--listen", "--rmf", "--cache", "--registries", "--oem-endpoint",
+                             "--auth", "--workers", "--log-level", "--request-timeout",
+                             "--access-log", "--user", "--cim", "--help", "-h", "--version"}) {
         EXPECT_THAT(printed({"-h"}), HasSubstr(name));
     }
 }

@@ -49,7 +49,18 @@ void FakeWorker::decline(host::Declined reason)
     send(host::encodeDeclined(reason));
 }
 
+// Where it is asked whether it lives, it does.
 std::string FakeWorker::readPayload()
+{
+    std::string payload = nextPayload();
+    while (host::isPing(payload)) {
+        send(host::encodePing());
+        payload = nextPayload();
+    }
+    return payload;
+}
+
+std::string FakeWorker::nextPayload()
 {
     uint32_t bytes = 0;
     EXPECT_TRUE(receive(host::kFrameHeaderBytes));

@@ -58,6 +58,7 @@ public:
     void close() { mSocket.reset(); }
 
 private:
+    std::string nextPayload();
     bool receive(size_t bytes);
 
     boost::asio::io_context& mContext;
