@@ -5,8 +5,11 @@ import json
 import os
 import re
 import unittest
+from pathlib import Path
 
+from cimgate_host import ask
 from installed_tree import BUILD_DIR, SOURCE_DIR, InstalledTreeTest, cache_entry, run
+from program import Program
 
 # Operations of these classes, with their vtables and type information, and these free functions.
 PUBLIC_SYMBOL = re.compile(
@@ -16,6 +19,20 @@ PUBLIC_SYMBOL = re.compile(
 
 # Headers that are not called like their class.
 HEADERS = {"SfccSession": "SfccInterface.h", "CmpiJson": "CmpiToJson.h"}
+
+
+ENCLOSURE = "/redfish/v1/Vexo/Chassis/System.Embedded.1/VexoEnclosure/Enclosure.2"
+
+
+class Installed(Program):
+    """The service as README.md starts it."""
+
+    NAME = "cimgated"
+
+    def __init__(self, program, cache, endpoint):
+        super().__init__()
+        self.command = ["env", "-C", "/", "-u", "LD_LIBRARY_PATH", str(program), "--listen", "127.0.0.1:0", "--cache",
+                        str(cache), "--oem-endpoint", endpoint]
 
 
 class InstalledTree(InstalledTreeTest):
@@ -71,6 +88,33 @@ class InstalledTree(InstalledTreeTest):
         for name in ("resourcemapping.json", "registries/Base.1.18.json", "registries/Vexo.1.0.json"):
             with (share / name).open(encoding="utf-8") as file:
                 self.assertIsInstance(json.load(file), dict, name)
+
+    def test_programs_are_position_independent_and_resolve_their_symbols_at_the_start(self):
+        programs = list((self.prefix / "bin").iterdir())
+        libraries = [path for path in self.lib.glob("lib*.so*") if not path.is_symlink()]
+        self.assertTrue(programs and libraries)
+        for path in (*programs, *libraries):
+            self.assertRegex(run("readelf", "--file-header", path), r"Type: +DYN ", path)
+            dynamic = run("readelf", "--dynamic", path)
+            self.assertRegex(dynamic, r"\(FLAGS\) +.*BIND_NOW", path)
+            self.assertRegex(dynamic, r"\(FLAGS_1\) +Flags: NOW" + (" PIE" if path in programs else ""), path)
+            self.assertIn("GNU_RELRO", run("readelf", "--program-headers", path), path)
+
+    def test_service_runs_from_any_folder_and_finds_its_data(self):
+        cache = Path(self.work.name) / "cache.db"
+        socket = Path(self.work.name) / "oem.sock"
+        run(SOURCE_DIR / "scripts" / "make-sample-cache", cache, cwd=SOURCE_DIR)
+        moved = Path(self.work.name) / "moved"
+        self.prefix.rename(moved)
+        self.addCleanup(moved.rename, self.prefix)
+        service = Installed(moved / "bin" / "cimgated", cache, f"ipc://{socket}")
+        with service:
+            answer = ask(service.base, ENCLOSURE)
+            self.assertEqual((answer.status, answer.json()["Id"]), (200, "Enclosure.2"))
+            self.assertEqual(ask(service.base, "/redfish/v1/nothing").messages()[0][0], "Vexo.SYS403")
+            data = json.loads(run(moved / "bin" / "cimgate", "oem", "--endpoint", f"ipc://{socket}", "DriveOem",
+                                  "Disk.Bay.0:Enclosure.2", cwd="/"))
+            self.assertEqual(data["VexoEnclosure"]["Tag"], "Enclosure.2")
 
     def test_programs_are_installed_and_find_their_libraries(self):
         environment = {key: value for key, value in os.environ.items() if key != "LD_LIBRARY_PATH"}
