@@ -11,11 +11,11 @@ from cimgate_host import ask
 from installed_tree import BUILD_DIR, SOURCE_DIR, InstalledTreeTest, cache_entry, run
 from program import Program
 
-# Operations of these classes, with their vtables and type information, and these free functions.
+# Operations of these classes, with their vtables and type information, these free functions, and the handle of the data cache.
 PUBLIC_SYMBOL = re.compile(
     r"(vtable for |typeinfo for |typeinfo name for )?"
     r"((ResourceMapper|SQLInterface|SfccSession|CmpiJson)(::|@@|$)"
-    r"|(LoadDatabase|getResourceOemData|logMessage|AppendExtendedErrorMessages)\()")
+    r"|dbhandle@@|(LoadDatabase|getResourceOemData|logMessage|AppendExtendedErrorMessages)\()")
 
 # Headers that are not called like their class.
 HEADERS = {"SfccSession": "SfccInterface.h", "CmpiJson": "CmpiToJson.h"}
