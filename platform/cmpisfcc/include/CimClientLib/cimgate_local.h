@@ -23,8 +23,9 @@ extern "C" {
 /*
  * Directs every later connect to the local object manager ("SfcbLocal") to `url`, whatever port
  * that connect names: "http://host[:port]", "https://host[:port]" (whose certificate is checked
- * against the system's, or those of cimgate_cmpisfcc_set_local_ca()), or the path of a Unix socket, which begins with '/'. NULL restores the
- * built-in choice. A URL that names a user is refused, as is one with a path, a query or a fragment.
+ * against the system's, or those of cimgate_cmpisfcc_set_local_ca()), or the path of a Unix socket,
+ * which begins with '/'. NULL restores the built-in choice. A URL that names a user is refused, as
+ * is one with a path, a query or a fragment.
  *
  * Returns 0, or CMPI_RC_ERR_INVALID_PARAMETER (4) for any other text; what was set before then
  * stays.
