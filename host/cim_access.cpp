@@ -65,7 +65,7 @@ std::string readPassword(const std::string& path, std::string& problem)
     std::array<char, kMaxPasswordBytes + 1> text{};
     const ssize_t bytes = read(file.get(), text.data(), text.size());
     const std::string_view content(text.data(), bytes > 0 ? static_cast<size_t>(bytes) : 0);
-    const std::string password(content.substr(0, content.find_first_of("\r\n")));
+    std::string password(content.substr(0, content.find_first_of("\r\n")));
     if (password.empty() || password.size() > kMaxPasswordBytes ||
         password.find('\0') != std::string::npos) {
         problem = "does not begin with a line of 1 to " + std::to_string(kMaxPasswordBytes) +

@@ -8,7 +8,6 @@
 #include <algorithm>
 #include <cstring>
 #include <string>
-#include <vector>
 
 namespace host {
 
@@ -52,12 +51,14 @@ TitleRoom& titleRoom()
 // The environment moves away. It is never freed: what ends last may still ask for it.
 void moveEnvironment()
 {
-    static auto* const pointers = new std::vector<char*>;
-    for (char** variable = environ; *variable != nullptr; ++variable) {
-        pointers->push_back(strdup(*variable));
+    size_t count = 0;
+    while (environ[count] != nullptr) {
+        ++count;
     }
-    pointers->push_back(nullptr);
-    environ = pointers->data();
+    auto** const moved = new char*[count + 1];
+    std::transform(environ, environ + count, moved, strdup);
+    moved[count] = nullptr;
+    environ = moved;
 }
 
 // Where the text ends that begins at this address, if that is where it is expected.

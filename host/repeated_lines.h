@@ -29,7 +29,7 @@ public:
     struct HeldBack
     {
         LogLine line;
-        size_t times;
+        size_t times = 0;
     };
 
     // Whether a line is to be written now: it has not been within kRepeatWindow. Else it is

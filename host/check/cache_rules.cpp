@@ -224,11 +224,12 @@ void CacheRules::checkLinks()
         const std::string problem = mReader->problemOf(mapping::associationQuery(link.name));
         const std::string table = mapping::associationTableOf(link.name);
         if (!problem.empty() && told.insert(table).second) {
-            mInspection.add(
-                link.place,
-                {"the data cache's table of the link, " + table + ", cannot be read: " + problem,
-                 "each request that shows the link runs until its deadline (504)",
-                 "have the table made, if only empty, or take the link out"});
+            std::string wrong = "the data cache's table of the link, " + table;
+            wrong.append(", cannot be read: ").append(problem);
+            mInspection.add(link.place,
+                            {wrong,
+                             "each request that shows the link runs until its deadline (504)",
+                             "have the table made, if only empty, or take the link out"});
         }
     }
 }

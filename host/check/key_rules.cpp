@@ -24,62 +24,62 @@ using Keys = std::vector<Key>;
 
 const Keys& entryKeys()
 {
-    static const Keys keys = {{mapping::kOdataId, Kind::Text},
-                              {"@odata.type", Kind::Text},
-                              {"@odata.context", Kind::Text},
-                              {"Name", Kind::Text},
-                              {"Description", Kind::Text},
-                              {mapping::kIsCollection, Kind::Flag},
-                              {mapping::kSupportsNextLink, Kind::Flag},
-                              {mapping::kSupportsTopSkip, Kind::Flag},
-                              {mapping::kMappings, Kind::Object},
-                              {mapping::kUniqueSelector, Kind::Text},
-                              {mapping::kSelectors, Kind::Text},
-                              {mapping::kLinks, Kind::Object},
-                              {mapping::kAllowedOperations, Kind::TextList},
-                              {mapping::kLinkHeader, Kind::Text},
-                              {mapping::kInstances, Kind::Object}};
-    return keys;
+    static const Keys kKeys = {{mapping::kOdataId, Kind::Text},
+                               {"@odata.type", Kind::Text},
+                               {"@odata.context", Kind::Text},
+                               {"Name", Kind::Text},
+                               {"Description", Kind::Text},
+                               {mapping::kIsCollection, Kind::Flag},
+                               {mapping::kSupportsNextLink, Kind::Flag},
+                               {mapping::kSupportsTopSkip, Kind::Flag},
+                               {mapping::kMappings, Kind::Object},
+                               {mapping::kUniqueSelector, Kind::Text},
+                               {mapping::kSelectors, Kind::Text},
+                               {mapping::kLinks, Kind::Object},
+                               {mapping::kAllowedOperations, Kind::TextList},
+                               {mapping::kLinkHeader, Kind::Text},
+                               {mapping::kInstances, Kind::Object}};
+    return kKeys;
 }
 
 const Keys& classKeys()
 {
-    static const Keys keys = {{mapping::kIsCached, Kind::Flag},
-                              {mapping::kKeyProperties, Kind::TextList},
-                              {mapping::kProperties, Kind::Object},
-                              {mapping::kActions, Kind::Object},
-                              {mapping::kMethods, Kind::Object}};
-    return keys;
+    static const Keys kKeys = {{mapping::kIsCached, Kind::Flag},
+                               {mapping::kKeyProperties, Kind::TextList},
+                               {mapping::kProperties, Kind::Object},
+                               {mapping::kActions, Kind::Object},
+                               {mapping::kMethods, Kind::Object}};
+    return kKeys;
 }
 
 // Of a property, an input and an output.
 const Keys& declarationKeys()
 {
-    static const Keys keys = {
+    static const Keys kKeys = {
         {mapping::kCimType, Kind::Text},        {mapping::kAlias, Kind::Text},
         {mapping::kValueMapping, Kind::Object}, {mapping::kRedfishType, Kind::Text},
         {mapping::kIsArrayType, Kind::Flag},    {mapping::kIsRefType, Kind::Flag},
         {mapping::kIsRequired, Kind::Flag}};
-    return keys;
+    return kKeys;
 }
 
 const Keys& methodKeys()
 {
-    static const Keys keys = {{mapping::kInputs, Kind::Object}, {mapping::kOutputs, Kind::Object}};
-    return keys;
+    static const Keys kKeys = {{mapping::kInputs, Kind::Object}, {mapping::kOutputs, Kind::Object}};
+    return kKeys;
 }
 
 const Keys& actionKeys()
 {
-    static const Keys keys = {{mapping::kTarget, Kind::Text}};
-    return keys;
+    static const Keys kKeys = {{mapping::kTarget, Kind::Text}};
+    return kKeys;
 }
 
 const Keys& embeddedKeys()
 {
-    static const Keys keys = {{mapping::kKeyRegex, Kind::Text},
-                              {mapping::kQueryClause, Kind::Text}};
-    return keys;
+    static const Keys kKeys = {{mapping::kKeyRegex, Kind::Text},
+                               {mapping::kQueryClause, Kind::Text}};
+    return kKeys;
 }
 
 bool isText(const Json::Value& value)
@@ -212,7 +212,7 @@ void checkParts(Inspection& inspection, const Place& place, const char* key, con
                   });
 }
 
-void checkMethod(Inspection& inspection, const Place& place)
+void checkMethodKeys(Inspection& inspection, const Place& place)
 {
     if (checkObject(inspection, place, methodKeys())) {
         checkParts(inspection, place, mapping::kInputs, "input", declarationKeys());
@@ -230,7 +230,7 @@ void checkClass(Inspection& inspection, const Place& entry, const Place& place)
     checkParts(inspection, inEntry, mapping::kActions, "action", actionKeys());
     forEachMember(cimgate::memberOf(place.value, mapping::kMethods),
                   [&](const std::string& name, const Json::Value& method) {
-                      checkMethod(inspection, entry.part("method", name, method));
+                      checkMethodKeys(inspection, entry.part("method", name, method));
                   });
 }
 

@@ -68,8 +68,8 @@ ControlMessage loadMapping(const std::string& problem)
 
 struct Child
 {
-    pid_t pid;
-    const char* name;               // in the log
+    pid_t pid = -1;
+    const char* name = "";          // in the log
     std::unique_ptr<WorkNote> note; // what it is at
 };
 
@@ -235,15 +235,16 @@ void SpawnerProcess::reap(int options)
         if (ended == mChildren.end()) {
             continue;
         }
-        const std::string name = ended->second.name + std::to_string(pid);
+        std::string end = ended->second.name + std::to_string(pid) + " ended ";
         const std::string work = workOf(ended->second);
         mChildren.erase(ended);
         if (WIFSIGNALED(status)) {
-            log(Severity::Error,
-                name + " ended by signal " + std::to_string(WTERMSIG(status)) + work);
-        } else if (WEXITSTATUS(status) != 0) {
-            log(Severity::Error,
-                name + " ended with status " + std::to_string(WEXITSTATUS(status)) + work);
+            end += "by signal " + std::to_string(WTERMSIG(status));
+        } else {
+            end += "with status " + std::to_string(WEXITSTATUS(status));
+        }
+        if (status != 0) {
+            log(Severity::Error, end + work);
         }
     }
 }

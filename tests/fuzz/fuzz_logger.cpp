@@ -49,6 +49,11 @@ int vexoPutText(const char* /*text*/)
     return 1;
 }
 
+int vexoPutTextAs(int /*severity*/, const char* /*text*/)
+{
+    return 1;
+}
+
 int vexoAwaitRoom(int /*timeoutMs*/)
 {
     return 1;

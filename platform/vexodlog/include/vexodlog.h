@@ -75,8 +75,8 @@ void vexoSetThreshold(int severity);
  * is dropped. It is called by whichever thread logs, may itself call vexoPutTextAs(), and must not
  * throw. NULL, which is the default, keeps all.
  */
-typedef int VexoFilter(int severity, int module,
-                       const char* text); // NOLINT(modernize-use-using): C
+/* NOLINTNEXTLINE(modernize-use-using): a C interface */
+typedef int VexoFilter(int severity, int module, const char* text);
 void vexoSetFilter(VexoFilter* filter);
 
 /*

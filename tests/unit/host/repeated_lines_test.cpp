@@ -25,6 +25,7 @@ host::LogLine line(const std::string& text)
 std::vector<std::string> told(const std::vector<RepeatedLines::HeldBack>& heldBack)
 {
     std::vector<std::string> texts;
+    texts.reserve(heldBack.size());
     for (const auto& [of, times] : heldBack) {
         texts.push_back(of.text + ' ' + std::to_string(times));
     }

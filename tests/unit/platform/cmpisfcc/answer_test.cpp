@@ -5,17 +5,16 @@
 #include <gtest/gtest.h>
 #include <unistd.h>
 
-#include <cstdio>
+#include <fstream>
 
 namespace {
 
 // What this process has in memory now.
 std::size_t residentBytes()
 {
+    std::size_t all = 0;
     std::size_t pages = 0;
-    std::FILE* file = std::fopen("/proc/self/statm", "r");
-    EXPECT_EQ(std::fscanf(file, "%*u %zu", &pages), 1);
-    (void)std::fclose(file);
+    EXPECT_TRUE(std::ifstream("/proc/self/statm") >> all >> pages);
     return pages * static_cast<std::size_t>(::sysconf(_SC_PAGESIZE));
 }
 
