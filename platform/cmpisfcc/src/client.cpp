@@ -147,6 +147,7 @@ KeyTypes::Fetched Client::fetchTypes(const std::string& nameSpace, const std::st
 {
     using Outcome = KeyTypes::Fetched::Outcome;
     const std::string no = "FALSE";
+    Owned<ClassObject> cls; // what the answer is made of is in its memory
     Answer answer(Returns::Classes, nullptr);
     result = send({kMessageId,
                    "GetClass",
@@ -159,7 +160,7 @@ KeyTypes::Fetched Client::fetchTypes(const std::string& nameSpace, const std::st
     if (!result.wasAnswered) {
         return {Outcome::NoAnswer};
     }
-    const Owned<ClassObject> cls(result.failed() ? nullptr : answer.takeFirst<ClassObject>());
+    cls.reset(result.failed() ? nullptr : answer.takeFirst<ClassObject>());
     if (cls == nullptr) {
         return {Outcome::NoClass};
     }

@@ -31,9 +31,9 @@ void execute(const std::string& path, const std::string& sql)
 // The sample's rows, in a file that is made once.
 const std::string& sampleCache()
 {
-    static const support::TempDirectory directory;
-    static const std::string path = directory.File("sample.db");
-    if (!std::filesystem::exists(path)) {
+    static const support::TempDirectory kDirectory;
+    static const std::string kPath = kDirectory.File("sample.db");
+    if (!std::filesystem::exists(kPath)) {
         std::vector<std::filesystem::path> files;
         for (const auto& file : std::filesystem::directory_iterator("data/sample")) {
             if (file.path().extension() == ".sql") {
@@ -45,9 +45,9 @@ const std::string& sampleCache()
         for (const std::filesystem::path& file : files) {
             sql += contentOf(file);
         }
-        execute(path, sql + "commit;");
+        execute(kPath, sql + "commit;");
     }
-    return path;
+    return kPath;
 }
 
 size_t positionOf(const std::string& text, const std::string& what, size_t offset)
