@@ -162,7 +162,7 @@ inline constexpr size_t kMaxLocationBytes = 2048;
 inline constexpr size_t kMaxFaultsTold = 20;
 
 // How long the check may hold up the start: a cache on a file system that hangs, or that is a pipe,
-// is not waited for. 500 resources take some ten milliseconds.
+// is not waited for. It takes a fraction of a second of processor time for 500 resources.
 inline constexpr unsigned int kMaxCheckS = 5;
 
 // ---- Stopping ----

@@ -19,8 +19,9 @@ namespace {
 
 namespace mapping = cimgate::mapping;
 
-constexpr const char* kReadinessTable = "Tbl_CMPIReady";
-constexpr const char* kTablePrefix = "Tbl_";
+using mapping::kReadinessTable;
+using mapping::tableOf;
+
 // A writer holds its lock for moments; a check at the start waits for one, one that was asked for
 // as long as workers do.
 constexpr int kBusyMsAtStart = 200;
@@ -246,13 +247,12 @@ void CacheRules::checkClass(const mapping::CachedClass& cached)
     if (cached.columns.empty()) {
         mInspection.add(place, {"the class has neither properties nor a key",
                                 "reads of it are answered 500", "map at least one property"});
-    } else if (!hasTable(kTablePrefix + cached.name)) {
+    } else if (!hasTable(tableOf(cached.name))) {
         const bool isReady = mReady.contains(lower(cached.name));
-        mInspection.add(place,
-                        {"the data cache has no table " + std::string(kTablePrefix) + cached.name,
-                         isReady ? "reads of it are answered 500"
-                                 : "reads of it are answered 503 until it is there",
-                         "correct the name of the class, or have the table made"});
+        mInspection.add(place, {"the data cache has no table " + tableOf(cached.name),
+                                isReady ? "reads of it are answered 500"
+                                        : "reads of it are answered 503 until it is there",
+                                "correct the name of the class, or have the table made"});
     } else {
         checkTable(cached, place);
     }
@@ -260,7 +260,7 @@ void CacheRules::checkClass(const mapping::CachedClass& cached)
 
 void CacheRules::checkTable(const mapping::CachedClass& cached, const Place& place)
 {
-    const std::string table = kTablePrefix + cached.name;
+    const std::string table = tableOf(cached.name);
     const std::string problem = mReader->problemOf("select 1 from " + table);
     if (!problem.empty()) {
         mInspection.add(place,
@@ -284,7 +284,7 @@ void CacheRules::checkTable(const mapping::CachedClass& cached, const Place& pla
 // One statement tells of all columns where nothing is wrong with them, as is mostly so.
 void CacheRules::checkEntry(const mapping::CachedClass& cached, const mapping::NamedEntry& entry)
 {
-    const std::string table = kTablePrefix + cached.name;
+    const std::string table = tableOf(cached.name);
     const Json::Value& properties = mapping::propertiesOf(*entry.entry, cached.name);
     const std::vector<std::string> names = namesOf(entry, cached.name);
     const std::vector<Column> all = mReader->columnsOf(selectOf(names, table));
@@ -379,7 +379,7 @@ void CacheRules::checkCondition(const Place& embedded, const std::string& resour
 {
     const Json::Value& all = mInspection.mapping();
     const Json::Value& entry = mapping::memberEntryOf(all, cimgate::memberOf(all, resource));
-    const std::string table = kTablePrefix + mapping::classNameOf(entry);
+    const std::string table = tableOf(mapping::classNameOf(entry));
     std::string condition = cimgate::textOf(embedded.value, mapping::kQueryClause);
     if (condition.empty() || !hasTable(table)) {
         return;

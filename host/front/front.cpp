@@ -301,6 +301,8 @@ void Front::awaitRepeats()
 
 void Front::awaitAsked()
 {
+    boost::system::error_code ignored;
+    mAsked.cancel(ignored); // one wait at a time
     mAsked.async_wait(asio::posix::stream_descriptor::wait_read,
                       [this](boost::system::error_code error) {
                           signalfd_siginfo info{};

@@ -15,12 +15,14 @@ constexpr const char* kNoWorker = "no worker gets ready";
 constexpr const char* kNoRoom = "too many requests wait for a worker";
 constexpr const char* kNoTurn = "no worker was free within half of --request-timeout";
 
-// Whoever has left does not see it fail. Memory that is short costs the remark, not the answer.
+// Why it failed, or null where nobody waits any more: whoever has left does not see it fail. Memory
+// that is short costs the remark, not the answer.
 void refuse(const Task& task, const char* why)
 {
     httpd::Response response;
+    const bool isSeen = why != nullptr && !isAbandoned(task);
     try {
-        response.remark = isAbandoned(task) ? "" : why;
+        response.remark = isSeen ? why : "";
     } catch (const std::bad_alloc&) { // NOLINT(bugprone-empty-catch)
     }
     finish(task, Outcome::Overloaded, std::move(response));
@@ -196,8 +198,8 @@ void WorkerPool::dropExpired()
 
 void WorkerPool::dropAbandonedAhead()
 {
-    refuse(mCachedQueue.takeAbandonedAhead(), kNoTurn);
-    refuse(mLiveQueue.takeAbandonedAhead(), kNoTurn);
+    refuse(mCachedQueue.takeAbandonedAhead(), nullptr);
+    refuse(mLiveQueue.takeAbandonedAhead(), nullptr);
 }
 
 void WorkerPool::armExpiryTimer()

@@ -5,6 +5,7 @@
 #include "worker/current_request.h"
 
 #include <ResourceMapper.h>
+#include <ResourceMapper/mapping/CachedClasses.h>
 #include <ResourceMapper/mapping/Links.h>
 #include <sqlite3.h>
 
@@ -53,7 +54,7 @@ std::string handleEmbeddedData(const std::string& container, const std::string& 
     }
     if (hasFailed(fault)) {
         currentRequest().fail(std::string(mapper.GetOemResourceName()) + ": " +
-                              faultText(tableOf(mapper.mCimClass), *fault));
+                              faultText(cimgate::mapping::tableOf(mapper.mCimClass), *fault));
         return queueError(QueueFault::Busy);
     }
     return queueAnswer(data);

@@ -44,11 +44,6 @@ bool run(const char* statement)
 
 } // namespace
 
-std::string tableOf(const std::string& cimClass)
-{
-    return "Tbl_" + cimClass;
-}
-
 std::string faultText(const std::string& table, const CacheFault& fault)
 {
     return "cannot read " + table + ": " + fault.words;

@@ -15,10 +15,6 @@ struct CacheFault
     std::string words;
 };
 
-// Tables of the cache.
-inline constexpr const char* kReadinessTable = "Tbl_CMPIReady";
-std::string tableOf(const std::string& cimClass);
-
 // What the log says of a fault.
 std::string faultText(const std::string& table, const CacheFault& fault);
 

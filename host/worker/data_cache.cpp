@@ -5,6 +5,7 @@
 #include "worker/cache_read.h"
 
 #include <ResourceMapper.h>
+#include <ResourceMapper/mapping/CachedClasses.h>
 #include <sqlite3.h>
 #include <unistd.h>
 
@@ -17,7 +18,7 @@ namespace {
 // What every data cache has. Naming it makes SQLite read the file, which opening does not.
 std::string readinessQuery()
 {
-    return std::string("select ClassName from ") + kReadinessTable;
+    return std::string("select ClassName from ") + cimgate::mapping::kReadinessTable;
 }
 
 // A connection for a look.

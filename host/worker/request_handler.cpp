@@ -9,6 +9,7 @@
 #include "worker/scope_response.h"
 
 #include <ResourceMapper.h>
+#include <ResourceMapper/mapping/CachedClasses.h>
 #include <ResourceMapper/mapping/Entry.h>
 #include <ResourceMapper/mapping/Links.h>
 #include <sqlite3.h>
@@ -41,7 +42,7 @@ httpd::Response answer(ResourceMapper& mapper, const odata::Scope& scope, _Resou
 httpd::Response notReady(const CacheRead& read, DataCache& cache)
 {
     const std::optional<CacheFault> fault = read.fault();
-    currentRequest().fail(fault ? faultText(kReadinessTable, *fault)
+    currentRequest().fail(fault ? faultText(mapping::kReadinessTable, *fault)
                                 : "the class is not ready in the data cache");
     if (!fault || fault->code != SQLITE_BUSY) {
         cache.note(fault ? fault->words : "");
@@ -75,7 +76,7 @@ httpd::Response readFromCache(ResourceMapper& mapper, const odata::Scope& scope,
     const std::optional<CacheFault> fault = read.fault();
     read.end();
     if (fault && isOfTheCache(*fault, rc)) {
-        currentRequest().fail(faultText(tableOf(mapper.mCimClass), *fault));
+        currentRequest().fail(faultText(mapping::tableOf(mapper.mCimClass), *fault));
         return temporarilyUnavailable(kRetryAfterS);
     }
     return answer(mapper, scope, rc, body);

@@ -1,4 +1,5 @@
 #include "Log.h"
+#include "ResourceMapper/mapping/CachedClasses.h"
 #include "SQLInterface.h"
 #include "SQLInterface/DataCache.h"
 #include "SQLInterface/RowToJson.h"
@@ -15,8 +16,8 @@ using enum cimgate::LogLevel;
 // NOLINTNEXTLINE(cppcoreguidelines-avoid-non-const-global-variables): the process's one connection
 sqlite3* dbhandle = nullptr;
 
-const std::string Table_Prefix = "Tbl_";
-const std::string meta_table = "Tbl_CMPIReady";
+const std::string Table_Prefix = cimgate::mapping::kTablePrefix;
+const std::string meta_table = cimgate::mapping::kReadinessTable;
 const std::string noCase = " COLLATE NOCASE";
 const std::string baseCountQuery = "select count(*) from ";
 

@@ -97,27 +97,25 @@ Client::Client(const Endpoint& endpoint, const std::optional<Credentials>& crede
 
 Result Client::call(cimxml::IntrinsicRequest& request, bool isRepeatable, Answer& answer)
 {
-    Result result = settleKeys(request);
-    if (!result.failed()) {
-        result = send(request, isRepeatable, answer);
-    }
-    if (result.code == CMPI_RC_ERR_NOT_FOUND) {
-        mKeyTypes.doubt();
-    }
-    return result;
+    return withTypedKeys(request, [&] { return send(request, isRepeatable, answer); });
 }
 
 Result Client::call(cimxml::ExtrinsicRequest& request, Answer& answer)
 {
-    Result result = settleKeys(request);
-    if (!result.failed()) {
-        const std::string body = cimxml::encodeRequest(request);
-        const std::string object =
-            request.object.nameSpace + ":" + cimxml::pathText(request.object);
-        result = exchange(
-            {HttpTransport::escape(request.method), HttpTransport::escape(object), body, false},
-            answer);
+    return withTypedKeys(request, [&] { return send(request, answer); });
+}
+
+template <typename Request, typename Send>
+Result Client::withTypedKeys(Request& request, const Send& send)
+{
+    Result result;
+    const auto fetch = [&](const std::string& nameSpace, const std::string& className) {
+        return fetchTypes(nameSpace, className, result);
+    };
+    if (!mKeyTypes.settle(request, fetch)) {
+        return result; // the object manager does not answer
     }
+    result = send();
     if (result.code == CMPI_RC_ERR_NOT_FOUND) {
         mKeyTypes.doubt();
     }
@@ -131,15 +129,13 @@ Result Client::send(const cimxml::IntrinsicRequest& request, bool isRepeatable, 
         {request.operation, HttpTransport::escape(request.nameSpace), body, isRepeatable}, answer);
 }
 
-// Fails only where the object manager does not answer.
-template <typename Request>
-Result Client::settleKeys(Request& request)
+Result Client::send(const cimxml::ExtrinsicRequest& request, Answer& answer)
 {
-    Result result;
-    const auto fetch = [&](const std::string& nameSpace, const std::string& className) {
-        return fetchTypes(nameSpace, className, result);
-    };
-    return mKeyTypes.settle(request, fetch) ? Result() : result;
+    const std::string body = cimxml::encodeRequest(request);
+    const std::string object = request.object.nameSpace + ":" + cimxml::pathText(request.object);
+    return exchange(
+        {HttpTransport::escape(request.method), HttpTransport::escape(object), body, false},
+        answer);
 }
 
 KeyTypes::Fetched Client::fetchTypes(const std::string& nameSpace, const std::string& className,

@@ -51,11 +51,12 @@ public:
     std::string probe() { return mTransport.probe(); }
 
 private:
-    template <typename Request>
-    Result settleKeys(Request& request);
+    template <typename Request, typename Send>
+    Result withTypedKeys(Request& request, const Send& send);
     KeyTypes::Fetched fetchTypes(const std::string& nameSpace, const std::string& className,
                                  Result& result);
     Result send(const cimxml::IntrinsicRequest& request, bool isRepeatable, Answer& answer);
+    Result send(const cimxml::ExtrinsicRequest& request, Answer& answer);
     Result exchange(const HttpRequest& request, Answer& answer);
     Result resultOf(const HttpOutcome& outcome, Answer& answer);
 

@@ -10,6 +10,16 @@
 
 namespace cimgate::mapping {
 
+// A class's table is this followed by the class name.
+inline constexpr const char* kTablePrefix = "Tbl_";
+inline std::string tableOf(const std::string& cimClass)
+{
+    return kTablePrefix + cimClass;
+}
+
+// The table with the names of the classes that are ready.
+inline constexpr const char* kReadinessTable = "Tbl_CMPIReady";
+
 // The columns that are asked for when an instance of the entry is read, in their order: the mapped
 // properties and then the key, which may be one of them.
 std::vector<std::string> columnsOf(const Json::Value& entry, const std::string& cimClass);
