@@ -41,9 +41,6 @@ inline constexpr size_t kMaxClientMemoryBytes = size_t{1024} * 1024 * 1024;
 // Pause before the front tries again to go on for which it has no memory at all.
 inline constexpr std::chrono::milliseconds kMemoryRetry{10};
 
-// The longest password of the CIM object manager's (--cim-password-file).
-inline constexpr size_t kMaxPasswordBytes = 1024;
-
 // ---- Workers ----
 
 // Worker processes (--workers). The default is at least two, so that one request that takes long

@@ -9,6 +9,7 @@
 
 #include <algorithm>
 #include <filesystem>
+#include <iterator>
 #include <system_error>
 #include <thread>
 
@@ -81,12 +82,22 @@ void setDefaults(Options& options)
         std::clamp(std::thread::hardware_concurrency(), kMinDefaultWorkers, kMaxWorkers);
 }
 
+// Beside the option of the data cache, the other source of answers.
+void addCimOptions(std::vector<cli::Option>& all, service::CimAccess& access)
+{
+    const auto cache = std::find_if(all.begin(), all.end(),
+                                    [](const auto& option) { return option.name == "--cache"; });
+    const auto more =
+        service::cimOptions(access, "CIM object manager for classes that are not cached");
+    all.insert(std::next(cache), more.begin(), more.end());
+}
+
 } // namespace
 
 cli::Command commandLine(Options& options)
 {
     setDefaults(options);
-    return {
+    cli::Command command = {
         .name = "cimgated",
         .summary =
             "Serves Redfish for the resources of a mapping file, from a data cache and from CIM.",
@@ -96,17 +107,6 @@ cli::Command commandLine(Options& options)
                 {"--rmf", "FILE", "mapping file", cli::text(options.rmfPath)},
                 {"--cache", "FILE", "data cache, an SQLite file; read only",
                  cli::text(options.cachePath)},
-                {"--cim", "URL",
-                 "CIM object manager for classes that are not cached: http://HOST:PORT, "
-                 "https://HOST:PORT or the path of a Unix socket",
-                 cli::text(options.cim.url), "the local one, http://127.0.0.1:5988"},
-                {"--cim-user", "NAME", "who asks the object manager", cli::text(options.cim.user),
-                 "nothing is said of that"},
-                {"--cim-password-file", "FILE",
-                 "that user's password, in the first line; readable by its owner only",
-                 cli::text(options.cim.passwordFile), "none"},
-                {"--cim-ca", "FILE", "authorities (PEM) to check an https object manager against",
-                 cli::text(options.cim.caFile), "the system's"},
                 {"--registries", "DIR", "message registries", cli::text(options.registryDirectory),
                  "the installed ones"},
                 {"--oem-endpoint", "ipc:///PATH", "message queue that hands out embedded data",
@@ -144,6 +144,8 @@ cli::Command commandLine(Options& options)
                  "stops on SIGTERM, SIGINT or SIGHUP. Exit status: 0 stopped, 1 could not start or "
                  "go on, 2 wrong options.",
     };
+    addCimOptions(command.options, options.cim);
+    return command;
 }
 
 } // namespace host

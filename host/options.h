@@ -2,10 +2,10 @@
 #ifndef HOST_OPTIONS_H_
 #define HOST_OPTIONS_H_
 
-#include "cim_access.h"
 #include "process_rights.h"
 
 #include <cli/command_line.h>
+#include <service/cim_access.h>
 
 #include <cstdint>
 #include <optional>
@@ -20,7 +20,7 @@ struct Options
     uint16_t port = 8000;              // 0 picks a free one
     std::string rmfPath;               // mapping file
     std::string cachePath;             // data cache
-    CimAccess cim;                     // CIM object manager
+    service::CimAccess cim;            // CIM object manager
     std::string registryDirectory;     // message registries; empty for the installed ones
     std::string oemEndpoint;           // "ipc:///PATH" of the message queue; empty for none
     std::string accessLog;    // file of the access log, "-" for standard output; empty for none

@@ -2,7 +2,7 @@
 #ifndef HOST_PROCESS_LIMITS_H_
 #define HOST_PROCESS_LIMITS_H_
 
-#include "file_descriptor.h"
+#include <service/file_descriptor.h>
 
 namespace host {
 
@@ -20,7 +20,7 @@ public:
     bool isNearLimit() const;
 
 private:
-    FileDescriptor mUse; // what the kernel says of it
+    service::FileDescriptor mUse; // what the kernel says of it
 };
 
 } // namespace host

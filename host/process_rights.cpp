@@ -1,10 +1,9 @@
 #include "process_rights.h"
 
-#include "errno_text.h"
-
 #include <grp.h>
 #include <linux/capability.h>
 #include <pwd.h>
+#include <service/errno_text.h>
 #include <sys/prctl.h>
 #include <sys/resource.h>
 #include <sys/syscall.h>
@@ -71,7 +70,7 @@ bool giveUpRights(const std::optional<User>& user, std::string& problem)
     const bool wasPrivileged = hasCapabilities();
     emptyBoundingSet();
     if (user && !become(*user)) {
-        problem = "cannot become the user " + user->name + ": " + errnoText() +
+        problem = "cannot become the user " + user->name + ": " + service::errnoText() +
                   "; start as root, or as that user, or leave out --user";
         return false;
     }

@@ -1,7 +1,6 @@
 #include "service.h"
 
 #include "check/at_start.h"
-#include "cim_access.h"
 #include "front/front.h"
 #include "log_filter.h"
 #include "process_name.h"
@@ -11,6 +10,7 @@
 
 #include <ExtendedErrorInfoHandling.h>
 #include <ResourceMapper.h>
+#include <service/cim_access.h>
 
 #include <csignal>
 #include <cstdlib>
@@ -65,7 +65,7 @@ int runService(const Options& options, const httpd::Limits& limits)
     ignoreSignals();
     nameProcess(ProcessKind::Front);
     // Before the log starts, whose lines have their time: a wrong option is told like any other.
-    if (!prepareCim(options.cim, problem)) {
+    if (!service::prepareCim(options.cim, problem)) {
         return complain(problem, cli::kWrongUsage);
     }
     applyOptions(options);

@@ -1,11 +1,11 @@
 #include "check/cache_rules.h"
 
 #include "check/cache_reader.h"
-#include "errno_text.h"
 
 #include <ResourceMapper/mapping/CachedClasses.h>
 #include <ResourceMapper/mapping/CimType.h>
 #include <ResourceMapper/mapping/Links.h>
+#include <service/errno_text.h>
 #include <sys/stat.h>
 
 #include <algorithm>
@@ -166,7 +166,7 @@ bool CacheRules::isReadable()
     {};
     constexpr const char* kEffect = "reads of cached resources are answered 503";
     if (stat(mPath.c_str(), &about) != 0) {
-        addToFile({"it cannot be found: " + errnoText(), kEffect,
+        addToFile({"it cannot be found: " + service::errnoText(), kEffect,
                    "let the service that fills the data cache make it, or name another file with "
                    "--cache"});
         return false;

@@ -3,8 +3,8 @@
 #include "check/duplicate_names.h"
 #include "check/mapping_text.h"
 #include "check/rules.h"
-#include "errno_text.h"
 
+#include <service/errno_text.h>
 #include <vexodlog.h>
 
 #include <algorithm>
@@ -96,7 +96,8 @@ Report checkFiles(const std::string& mappingPath, const std::string& cachePath, 
     Report report;
     std::optional<std::string> content = readFile(mappingPath);
     if (!content) {
-        report.faults.push_back(unusable(mappingPath, {}, "it cannot be read: " + errnoText()));
+        report.faults.push_back(
+            unusable(mappingPath, {}, "it cannot be read: " + service::errnoText()));
         return report;
     }
     const MappingText text(std::move(*content));

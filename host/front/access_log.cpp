@@ -1,12 +1,12 @@
 #include "front/access_log.h"
 
-#include "errno_text.h"
 #include "host_limits.h"
 #include "log.h"
 #include "printable.h"
 
 #include <fcntl.h>
 #include <poll.h>
+#include <service/errno_text.h>
 #include <unistd.h>
 
 #include <array>
@@ -81,7 +81,7 @@ bool AccessLog::open(const std::string& path, std::string& problem)
 {
     mPath = path;
     if (!openFile()) {
-        problem = errnoText();
+        problem = service::errnoText();
         return false;
     }
     return true;
@@ -91,10 +91,11 @@ bool AccessLog::open(const std::string& path, std::string& problem)
 // more, or, where that cannot be done, as a socket, asked for room before each line.
 bool AccessLog::openFile()
 {
-    FileDescriptor file(mPath == kStandardOutput ? ::open("/proc/self/fd/1", kFlags)
-                                                 : ::open(mPath.c_str(), kFlags | O_CREAT, kMode));
+    service::FileDescriptor file(mPath == kStandardOutput
+                                     ? ::open("/proc/self/fd/1", kFlags)
+                                     : ::open(mPath.c_str(), kFlags | O_CREAT, kMode));
     if (!file.isOpen() && mPath == kStandardOutput) {
-        file = FileDescriptor(fcntl(STDOUT_FILENO, F_DUPFD_CLOEXEC, 0));
+        file = service::FileDescriptor(fcntl(STDOUT_FILENO, F_DUPFD_CLOEXEC, 0));
     }
     if (!file.isOpen() || fstat(file.get(), &mIdentity) != 0) {
         return false;
@@ -125,7 +126,8 @@ void AccessLog::followFile()
     const bool isThere = stat(mPath.c_str(), &found) == 0;
     if ((!isThere || found.st_dev != mIdentity.st_dev || found.st_ino != mIdentity.st_ino) &&
         !openFile()) {
-        log(Severity::Error, "cannot open the access log " + mPath + " anew: " + errnoText());
+        log(Severity::Error,
+            "cannot open the access log " + mPath + " anew: " + service::errnoText());
     }
 }
 
@@ -143,8 +145,8 @@ void AccessLog::noteOutcome(bool isWritten)
 {
     if (!isWritten) {
         if (++mLost == 1) {
-            log(Severity::Error,
-                "cannot write the access log " + mPath + ": " + errnoText() + "; lines are lost");
+            log(Severity::Error, "cannot write the access log " + mPath + ": " +
+                                     service::errnoText() + "; lines are lost");
         }
     } else if (mLost > 0) {
         log(Severity::Error, "the access log " + mPath + " is written again; " +

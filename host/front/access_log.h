@@ -8,9 +8,8 @@
 #ifndef HOST_FRONT_ACCESS_LOG_H_
 #define HOST_FRONT_ACCESS_LOG_H_
 
-#include "file_descriptor.h"
-
 #include <httpd/server.h>
+#include <service/file_descriptor.h>
 #include <sys/stat.h>
 
 #include <chrono>
@@ -38,7 +37,7 @@ private:
     void noteOutcome(bool isWritten);
 
     std::string mPath;
-    FileDescriptor mFile;
+    service::FileDescriptor mFile;
     struct stat mIdentity
     {};
     std::chrono::steady_clock::time_point mNextLook{};

@@ -1,6 +1,5 @@
 #include "queue/process.h"
 
-#include "errno_text.h"
 #include "host_limits.h"
 #include "log.h"
 #include "process_limits.h"
@@ -10,6 +9,7 @@
 
 #include <fcntl.h>
 #include <poll.h>
+#include <service/errno_text.h>
 #include <sys/file.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
@@ -39,7 +39,8 @@ bool isServed(const std::string& path)
     sockaddr_un address{};
     address.sun_family = AF_UNIX;
     path.copy(address.sun_path, sizeof address.sun_path - 1);
-    const FileDescriptor probe(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
+    const service::FileDescriptor probe(
+        socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
     return connect(probe.get(), reinterpret_cast<sockaddr*>(&address), sizeof address) == 0 ||
            errno != ECONNREFUSED;
 }
@@ -50,7 +51,7 @@ bool mayBind(const std::string& path, std::string& problem)
     struct stat found
     {};
     if (lstat(path.c_str(), &found) != 0) {
-        problem = errno == ENOENT ? "" : errnoText();
+        problem = errno == ENOENT ? "" : service::errnoText();
     } else if (!S_ISSOCK(found.st_mode)) {
         problem = "there is something that is no socket: remove it or name another path";
     } else if (isServed(path)) {
@@ -111,9 +112,10 @@ bool QueueProcess::open(const std::string& endpoint, std::string& problem)
     mPath = endpoint.substr(endpoint.find('/') + 2);
     const std::string directory = mPath.substr(0, mPath.rfind('/') + 1);
     // Two services that start at the same time must not both find that nobody answers.
-    const FileDescriptor lock(::open(directory.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    const service::FileDescriptor lock(
+        ::open(directory.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
     if (!lock.isOpen()) {
-        problem = directory + ": " + errnoText();
+        problem = directory + ": " + service::errnoText();
         return false;
     }
     if (!awaitLock(lock.get())) {
@@ -226,7 +228,7 @@ bool serveEndpoint(int front, const std::string& endpoint)
 
 } // namespace
 
-void runQueueProcess(FileDescriptor front, const std::string& endpoint)
+void runQueueProcess(service::FileDescriptor front, const std::string& endpoint)
 {
     nameProcess(ProcessKind::Queue);
     limitResources();

@@ -6,7 +6,7 @@
 #ifndef HOST_QUEUE_PROCESS_H_
 #define HOST_QUEUE_PROCESS_H_
 
-#include "file_descriptor.h"
+#include <service/file_descriptor.h>
 
 #include <string>
 
@@ -15,7 +15,7 @@ namespace host {
 // Opens the endpoint ("ipc:///run/cimgate/oem.sock"), says that it is ready, and passes requests
 // and answers on until the front closes its socket; then it removes the endpoint. When the endpoint
 // cannot be opened, it says why on standard error and ends with status 1.
-[[noreturn]] void runQueueProcess(FileDescriptor front, const std::string& endpoint);
+[[noreturn]] void runQueueProcess(service::FileDescriptor front, const std::string& endpoint);
 
 } // namespace host
 

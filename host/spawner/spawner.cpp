@@ -1,7 +1,6 @@
 #include "spawner/spawner.h"
 
 #include "check/mapping_text.h"
-#include "errno_text.h"
 #include "host_limits.h"
 #include "log.h"
 #include "log_filter.h"
@@ -13,6 +12,7 @@
 
 #include <ResourceMapper.h>
 #include <poll.h>
+#include <service/errno_text.h>
 #include <sys/prctl.h>
 #include <sys/signalfd.h>
 #include <sys/socket.h>
@@ -59,7 +59,8 @@ ControlMessage loadMapping(const std::string& problem)
     if (outcome.text.empty()) {
         outcome.descriptor = writeSummary(summaryOf(ResourceMapper::RmfObj));
         if (!outcome.descriptor.isOpen()) {
-            outcome.text = "cannot pass on the summary of the mapping file: " + errnoText();
+            outcome.text =
+                "cannot pass on the summary of the mapping file: " + service::errnoText();
         }
     }
     outcome.kind = outcome.text.empty() ? ControlKind::Loaded : ControlKind::Failed;
@@ -81,8 +82,8 @@ std::string workOf(const Child& child)
 }
 
 // What it runs, in a process that was forked for it.
-[[noreturn]] void runChild(const ControlMessage& request, FileDescriptor socket, WorkNote& note,
-                           CacheNotice& cacheNotice)
+[[noreturn]] void runChild(const ControlMessage& request, service::FileDescriptor socket,
+                           WorkNote& note, CacheNotice& cacheNotice)
 {
     if (request.kind == ControlKind::SpawnQueueProcess) {
         runQueueProcess(std::move(socket), request.text);
@@ -94,7 +95,7 @@ std::string workOf(const Child& child)
 class SpawnerProcess
 {
 public:
-    explicit SpawnerProcess(FileDescriptor control) : mControl(std::move(control)) {}
+    explicit SpawnerProcess(service::FileDescriptor control) : mControl(std::move(control)) {}
 
     // problem is why it cannot; "" for none.
     [[noreturn]] void run(const std::string& problem);
@@ -103,14 +104,14 @@ private:
     void serve();
     void childrenEnded();
     void spawn(const ControlMessage& request);
-    pid_t forkChild(const ControlMessage& request, FileDescriptor& front, FileDescriptor& child,
-                    WorkNote& note);
+    pid_t forkChild(const ControlMessage& request, service::FileDescriptor& front,
+                    service::FileDescriptor& child, WorkNote& note);
     void kill(uint32_t id);
     void reap(int options);
     void endChildren();
 
-    FileDescriptor mControl;
-    FileDescriptor mChildSignals;
+    service::FileDescriptor mControl;
+    service::FileDescriptor mChildSignals;
     CacheNotice mCacheNotice;            // of all workers
     std::map<uint32_t, Child> mChildren; // not yet reaped, so that their pids are still theirs
     uint32_t mLastId = 0;
@@ -139,7 +140,7 @@ void SpawnerProcess::serve()
     sigemptyset(&childSignal);
     sigaddset(&childSignal, SIGCHLD);
     (void)pthread_sigmask(SIG_BLOCK, &childSignal, nullptr);
-    mChildSignals = FileDescriptor(signalfd(-1, &childSignal, SFD_CLOEXEC | SFD_NONBLOCK));
+    mChildSignals = service::FileDescriptor(signalfd(-1, &childSignal, SFD_CLOEXEC | SFD_NONBLOCK));
     while (true) {
         pollfd waits[] = {{mControl.get(), POLLIN, 0}, {mChildSignals.get(), POLLIN, 0}};
         const int ready = poll(waits, 2, msUntilRepeats());
@@ -176,14 +177,14 @@ void SpawnerProcess::spawn(const ControlMessage& request)
 {
     int ends[2] = {-1, -1};
     const bool havePair = socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends) == 0;
-    FileDescriptor front(ends[0]);
-    FileDescriptor child(ends[1]);
+    service::FileDescriptor front(ends[0]);
+    service::FileDescriptor child(ends[1]);
     auto note = std::make_unique<WorkNote>();
     const pid_t pid = havePair ? forkChild(request, front, child, *note) : -1;
     ControlMessage answer;
     if (pid < 0) {
         answer.kind = ControlKind::NotForked;
-        answer.text = errnoText();
+        answer.text = service::errnoText();
     } else {
         const bool isWorker = request.kind == ControlKind::SpawnWorker;
         mChildren[++mLastId] = {pid, isWorker ? "worker " : "message-queue endpoint ",
@@ -196,8 +197,8 @@ void SpawnerProcess::spawn(const ControlMessage& request)
     (void)sendControl(mControl.get(), answer); // a front that is gone shows at the next receive
 }
 
-pid_t SpawnerProcess::forkChild(const ControlMessage& request, FileDescriptor& front,
-                                FileDescriptor& child, WorkNote& note)
+pid_t SpawnerProcess::forkChild(const ControlMessage& request, service::FileDescriptor& front,
+                                service::FileDescriptor& child, WorkNote& note)
 {
     const pid_t self = getpid();
     const pid_t pid = fork();
@@ -279,7 +280,7 @@ bool learnMapping(Spawner& spawner, std::string& problem)
         return false;
     }
     if (!readSummary(message.descriptor, spawner.mapping)) {
-        problem = "cannot read the summary of the mapping file: " + errnoText();
+        problem = "cannot read the summary of the mapping file: " + service::errnoText();
     }
     return problem.empty();
 }
@@ -290,15 +291,15 @@ bool startSpawner(Spawner& spawner, std::string& problem, const std::optional<Us
 {
     int ends[2] = {-1, -1};
     if (socketpair(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0, ends) != 0) {
-        problem = "cannot make a socket pair: " + errnoText();
+        problem = "cannot make a socket pair: " + service::errnoText();
         return false;
     }
-    FileDescriptor front(ends[0]);
-    FileDescriptor control(ends[1]);
+    service::FileDescriptor front(ends[0]);
+    service::FileDescriptor control(ends[1]);
     const pid_t parent = getpid();
     spawner.pid = fork();
     if (spawner.pid < 0) {
-        problem = "cannot fork: " + errnoText();
+        problem = "cannot fork: " + service::errnoText();
         return false;
     }
     if (spawner.pid == 0) {

@@ -4,10 +4,10 @@
 #ifndef HOST_SPAWNER_SPAWNER_H_
 #define HOST_SPAWNER_SPAWNER_H_
 
-#include "file_descriptor.h"
 #include "process_rights.h"
 #include "wire/mapping_summary.h"
 
+#include <service/file_descriptor.h>
 #include <sys/types.h>
 
 #include <optional>
@@ -18,7 +18,7 @@ namespace host {
 struct Spawner
 {
     pid_t pid = 0;
-    FileDescriptor control; // see control.h
+    service::FileDescriptor control; // see control.h
     MappingSummary mapping;
 };
 

@@ -47,10 +47,10 @@ MappingSummary summaryOf(const Json::Value& file)
     return summary;
 }
 
-FileDescriptor writeSummary(const MappingSummary& summary)
+service::FileDescriptor writeSummary(const MappingSummary& summary)
 {
     const std::string text = encodeSummary(summary);
-    FileDescriptor file(memfd_create("mapping-summary", MFD_CLOEXEC));
+    service::FileDescriptor file(memfd_create("mapping-summary", MFD_CLOEXEC));
     // A file in memory takes all or nothing has room.
     if (write(file.get(), text.data(), text.size()) != static_cast<ssize_t>(text.size())) {
         file.reset();
@@ -58,7 +58,7 @@ FileDescriptor writeSummary(const MappingSummary& summary)
     return file;
 }
 
-bool readSummary(const FileDescriptor& file, MappingSummary& summary)
+bool readSummary(const service::FileDescriptor& file, MappingSummary& summary)
 {
     struct stat about
     {};

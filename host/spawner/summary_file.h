@@ -3,10 +3,10 @@
 #ifndef HOST_SPAWNER_SUMMARY_FILE_H_
 #define HOST_SPAWNER_SUMMARY_FILE_H_
 
-#include "file_descriptor.h"
 #include "wire/mapping_summary.h"
 
 #include <json/json.h>
+#include <service/file_descriptor.h>
 
 namespace host {
 
@@ -14,10 +14,10 @@ namespace host {
 MappingSummary summaryOf(const Json::Value& file);
 
 // A file with the summary; not open when there is no memory for it.
-FileDescriptor writeSummary(const MappingSummary& summary);
+service::FileDescriptor writeSummary(const MappingSummary& summary);
 
 // Reads such a file from its beginning.
-bool readSummary(const FileDescriptor& file, MappingSummary& summary);
+bool readSummary(const service::FileDescriptor& file, MappingSummary& summary);
 
 } // namespace host
 

@@ -39,7 +39,7 @@ void attach(msghdr& header, FdSlot& slot, int fd)
     std::memcpy(CMSG_DATA(control), &fd, sizeof fd);
 }
 
-FileDescriptor attachedDescriptor(msghdr& header)
+service::FileDescriptor attachedDescriptor(msghdr& header)
 {
     const cmsghdr* control = CMSG_FIRSTHDR(&header);
     if (control == nullptr || control->cmsg_level != SOL_SOCKET ||
@@ -48,7 +48,7 @@ FileDescriptor attachedDescriptor(msghdr& header)
     }
     int fd = -1;
     std::memcpy(&fd, CMSG_DATA(control), sizeof fd);
-    return FileDescriptor(fd);
+    return service::FileDescriptor(fd);
 }
 
 } // namespace

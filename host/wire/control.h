@@ -2,8 +2,7 @@
 #ifndef HOST_WIRE_CONTROL_H_
 #define HOST_WIRE_CONTROL_H_
 
-#include "file_descriptor.h"
-
+#include <service/file_descriptor.h>
 #include <sys/types.h>
 
 #include <cstdint>
@@ -29,7 +28,7 @@ struct ControlMessage
     uint32_t id = 0; // names a process for good: pids come back
     pid_t pid = 0;
     std::string text;
-    FileDescriptor descriptor; // lost when its receiver has too many open files
+    service::FileDescriptor descriptor; // lost when its receiver has too many open files
 };
 
 // Sends one message; false when the other end is gone, or does not keep up.

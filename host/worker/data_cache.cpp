@@ -1,11 +1,11 @@
 #include "worker/data_cache.h"
 
-#include "errno_text.h"
 #include "log.h"
 #include "worker/cache_read.h"
 
 #include <ResourceMapper.h>
 #include <ResourceMapper/mapping/CachedClasses.h>
+#include <service/errno_text.h>
 #include <sqlite3.h>
 #include <unistd.h>
 
@@ -64,12 +64,12 @@ std::string problemOfCacheFile(const std::string& path)
     struct stat found
     {};
     if (stat(path.c_str(), &found) != 0) {
-        return errno == ENOENT ? kCacheIsMissing : errnoText();
+        return errno == ENOENT ? kCacheIsMissing : service::errnoText();
     }
     if (!S_ISREG(found.st_mode)) { // opening a pipe would wait for whoever writes to it
         return "it is no regular file";
     }
-    return access(path.c_str(), R_OK) == 0 ? "" : errnoText();
+    return access(path.c_str(), R_OK) == 0 ? "" : service::errnoText();
 }
 
 void DataCache::look()
@@ -124,7 +124,7 @@ bool DataCache::findFile(struct stat& found)
     const std::string& path = SQLInterface::DataCachePath;
     const int cause = stat(path.c_str(), &found) == 0 ? 0 : errno;
     if (mIsOpen && cause != 0 && cause != ENOENT && cause != mCause) {
-        const std::string text = errnoText();
+        const std::string text = service::errnoText();
         log(Severity::Error, "cannot see whether the data cache " + path + " is replaced: " + text);
     }
     mCause = cause;

@@ -42,7 +42,7 @@ std::string answerFrame(const WorkerRequest& request, Sources& sources)
 
 } // namespace
 
-void runWorker(FileDescriptor socket, WorkNote& note, CacheNotice& cacheNotice)
+void runWorker(service::FileDescriptor socket, WorkNote& note, CacheNotice& cacheNotice)
 {
     nameProcess(ProcessKind::Worker);
     currentRequest().showIn(&note);

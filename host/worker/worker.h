@@ -3,16 +3,18 @@
 #ifndef HOST_WORKER_WORKER_H_
 #define HOST_WORKER_WORKER_H_
 
-#include "file_descriptor.h"
 #include "worker/cache_notice.h"
 #include "worker/work_note.h"
+
+#include <service/file_descriptor.h>
 
 namespace host {
 
 // Runs a worker in a process that the spawner has just forked: looks whether the data cache can be
 // read, where the mapping needs it, says that it is ready, and answers requests until the socket
 // closes. The note says what it is at; the cache's notice is shared with the other workers.
-[[noreturn]] void runWorker(FileDescriptor socket, WorkNote& note, CacheNotice& cacheNotice);
+[[noreturn]] void runWorker(service::FileDescriptor socket, WorkNote& note,
+                            CacheNotice& cacheNotice);
 
 } // namespace host
 

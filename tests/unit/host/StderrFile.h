@@ -2,10 +2,9 @@
 #ifndef STDERR_FILE_H_
 #define STDERR_FILE_H_
 
-#include "file_descriptor.h"
-
 #include <fcntl.h>
 #include <gtest/gtest.h>
+#include <service/file_descriptor.h>
 #include <sys/stat.h>
 
 #include <fstream>
@@ -19,7 +18,7 @@ class StderrFile
 public:
     explicit StderrFile(std::string path) : mPath(std::move(path)), mStderr(dup(STDERR_FILENO))
     {
-        const host::FileDescriptor file(
+        const service::FileDescriptor file(
             open(mPath.c_str(), O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, S_IRUSR | S_IWUSR));
         EXPECT_GE(dup2(file.get(), STDERR_FILENO), 0);
     }
@@ -35,7 +34,7 @@ public:
 
 private:
     std::string mPath;
-    host::FileDescriptor mStderr;
+    service::FileDescriptor mStderr;
 };
 
 #endif

@@ -10,7 +10,8 @@
 #include <cerrno>
 #include <utility>
 
-FakeWorker::FakeWorker(boost::asio::io_context& context, host::FileDescriptor socket, uint32_t id)
+FakeWorker::FakeWorker(boost::asio::io_context& context, service::FileDescriptor socket,
+                       uint32_t id)
     : mContext(context), mSocket(std::move(socket)), mId(id)
 {}
 
@@ -115,8 +116,8 @@ FakeSpawner::FakeSpawner(boost::asio::io_context& context) : mContext(context)
     std::array<int, 2> ends{-1, -1};
     EXPECT_EQ(socketpair(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC | SOCK_NONBLOCK, 0, ends.data()),
               0);
-    mFrontEnd = host::FileDescriptor(ends[0]);
-    mFarEnd = host::FileDescriptor(ends[1]);
+    mFrontEnd = service::FileDescriptor(ends[0]);
+    mFarEnd = service::FileDescriptor(ends[1]);
 }
 
 host::ControlMessage FakeSpawner::next()
@@ -146,9 +147,9 @@ FakeWorker FakeSpawner::announceWorker()
     host::ControlMessage message;
     message.kind = host::ControlKind::Forked;
     message.id = ++mLastId;
-    message.descriptor = host::FileDescriptor(ends[0]);
+    message.descriptor = service::FileDescriptor(ends[0]);
     send(message);
-    return {mContext, host::FileDescriptor(ends[1]), mLastId};
+    return {mContext, service::FileDescriptor(ends[1]), mLastId};
 }
 
 void FakeSpawner::send(const host::ControlMessage& message)

@@ -27,7 +27,7 @@ inline std::string lengthOnly(uint32_t bytes)
 class FakeWorker
 {
 public:
-    FakeWorker(boost::asio::io_context& context, host::FileDescriptor socket, uint32_t id);
+    FakeWorker(boost::asio::io_context& context, service::FileDescriptor socket, uint32_t id);
 
     uint32_t id() const { return mId; }
 
@@ -62,7 +62,7 @@ private:
     bool receive(size_t bytes);
 
     boost::asio::io_context& mContext;
-    host::FileDescriptor mSocket;
+    service::FileDescriptor mSocket;
     uint32_t mId;
     std::string mReceived;
     bool mIsClosed = false;
@@ -91,8 +91,8 @@ public:
 
 private:
     boost::asio::io_context& mContext;
-    host::FileDescriptor mFrontEnd;
-    host::FileDescriptor mFarEnd;
+    service::FileDescriptor mFrontEnd;
+    service::FileDescriptor mFarEnd;
     uint32_t mLastId = 0;
 };
 

@@ -23,7 +23,7 @@ struct HandedOut
     std::string wanted; // by whom
     uint32_t id = 0;
     std::string text;
-    host::FileDescriptor descriptor;
+    service::FileDescriptor descriptor;
 };
 
 class SpawnerLinkTest : public testing::Test
@@ -204,8 +204,8 @@ TEST_F(SpawnerLinkTest, NonsenseOfTheSpawnerIsItsEnd)
     // What the front's end receives, as the far end would send it.
     int ends[2] = {-1, -1};
     ASSERT_EQ(socketpair(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0, ends), 0);
-    const host::FileDescriptor front(ends[0]);
-    const host::FileDescriptor far(ends[1]);
+    const service::FileDescriptor front(ends[0]);
+    const service::FileDescriptor far(ends[1]);
     const host::SpawnerLink link(mContext, front.get(),
                                  [this](const std::string& cause) { mFailures.push_back(cause); });
     ASSERT_EQ(write(far.get(), "nonsense", 8), 8);

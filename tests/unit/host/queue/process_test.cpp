@@ -1,13 +1,13 @@
 // The real process that holds the message-queue endpoint, with real clients; the test plays the
 // front.
 #include "StderrFile.h"
-#include "file_descriptor.h"
 #include "host_limits.h"
 #include "spawner/SpawnerTest.h"
 #include "wire/frame_io.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <service/file_descriptor.h>
 #include <sys/stat.h>
 #include <sys/un.h>
 #include <zmq.hpp>
@@ -105,13 +105,13 @@ protected:
     }
 
     // A socket of the test at the endpoint's path.
-    host::FileDescriptor boundSocket(int type) const
+    service::FileDescriptor boundSocket(int type) const
     {
         sockaddr_un address{};
         address.sun_family = AF_UNIX;
         EXPECT_LT(mPath.size(), sizeof address.sun_path);
         mPath.copy(address.sun_path, sizeof address.sun_path - 1);
-        host::FileDescriptor bound(socket(AF_UNIX, type | SOCK_CLOEXEC, 0));
+        service::FileDescriptor bound(socket(AF_UNIX, type | SOCK_CLOEXEC, 0));
         EXPECT_EQ(bind(bound.get(), reinterpret_cast<sockaddr*>(&address), sizeof address), 0);
         return bound;
     }
@@ -181,7 +181,7 @@ TEST_F(QueueProcessTest, SocketIsForOwnerAndGroupWhateverTheUmask)
 TEST_F(QueueProcessTest, SocketThatAFormerProcessHasLeftIsReplaced)
 {
     {
-        const host::FileDescriptor former = boundSocket(SOCK_STREAM);
+        const service::FileDescriptor former = boundSocket(SOCK_STREAM);
         ASSERT_EQ(listen(former.get(), 1), 0);
     }
     ASSERT_TRUE(std::filesystem::is_socket(mPath));
@@ -190,7 +190,7 @@ TEST_F(QueueProcessTest, SocketThatAFormerProcessHasLeftIsReplaced)
 
 TEST_F(QueueProcessTest, SocketOfAnotherTypeThatIsInUseIsLeftAlone)
 {
-    const host::FileDescriptor other = boundSocket(SOCK_DGRAM);
+    const service::FileDescriptor other = boundSocket(SOCK_DGRAM);
     struct stat before
     {};
     ASSERT_EQ(stat(mPath.c_str(), &before), 0);

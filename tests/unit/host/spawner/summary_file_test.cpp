@@ -63,7 +63,7 @@ TEST(SummaryFile, HoldsMoreThanAPacketWould)
     for (int i = 0; i < 20'000; ++i) {
         summary.uris["/redfish/v1/Vexo/" + std::to_string(i)] = {UriKind::LiveRead};
     }
-    const host::FileDescriptor file = host::writeSummary(summary);
+    const service::FileDescriptor file = host::writeSummary(summary);
     MappingSummary got;
     ASSERT_TRUE(host::readSummary(file, got));
     EXPECT_EQ(got.uris.size(), summary.uris.size());
@@ -74,7 +74,7 @@ TEST(SummaryFile, HoldsMoreThanAPacketWould)
 TEST(SummaryFile, WhatIsNoFileIsRefused)
 {
     MappingSummary got;
-    EXPECT_FALSE(host::readSummary(host::FileDescriptor(), got));
+    EXPECT_FALSE(host::readSummary(service::FileDescriptor(), got));
 }
 
 } // namespace

@@ -10,8 +10,8 @@ namespace {
 
 using host::ControlKind;
 using host::ControlMessage;
-using host::FileDescriptor;
 using host::Received;
+using service::FileDescriptor;
 
 class Control : public testing::Test
 {
@@ -20,12 +20,12 @@ protected:
     {
         int ends[2] = {-1, -1};
         ASSERT_EQ(socketpair(AF_UNIX, SOCK_SEQPACKET | SOCK_NONBLOCK | SOCK_CLOEXEC, 0, ends), 0);
-        mNear = FileDescriptor(ends[0]);
-        mFar = FileDescriptor(ends[1]);
+        mNear = service::FileDescriptor(ends[0]);
+        mFar = service::FileDescriptor(ends[1]);
     }
 
-    FileDescriptor mNear;
-    FileDescriptor mFar;
+    service::FileDescriptor mNear;
+    service::FileDescriptor mFar;
 };
 
 TEST_F(Control, MessageMakesTheRoundTrip)
@@ -49,10 +49,10 @@ TEST_F(Control, SocketTravelsWithTheMessage)
 {
     int pipeEnds[2] = {-1, -1};
     ASSERT_EQ(pipe(pipeEnds), 0);
-    const FileDescriptor readEnd(pipeEnds[0]);
+    const service::FileDescriptor readEnd(pipeEnds[0]);
     ControlMessage sent;
     sent.kind = ControlKind::Forked;
-    sent.descriptor = FileDescriptor(pipeEnds[1]);
+    sent.descriptor = service::FileDescriptor(pipeEnds[1]);
     ASSERT_TRUE(host::sendControl(mNear.get(), sent));
     sent.descriptor.reset();
     ControlMessage got;
@@ -68,7 +68,7 @@ TEST_F(Control, SocketThatNobodyCanTakeIsMissingFromItsMessage)
 {
     ControlMessage sent;
     sent.kind = ControlKind::Forked;
-    sent.descriptor = FileDescriptor(dup(mNear.get()));
+    sent.descriptor = service::FileDescriptor(dup(mNear.get()));
     ASSERT_TRUE(host::sendControl(mNear.get(), sent));
     rlimit before{};
     ASSERT_EQ(getrlimit(RLIMIT_NOFILE, &before), 0);
@@ -144,12 +144,12 @@ TEST(FileDescriptorOwner, MovesAndClosesOnce)
 {
     int ends[2] = {-1, -1};
     ASSERT_EQ(pipe(ends), 0);
-    const FileDescriptor readEnd(ends[0]);
-    FileDescriptor first(ends[1]);
-    FileDescriptor second(std::move(first));
+    const service::FileDescriptor readEnd(ends[0]);
+    service::FileDescriptor first(ends[1]);
+    service::FileDescriptor second(std::move(first));
     EXPECT_FALSE(first.isOpen()); // NOLINT(bugprone-use-after-move,clang-analyzer-cplusplus.Move)
     EXPECT_EQ(second.get(), ends[1]);
-    second = FileDescriptor();
+    second = service::FileDescriptor();
     char byte = 0;
     EXPECT_EQ(read(readEnd.get(), &byte, 1), 0); // the only write end is closed
 }

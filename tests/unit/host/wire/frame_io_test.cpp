@@ -1,11 +1,11 @@
 // Frames on real sockets, whole and in pieces.
-#include "file_descriptor.h"
 #include "front/FakeSpawner.h"
 #include "host_limits.h"
 #include "wire/frame_io.h"
 
 #include <RunUntil.h>
 #include <gtest/gtest.h>
+#include <service/file_descriptor.h>
 #include <sys/ioctl.h>
 #include <sys/socket.h>
 
@@ -30,8 +30,8 @@ protected:
     {
         std::array<int, 2> ends{-1, -1};
         ASSERT_EQ(socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends.data()), 0);
-        mNear = host::FileDescriptor(ends[0]);
-        mFar = host::FileDescriptor(ends[1]);
+        mNear = service::FileDescriptor(ends[0]);
+        mFar = service::FileDescriptor(ends[1]);
         const timeval longEnough{kLongEnough.count(), 0};
         ASSERT_EQ(setsockopt(mNear.get(), SOL_SOCKET, SO_RCVTIMEO, &longEnough, sizeof longEnough),
                   0);
@@ -67,8 +67,8 @@ protected:
         return isFrame ? std::optional(payload) : std::nullopt;
     }
 
-    host::FileDescriptor mNear;
-    host::FileDescriptor mFar;
+    service::FileDescriptor mNear;
+    service::FileDescriptor mFar;
 };
 
 TEST_F(FrameIo, FramesAreReceivedOneByOneAsTheyWereSent)

@@ -1,17 +1,14 @@
-#include "cim_access.h"
-
-#include "errno_text.h"
-#include "file_descriptor.h"
-#include "host_limits.h"
-
 #include <dlfcn.h>
 #include <fcntl.h>
+#include <service/cim_access.h>
+#include <service/errno_text.h>
+#include <service/file_descriptor.h>
 #include <sys/stat.h>
 
 #include <array>
 #include <cstdlib>
 
-namespace host {
+namespace service {
 
 namespace {
 
@@ -130,6 +127,22 @@ bool prepareSfcc(const CimAccess& access, std::string& problem)
 
 } // namespace
 
+std::vector<cli::Option> cimOptions(CimAccess& access, const std::string& purpose)
+{
+    return {
+        {"--cim", "URL",
+         purpose + ": http://HOST:PORT, https://HOST:PORT or the path of a Unix socket",
+         cli::text(access.url), "the local one, http://127.0.0.1:5988"},
+        {"--cim-user", "NAME", "who asks the object manager", cli::text(access.user),
+         "nothing is said of that"},
+        {"--cim-password-file", "FILE",
+         "that user's password, in the first line; readable by its owner only",
+         cli::text(access.passwordFile), "none"},
+        {"--cim-ca", "FILE", "authorities (PEM) to check an https object manager against",
+         cli::text(access.caFile), "the system's"},
+    };
+}
+
 bool prepareCim(const CimAccess& access, std::string& problem)
 {
     const BundledClient client = bundledClient();
@@ -139,4 +152,4 @@ bool prepareCim(const CimAccess& access, std::string& problem)
     return setPlace(client, access, problem) && setCredentials(client, access, problem);
 }
 
-} // namespace host
+} // namespace service

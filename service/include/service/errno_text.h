@@ -1,18 +1,18 @@
 // What the last system call complained of, for people.
-#ifndef HOST_ERRNO_TEXT_H_
-#define HOST_ERRNO_TEXT_H_
+#ifndef SERVICE_ERRNO_TEXT_H_
+#define SERVICE_ERRNO_TEXT_H_
 
 #include <cerrno>
 #include <string>
 #include <system_error>
 
-namespace host {
+namespace service {
 
 inline std::string errnoText()
 {
     return std::generic_category().message(errno);
 }
 
-} // namespace host
+} // namespace service
 
 #endif

@@ -1,12 +1,12 @@
 // A file descriptor that closes itself.
-#ifndef HOST_FILE_DESCRIPTOR_H_
-#define HOST_FILE_DESCRIPTOR_H_
+#ifndef SERVICE_FILE_DESCRIPTOR_H_
+#define SERVICE_FILE_DESCRIPTOR_H_
 
 #include <unistd.h>
 
 #include <utility>
 
-namespace host {
+namespace service {
 
 class FileDescriptor
 {
@@ -40,6 +40,6 @@ private:
     int mFd = -1;
 };
 
-} // namespace host
+} // namespace service
 
 #endif
