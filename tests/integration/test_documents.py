@@ -14,13 +14,13 @@ EXAMPLE_DIR = SOURCE_DIR / "docs" / "examples" / "service"
 QUOTED = {"cpp": EXAMPLE_DIR / "main.cpp", "cmake": EXAMPLE_DIR / "CMakeLists.txt"}
 
 # Where the programs' sources are.
-ROOMS = ("cimxml", "cli", "host", "httpd", "include", "platform", "src", "tools")
+ROOMS = ("cimxml", "cli", "filler", "host", "httpd", "include", "platform", "src", "tools")
 
 ARCHITECTURE = SOURCE_DIR / "docs" / "architecture.md"
 ARROW = re.compile(r"^ *(\S+/) +-> +(.*)$", re.MULTILINE)
 INCLUDE = re.compile(r'^#include ["<]([^">]+)[">]', re.MULTILINE)
 # Where the compiler looks for headers, beside the file that includes them.
-HEADER_DIRS = [SOURCE_DIR / "include", SOURCE_DIR / "src", SOURCE_DIR / "host", *SOURCE_DIR.glob("*/include"),
+HEADER_DIRS = [*(SOURCE_DIR / room for room in ("include", "src", "host", "filler")), *SOURCE_DIR.glob("*/include"),
                *SOURCE_DIR.glob("platform/*/include"), *SOURCE_DIR.glob("tools/*")]
 
 FENCE = re.compile(r"^ *```(\w*)\n(.*?)^ *```$", re.MULTILINE | re.DOTALL)
