@@ -14,7 +14,7 @@ EXAMPLE_DIR = SOURCE_DIR / "docs" / "examples" / "service"
 QUOTED = {"cpp": EXAMPLE_DIR / "main.cpp", "cmake": EXAMPLE_DIR / "CMakeLists.txt"}
 
 # Where the programs' sources are.
-ROOMS = ("cimxml", "cli", "filler", "host", "httpd", "include", "platform", "src", "tools")
+ROOMS = ("cimxml", "cli", "filler", "host", "httpd", "include", "platform", "service", "src", "tools")
 
 ARCHITECTURE = SOURCE_DIR / "docs" / "architecture.md"
 ARROW = re.compile(r"^ *(\S+/) +-> +(.*)$", re.MULTILINE)
