@@ -116,6 +116,18 @@ inline constexpr std::chrono::seconds kRepeatWindow{60};
 // Lines that are known again. A fault says a handful of things, about some requests.
 inline constexpr size_t kRememberedLines = 64;
 
+// Lines of one kind that all processes write together within the same time: enough to see at which
+// URIs and entries something fails, and some kilobytes, however many clients ask for whatever fails
+// a thousand times a second.
+inline constexpr uint32_t kLinesOfAKind = 30;
+
+// Kinds that are told apart. A mapping with faults has causes of a dozen kinds at a time.
+inline constexpr size_t kLineKinds = 64;
+
+// How much of a reason makes it a kind of its own: what the service says itself, without what is
+// said of one request.
+inline constexpr size_t kMaxCauseBytes = 48;
+
 // The longest remark that a worker makes of an answer. It is most of a line that a pipe takes
 // whole.
 inline constexpr size_t kMaxRemarkBytes = 1024;

@@ -16,10 +16,16 @@ std::string& processName()
     return name;
 }
 
-std::string nameInFront()
+std::string& currentKind()
+{
+    static std::string kind;
+    return kind;
+}
+
+std::string nameInFront(const std::string& process)
 {
     const std::string& name = processName();
-    return name.empty() ? "" : name + ' ' + std::to_string(getpid()) + ": ";
+    return "cimgated: " + (name.empty() ? "" : name + ' ' + process + ": ");
 }
 
 } // namespace
@@ -29,10 +35,17 @@ int vexoSeverityOf(Severity severity)
     return severity == Severity::Error ? VEXO_ERROR : VEXO_TRACE;
 }
 
-void log(Severity severity, const std::string& text)
+void log(Severity severity, const std::string& text, const std::string& kind)
 {
+    currentKind() = kind.empty() ? "" : nameInFront("...") + kind;
     (void)vexoprintf(vexoSeverityOf(severity), kModule,
-                     ("cimgated: " + nameInFront() + text).c_str());
+                     (nameInFront(std::to_string(getpid())) + text).c_str());
+    currentKind().clear();
+}
+
+const std::string& kindOfCurrentLine()
+{
+    return currentKind();
 }
 
 void nameLog(const std::string& process)

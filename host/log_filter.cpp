@@ -1,6 +1,8 @@
 #include "log_filter.h"
 
 #include "host_limits.h"
+#include "line_budget.h"
+#include "log.h"
 #include "repeated_lines.h"
 
 #include <unistd.h>
@@ -39,6 +41,9 @@ struct State
     LibraryErrorListener listener = nullptr;
     RepeatedLines repeated;
     pid_t process = 0; // the one whose lines are counted
+    LineBudget budget; // of all processes
+    pid_t first = 0;   // which answers for the budget
+    steady_clock::time_point renewal{};
 };
 
 State& state()
@@ -74,14 +79,59 @@ bool isExpected(std::string_view message)
                      message.substr(text + kCallersEnd.size())) != std::end(kExpected);
 }
 
+std::string numbersOf(const LogLine& line)
+{
+    return std::to_string(line.module) + ' ' + std::to_string(line.severity) + ' ';
+}
+
 void tell(const std::vector<RepeatedLines::HeldBack>& heldBack)
 {
     for (const auto& [line, times] : heldBack) {
-        const std::string text = std::to_string(line.module) + ' ' + std::to_string(line.severity) +
-                                 ' ' + line.text + " (" + std::to_string(times) +
+        const std::string text = numbersOf(line) + line.text + " (" + std::to_string(times) +
                                  (times == 1 ? " more time)" : " more times)");
         (void)vexoPutTextAs(line.severity, text.c_str());
     }
+}
+
+void renewBudget()
+{
+    state().renewal = steady_clock::now() + kRepeatWindow;
+    for (const auto& [kind, lines] : state().budget.renew()) {
+        (void)vexoPutTextAs(VEXO_ERROR,
+                            (kind + " (" + std::to_string(lines) + " more like it)").c_str());
+    }
+}
+
+bool renewsBudget()
+{
+    return state().first == getpid();
+}
+
+// What a line says of the place in the library that it comes from, or of the kind that the host
+// gives it.
+std::string kindOf(const LogLine& line)
+{
+    constexpr const char* kCallersEnd = "] ";
+    const std::string kind = line.module == kLibraryModule
+                                 ? line.text.substr(0, line.text.find(kCallersEnd)) + "] ..."
+                                 : kindOfCurrentLine();
+    return kind.empty() ? "" : numbersOf(line) + kind;
+}
+
+bool isWithinBudget(const LogLine& line)
+{
+    const std::string kind = kindOf(line);
+    return kind.empty() || state().budget.admits(kind);
+}
+
+bool isNew(const LogLine& line)
+{
+    const auto now = steady_clock::now();
+    if (repeatedLines().holdsBack(line, now) || !isWithinBudget(line)) {
+        return false;
+    }
+    repeatedLines().written(line, now);
+    return true;
 }
 
 bool isKept(const LogLine& line)
@@ -100,7 +150,7 @@ bool isKept(const LogLine& line)
         return true;
     }
     tellRepeats();
-    return repeatedLines().admits(line, steady_clock::now());
+    return isNew(line);
 }
 
 int filter(int severity, int module, const char* text)
@@ -119,6 +169,8 @@ int filter(int severity, int module, const char* text)
 void startLog(int level)
 {
     state().level = level;
+    state().first = getpid();
+    state().renewal = steady_clock::now() + kRepeatWindow;
     // Errors come this far at every level: they say why a request has failed.
     vexoSetThreshold(std::max<int>(level + 1, VEXO_ERROR));
     vexoSetStamp(VEXO_STAMP_AUTO);
@@ -143,12 +195,19 @@ int msUntilRepeats()
 
 void tellRepeats()
 {
-    tell(repeatedLines().takeDue(steady_clock::now()));
+    const auto now = steady_clock::now();
+    tell(repeatedLines().takeDue(now));
+    if (renewsBudget() && now >= state().renewal) {
+        renewBudget();
+    }
 }
 
 void tellAllRepeats()
 {
     tell(repeatedLines().takeAll());
+    if (renewsBudget()) {
+        renewBudget();
+    }
 }
 
 } // namespace host

@@ -7,15 +7,20 @@
 
 namespace host {
 
-bool RepeatedLines::admits(const LogLine& line, TimePoint now)
+bool RepeatedLines::holdsBack(const LogLine& line, TimePoint now)
 {
     const auto known = std::find_if(mKnown.begin(), mKnown.end(), [&](const Known& one) {
         return one.until > now && one.line == line;
     });
-    if (known != mKnown.end()) {
-        ++known->held;
+    if (known == mKnown.end()) {
         return false;
     }
+    ++known->held;
+    return true;
+}
+
+void RepeatedLines::written(const LogLine& line, TimePoint now)
+{
     if (mKnown.size() == kRememberedLines) {
         if (mKnown.front().held > 0) {
             mGaveWay.push_back({std::move(mKnown.front().line), mKnown.front().held});
@@ -23,7 +28,6 @@ bool RepeatedLines::admits(const LogLine& line, TimePoint now)
         mKnown.pop_front();
     }
     mKnown.push_back({line, now + kRepeatWindow});
-    return true;
 }
 
 std::vector<RepeatedLines::HeldBack> RepeatedLines::takeDue(TimePoint now)

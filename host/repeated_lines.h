@@ -32,9 +32,11 @@ public:
         size_t times = 0;
     };
 
-    // Whether a line is to be written now: it has not been within kRepeatWindow. Else it is
-    // counted.
-    bool admits(const LogLine& line, TimePoint now);
+    // Whether a line has been written within kRepeatWindow; then it is counted.
+    bool holdsBack(const LogLine& line, TimePoint now);
+
+    // Takes note of a line that is written now.
+    void written(const LogLine& line, TimePoint now);
 
     // What was held back, of windows that are over, or that have given way; of all.
     std::vector<HeldBack> takeDue(TimePoint now);

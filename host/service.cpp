@@ -83,6 +83,7 @@ int runService(const Options& options, const httpd::Limits& limits)
     const int status =
         isStarted ? runFront(options, spawner, limits) : complain(problem, EXIT_FAILURE);
     awaitSpawner(spawner);
+    tellAllRepeats(); // of its processes too
     return status;
 }
 

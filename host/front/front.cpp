@@ -226,7 +226,6 @@ int Front::run()
         mQueue->stop();
     }
     mPool.stop();
-    tellAllRepeats();
     return mExitStatus;
 }
 
@@ -448,8 +447,9 @@ void Front::noteOutcome(const std::string& watched, Outcome outcome, bool isActi
     } else if (!hasEndedWorker) {
         mQuarantine.withdrawn(watched);
     } else if (mQuarantine.workerEnded(watched, std::chrono::steady_clock::now())) {
-        log(Severity::Error,
-            "refuses " + watched + " for " + kQuarantineRetryAfterS + " s: workers end at it");
+        const std::string howLong =
+            std::string(" for ") + kQuarantineRetryAfterS + " s: workers end at it";
+        log(Severity::Error, "refuses " + watched + howLong, "refuses ..." + howLong);
     }
 }
 

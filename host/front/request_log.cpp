@@ -1,8 +1,10 @@
 #include "front/request_log.h"
 
+#include "host_limits.h"
 #include "log.h"
 #include "printable.h"
 
+#include <algorithm>
 #include <new>
 
 namespace host {
@@ -15,10 +17,25 @@ std::string nameOf(const httpd::Exchange& exchange)
                                    : printable(exchange.method) + ' ' + printable(exchange.target);
 }
 
+// A remark without what differs from request to request: ids of processes, and what the library has
+// said, which may have what the client has sent.
+std::string causeOf(const std::string& remark)
+{
+    const size_t end = std::min(remark.find_first_of("0123456789;(='\""), kMaxCauseBytes);
+    return remark.substr(0, end) + (end < remark.size() ? "..." : "");
+}
+
+// Methods that the service does not know have what a client likes.
+std::string kindOf(const std::string& method)
+{
+    return method == "GET" || method == "HEAD" || method == "POST" ? method + " ..." : "...";
+}
+
 void logFailure(const httpd::Exchange& exchange)
 {
-    log(Severity::Error,
-        nameOf(exchange) + ": " + std::to_string(exchange.status) + ": " + exchange.remark);
+    const std::string status = ": " + std::to_string(exchange.status) + ": ";
+    log(Severity::Error, nameOf(exchange) + status + exchange.remark,
+        kindOf(exchange.method) + status + causeOf(exchange.remark));
 }
 
 } // namespace
@@ -43,7 +60,7 @@ void RequestLog::noteQueue(const std::string& request, const std::string& remark
     mCounters.queueFailed += remark.empty() ? 0U : 1U;
     try {
         if (!remark.empty()) {
-            log(Severity::Error, request + ": " + remark);
+            log(Severity::Error, request + ": " + remark, "OEM ...: " + causeOf(remark));
         }
     } catch (const std::bad_alloc&) { // NOLINT(bugprone-empty-catch): costs a line
     }

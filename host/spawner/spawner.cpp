@@ -81,6 +81,17 @@ std::string workOf(const Child& child)
     return text.empty() ? "" : " at " + text;
 }
 
+// status is as waitpid() gives it.
+void logEnd(const Child& child, int status)
+{
+    const std::string end = WIFSIGNALED(status)
+                                ? " ended by signal " + std::to_string(WTERMSIG(status))
+                                : " ended with status " + std::to_string(WEXITSTATUS(status));
+    const std::string name(child.name);
+    log(Severity::Error, name + std::to_string(child.pid) + end + workOf(child),
+        name + "..." + end);
+}
+
 // What it runs, in a process that was forked for it.
 [[noreturn]] void runChild(const ControlMessage& request, service::FileDescriptor socket,
                            WorkNote& note, CacheNotice& cacheNotice)
@@ -236,17 +247,10 @@ void SpawnerProcess::reap(int options)
         if (ended == mChildren.end()) {
             continue;
         }
-        std::string end = ended->second.name + std::to_string(pid) + " ended ";
-        const std::string work = workOf(ended->second);
-        mChildren.erase(ended);
-        if (WIFSIGNALED(status)) {
-            end += "by signal " + std::to_string(WTERMSIG(status));
-        } else {
-            end += "with status " + std::to_string(WEXITSTATUS(status));
-        }
         if (status != 0) {
-            log(Severity::Error, end + work);
+            logEnd(ended->second, status);
         }
+        mChildren.erase(ended);
     }
 }
 

@@ -56,9 +56,11 @@ void addHeaders(const odata::Scope& scope, httpd::Response& response)
         }
         httpd::Header header = headerOf(scope, i);
         if (isTooLong(header) || !isAnswerHeader(header)) {
-            log(Severity::Error, std::string(scope.GetRequestURL()) + ": left out the header " +
-                                     header.name + " of " + std::to_string(header.value.size()) +
-                                     " bytes, which clients would not take");
+            const std::string what = ": left out the header " + header.name;
+            log(Severity::Error,
+                scope.GetRequestURL() + what + " of " + std::to_string(header.value.size()) +
+                    " bytes, which clients would not take",
+                "..." + what + " ...");
         } else {
             response.headers.push_back(std::move(header));
         }

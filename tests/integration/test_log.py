@@ -26,6 +26,7 @@ LINE = re.compile(rf"{STAMP}(?:\d+ \d .*|cimgated: .*)")
 # Many lines for each request.
 ALL_LINES = ("--log-level", "4")
 PIPE_BYTES = 65536
+LINES_OF_A_KIND = 30
 
 
 def sample():
@@ -302,6 +303,59 @@ class Quiet(LogTest):
             self.assertEqual(service.get(f"{BASE}/VexoGood/none").status, 404)
             self.check_replaces_workers(service)
             self.assertEqual(service.log(), "")
+
+
+class Flood(LogTest):
+    """Requests that fail in numbers, each with another URI, or with one that is asked for twice."""
+
+    FLOOD = 3 * LINES_OF_A_KIND
+
+    def flood(self, service, target, status):
+        for number in range(self.FLOOD // 2):
+            for _ in range(2):
+                self.assertEqual(service.get(target.format(number)).status, status)
+
+    def withheld(self, service, kind):
+        """How many lines of a kind were not written, as is told once the service has stopped."""
+        lines = [line for line in service.lines() if line.startswith(kind + " (")]
+        self.assertEqual(len(lines), 1, service.log())
+        return int(re.fullmatch(r" \((\d+) more like it\)", lines[0].removeprefix(kind))[1])
+
+    def test_first_lines_of_a_cause_are_written_and_the_others_counted(self):
+        mapping, cache = sound_sample()
+        with Service(mapping, dict(cache, ready=[])) as service:
+            self.flood(service, BASE + "/VexoGood/{}", 503)
+            first = [line for line in service.lines() if ": GET " in line]
+            self.assertEqual(first, [f"140 2 cimgated: GET {BASE}/VexoGood/{number}: 503: the class is not ready in the "
+                                     "data cache (entry VexoGood, class XCIM_Good)" for number in range(LINES_OF_A_KIND)])
+            # What fails by another cause, or for others, has lines of its own.
+            self.assertEqual(service.head(GOOD).status, 503)
+            service.stop()
+            self.assertIn(f": HEAD {GOOD}: 503: ", service.log())
+            # Each of those that were written came twice.
+            self.assertEqual(self.withheld(service, "140 2 cimgated: GET ...: 503: the class is not ready in the data cache "
+                                                    "..."), self.FLOOD - 2 * LINES_OF_A_KIND)
+            self.assertEqual(len([line for line in service.lines() if line.endswith("(1 more time)")]), LINES_OF_A_KIND)
+
+    def test_ends_of_workers_are_counted_too(self):
+        kinds = {"140 2 cimgated: GET ...: 500: worker ...": ": 500: worker",
+                 "140 2 cimgated: spawner ...: worker ... ended by signal 6": " ended by signal 6 at ",
+                 "139 2 [RowToJson.cpp.314 cellToJson] ...": "] " + CAUSE}
+        with Service(*sample()) as service:
+            for number in range(self.FLOOD):
+                self.assertEqual(service.get(f"{REAL}?x={number}").status, 500)
+            service.stop()
+            for kind, text in kinds.items():
+                lines = [line for line in service.lines() if text in line and not line.endswith(" more like it)")]
+                self.assertEqual(len(lines), LINES_OF_A_KIND, kind)
+                self.assertEqual(self.withheld(service, kind), self.FLOOD - LINES_OF_A_KIND)
+
+    def test_verbose_log_withholds_nothing(self):
+        mapping, cache = sound_sample()
+        with Service(mapping, dict(cache, ready=[]), ("--log-level", "2")) as service:
+            self.flood(service, BASE + "/VexoGood/{}", 503)
+            service.stop()
+            self.assertEqual(service.log().count(": 503: the class is not ready"), self.FLOOD)
 
 
 class Failures(LogTest):
