@@ -5,12 +5,11 @@
 #include <ResourceMapper.h>
 #include <cli/listen.h>
 #include <httpd/host_field.h>
+#include <service/installed_data.h>
 #include <sys/un.h>
 
 #include <algorithm>
-#include <filesystem>
 #include <iterator>
-#include <system_error>
 #include <thread>
 
 namespace host {
@@ -61,22 +60,11 @@ cli::Reader hostName(std::vector<std::string>& names)
     };
 }
 
-// A file that has been installed with this program, wherever that is: the library looks at fixed
-// paths only.
-std::optional<std::string> installed(const char* name)
-{
-    std::error_code error;
-    const auto program = std::filesystem::read_symlink("/proc/self/exe", error);
-    const auto path =
-        (program.parent_path() / CIMGATE_DATA_FROM_PROGRAMS / name).lexically_normal();
-    const bool isThere = !error && std::filesystem::exists(path, error);
-    return isThere ? std::optional(path.string()) : std::nullopt;
-}
-
 void setDefaults(Options& options)
 {
-    options.rmfPath = installed("resourcemapping.json").value_or(ResourceMapper::RmfPath);
-    options.registryDirectory = installed("registries").value_or("");
+    options.rmfPath =
+        service::installedData("resourcemapping.json").value_or(ResourceMapper::RmfPath);
+    options.registryDirectory = service::installedData("registries").value_or("");
     options.cachePath = SQLInterface::DataCachePath;
     options.workers =
         std::clamp(std::thread::hardware_concurrency(), kMinDefaultWorkers, kMaxWorkers);

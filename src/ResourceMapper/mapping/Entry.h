@@ -31,6 +31,7 @@ inline constexpr const char* kAlias = "alias";
 inline constexpr const char* kValueMapping = "value_mapping";
 inline constexpr const char* kCimType = "cim_type";
 inline constexpr const char* kIsCached = "is_cached";
+inline constexpr const char* kRefreshInterval = "refresh_interval";
 inline constexpr const char* kIsCollection = "is_collection";
 inline constexpr const char* kKeyProperties = "key_properties";
 inline constexpr const char* kSelectors = "Selectors";

@@ -1,0 +1,131 @@
+#include "cache_file.h"
+
+#include <ResourceMapper/mapping/CachedClasses.h>
+
+#include <set>
+
+namespace filler {
+
+namespace {
+
+using cimgate::mapping::kReadinessTable;
+using cimgate::mapping::kTablePrefix;
+using cimgate::mapping::tableOf;
+
+// Table to columns that are wanted, in lower case; without columns, all of them.
+using Wanted = std::map<std::string, std::set<std::string>>;
+
+Wanted wantedBy(const Plan& plan)
+{
+    Wanted wanted = {{lower(kReadinessTable), {}}};
+    for (const std::string& association : plan.associations()) {
+        wanted.emplace(lower(tableOf(association)), std::set<std::string>());
+    }
+    for (const WantedClass& one : plan.classes) {
+        std::set<std::string>& columns = wanted[lower(tableOf(one.name))];
+        for (const WantedColumn& column : one.columns) {
+            columns.insert(lower(column.name));
+        }
+    }
+    return wanted;
+}
+
+std::vector<std::string> tablesOf(Database& database)
+{
+    return database.listOf("SELECT name FROM sqlite_master WHERE type = 'table'");
+}
+
+void forget(Database& database, const std::string& table)
+{
+    const std::string prefix = kTablePrefix;
+    Statement statement(database, std::string("DELETE FROM ") + kReadinessTable +
+                                      " WHERE ClassName = ? COLLATE NOCASE");
+    statement.bind(0, table.substr(prefix.size()));
+    statement.run();
+}
+
+// A table without indexes lets its columns go.
+void dropIndexes(Database& database, const std::string& table)
+{
+    Statement names(database, "SELECT name FROM sqlite_master WHERE type = 'index' AND "
+                              "tbl_name = ? AND sql IS NOT NULL");
+    names.bind(0, table);
+    std::vector<std::string> indexes;
+    while (names.step()) {
+        indexes.push_back(names.textAt(0));
+    }
+    names.reset();
+    for (const std::string& name : indexes) {
+        database.run("DROP INDEX " + quoted(name));
+    }
+}
+
+std::vector<std::string> unwantedColumns(Database& database, const std::string& table,
+                                         const std::set<std::string>& wanted)
+{
+    std::vector<std::string> unwanted;
+    Statement names(database, "SELECT name FROM pragma_table_info(?)");
+    names.bind(0, table);
+    while (!wanted.empty() && names.step()) {
+        if (!wanted.contains(lower(names.textAt(0)))) {
+            unwanted.push_back(names.textAt(0));
+        }
+    }
+    return unwanted;
+}
+
+std::vector<std::string> removeUnwanted(Database& database, const Wanted& wanted)
+{
+    std::vector<std::string> removed;
+    for (const std::string& table : tablesOf(database)) {
+        const auto known = wanted.find(lower(table));
+        if (known == wanted.end()) {
+            forget(database, table);
+            database.run("DROP TABLE " + quoted(table));
+            removed.push_back(table);
+            continue;
+        }
+        const std::vector<std::string> columns = unwantedColumns(database, table, known->second);
+        if (!columns.empty()) {
+            dropIndexes(database, table);
+        }
+        for (const std::string& column : columns) {
+            database.run("ALTER TABLE " + quoted(table) + " DROP COLUMN " + quoted(column));
+            removed.push_back(table + "." + column);
+        }
+    }
+    return removed;
+}
+
+// That takes a lock that nobody gets while another connection is open.
+void leaveLog(Database& database)
+{
+    std::string mode;
+    (void)sqlite3_busy_timeout(database.handle(), 0);
+    try {
+        mode = database.textOf("PRAGMA journal_mode = DELETE");
+    } catch (const DatabaseError& error) {
+        if (error.code() != SQLITE_BUSY) {
+            throw;
+        }
+    }
+    if (mode != "delete") {
+        throw DatabaseError("a service has it open: stop it first", SQLITE_BUSY);
+    }
+}
+
+} // namespace
+
+std::vector<std::string> compact(const std::string& path, const Plan& plan)
+{
+    CacheFile file(path); // it must be one of ours
+    Database& database = file.database();
+    leaveLog(database);
+    Transaction transaction(database);
+    std::vector<std::string> removed = removeUnwanted(database, wantedBy(plan));
+    transaction.commit();
+    database.run("VACUUM");
+    return removed;
+}
+
+} // namespace filler

@@ -1,0 +1,37 @@
+// What a refresh could not store as it is: of each kind one sentence, however often it came.
+#ifndef FILLER_LOSSES_H_
+#define FILLER_LOSSES_H_
+
+#include <cstddef>
+#include <map>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace filler {
+
+class Losses
+{
+public:
+    // what: "property Size"; of the instance with this key, "" for none in particular.
+    void add(const std::string& what, const std::string& why, const std::string& key);
+
+    // In the order of what they are about; at most kMaxLosses.
+    std::vector<std::string> sentences() const;
+
+private:
+    struct Seen
+    {
+        size_t times = 0;
+        std::string firstKey;
+    };
+    std::map<std::pair<std::string, std::string>, Seen> mSeen;
+};
+
+// Of a class: a status file has room for so many sentences of so many bytes.
+inline constexpr size_t kMaxLosses = 20;
+inline constexpr size_t kMaxLossBytes = 200;
+
+} // namespace filler
+
+#endif

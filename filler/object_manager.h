@@ -1,0 +1,69 @@
+// What the filler asks of the object manager.
+#ifndef FILLER_OBJECT_MANAGER_H_
+#define FILLER_OBJECT_MANAGER_H_
+
+#include <CimHandles.h>
+
+#include <optional>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+namespace filler {
+
+class CimError : public std::runtime_error
+{
+public:
+    enum class Kind { Unreachable, Refused };
+
+    CimError(Kind kind, const std::string& text) : std::runtime_error(text), mKind(kind) {}
+    // Unreachable: whatever is asked would fail.
+    Kind kind() const { return mKind; }
+
+private:
+    Kind mKind;
+};
+
+struct DeclaredProperty
+{
+    std::string name;
+    CMPIType type;
+};
+
+// The properties of a class in their order; nothing where the object manager does not tell.
+using Declaration = std::optional<std::vector<DeclaredProperty>>;
+
+// The elements of an enumeration one by one.
+class Instances
+{
+public:
+    explicit Instances(cimgate::CimHandle<CMPIEnumeration> enumeration)
+        : mEnumeration(std::move(enumeration))
+    {}
+    // Owned by the enumeration; null at the end.
+    CMPIInstance* next();
+
+private:
+    cimgate::CimHandle<CMPIEnumeration> mEnumeration;
+};
+
+// Connects when it is asked something. Failures are thrown as CimError.
+class ObjectManager
+{
+public:
+    Declaration declarationOf(const std::string& cimClass);
+    // All instances with these properties, those of subclasses too; without names, with all.
+    Instances instancesOf(const std::string& cimClass, const std::vector<std::string>& properties);
+    size_t countOf(const std::string& cimClass);
+    // Has the next question connect anew.
+    void disconnect() { mClient.reset(); }
+
+private:
+    CMCIClient* client();
+
+    cimgate::CimHandle<CMCIClient> mClient;
+};
+
+} // namespace filler
+
+#endif
