@@ -96,7 +96,7 @@ bool isNumber(Type type)
 bool equalsIgnoreCase(std::string_view a, std::string_view b)
 {
     return a.size() == b.size() && std::equal(a.begin(), a.end(), b.begin(), [](char x, char y) {
-               return lowerCase(x) == lowerCase(y);
+               return x == y || lowerCase(x) == lowerCase(y); // mostly the former
            });
 }
 
