@@ -32,6 +32,15 @@ NamedValue* findKey(const NamedValues& properties, unsigned int keyCount, const 
     return nullptr;
 }
 
+// Whether a key of a path, read already, is all that its property says.
+bool isSameText(const CMPIData& key, const cimxml::PropertyView& property)
+{
+    return key.type == CMPI_string && !isNullData(key) && property.type() == cimxml::Type::String &&
+           !property.isArray() && !property.isNull() &&
+           property.embedded() == cimxml::Embedded::None &&
+           property.text() == charsOf(key.value.string);
+}
+
 } // namespace
 
 Answer::Answer(Returns returns, const CMPIObjectPath* request)
@@ -39,9 +48,9 @@ Answer::Answer(Returns returns, const CMPIObjectPath* request)
       mRequest(static_cast<const PathObject*>(request)),
       mEnumeration(makeOwned<EnumerationObject>())
 {
-    mEnumeration->elements = makeObject<ArrayObject>(&arena());
     if (mRequest != nullptr) {
         mNameSpace = arena().copy(mRequest->nameSpace);
+        mLast.nameSpace = mNameSpace;
     }
 }
 
@@ -66,8 +75,7 @@ bool Answer::expect(Returns returned)
 
 bool Answer::append(CMPIType type, CMPIValue value)
 {
-    mEnumeration->elements->elementType = type;
-    mEnumeration->elements->append(CMPIData{type, CMPI_goodValue, value});
+    mEnumeration->append(CMPIData{type, CMPI_goodValue, value});
     return true;
 }
 
@@ -84,21 +92,27 @@ const char* Answer::intern(std::string_view name, std::size_t position)
     return copy;
 }
 
-const char* Answer::internClass(std::string_view name)
+Place Answer::placeOf(std::string_view className, const cimxml::ObjectPathView& path)
 {
-    if (mClassName == nullptr || name != mClassName) {
-        mClassName = arena().copy(name);
-    }
-    return mClassName;
+    const auto textOf = [this](std::string_view text, const char*& last) {
+        if (last == nullptr || text != last) {
+            last = arena().copy(text);
+        }
+        return last;
+    };
+    const std::string_view host = path ? path.host() : std::string_view();
+    const std::string nameSpace = path ? path.nameSpace() : std::string();
+    return {host.empty() ? nullptr : textOf(host, mLast.host),
+            nameSpace.empty() ? mNameSpace : textOf(nameSpace, mLast.nameSpace),
+            textOf(className, mLast.className)};
 }
 
-const char* Answer::nameSpaceOf(const cimxml::ObjectPathView& path)
+const Place* Answer::sharedPlace(const Place& place)
 {
-    const std::string nameSpace = path ? path.nameSpace() : std::string();
-    if (nameSpace.empty() || (mNameSpace != nullptr && nameSpace == mNameSpace)) {
-        return mNameSpace;
+    if (mShared == nullptr || *mShared != place) {
+        mShared = arena().create(place);
     }
-    return arena().copy(nameSpace);
+    return mShared;
 }
 
 bool Answer::readText(cimxml::Type type, std::string_view text, CMPIData& data)
@@ -120,10 +134,7 @@ bool Answer::readReference(const cimxml::ObjectPathView& view, CMPIData& data)
 bool Answer::readPath(const cimxml::ObjectPathView& view, PathObject*& path)
 {
     path = makeObject<PathObject>(&arena());
-    const std::string_view host = view.host();
-    path->host = host.empty() ? nullptr : arena().copy(host);
-    path->nameSpace = nameSpaceOf(view);
-    path->className = internClass(view.className());
+    static_cast<Place&>(*path) = placeOf(view.className(), view);
     return addKeys(view, path->keys);
 }
 
@@ -198,17 +209,21 @@ bool Answer::addProperties(const cimxml::InstanceView& view, InstanceObject& ins
     const unsigned int keyCount = properties.count;
     bool hasQualifiers = view.hasQualifiers();
     for (const cimxml::PropertyView property : view.properties()) {
+        hasQualifiers = hasQualifiers || property.hasQualifiers();
+        const std::string_view name = property.name(); // a null character follows it
+        NamedValue* key = findKey(properties, keyCount, name.data());
+        if (key != nullptr && isSameText(key->data, property)) {
+            continue;
+        }
         CMPIData data = {};
         if (!readProperty(property, data)) {
             return false;
         }
-        const std::string_view name = property.name(); // a null character follows it
-        if (NamedValue* key = findKey(properties, keyCount, name.data()); key != nullptr) {
-            key->data = isNullData(data) ? key->data : withKeyState(data);
-        } else {
+        if (key == nullptr) {
             properties.append(arena(), intern(name, properties.count), data);
+        } else if (!isNullData(data)) {
+            key->data = withKeyState(data);
         }
-        hasQualifiers = hasQualifiers || property.hasQualifiers();
     }
     return !hasQualifiers || addQualifiers(view, instance);
 }
@@ -231,18 +246,11 @@ bool Answer::onInstance(const cimxml::InstanceView& view, const cimxml::ObjectPa
     }
     auto* instance = makeObject<InstanceObject>(&arena());
     instance->properties.reserve(arena(), mPropertyCount);
-    instance->className = internClass(view.className());
-    instance->nameSpace = nameSpaceOf(path);
-    if (path) {
-        const std::string_view host = path.host();
-        instance->host = host.empty() ? nullptr : arena().copy(host);
-        if (!addKeys(path, instance->properties)) {
-            return false;
-        }
-    } else if (mRequest != nullptr) {
+    instance->place = sharedPlace(placeOf(view.className(), path));
+    if (!path && mRequest != nullptr) {
         instance->properties = mRequest->keys.copyInto(arena());
     }
-    if (!addProperties(view, *instance)) {
+    if ((path && !addKeys(path, instance->properties)) || !addProperties(view, *instance)) {
         return false;
     }
     mPropertyCount = instance->properties.count;

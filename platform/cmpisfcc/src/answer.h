@@ -55,8 +55,8 @@ private:
     bool refuseValue(std::string_view name, std::string_view text, cimxml::Type type);
     bool append(CMPIType type, CMPIValue value);
     const char* intern(std::string_view name, std::size_t position);
-    const char* internClass(std::string_view name);
-    const char* nameSpaceOf(const cimxml::ObjectPathView& path);
+    Place placeOf(std::string_view className, const cimxml::ObjectPathView& path);
+    const Place* sharedPlace(const Place& place);
     bool addKeys(const cimxml::ObjectPathView& path, NamedValues& keys);
     bool addProperties(const cimxml::InstanceView& view, InstanceObject& instance);
     bool addQualifiers(const cimxml::InstanceView& view, InstanceObject& instance);
@@ -71,7 +71,9 @@ private:
     const PathObject* mRequest;
     Owned<EnumerationObject> mEnumeration;
     const char* mNameSpace = nullptr; // the request's
-    const char* mClassName = nullptr; // the last that came
+    // Of the last object that came: the next one has the same, as a rule.
+    Place mLast = {};
+    const Place* mShared = nullptr;
     // Names at their place in the last instance: the next one has the same, as a rule.
     std::vector<const char*> mNames;
     unsigned int mPropertyCount = 0;
@@ -84,14 +86,12 @@ private:
 template <typename Object>
 Object* Answer::takeFirst()
 {
-    if (mEnumeration->elements->count == 0) {
+    if (mEnumeration->first == nullptr) {
         return nullptr;
     }
-    // The enumeration was the root of the arena; now its element is.
-    mEnumeration->isRoot = false;
-    auto* object = static_cast<Object*>(static_cast<typename Object::Public*>(
-        mEnumeration->elements->elements[0].value.dataPtr.ptr));
-    object->isRoot = true;
+    auto* object =
+        static_cast<Object*>(static_cast<typename Object::Public*>(mEnumeration->first->object));
+    arena().setRoot(object); // in place of the enumeration
     return object;
 }
 

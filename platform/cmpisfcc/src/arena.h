@@ -21,9 +21,10 @@ public:
     Arena& operator=(const Arena&) = delete;
 
     template <typename T>
-    T* create()
+    T* create(const T& value = T())
     {
-        return ::new (allocate(sizeof(T), alignof(T))) T();
+        static_assert(std::is_trivially_destructible_v<T>);
+        return ::new (allocate(sizeof(T), alignof(T))) T(value);
     }
 
     template <typename T>
@@ -40,6 +41,10 @@ public:
 
     void* allocate(std::size_t bytes, std::size_t alignment);
 
+    // The object whose release frees the arena, if it has one.
+    void setRoot(const void* object) { mRoot = object; }
+    [[nodiscard]] bool isRoot(const void* object) const { return object == mRoot; }
+
 private:
     struct Chunk
     {
@@ -54,6 +59,7 @@ private:
     char* mEnd;
     Chunk* mChunks = nullptr; // all but the first, which the arena itself is in
     std::size_t mChunkBytes = 1024;
+    const void* mRoot = nullptr;
 };
 
 } // namespace cmpisfcc

@@ -52,7 +52,7 @@ CMPIObjectPath* getObjectPath(CMPIInstance* instance, CMPIStatus* rc)
 {
     const InstanceObject& source = self(instance);
     Owned<PathObject> path = makeOwned<PathObject>();
-    static_cast<Place&>(*path) = source.Place::copyInto(*path->arena);
+    static_cast<Place&>(*path) = source.place->copyInto(*path->arena);
     for (unsigned int i = 0; i < source.properties.count; ++i) {
         const NamedValue& property = source.properties.items[i];
         CMPIData data = {};
@@ -101,7 +101,7 @@ CMPIInstance* makeInstance(CMPIObjectPath* path, CMPIStatus* rc)
     }
     const auto& source = *static_cast<const PathObject*>(path);
     Owned<InstanceObject> instance = makeOwned<InstanceObject>();
-    static_cast<Place&>(*instance) = source.Place::copyInto(*instance->arena);
+    instance->place = instance->arena->create(source.Place::copyInto(*instance->arena));
     instance->properties = source.keys.copyInto(*instance->arena);
     succeed(rc);
     return instance.release();
@@ -116,7 +116,7 @@ InstanceObject* copyInstance(const CMPIInstance* instance, Arena* arena)
 {
     const auto& source = *static_cast<const InstanceObject*>(instance);
     Owned<InstanceObject> copy = makeOwned<InstanceObject>(arena);
-    static_cast<Place&>(*copy) = source.Place::copyInto(*copy->arena);
+    copy->place = copy->arena->create(source.place->copyInto(*copy->arena));
     copy->properties = source.properties.copyInto(*copy->arena);
     copy->qualifiers = copyQualifiers(source.qualifiers, *copy->arena);
     return copy.release();

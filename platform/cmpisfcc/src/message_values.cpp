@@ -129,7 +129,7 @@ cimxml::Instance messageInstance(const CMPIInstance* instance)
 {
     const auto& source = *static_cast<const InstanceObject*>(instance);
     cimxml::Instance result;
-    result.className = textOrNone(source.className);
+    result.className = textOrNone(source.place->className);
     result.properties.reserve(source.properties.count);
     for (unsigned int i = 0; i < source.properties.count; ++i) {
         const NamedValue& item = source.properties.items[i];

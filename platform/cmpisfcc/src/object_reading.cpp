@@ -23,7 +23,7 @@ CMPIData dataAt(Arena& arena, const cimxml::Value& value, cimxml::Embedded embed
 InstanceObject* instanceFrom(Arena& arena, const cimxml::Instance& instance, unsigned int depth)
 {
     auto* object = makeObject<InstanceObject>(&arena);
-    object->className = arena.copy(instance.className);
+    object->place = arena.create(Place{nullptr, nullptr, arena.copy(instance.className)});
     for (const cimxml::Property& property : instance.properties) {
         object->properties.append(arena, arena.copy(property.name),
                                   dataAt(arena, property.value, property.embedded, depth));

@@ -69,7 +69,6 @@ struct Held : Interface
 {
     using Public = Interface;
     Arena* arena;
-    bool isRoot;
 };
 
 // Where an object is and of which class it is; null where that is not known.
@@ -83,6 +82,8 @@ struct Place
     {
         return {arena.copy(host), arena.copy(nameSpace), arena.copy(className)};
     }
+    // The same texts: those of one arena, where they are there once.
+    bool operator==(const Place&) const = default;
 };
 
 struct PathObject : Held<CMPIObjectPath>, Place
@@ -93,12 +94,14 @@ struct PathObject : Held<CMPIObjectPath>, Place
     NamedValues keys;
 };
 
-// An instance has no path of its own: its keys are those properties whose state says so.
-struct InstanceObject : Held<CMPIInstance>, Place
+// An instance has no path of its own: its keys are those properties whose state says so. The
+// instances of an enumeration are of a few classes, so that they share their places.
+struct InstanceObject : Held<CMPIInstance>
 {
     static constexpr const char* kTypeName = "CMPIInstance";
     static constexpr std::size_t kFirstBytes = 1000;
     static const CMPIInstanceFT kTable;
+    const Place* place;
     NamedValues properties;
     const Qualifiers* qualifiers; // null for none
     const char* const* filter;    // names that may be set, ends with null; null: all
@@ -126,13 +129,30 @@ struct ArrayObject : Held<CMPIArray>
     void append(const CMPIData& dataInArena);
 };
 
+// An element of an enumeration, and the one behind it; null for the last.
+struct ElementLink
+{
+    void* object;
+    ElementLink* next;
+};
+
+// The elements, all of one type, in the order in which they came. They become an array only where
+// one is asked for: whoever walks through thousands of them does not need it.
 struct EnumerationObject : Held<CMPIEnumeration>
 {
     static constexpr const char* kTypeName = "CMPIEnumeration";
     static constexpr std::size_t kFirstBytes = 1000;
     static const CMPIEnumerationFT kTable;
-    ArrayObject* elements;
-    CMPICount next;
+    CMPIType elementType;
+    CMPICount count;
+    ElementLink* first;
+    ElementLink* last;
+    ElementLink* next;  // what getNext gives; null at the end
+    ArrayObject* array; // null until asked for
+
+    void append(const CMPIData& objectInArena);
+    // The element; past the end, where it is null, a bad value.
+    [[nodiscard]] CMPIData dataOf(const ElementLink* element) const;
 };
 
 struct DateTimeObject : Held<CMPIDateTime>
@@ -178,7 +198,9 @@ Object* makeObject(Arena* arena)
     // The tables are constants; the interface just does not say so.
     object->ft = const_cast<std::remove_const_t<decltype(Object::kTable)>*>(&Object::kTable);
     object->arena = arena;
-    object->isRoot = isRoot;
+    if (isRoot) {
+        arena->setRoot(object);
+    }
     return object;
 }
 
@@ -186,7 +208,7 @@ template <typename Object>
 CMPIStatus releaseObject(typename Object::Public* object)
 {
     auto* self = static_cast<Object*>(object);
-    if (self->isRoot) {
+    if (self->arena->isRoot(self)) {
         Arena::destroy(self->arena);
     }
     return kSuccess;

@@ -180,7 +180,7 @@ std::string instanceText(CMPIInstance* instance)
 {
     const auto* self = static_cast<const InstanceObject*>(instance);
     std::string text = "instance of ";
-    text += self->className == nullptr ? "" : self->className;
+    text += textOrNone(self->place->className);
     text += " {";
     for (unsigned i = 0; i < self->properties.count; ++i) {
         const NamedValue& property = self->properties.items[i];

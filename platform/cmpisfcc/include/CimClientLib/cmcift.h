@@ -93,8 +93,8 @@ typedef struct _CMPIEnumerationFT
     /* The enumeration keeps the element. Past the end: a value of state CMPI_badValue, and rc 0. */
     CMPIData (*getNext)(CMPIEnumeration* enm, CMPIStatus* rc);
     CMPIBoolean (*hasNext)(CMPIEnumeration* enm, CMPIStatus* rc);
-    /* All elements, those already fetched too. The enumeration's own array: never released by the
-     * caller. */
+    /* All elements, those already fetched too. The enumeration's own array, made at the first call:
+     * never released by the caller. */
     CMPIArray* (*toArray)(CMPIEnumeration* enm, CMPIStatus* rc);
 } CMPIEnumerationFT;
 

@@ -10,14 +10,12 @@ Owner<CMPIEnumeration> makeEnumeration()
 {
     auto enumeration = cmpisfcc::makeOwned<cmpisfcc::EnumerationObject>();
     cmpisfcc::Arena* arena = enumeration->arena;
-    enumeration->elements = cmpisfcc::makeObject<cmpisfcc::ArrayObject>(arena);
-    enumeration->elements->elementType = CMPI_ref;
     for (const char* name : {"A", "B"}) {
         auto* path = cmpisfcc::makeObject<cmpisfcc::PathObject>(arena);
         path->className = arena->copy(name);
         CMPIData data = {CMPI_ref, CMPI_goodValue, {}};
         data.value.ref = path;
-        enumeration->elements->append(data);
+        enumeration->append(data);
     }
     return own(static_cast<CMPIEnumeration*>(enumeration.release()));
 }
@@ -45,6 +43,39 @@ TEST(Enumeration, ItsArrayHasAllElementsAndMovesNothing)
     EXPECT_EQ(CMGetArrayCount(array, nullptr), 2U);
     EXPECT_EQ(CMGetNext(enumeration.get(), nullptr).value.ref,
               CMGetArrayElementAt(array, 0, nullptr).value.ref);
+}
+
+TEST(Enumeration, ItsCloneIsWhereItIs)
+{
+    const auto enumeration = makeEnumeration();
+    (void)CMGetNext(enumeration.get(), nullptr);
+    const auto within = own(CMClone(enumeration.get(), nullptr));
+    CMPIObjectPath* path = CMGetNext(within.get(), nullptr).value.ref;
+    EXPECT_EQ(taken(CMGetClassName(path, nullptr)), "B");
+    EXPECT_EQ(CMHasNext(within.get(), nullptr), 0);
+    const auto walked = own(CMClone(within.get(), nullptr));
+    EXPECT_EQ(CMHasNext(walked.get(), nullptr), 0);
+    EXPECT_EQ(CMHasNext(enumeration.get(), nullptr), 1);
+}
+
+TEST(Enumeration, ElementsStayWhereTheyAreHoweverTheyAreAskedFor)
+{
+    const auto enumeration = makeEnumeration();
+    CMPIObjectPath* first = CMGetNext(enumeration.get(), nullptr).value.ref;
+    CMPIObjectPath* second = CMGetNext(enumeration.get(), nullptr).value.ref;
+    CMPIArray* array = CMToArray(enumeration.get(), nullptr);
+    EXPECT_EQ(CMGetArrayElementAt(array, 0, nullptr).value.ref, first);
+    EXPECT_EQ(CMGetArrayElementAt(array, 1, nullptr).value.ref, second);
+    EXPECT_EQ(taken(CMGetClassName(first, nullptr)), "A");
+}
+
+TEST(Enumeration, WithoutElementsItHasAnEmptyArray)
+{
+    const auto none = own(static_cast<CMPIEnumeration*>(
+        cmpisfcc::makeOwned<cmpisfcc::EnumerationObject>().release()));
+    EXPECT_EQ(CMHasNext(none.get(), nullptr), 0);
+    EXPECT_EQ(CMGetNext(none.get(), nullptr).state, CMPI_badValue);
+    EXPECT_EQ(CMGetArrayCount(CMToArray(none.get(), nullptr), nullptr), 0U);
 }
 
 TEST(Enumeration, AClonedElementOutlivesIt)
