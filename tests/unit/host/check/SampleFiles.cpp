@@ -1,5 +1,7 @@
 #include "check/SampleFiles.h"
 
+#include "SampleCache.h"
+
 #include <sqlite3.h>
 
 #include <algorithm>
@@ -8,7 +10,6 @@
 #include <iterator>
 #include <memory>
 #include <stdexcept>
-#include <vector>
 
 namespace {
 
@@ -34,18 +35,7 @@ const std::string& sampleCache()
     static const support::TempDirectory kDirectory;
     static const std::string kPath = kDirectory.File("sample.db");
     if (!std::filesystem::exists(kPath)) {
-        std::vector<std::filesystem::path> files;
-        for (const auto& file : std::filesystem::directory_iterator("data/sample")) {
-            if (file.path().extension() == ".sql") {
-                files.push_back(file.path());
-            }
-        }
-        std::sort(files.begin(), files.end());
-        std::string sql = "begin;";
-        for (const std::filesystem::path& file : files) {
-            sql += contentOf(file);
-        }
-        execute(kPath, sql + "commit;");
+        support::makeSampleCache(kPath);
     }
     return kPath;
 }
