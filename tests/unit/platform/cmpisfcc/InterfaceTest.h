@@ -73,8 +73,18 @@ inline std::string caseName(const testing::TestParamInfo<FunctionCase>& info)
     return info.param.function;
 }
 
-// A table begins with a number; all else are functions.
-template <typename Table>
-constexpr std::size_t kFunctionCount = sizeof(Table) / sizeof(void*) - 1;
+template <std::size_t kCount>
+std::vector<std::string> functionsOf(const FunctionCase (&cases)[kCount])
+{
+    std::vector<std::string> names;
+    for (const FunctionCase& one : cases) {
+        names.emplace_back(one.function);
+    }
+    return names;
+}
+
+// What the headers declare, in their order: the tables, and the functions of one of them.
+std::vector<std::string> declaredTables();
+std::vector<std::string> declaredFunctions(const std::string& table);
 
 #endif

@@ -215,7 +215,16 @@ INSTANTIATE_TEST_SUITE_P(All, ClientFunction, testing::ValuesIn(kClientFunctions
 
 TEST(ClientFunctions, AreAllInTheTable)
 {
-    EXPECT_EQ(std::size(kClientFunctions), kFunctionCount<CMCIClientFT>);
+    EXPECT_EQ(functionsOf(kClientFunctions), declaredFunctions("CMCIClientFT"));
+}
+
+// A test for the functions of each is in this group.
+TEST(InterfaceTables, AreNoOthers)
+{
+    EXPECT_THAT(declaredTables(), testing::UnorderedElementsAre(
+                                      "CMCIClientFT", "CMPIObjectPathFT", "CMPIInstanceFT",
+                                      "CMPIArgsFT", "CMPIArrayFT", "CMPIEnumerationFT",
+                                      "CMPIStringFT", "CMPIDateTimeFT", "CMPIConstClassFT"));
 }
 
 } // namespace
