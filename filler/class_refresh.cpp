@@ -25,9 +25,14 @@ CMPIData propertyOf(CMPIInstance* instance, const std::string& name)
     CimStatus status;
     CMPIData data = instance->ft->getProperty(instance, name.c_str(), status.out());
     if (status.failed()) {
-        data.state = CMPI_nullValue;
+        data.state = CMPI_notFound;
     }
     return data;
+}
+
+bool isFound(const CMPIData& data)
+{
+    return (data.state & CMPI_notFound) == 0;
 }
 
 CimHandle<CMPIObjectPath> pathOf(CMPIInstance* instance)
@@ -106,12 +111,15 @@ public:
           mKey(placeOfKey(wanted)),
           mHasIntegerKey(hasIntegerKey),
           mLosses(losses),
-          mRow(wanted.columns.size())
+          mRow(wanted.columns.size()),
+          mIsKnown(wanted.columns.size())
     {}
 
     size_t key() const { return mKey; }
     const std::vector<Cell>& row() const { return mRow; }
     std::string keyText() const { return textOf(mRow[mKey]); }
+    // For each column, whether an instance had such a property.
+    const std::vector<bool>& known() const { return mIsKnown; }
 
     // Returns false for an instance without a key, which no reader could ask for.
     bool read(CMPIInstance* instance) { return readKey(instance) && readOthers(instance); }
@@ -138,8 +146,10 @@ private:
                 continue;
             }
             const WantedColumn& column = mWanted.columns[i];
-            StoredValue value = storedValueOf(propertyOf(instance, column.name), column.reading);
+            const CMPIData data = propertyOf(instance, column.name);
+            StoredValue value = storedValueOf(data, column.reading);
             mRow[i] = std::move(value.cell);
+            mIsKnown[i] = mIsKnown[i] || isFound(data);
             if (value.loss != nullptr) {
                 mLosses.add("property " + column.name, value.loss, keyText());
             }
@@ -152,6 +162,7 @@ private:
     bool mHasIntegerKey;
     Losses& mLosses;
     std::vector<Cell> mRow;
+    std::vector<bool> mIsKnown;
 };
 
 } // namespace
@@ -160,7 +171,6 @@ ClassRefresh::Outcome ClassRefresh::run(const WantedClass& wanted)
 {
     Outcome outcome;
     Losses losses;
-    noteMissing(wanted, losses);
     std::optional<Instances> instances;
     if (!wanted.columns.empty()) {
         instances.emplace(ask(wanted));
@@ -204,19 +214,22 @@ std::vector<ClassRefresh::Links> ClassRefresh::askLinks(const WantedClass& wante
     return all;
 }
 
-// A class's own list tells what it lacks; instances may leave out what has no value.
-void ClassRefresh::noteMissing(const WantedClass& wanted, Losses& losses)
+// A class's own list tells what it lacks, but for what only its subclasses have; instances may
+// leave out what has no value.
+void ClassRefresh::noteMissing(const WantedClass& wanted, const std::vector<bool>& known,
+                               Losses& losses)
 {
     const Declaration& declaration = declarationOf(wanted.name);
-    if (!declaration || wanted.columns.empty()) {
+    if (!declaration) {
         return;
     }
-    std::set<std::string> declared;
+    std::set<std::string> declared = {lower(kPathColumn)};
     for (const DeclaredProperty& property : *declaration) {
         declared.insert(lower(property.name));
     }
-    for (const WantedColumn& column : wanted.columns) {
-        if (column.name != kPathColumn && !declared.contains(lower(column.name))) {
+    for (size_t i = 0; i < wanted.columns.size(); ++i) {
+        const WantedColumn& column = wanted.columns[i];
+        if (!known[i] && !declared.contains(lower(column.name))) {
             losses.add("property " + column.name,
                        "the object manager's class has no such property; the entry " +
                            column.entry + " shows null",
@@ -251,6 +264,7 @@ void ClassRefresh::writeRows(const WantedClass& wanted, Instances& instances, Lo
         }
     }
     table.removeOthers();
+    noteMissing(wanted, maker.known(), losses);
     outcome.rows = table.rows();
     outcome.changed += table.changed();
     if (!wasThere) {
@@ -269,7 +283,8 @@ void ClassRefresh::writeLinks(Links& links, Losses& losses, Outcome& outcome)
         std::vector<Cell> row;
         for (const std::string& name : references) {
             const CMPIData data = propertyOf(instance, name);
-            CMPIObjectPath* const path = data.state == CMPI_nullValue ? nullptr : data.value.ref;
+            const bool isPath = data.type == CMPI_ref && data.state != CMPI_nullValue;
+            CMPIObjectPath* const path = isPath && isFound(data) ? data.value.ref : nullptr;
             CimStatus status;
             const CimHandle<CMPIString> className(
                 path == nullptr ? nullptr : path->ft->getClassName(path, status.out()));

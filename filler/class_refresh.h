@@ -42,7 +42,7 @@ private:
     const Declaration& declarationOf(const std::string& cimClass);
     Instances ask(const WantedClass& wanted);
     std::vector<Links> askLinks(const WantedClass& wanted);
-    void noteMissing(const WantedClass& wanted, Losses& losses);
+    void noteMissing(const WantedClass& wanted, const std::vector<bool>& known, Losses& losses);
     bool wantsIntegerKey(const WantedClass& wanted);
     void writeRows(const WantedClass& wanted, Instances& instances, Losses& losses,
                    Outcome& outcome);

@@ -98,8 +98,10 @@ Instances ObjectManager::instancesOf(const std::string& cimClass,
     CMCIClient* const cim = client();
     std::vector<char*> names = namesFor(properties);
     CimStatus status;
-    CimHandle<CMPIEnumeration> enumeration(cim->ft->enumInstances(
-        cim, pathOf(cimClass).get(), 0, properties.empty() ? nullptr : names.data(), status.out()));
+    // What a subclass adds is shown of a single instance that is read live, too.
+    CimHandle<CMPIEnumeration> enumeration(
+        cim->ft->enumInstances(cim, pathOf(cimClass).get(), CMPI_FLAG_DeepInheritance,
+                               properties.empty() ? nullptr : names.data(), status.out()));
     if (status.failed() || enumeration == nullptr) {
         throw CimError(CimError::Kind::Refused, textOf(status));
     }
