@@ -54,16 +54,6 @@ void makeFile(const std::string& path)
     }
 }
 
-void makeDirectory(const std::string& path)
-{
-    constexpr mode_t kDirectoryMode = 0755;
-    const std::string directory = path.substr(0, path.rfind('/') + 1);
-    if (!directory.empty() && access(directory.c_str(), F_OK) != 0 &&
-        mkdir(directory.c_str(), kDirectoryMode) != 0) {
-        throw systemError(directory);
-    }
-}
-
 bool exists(const std::string& path)
 {
     return access(path.c_str(), F_OK) == 0;
@@ -97,6 +87,7 @@ void makeCache(const std::string& path)
         makeReadiness(database);
         database.run("PRAGMA journal_mode = WAL");
     }
+    removeFiles(path); // a former file's log would be taken for this one's
     makeFile(path + "-wal");
     makeFile(path + "-shm");
     if (rename(making.c_str(), path.c_str()) != 0) {
@@ -106,7 +97,6 @@ void makeCache(const std::string& path)
 
 const std::string& withFile(const std::string& path)
 {
-    makeDirectory(path);
     if (!exists(path)) {
         makeCache(path);
     }
