@@ -111,7 +111,9 @@ int Supervisor::run()
         const TimePoint now = Clock::now();
         keepChild(now);
         giveOrder(now);
-        mRecord.write(now, mChild.isIdle());
+        if (mHasBegun) {
+            mRecord.write(now, mChild.isIdle());
+        }
         wait(now + patience(now));
         endHanging(Clock::now());
     }
@@ -313,7 +315,7 @@ void Supervisor::endHanging(TimePoint now)
 bool Supervisor::isDone() const
 {
     return mIsStopped || !mStartProblem.empty() ||
-           (mOptions.isOnce && (mRecord.isLoaded() || !mUnreachable.empty()));
+           (mOptions.isOnce && mHasBegun && (mRecord.isLoaded() || !mUnreachable.empty()));
 }
 
 int Supervisor::finish()
