@@ -4,10 +4,11 @@ Environment: CIMOMD, the program.
 """
 
 import os
+import urllib.request
 from pathlib import Path
 from xml.sax.saxutils import quoteattr
 
-from program import Program
+from program import PATIENCE_S, Program
 
 CIMOMD = os.environ["CIMOMD"]
 NAMESPACE = "root/xcim"
@@ -160,6 +161,37 @@ class ObjectManager(Program):
     @property
     def url(self):
         return self.base
+
+    # ---- Changing what it has
+
+    def create(self, class_name, properties):
+        """properties: name -> (kind, value), as for instance_element()."""
+        self._call("CreateInstance", NewInstance=instance_element(class_name, properties))
+
+    def modify(self, path, properties):
+        """Changes these properties of the instance at an InstancePath."""
+        changed = instance_element(path.class_name, properties)
+        self._call("ModifyInstance",
+                   ModifiedInstance=f"<VALUE.NAMEDINSTANCE>{path.element()}{changed}</VALUE.NAMEDINSTANCE>")
+
+    def delete(self, path):
+        self._call("DeleteInstance", InstanceName=path.element())
+
+    def _call(self, method, **parameters):
+        """An intrinsic operation (DSP0200), each parameter as XML; it must not fail."""
+        names = "".join(f'<NAMESPACE NAME="{name}"/>' for name in NAMESPACE.split("/"))
+        inner = "".join(f'<IPARAMVALUE NAME="{name}">{xml}</IPARAMVALUE>' for name, xml in parameters.items())
+        body = ('<?xml version="1.0" encoding="utf-8"?><CIM CIMVERSION="2.0" DTDVERSION="2.0">'
+                '<MESSAGE ID="1" PROTOCOLVERSION="1.0"><SIMPLEREQ>'
+                f'<IMETHODCALL NAME="{method}"><LOCALNAMESPACEPATH>{names}</LOCALNAMESPACEPATH>{inner}</IMETHODCALL>'
+                "</SIMPLEREQ></MESSAGE></CIM>")
+        headers = {"Content-Type": 'application/xml; charset="utf-8"', "CIMOperation": "MethodCall", "CIMMethod": method,
+                   "CIMObject": NAMESPACE}
+        request = urllib.request.Request(f"{self.url}/cimom", body.encode("utf-8"), headers)
+        with urllib.request.urlopen(request, timeout=PATIENCE_S) as answer:
+            text = answer.read().decode("utf-8")
+        if "<ERROR" in text:
+            raise AssertionError(f"{method} failed: {text}")
 
 
 def object_manager(cim_class, instances, **more):
