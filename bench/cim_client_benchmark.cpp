@@ -5,20 +5,15 @@
 //
 // Prints processor time of the calling thread, wall time, and the peak memory of an enumeration
 // relative to the size of its XML; ends with status 1 where a target is missed.
+#include "static_object_manager.h"
 #include "stopwatch.h"
 
 #include <CimClientLib/cmci.h>
-#include <arpa/inet.h>
-#include <cimxml/response.h>
 #include <curl/curl.h>
 #include <pugixml.hpp>
-#include <sys/socket.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <chrono>
-#include <csignal>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -30,136 +25,13 @@
 
 namespace {
 
+using bench::require;
+
 constexpr int kInstances = 5000;
-constexpr int kProperties = 25;
 constexpr int kRepetitions = 21;
 constexpr double kTimeTarget = 2.5;
 constexpr double kMemoryTarget = 4.0;
 constexpr const char* kMemoryMode = "--peak-memory";
-
-void require(bool condition, const char* what)
-{
-    if (!condition) {
-        throw std::runtime_error(what);
-    }
-}
-
-// One property in five is a text, a date-time, a boolean, a number and null.
-cimxml::Property makeProperty(int instance, int number)
-{
-    using cimxml::Type;
-    using cimxml::Value;
-    cimxml::Property property;
-    property.name = "PropertyNumber" + std::to_string(number);
-    switch (number % 5) {
-    case 0:
-        property.value = Value::of(Type::String, "Text of " + std::to_string(instance));
-        break;
-    case 1:
-        property.value = Value::of(Type::DateTime, std::string("20260102030405.000000+000"));
-        break;
-    case 2:
-        property.value = Value::of(Type::Boolean, instance % 2 == 0);
-        break;
-    case 3:
-        property.value = Value::of(Type::Uint32, static_cast<std::uint64_t>(instance) * 1000);
-        break;
-    default:
-        property.value = Value::null(Type::Uint16);
-    }
-    return property;
-}
-
-std::string makeBody()
-{
-    cimxml::ResponseWriter writer("4711", "EnumerateInstances");
-    for (int i = 0; i < kInstances; ++i) {
-        cimxml::NamedInstance named;
-        named.path.className = "XCIM_Benchmark";
-        named.path.keys.push_back(
-            {"PropertyNumber0", cimxml::Type::String, "Text of " + std::to_string(i), false});
-        named.instance.className = "XCIM_Benchmark";
-        for (int p = 0; p < kProperties; ++p) {
-            named.instance.properties.push_back(makeProperty(i, p));
-        }
-        writer.addNamedInstance(named.path, named.instance);
-    }
-    return writer.finish();
-}
-
-// A server of one answer, as a process of its own.
-class StaticServer
-{
-public:
-    explicit StaticServer(const std::string& body)
-    {
-        const int listener = ::socket(AF_INET, SOCK_STREAM, 0);
-        sockaddr_in address = {};
-        address.sin_family = AF_INET;
-        address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-        socklen_t length = sizeof address;
-        auto* generic = reinterpret_cast<sockaddr*>(&address);
-        require(::bind(listener, generic, length) == 0 && ::listen(listener, 8) == 0, "listen");
-        require(::getsockname(listener, generic, &length) == 0, "getsockname");
-        mPort = std::to_string(ntohs(address.sin_port));
-        mProcess = ::fork();
-        require(mProcess >= 0, "fork");
-        if (mProcess == 0) {
-            serve(listener, body);
-        }
-        ::close(listener);
-    }
-    ~StaticServer()
-    {
-        (void)::kill(mProcess, SIGKILL);
-        (void)::waitpid(mProcess, nullptr, 0);
-    }
-    StaticServer(const StaticServer&) = delete;
-    StaticServer& operator=(const StaticServer&) = delete;
-
-    const std::string& port() const { return mPort; }
-
-private:
-    [[noreturn]] static void serve(int listener, const std::string& body)
-    {
-        const std::string answer =
-            "HTTP/1.1 200 OK\r\nContent-Type: application/xml\r\nContent-Length: " +
-            std::to_string(body.size()) + "\r\n\r\n" + body;
-        for (;;) {
-            const int connection = ::accept(listener, nullptr, nullptr);
-            if (::fork() == 0) {
-                answerRequests(connection, answer);
-            }
-            ::close(connection);
-        }
-    }
-
-    // Requests have a body: each ends with the end of its XML.
-    [[noreturn]] static void answerRequests(int connection, const std::string& answer)
-    {
-        std::string request;
-        char bytes[8192];
-        for (ssize_t count = 0; (count = ::recv(connection, bytes, sizeof bytes, 0)) > 0;) {
-            request.append(bytes, static_cast<std::size_t>(count));
-            if (request.find("</CIM>") == std::string::npos) {
-                continue;
-            }
-            request.clear();
-            for (std::size_t sent = 0; sent < answer.size();) {
-                const ssize_t some =
-                    ::send(connection, answer.data() + sent, answer.size() - sent, MSG_NOSIGNAL);
-                if (some <= 0) {
-                    ::_exit(1);
-                }
-                sent += static_cast<std::size_t>(some);
-            }
-        }
-        ::_exit(0);
-    }
-
-    std::string mPort;
-    pid_t mProcess = 0;
-};
 
 // Through the client.
 class ClientRun
@@ -301,8 +173,8 @@ double measurePeak(const char* program, const std::string& port)
 
 int compare(const char* program, int repetitions)
 {
-    const std::string body = makeBody();
-    const StaticServer server(body);
+    const std::string body = bench::instancesAnswer(kInstances);
+    const bench::StaticObjectManager server(body);
     ClientRun client(server.port());
     FloorRun floor(server.port());
     client.run();
@@ -313,8 +185,8 @@ int compare(const char* program, int repetitions)
         measure(client, clientTimes);
         measure(floor, floorTimes);
     }
-    (void)std::printf("%d instances of %d properties, %.1f MB of XML\n", kInstances, kProperties,
-                      static_cast<double>(body.size()) / 1e6);
+    (void)std::printf("%d instances of %d properties, %.1f MB of XML\n", kInstances,
+                      bench::kInstanceProperties, static_cast<double>(body.size()) / 1e6);
     bool isMet = report("processor", median(clientTimes.cpu), median(floorTimes.cpu), 1e3, "ms",
                         kTimeTarget);
     isMet &=

@@ -94,14 +94,20 @@ def body_of(url):
 
 def load(base, paths, connections, seconds):
     """Asks for the paths in turn; returns how many requests were answered in how many seconds."""
+    requests, elapsed, _ = timed_load(base, paths, connections, seconds)
+    return requests, elapsed
+
+
+def timed_load(base, paths, connections, seconds):
+    """The same, and the 99th percentile of what a request took, in seconds."""
     command = ["wrk", "-t", "1", "-c", str(connections), "-d", f"{seconds}s", "-s", str(BENCH_DIR / "paths.lua"), base,
                "--", *paths]
     report = subprocess.run(command, check=True, stdout=subprocess.PIPE, text=True).stdout
-    result = re.search(r"^RESULT (\d+) (\d+) (\d+)$", report, re.MULTILINE)
-    requests, microseconds, failed = (int(field) for field in result.groups())
+    result = re.search(r"^RESULT (\d+) (\d+) (\d+) (\d+)$", report, re.MULTILINE)
+    requests, microseconds, failed, slowest = (int(field) for field in result.groups())
     if failed:
         raise SystemExit(f"{failed} of {requests} requests failed:\n{report}")
-    return requests, microseconds / 1e6
+    return requests, microseconds / 1e6, slowest / 1e6
 
 
 def median_of(samples):
