@@ -1,20 +1,21 @@
 #!/usr/bin/python3
 """Another project builds against an installed tree."""
 
+import contextlib
 import json
 import os
+import sqlite3
 import subprocess
 import tempfile
 import unittest
 from pathlib import Path
 
-from cim_object_manager import ObjectManager
 from cimgate_host import BASE, NO_OBJECT_MANAGER
 from installed_tree import SOURCE_DIR, InstalledTreeTest, cache_entry, run
+from sample_system import make_sample_cache, sample_object_manager
 
 CONSUMER_DIR = SOURCE_DIR / "tests" / "integration" / "consumer"
 EXAMPLE_DIR = SOURCE_DIR / "docs" / "examples" / "service"
-REPOSITORY = SOURCE_DIR / "data" / "sample" / "cim"
 
 INSTANCE_URI = f"{BASE}/Chassis/System.Embedded.1/Power/PowerSupplies/VexoPowerSupply/PSU.Slot.1"
 MEMORY_URI = f"{BASE}/Systems/System.Embedded.1/VexoMemoryCollection"
@@ -87,7 +88,9 @@ class Consumers(InstalledTreeTest):
     def setUpClass(cls):
         super().setUpClass()
         cls.cache = Path(cls.work.name) / "cache.db"
-        run(SOURCE_DIR / "scripts" / "make-sample-cache", cls.cache)
+        make_sample_cache(cls.cache)
+        with contextlib.closing(sqlite3.connect(cls.cache)) as cache, cache:  # one class is being loaded
+            cache.execute("delete from Tbl_CMPIReady where ClassName = 'XCIM_PhysicalMemory'")
 
     def check_consumer(self, program, environment):
         """The program reads a power supply of the sample system."""
@@ -169,8 +172,7 @@ class Consumers(InstalledTreeTest):
         build_by_cmake(EXAMPLE_DIR, build, self.prefix)
         share = self.prefix / "share" / "cimgate"
         files = (share / "resourcemapping.json", self.cache, share / "registries")
-        repository = {file.name: file.read_text(encoding="utf-8") for file in REPOSITORY.iterdir()}
-        with ObjectManager(repository) as manager, Example(build / "service", *files, manager.url) as example:
+        with sample_object_manager() as manager, Example(build / "service", *files, manager.url) as example:
             self.check_reads(example)
             self.check_refusals(example)
             self.check_actions(example)

@@ -10,6 +10,7 @@ from pathlib import Path
 from cimgate_host import ask
 from installed_tree import BUILD_DIR, SOURCE_DIR, InstalledTreeTest, cache_entry, run
 from program import Program
+from sample_system import make_sample_cache
 
 # Operations of these classes, with their vtables and type information, these free functions, and the handle of the data cache.
 PUBLIC_SYMBOL = re.compile(
@@ -103,7 +104,7 @@ class InstalledTree(InstalledTreeTest):
     def test_service_runs_from_any_folder_and_finds_its_data(self):
         cache = Path(self.work.name) / "cache.db"
         socket = Path(self.work.name) / "oem.sock"
-        run(SOURCE_DIR / "scripts" / "make-sample-cache", cache, cwd=SOURCE_DIR)
+        make_sample_cache(cache)
         moved = Path(self.work.name) / "moved"
         self.prefix.rename(moved)
         self.addCleanup(moved.rename, self.prefix)
@@ -119,7 +120,7 @@ class InstalledTree(InstalledTreeTest):
     def test_programs_are_installed_and_find_their_libraries(self):
         environment = {key: value for key, value in os.environ.items() if key != "LD_LIBRARY_PATH"}
         for program, arguments, word in (("cimgated", [], "--oem-endpoint"), ("cimgate", ["oem"], "--endpoint"),
-                                         ("cimgate-cimomd", [], "--repository")):
+                                         ("cimgate-cimomd", [], "--repository"), ("cimgate-cached", [], "--once")):
             self.assertIn(word, run(self.prefix / "bin" / program, *arguments, "--help", env=environment))
 
 
