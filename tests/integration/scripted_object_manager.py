@@ -2,6 +2,7 @@
 
 import re
 import socket
+import ssl
 import threading
 from xml.sax.saxutils import escape
 
@@ -69,9 +70,10 @@ def http(body, status="200 OK", content_type='application/xml; charset="utf-8"',
 class ScriptedObjectManager:
     """answer: what every request gets, bytes to send or a function of the request that gives them; None keeps it
     waiting for release(). May be changed at any time. close: whether the connection is closed after it. port: that of
-    one that has ended, to be there again. A context manager."""
+    one that has ended, to be there again. certificate: of one over https, its file without .pem and .key. A context
+    manager."""
 
-    def __init__(self, answer, close=False, port=0):
+    def __init__(self, answer, close=False, port=0, certificate=None):
         self.answer = answer
         self.requests = []  # that came, head and body as text
         self._close = close
@@ -80,6 +82,12 @@ class ScriptedObjectManager:
         self._listener = socket.create_server((own_address(), port))
         self.port = self._listener.getsockname()[1]
         self.url = f"http://{own_address()}:{self.port}"
+        if certificate:
+            self.url = self.url.replace("http:", "https:")
+            context = ssl.SSLContext(ssl.PROTOCOL_TLS_SERVER)
+            context.load_cert_chain(f"{certificate}.pem", f"{certificate}.key")
+            # Hands are shaken when a request is read, beside those of other connections.
+            self._listener = context.wrap_socket(self._listener, server_side=True, do_handshake_on_connect=False)
 
     def __enter__(self):
         threading.Thread(target=self._accept, daemon=True).start()

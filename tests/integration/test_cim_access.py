@@ -8,7 +8,9 @@ from pathlib import Path
 
 from cimgate_host import BASE, CIMGATED, Service, ServiceTest, member_entry
 from program import run_program
+from own_address import own_address
 from scripted_object_manager import ScriptedObjectManager, cim_error, found, http, method_result
+from tls_front import make_certificate
 
 LIVE = f"{BASE}/VexoLive/L.1"
 RUN = f"{BASE}/VexoLive/Actions/VexoLive.Run"
@@ -114,6 +116,19 @@ class CimAccess(ServiceTest):
         self.check_refused(["--cim-user", "re:ader", "--cim-password-file", self.password],
                            "--cim-user re:ader: give a name without a colon")
         self.check_refused(["--cim-ca", "/none.pem"], "--cim-ca /none.pem cannot be read")
+
+    def test_an_https_object_manager_is_checked_against_the_authorities_that_are_named(self):
+        make_certificate(self.directory, "manager", own_address())
+        certificate = self.directory / "manager"
+        with ScriptedObjectManager(answer, certificate=certificate) as manager:
+            with live_service(manager.url, "--cim-ca", f"{certificate}.pem") as service:
+                self.check_value(service, LIVE)
+                self.assertEqual(service.post(RUN, b"{}").status, 200)
+            asked = len(manager.requests)
+            with live_service(manager.url) as service:
+                self.check_failed(service.get(LIVE), 503, ("Base.ServiceTemporarilyUnavailable", ["5"]))
+                self.assertIn("SSL peer certificate", service.log())
+            self.assertEqual(len(manager.requests), asked)
 
     def test_an_object_manager_behind_a_socket_is_named_by_it(self):
         with live_service("/run/no/such/socket") as service:

@@ -13,9 +13,10 @@ import threading
 from pathlib import Path
 
 
-def make_certificate(directory, name):
+def make_certificate(directory, name, address="127.0.0.1"):
+    """NAME.pem and NAME.key, for a server at that address."""
     subprocess.run(["openssl", "req", "-x509", "-newkey", "ec", "-pkeyopt", "ec_paramgen_curve:prime256v1", "-nodes",
-                    "-days", "1", "-subj", f"/CN={name}", "-addext", "subjectAltName=IP:127.0.0.1",
+                    "-days", "1", "-subj", f"/CN={name}", "-addext", f"subjectAltName=IP:{address}",
                     "-keyout", directory / f"{name}.key", "-out", directory / f"{name}.pem"],
                    check=True, stderr=subprocess.DEVNULL)
 
@@ -56,4 +57,5 @@ def main():
         sys.stdin.read()
 
 
-main()
+if __name__ == "__main__":
+    main()
