@@ -256,7 +256,14 @@ void ClassRefresh::writeRows(const WantedClass& wanted, Instances& instances, Lo
 {
     const bool wasThere = mFile.hasTable(wanted.name);
     mFile.makeTable(wanted, wantsIntegerKey(wanted));
-    RowMaker maker(wanted, mFile.hasIntegerKey(wanted), losses);
+    const bool hasIntegerKey = mFile.hasIntegerKey(wanted);
+    if (hasIntegerKey != wantsIntegerKey(wanted)) {
+        losses.add("key " + wanted.key,
+                   "its column was made for another type; cimgate-cached --once --compact makes "
+                   "it anew",
+                   "");
+    }
+    RowMaker maker(wanted, hasIntegerKey, losses);
     TableRefresh table(mFile.database(), tableOf(wanted.name), namesOf(wanted), {maker.key()});
     while (CMPIInstance* const instance = instances.next()) {
         if (maker.read(instance) && !table.put(maker.row())) {

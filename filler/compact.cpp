@@ -2,6 +2,7 @@
 
 #include <ResourceMapper/mapping/CachedClasses.h>
 
+#include <algorithm>
 #include <set>
 
 namespace filler {
@@ -74,12 +75,31 @@ std::vector<std::string> unwantedColumns(Database& database, const std::string& 
     return unwanted;
 }
 
-std::vector<std::string> removeUnwanted(Database& database, const Wanted& wanted)
+// A key that was a text for the mapping and is a number now, or the other way round.
+std::set<std::string> withAnotherKey(CacheFile& file, const Plan& plan)
 {
+    std::set<std::string> tables;
+    for (const WantedClass& one : plan.classes) {
+        const auto key =
+            std::find_if(one.columns.begin(), one.columns.end(),
+                         [&](const WantedColumn& column) { return column.name == one.key; });
+        if (key != one.columns.end() && file.hasTable(one.name) &&
+            file.hasIntegerKey(one) != showsIntegers(key->reading)) {
+            tables.insert(lower(tableOf(one.name)));
+        }
+    }
+    return tables;
+}
+
+std::vector<std::string> removeUnwanted(CacheFile& file, const Plan& plan)
+{
+    Database& database = file.database();
+    const Wanted wanted = wantedBy(plan);
+    const std::set<std::string> outdated = withAnotherKey(file, plan);
     std::vector<std::string> removed;
     for (const std::string& table : tablesOf(database)) {
         const auto known = wanted.find(lower(table));
-        if (known == wanted.end()) {
+        if (known == wanted.end() || outdated.contains(lower(table))) {
             forget(database, table);
             database.run("DROP TABLE " + quoted(table));
             removed.push_back(table);
@@ -122,7 +142,7 @@ std::vector<std::string> compact(const std::string& path, const Plan& plan)
     Database& database = file.database();
     leaveLog(database);
     Transaction transaction(database);
-    std::vector<std::string> removed = removeUnwanted(database, wantedBy(plan));
+    std::vector<std::string> removed = removeUnwanted(file, plan);
     transaction.commit();
     database.run("VACUUM");
     return removed;
