@@ -12,7 +12,7 @@ namespace {
 
 namespace mapping = cimgate::mapping;
 
-enum class Kind { Text, Flag, Object, TextList };
+enum class Kind { Text, Flag, Object, TextList, Seconds };
 
 struct Key
 {
@@ -44,11 +44,10 @@ const Keys& entryKeys()
 
 const Keys& classKeys()
 {
-    static const Keys kKeys = {{mapping::kIsCached, Kind::Flag},
-                               {mapping::kKeyProperties, Kind::TextList},
-                               {mapping::kProperties, Kind::Object},
-                               {mapping::kActions, Kind::Object},
-                               {mapping::kMethods, Kind::Object}};
+    static const Keys kKeys = {
+        {mapping::kIsCached, Kind::Flag},          {mapping::kRefreshInterval, Kind::Seconds},
+        {mapping::kKeyProperties, Kind::TextList}, {mapping::kProperties, Kind::Object},
+        {mapping::kActions, Kind::Object},         {mapping::kMethods, Kind::Object}};
     return kKeys;
 }
 
@@ -99,6 +98,8 @@ bool fits(const Json::Value& value, Kind kind)
     case Kind::TextList:
         return value.isNull() ||
                (value.isArray() && std::all_of(value.begin(), value.end(), isText));
+    case Kind::Seconds:
+        return value.isUInt() && value.asUInt() > 0;
     }
     return true;
 }
@@ -114,6 +115,8 @@ const char* wanted(Kind kind)
         return "an object, in braces";
     case Kind::TextList:
         return "a list of texts, in brackets";
+    case Kind::Seconds:
+        return "a whole number of seconds, 1 or more";
     }
     return "";
 }

@@ -130,6 +130,9 @@ TEST(CheckedMapping, FormOfClassesAndProperties)
     expectAllTold({
         {kDrive, "\"is_cached\": true", "\"is_cached\": \"true\"",
          "VexoDrive, class XCIM_DiskDrive", "\"is_cached\" is not true or false"},
+        {kDrive, "\"is_cached\": true", "\"is_cached\": true, \"refresh_interval\": 0",
+         "VexoDrive, class XCIM_DiskDrive",
+         "\"refresh_interval\" is not a whole number of seconds, 1 or more"},
         {kDrive, "\"is_cached\"", "\"is_cashed\"", "VexoDrive, class XCIM_DiskDrive",
          "no key \"is_cashed\""},
         {kDrive, "\"properties\"", "\"propertys\"", "VexoDrive, class XCIM_DiskDrive",
