@@ -2,6 +2,8 @@
 
 #include <vexodlog.h>
 
+#include <cstdio>
+
 namespace filler {
 
 namespace {
@@ -45,6 +47,13 @@ void logDetail(const std::string& text)
 {
     if (level() >= kDetailLevel) {
         put(VEXO_TRACE, text);
+    }
+}
+
+void showProgress(const std::string& text)
+{
+    if (vexoAwaitRoom(0) == 1) {
+        (void)std::fputs(text.c_str(), stderr);
     }
 }
 

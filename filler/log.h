@@ -15,6 +15,10 @@ void logInfo(const std::string& text);
 // Each refresh, from level 3 on.
 void logDetail(const std::string& text);
 
+// On a terminal, over what was there: text has its line's beginning and end. Left out where the
+// terminal has no room.
+void showProgress(const std::string& text);
+
 } // namespace filler
 
 #endif

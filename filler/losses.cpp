@@ -1,26 +1,8 @@
 #include "losses.h"
 
+#include "status_file.h"
+
 namespace filler {
-
-namespace {
-
-// Cut in front of a character, not inside it.
-std::string shortened(std::string text)
-{
-    constexpr unsigned char kContinuation = 0x80;
-    constexpr unsigned char kContinuationMask = 0xC0;
-    if (text.size() <= kMaxLossBytes) {
-        return text;
-    }
-    size_t end = kMaxLossBytes;
-    while (end > 0 &&
-           (static_cast<unsigned char>(text[end]) & kContinuationMask) == kContinuation) {
-        --end;
-    }
-    return text.substr(0, end) + "...";
-}
-
-} // namespace
 
 void Losses::add(const std::string& what, const std::string& why, const std::string& key)
 {
@@ -44,7 +26,7 @@ std::vector<std::string> Losses::sentences() const
                         (seen.times > 1 ? " and " + std::to_string(seen.times - 1) + " more" : "") +
                         ")";
         }
-        list.push_back(shortened(std::move(sentence)));
+        list.push_back(cutSentence(sentence));
     }
     return list;
 }

@@ -16,7 +16,7 @@ public:
     // what: "property Size"; of the instance with this key, "" for none in particular.
     void add(const std::string& what, const std::string& why, const std::string& key);
 
-    // In the order of what they are about; at most kMaxLosses.
+    // In the order of what they are about: as many and as long as the status has room for.
     std::vector<std::string> sentences() const;
 
 private:
@@ -27,10 +27,6 @@ private:
     };
     std::map<std::pair<std::string, std::string>, Seen> mSeen;
 };
-
-// Of a class: a status file has room for so many sentences of so many bytes.
-inline constexpr size_t kMaxLosses = 20;
-inline constexpr size_t kMaxLossBytes = 200;
 
 } // namespace filler
 

@@ -6,6 +6,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <array>
 #include <cstdio>
 #include <map>
 
@@ -77,6 +78,7 @@ void Record::begin(const Plan& plan, TimePoint now)
     mIsTried.assign(plan.classes.size(), false);
     mIsLoaded.assign(plan.classes.size(), false);
     mBegan = now;
+    mIsShown = plan.classes.empty();
     setState(now);
 }
 
@@ -200,7 +202,7 @@ void Record::setState(TimePoint now)
 // One line that is written over and over, and stays when all is there.
 void Record::tellProgress(TimePoint now)
 {
-    if (!mIsTerminal || mEntries.empty() || (isLoaded() && mStatus.state != "up to date")) {
+    if (!mIsTerminal || mIsShown) {
         return;
     }
     int64_t rows = 0;
@@ -208,13 +210,11 @@ void Record::tellProgress(TimePoint now)
         rows += status.rows;
     }
     const auto passed = std::chrono::duration<double>(now - mBegan).count();
-    static bool isDone = false;
-    if (isDone && isLoaded()) {
-        return;
-    }
-    isDone = isLoaded();
-    (void)std::fprintf(stderr, "\r%zu of %zu classes, %s, %.1f s%s", tried(), mIsTried.size(),
-                       rowsText(rows).c_str(), passed, isDone ? "\n" : "");
+    std::array<char, 32> time{};
+    (void)std::snprintf(time.data(), time.size(), "%.1f s", passed);
+    showProgress('\r' + std::to_string(tried()) + " of " + std::to_string(mIsTried.size()) +
+                 " classes, " + rowsText(rows) + ", " + time.data() + (isLoaded() ? "\n" : ""));
+    mIsShown = isLoaded();
 }
 
 void Record::stopped()

@@ -63,7 +63,8 @@ private:
     std::string mWriteProblem;
     bool mIsNew = true;
     bool mIsTerminal;
-    bool mIsQuiet; // --once tells at the end what was done
+    bool mIsShown = false; // whether the terminal shows that all is there
+    bool mIsQuiet;         // --once tells at the end what was done
 };
 
 } // namespace filler

@@ -25,23 +25,6 @@ constexpr mode_t kForAllToRead = 0644;
 // Beyond what some thousand classes with all their losses take.
 constexpr size_t kMaxFileBytes = size_t{64} << 20U;
 
-// The text or what fits of it, without a part of a character at its end.
-std::string cut(const std::string& text)
-{
-    if (text.size() <= kMaxSentenceBytes) {
-        return text;
-    }
-    constexpr std::string_view kRest = "...";
-    const auto continues = [&text](size_t at) {
-        return (static_cast<unsigned char>(text[at]) & 0xC0U) == 0x80U;
-    };
-    size_t end = kMaxSentenceBytes - kRest.size();
-    while (end > 0 && continues(end)) {
-        --end;
-    }
-    return text.substr(0, end).append(kRest);
-}
-
 std::string timeText(Time time)
 {
     const auto ms = std::chrono::floor<milliseconds>(time.time_since_epoch());
@@ -179,6 +162,22 @@ std::string jsonText(const Json::Value& json)
 
 } // namespace
 
+std::string cutSentence(const std::string& text)
+{
+    if (text.size() <= kMaxSentenceBytes) {
+        return text;
+    }
+    constexpr std::string_view kRest = "...";
+    const auto continues = [&text](size_t at) {
+        return (static_cast<unsigned char>(text[at]) & 0xC0U) == 0x80U;
+    };
+    size_t end = kMaxSentenceBytes - kRest.size();
+    while (end > 0 && continues(end)) {
+        --end;
+    }
+    return text.substr(0, end).append(kRest);
+}
+
 Json::Value toJson(const ClassStatus& status)
 {
     Json::Value json(Json::objectValue);
@@ -190,11 +189,11 @@ Json::Value toJson(const ClassStatus& status)
     json["duration_ms"] = Json::Value::Int64{status.durationMs};
     json["changed"] = Json::Value::UInt64{status.changed};
     json["failures"] = status.failures;
-    json["error"] = cut(status.error);
+    json["error"] = cutSentence(status.error);
     json["losses"] = Json::Value(Json::arrayValue);
     for (const std::string& loss : status.losses) {
         if (json["losses"].size() < kMaxLosses) {
-            json["losses"].append(cut(loss));
+            json["losses"].append(cutSentence(loss));
         }
     }
     return json;

@@ -63,6 +63,9 @@ struct Status
     bool operator==(const Status&) const = default;
 };
 
+// The text or what fits of it, without a part of a character at its end.
+std::string cutSentence(const std::string& text);
+
 // Texts are cut to kMaxSentenceBytes, losses to kMaxLosses.
 Json::Value toJson(const ClassStatus& status);
 Json::Value toJson(const Status& status);
