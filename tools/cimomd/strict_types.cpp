@@ -26,10 +26,10 @@ bool isTyped(const cimxml::KeyBinding& key, Type declared)
     return key.type == (declared == Type::Boolean ? Type::Boolean : Type::String);
 }
 
-class Checker
+class TypeCheck
 {
 public:
-    Checker(const ClassTable& classes, cimxml::CimError& error) : mClasses(classes), mError(error)
+    TypeCheck(const ClassTable& classes, cimxml::CimError& error) : mClasses(classes), mError(error)
     {}
 
     bool operator()(const cimxml::ObjectPath& path) const
@@ -117,23 +117,23 @@ private:
 bool checkTypes(const cimxml::IntrinsicRequest& request, const ClassTable& classes,
                 cimxml::CimError& error)
 {
-    const Checker checker(classes, error);
+    const TypeCheck check(classes, error);
     return std::all_of(
         request.parameters.begin(), request.parameters.end(),
-        [&checker](const auto& parameter) { return std::visit(checker, parameter.value); });
+        [&check](const auto& parameter) { return std::visit(check, parameter.value); });
 }
 
 bool checkTypes(const cimxml::ExtrinsicRequest& request, const ClassTable& classes,
                 cimxml::CimError& error)
 {
-    const Checker checker(classes, error);
+    const TypeCheck check(classes, error);
     const ClassEntry* const cls = classes.find(request.object.className);
     const cimxml::Method* const method =
         cls == nullptr ? nullptr : cls->definition.findMethod(request.method);
-    return checker(request.object) &&
+    return check(request.object) &&
            (method == nullptr ||
             std::all_of(request.inputs.begin(), request.inputs.end(),
-                        [&](const auto& input) { return checker.check(*method, input); }));
+                        [&](const auto& input) { return check.check(*method, input); }));
 }
 
 } // namespace cimomd
