@@ -103,7 +103,12 @@ class Filler(Program):
         return found
 
     def await_state(self, state):
-        wait_until(lambda: self.status()["state"] == state, f"the state {state!r}")
+        """Waits until this process has told so: one before it may have left the same."""
+        def is_told():
+            status = self.status()
+            return status["state"] == state and status["pid"] == self.process.pid
+
+        wait_until(is_told, f"the state {state!r}")
 
     def await_line(self, part, count=1):
         """Waits until its log has so many lines with this part; returns them."""
