@@ -3,6 +3,10 @@
 #include <SQLInterface.h>
 #include <sqlite3.h>
 
+#include <algorithm>
+#include <chrono>
+#include <thread>
+
 namespace host {
 
 namespace {
@@ -42,6 +46,27 @@ bool run(const char* statement)
     return sqlite3_exec(dbhandle, statement, nullptr, nullptr, nullptr) == SQLITE_OK;
 }
 
+// How long the index of the cache's log may be half written: a writer does that in microseconds,
+// and one that was killed at it has a successor soon.
+constexpr std::chrono::milliseconds kIndexPatience{2000};
+constexpr std::chrono::milliseconds kFirstPause{1};
+constexpr std::chrono::milliseconds kLongestPause{20};
+
+// Takes the state that is read. A reader who may not write cannot tell a writer at work on the
+// index from one that was killed there, and SQLite's own patience is for locks.
+void takeState()
+{
+    const auto end = std::chrono::steady_clock::now() + kIndexPatience;
+    auto pause = kFirstPause;
+    while (!run("PRAGMA schema_version") &&
+           sqlite3_extended_errcode(dbhandle) == SQLITE_READONLY_RECOVERY &&
+           std::chrono::steady_clock::now() < end) {
+        std::this_thread::sleep_for(pause);
+        pause = std::min(2 * pause, kLongestPause);
+        notedCode = SQLITE_OK;
+    }
+}
+
 } // namespace
 
 std::string faultText(const std::string& table, const CacheFault& fault)
@@ -58,6 +83,7 @@ CacheRead::CacheRead()
 {
     notedCode = SQLITE_OK;
     (void)run("BEGIN"); // takes no lock yet; where it fails, the connection says why
+    takeState();
 }
 
 std::optional<CacheFault> CacheRead::fault() const

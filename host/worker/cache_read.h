@@ -18,8 +18,7 @@ struct CacheFault
 // What the log says of a fault.
 std::string faultText(const std::string& table, const CacheFault& fault);
 
-// A read transaction on the library's connection, which must be open. It holds a lock from the
-// first statement on.
+// A read transaction on the library's connection, which must be open. It holds a lock.
 class CacheRead
 {
 public:

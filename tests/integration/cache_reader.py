@@ -15,6 +15,7 @@ from pathlib import Path
 
 USER = "nobody"
 LIBRARY_PATIENCE_S = 10
+INDEX_PATIENCE_S = 2
 
 
 class Spoiled(Exception):
@@ -45,10 +46,10 @@ class Reading:
         self._classes = classes
         self._is_lasting = is_lasting
         self._connection = None
-        self._isolation_seen = False
         self.last = {}
         self.reads = 0
         self.changes = 0
+        self.retries = 0
         self.slowest_s = 0.0
 
     def read(self):
@@ -58,6 +59,7 @@ class Reading:
             self._connection = sqlite3.connect(f"file:{self._path}?mode=ro", uri=True, timeout=LIBRARY_PATIENCE_S,
                                                isolation_level=None)
         self._connection.execute("begin")
+        self._take_state()
         try:
             for name, rows, links in self._classes:
                 self._note(name, read_class(self._connection, name, rows, links))
@@ -68,6 +70,19 @@ class Reading:
                 self._connection = None
         self.reads += 1
         self.slowest_s = max(self.slowest_s, time.monotonic() - begin)
+
+    def _take_state(self):
+        """As workers do: who may not write waits while the index of the log is half written."""
+        end = time.monotonic() + INDEX_PATIENCE_S
+        while True:
+            try:
+                self._connection.execute("pragma schema_version").fetchone()
+                return
+            except sqlite3.OperationalError as error:
+                if error.sqlite_errorname != "SQLITE_READONLY_RECOVERY" or time.monotonic() > end:
+                    raise
+            self.retries += 1
+            time.sleep(0.001)
 
     def _note(self, name, generation):
         before = self.last.get(name)
@@ -92,8 +107,8 @@ def run(path, classes, is_lasting, pause_s):
             fault = repr(error)
         if wanted or fault:
             print(json.dumps({"last": reading.last, "fault": fault}), flush=True)
-    print(json.dumps({"reads": reading.reads, "changes": reading.changes, "slowest_s": reading.slowest_s, "fault": fault}),
-          flush=True)
+    print(json.dumps({"reads": reading.reads, "changes": reading.changes, "retries": reading.retries,
+                      "slowest_s": reading.slowest_s, "fault": fault}), flush=True)
 
 
 class CacheReader:
@@ -127,7 +142,7 @@ class CacheReader:
         return told["last"]
 
     def stop(self):
-        """What it has seen: {"reads", "changes", "slowest_s", "fault"}."""
+        """What it has seen: {"reads", "changes", "retries", "slowest_s", "fault"}."""
         out, _ = self._process.communicate()
         return json.loads(out.splitlines()[-1])
 

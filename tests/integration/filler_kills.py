@@ -195,7 +195,7 @@ class Kills:
         integrity = self._filler.rows("pragma integrity_check")
         return {"faults": [fault for fault in seen if fault] + ([] if integrity == [("ok",)] else [integrity]),
                 "kills": self._kinds, "seconds": round(time.monotonic() - self._begin, 1),
-                "reads": [reader["reads"] for reader in readers], "changes": [reader["changes"] for reader in readers],
+                **{name: [reader[name] for reader in readers] for name in ("reads", "changes", "retries")},
                 "slowest_read_ms": [round(1000 * reader["slowest_s"]) for reader in readers],
                 "answers": self._client.answers, "slowest_answer_ms": round(1000 * self._client.slowest_s)}
 

@@ -26,6 +26,8 @@ KILLS = 50
 # Longer than any read takes that waits for nobody, on a machine with other work; a lock is waited for up to 10 s.
 SLOW_MS = 1000
 TEXT = {"cim_type": "string"}
+# No refresh comes by itself while a test looks.
+SELDOM = ("--interval", "3600")
 
 
 def setUpModule():  # pylint: disable=invalid-name
@@ -87,7 +89,7 @@ class OtherUser(ReadersTest):
             self.assertEqual((service.process.pid, service.spawner()), (front, spawner))
 
     def test_a_reader_sees_each_refresh_whatever_becomes_of_the_filler(self):
-        filler = self.generations("--interval", "3600")
+        filler = self.generations(*SELDOM)
         lasting = self.enterContext(CacheReader(filler.cache_path, READ_CLASSES, is_lasting=True, pause_s=3600))
         self.assertEqual(lasting.read(), {})
 
@@ -109,7 +111,7 @@ class OtherUser(ReadersTest):
         self.assertGreater(seen(), second)
 
     def test_a_file_on_its_own_is_read(self):
-        filler = self.generations("--interval", "3600")
+        filler = self.generations(*SELDOM)
         for end in (filler.stop, filler.kill):
             filler.start_filled()
             end()
@@ -122,6 +124,35 @@ class OtherUser(ReadersTest):
                     self.assertGreater(first.read()["XCIM_Small"], seen["XCIM_Small"])
                     self.assertEqual(second.read(), first.read())
                     filler.stop()
+
+    def test_index_of_the_log_that_is_half_written_is_waited_for(self):
+        filler = self.generations(*SELDOM)
+        filler.start_filled()
+        with reading_service(filler) as service:
+            uri = f"{BASE}/VexoSmall/XCIM_Small.0"
+            before = service.get(uri).json()["Generation"]
+            # As a writer leaves it that is killed at it: the two copies of its header differ.
+            with Path(f"{filler.cache_path}-shm").open("r+b") as index:
+                index.write(bytes(8))
+            pending = service.start_get(uri)
+            filler.process.send_signal(signal.SIGHUP)
+            answer = pending.answer()
+            self.assertEqual(answer.status, 200, service.log())
+            self.assertGreaterEqual(answer.json()["Generation"], before)
+            self.assertNotIn("cannot be read", service.log())
+
+    def test_index_of_the_log_that_stays_half_written_is_503(self):
+        filler = self.generations(*SELDOM)
+        filler.start_filled()
+        with reading_service(filler) as service:
+            uri = f"{BASE}/VexoSmall/XCIM_Small.0"
+            self.assertEqual(service.get(uri).status, 200)
+            with Path(f"{filler.cache_path}-shm").open("r+b") as index:
+                index.write(bytes(8))
+            answer = service.get(uri)
+            self.assertEqual((answer.status, answer.get("Retry-After")), (503, "5"))
+            filler.refresh()
+            self.assertEqual(service.get(uri).status, 200)
 
     def test_the_other_user_can_write_nothing_there(self):
         filler = self.generations()
