@@ -4,6 +4,7 @@
 
 #include <fcntl.h>
 #include <service/errno_text.h>
+#include <sys/stat.h>
 
 namespace filler {
 
@@ -38,6 +39,7 @@ bool OwnerLock::take(const std::string& cache, std::string& problem)
                   "; make its directory, or name another file with --cache";
         return false;
     }
+    (void)fchmod(mFile.get(), kMode); // for all to ask who has it, whatever the umask says
     const struct flock lock = wholeFile();
     if (fcntl(mFile.get(), F_SETLK, &lock) == 0) {
         return true;
