@@ -11,7 +11,7 @@ namespace filler {
 namespace {
 
 constexpr int kMaxLogLevel = 4;
-constexpr unsigned int kMaxIntervalS = 86400;
+constexpr unsigned int kMaxSeconds = 86400;
 // Where the library looks for it.
 constexpr const char* kDefaultMapping = "/usr/share/cimgate/resourcemapping.json";
 
@@ -33,7 +33,9 @@ cli::Command commandLine(Options& options)
                 {"--interval", "SECONDS",
                  "time between two refreshes of a class, 1 to 86400, unless the mapping has a "
                  "\"refresh_interval\" for it",
-                 cli::number(options.intervalS, 1, kMaxIntervalS)},
+                 cli::number(options.intervalS, 1, kMaxSeconds)},
+                {"--refresh-timeout", "SECONDS", "what a refresh of one class may take, 1 to 86400",
+                 cli::number(options.refreshTimeoutS, 1, kMaxSeconds)},
                 {"--once", "", "fill, tell what was done, and end", cli::flag(options.isOnce)},
                 {"--compact", "",
                  "with --once: first remove tables and columns that the mapping does not want any "

@@ -14,7 +14,8 @@ struct Options
     std::string rmfPath;   // mapping file
     std::string cachePath; // data cache
     service::CimAccess cim;
-    unsigned int intervalS = 60; // between two refreshes of a class, unless the mapping says
+    unsigned int intervalS = 60;        // between two refreshes of a class, unless the mapping says
+    unsigned int refreshTimeoutS = 300; // what a refresh of one class may take
     bool isOnce = false;
     bool isCompact = false;
     int logLevel = 1; // 0 to 4

@@ -24,8 +24,6 @@ using Clock = std::chrono::steady_clock;
 using TimePoint = Clock::time_point;
 using std::chrono::milliseconds;
 
-// What a refresh of one class may take. A client library that waits for ever is ended so.
-constexpr std::chrono::seconds kRefreshTime{300};
 // Pause before the process that refreshes is started again when it has ended without an order.
 constexpr milliseconds kRestartPause{1000};
 
@@ -64,6 +62,7 @@ class Supervisor
 public:
     Supervisor(const Options& options, Plan plan)
         : mOptions(options),
+          mRefreshTime(options.refreshTimeoutS),
           mPlan(std::move(plan)),
           mSignals(takeSignals()),
           mRecord(options),
@@ -92,6 +91,7 @@ private:
     int finish();
 
     const Options& mOptions;
+    std::chrono::seconds mRefreshTime; // a client library that waits for ever is ended so
     Plan mPlan;
     service::FileDescriptor mSignals;
     Record mRecord;
@@ -199,7 +199,7 @@ milliseconds Supervisor::patience(TimePoint now) const
         until = std::min(until, mSchedule.nextDue());
     }
     if (const auto since = mChild.owesSince()) {
-        until = std::min(until, *since + kRefreshTime);
+        until = std::min(until, *since + mRefreshTime);
     }
     if (!mChild.isThere()) {
         until = std::min(until, mRestartAt);
@@ -299,7 +299,7 @@ void Supervisor::loseChild()
 void Supervisor::endHanging(TimePoint now)
 {
     const auto since = mChild.owesSince();
-    if (since && now - *since >= kRefreshTime) {
+    if (since && now - *since >= mRefreshTime) {
         mChild.end();
         if (!mChild.order()) {
             giveUpChild("the data cache cannot be opened in time", now);
@@ -307,7 +307,7 @@ void Supervisor::endHanging(TimePoint now)
         }
         Report report;
         report.result = Report::Result::Failed;
-        report.error = "a refresh took longer than " + std::to_string(kRefreshTime.count()) + " s";
+        report.error = "a refresh took longer than " + std::to_string(mRefreshTime.count()) + " s";
         take(mChild.takeOrder(), report);
     }
 }

@@ -475,7 +475,7 @@ class Refusals(FillerTest):
             self.assertIn(hint, lines[0])
 
     def test_wrong_options(self):
-        for options, hint in ((["--interval", "0"], "--interval"), (["--interval", "x"], "--interval"),
+        for options, hint in ((["--interval", "0"], "--interval"), (["--interval", "x"], "--interval"), (["--refresh-timeout", "0"], "--refresh-timeout"),
                               (["--compact"], "--once"), (["--cim", "ftp://a"], "--cim"), (["--log-level", "5"], "--log-level"),
                               (["--unknown"], "--unknown"), (["file"], "file")):
             with self.subTest(options=options):
@@ -495,7 +495,15 @@ class Refusals(FillerTest):
 
     def test_directory_that_is_not_there(self):
         filler = self.filler(thing_entry({}), NO_OBJECT_MANAGER, cache="/nowhere/cache.db")
-        self.check_fails(filler, 1, "/nowhere/cache.db", "No such file", "--cache")
+        self.check_fails(filler, 1, "/nowhere/cache.db", "No such file", "make its directory", "--cache")
+
+    def test_files_are_for_all_to_read_whatever_the_umask_says(self):
+        manager = self.manager(*thing_class().elements([{"InstanceID": "T"}]))
+        filler = self.filler(thing_entry({}), manager.url)
+        filler.command = ["sh", "-c", 'umask 077; exec "$0" "$@"', *filler.command]
+        filler.fill()
+        modes = {path.name: oct(path.stat().st_mode & 0o777) for path in filler.directory.glob("cache.db*")}
+        self.assertEqual(modes, {f"cache.db{end}": "0o644" for end in ("", "-wal", "-shm", ".lock", ".status")})
 
     def test_directory_that_cannot_be_written(self):
         filler = self.filler(thing_entry({}), NO_OBJECT_MANAGER, cache="/proc/cache.db")
