@@ -63,6 +63,10 @@ class InstalledSfcc(ServiceTest):
         needed = run("objdump", "-p", TREE / "src" / "libcimgate.so")
         self.assertIn("NEEDED               libcmpisfcc.so.1", needed)
         self.assertFalse((TREE / "platform" / "cmpisfcc" / "libcmpisfcc.so").exists())
+        for kind, is_ours_built in (("auto", False), ("bundled", True)):
+            run("cmake", f"-DCIMGATE_SFCC={kind}", TREE)
+            targets = run("ninja", "-C", TREE, "-t", "targets", "all")
+            self.assertEqual((kind, "libcmpisfcc.so:" in targets), (kind, is_ours_built))
 
     def test_what_is_not_installed_is_said(self):
         with self.assertRaisesRegex(AssertionError, "CIMGATE_SFCC is system, but CimClientLib/cmci.h or libcmpisfcc"):
