@@ -10,7 +10,9 @@ import tempfile
 import unittest
 from pathlib import Path
 
+from filler import UP_TO_DATE, Filler
 from program import run_program
+from sample_system import MAPPING_FILE, sample_object_manager
 
 CIMGATE = os.environ["CIMGATE"]
 CIMGATED = os.environ["CIMGATED"]
@@ -154,6 +156,22 @@ class CacheCommand(unittest.TestCase):
         self.status_path.write_text(json.dumps(status(cim_class())), encoding="utf-8")
         done = run_program("sh", "-c", 'exec "$0" "$@" >/dev/full', CIMGATE, "cache", "--cache", self.cache)
         self.assertEqual((done.returncode, done.stderr), (1, "cimgate cache: cannot write to standard output\n"))
+
+
+class OfTheSample(unittest.TestCase):
+    def test_it_tells_what_a_filler_has_done(self):
+        mapping = MAPPING_FILE.read_text(encoding="utf-8")
+        with sample_object_manager() as manager, Filler(mapping, manager.url) as filler:
+            filler.await_state(UP_TO_DATE)
+            done = run_program(CIMGATE, "cache", "--cache", filler.cache_path, "--json")
+            told = json.loads(done.stdout)
+            self.assertEqual((done.returncode, done.stderr), (0, ""))
+            self.assertEqual((told["running"], told["pid"], told["object_manager"]),
+                             (True, filler.process.pid, manager.url))
+            rows = {one["name"]: one["rows"] for one in told["classes"]}
+            self.assertEqual((len(rows), rows["XCIM_DiskDrive"], rows["XCIM_StorageVolume"]), (10, 120, 0))
+            self.assertTrue(all(one["ready"] and one["age_s"] < 60 for one in told["classes"]), told)
+            self.assertEqual(run_program(CIMGATE, "cache", "--cache", filler.cache_path).returncode, 0)
 
 
 if __name__ == "__main__":
