@@ -189,12 +189,14 @@ ClassRefresh::Outcome ClassRefresh::run(const WantedClass& wanted)
     return outcome;
 }
 
+// One that could not be had is asked for again.
 const Declaration& ClassRefresh::declarationOf(const std::string& cimClass)
 {
-    const auto known = mDeclarations.find(cimClass);
-    return known != mDeclarations.end()
-               ? known->second
-               : mDeclarations.emplace(cimClass, mManager.declarationOf(cimClass)).first->second;
+    Declaration& known = mDeclarations[cimClass];
+    if (!known) {
+        known = mManager.declarationOf(cimClass);
+    }
+    return known;
 }
 
 Instances ClassRefresh::ask(const WantedClass& wanted)

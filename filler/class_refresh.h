@@ -31,6 +31,8 @@ public:
 
     // Throws CimError or DatabaseError; the file is as before then.
     Outcome run(const WantedClass& wanted);
+    // Asks for the declarations of classes anew: the object manager may be another one now.
+    void forgetDeclarations() { mDeclarations.clear(); }
 
 private:
     struct Links

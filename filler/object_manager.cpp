@@ -49,8 +49,7 @@ CMPIInstance* Instances::next()
     CimStatus nextStatus;
     const CMPIData data = mEnumeration->ft->getNext(mEnumeration.get(), nextStatus.out());
     if (nextStatus.failed() || data.type != CMPI_instance) {
-        throw CimError(CimError::Kind::Refused,
-                       "an instance cannot be read: " + textOf(nextStatus));
+        throw CimError("an instance cannot be read: " + textOf(nextStatus));
     }
     return data.value.inst;
 }
@@ -62,10 +61,16 @@ CMCIClient* ObjectManager::client()
         mClient.reset(cmciConnect("SfcbLocal", nullptr, "5988", kUser, nullptr, &status));
         if (mClient == nullptr) {
             const char* const text = cimgate::charsOf(status.msg);
-            throw CimError(CimError::Kind::Unreachable, text == nullptr ? "no connection" : text);
+            throw CimError(text == nullptr ? "no connection" : text);
         }
     }
     return mClient.get();
+}
+
+void ObjectManager::reconnect()
+{
+    mClient.reset();
+    (void)client();
 }
 
 Declaration ObjectManager::declarationOf(const std::string& cimClass)
@@ -103,7 +108,7 @@ Instances ObjectManager::instancesOf(const std::string& cimClass,
         cim->ft->enumInstances(cim, pathOf(cimClass).get(), CMPI_FLAG_DeepInheritance,
                                properties.empty() ? nullptr : names.data(), status.out()));
     if (status.failed() || enumeration == nullptr) {
-        throw CimError(CimError::Kind::Refused, textOf(status));
+        throw CimError(textOf(status));
     }
     return Instances(std::move(enumeration));
 }
@@ -115,7 +120,7 @@ size_t ObjectManager::countOf(const std::string& cimClass)
     const CimHandle<CMPIEnumeration> names(
         cim->ft->enumInstanceNames(cim, pathOf(cimClass).get(), status.out()));
     if (status.failed() || names == nullptr) {
-        throw CimError(CimError::Kind::Refused, textOf(status));
+        throw CimError(textOf(status));
     }
     CimStatus arrayStatus;
     return cimgate::sizeOf(names->ft->toArray(names.get(), arrayStatus.out()));

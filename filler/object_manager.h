@@ -11,17 +11,11 @@
 
 namespace filler {
 
+// What was asked for cannot be had; the text says why.
 class CimError : public std::runtime_error
 {
 public:
-    enum class Kind { Unreachable, Refused };
-
-    CimError(Kind kind, const std::string& text) : std::runtime_error(text), mKind(kind) {}
-    // Unreachable: whatever is asked would fail.
-    Kind kind() const { return mKind; }
-
-private:
-    Kind mKind;
+    using std::runtime_error::runtime_error;
 };
 
 struct DeclaredProperty
@@ -55,8 +49,8 @@ public:
     // All instances with these properties, those of subclasses too; without names, with all.
     Instances instancesOf(const std::string& cimClass, const std::vector<std::string>& properties);
     size_t countOf(const std::string& cimClass);
-    // Has the next question connect anew.
-    void disconnect() { mClient.reset(); }
+    // Connects anew.
+    void reconnect();
 
 private:
     CMCIClient* client();

@@ -2,6 +2,7 @@
 
 #include "class_refresh.h"
 #include "messages.h"
+#include "status_file.h"
 
 #include <unistd.h>
 
@@ -45,15 +46,12 @@ public:
         try {
             carryOut(order, report);
         } catch (const CimError& error) {
-            report.result = error.kind() == CimError::Kind::Unreachable
-                                ? Report::Result::Unreachable
-                                : Report::Result::Failed;
-            report.error = error.what();
-            mManager.disconnect();
+            fail(report, error);
         } catch (const std::exception& error) {
             report.result = Report::Result::Failed;
             report.error = std::string("the data cache cannot be written: ") + error.what();
         }
+        report.error = cutSentence(report.error);
         report.durationMs =
             std::chrono::duration_cast<std::chrono::milliseconds>(Clock::now() - began).count();
         return report;
@@ -71,6 +69,20 @@ private:
         report.rows = outcome.rows;
         report.changed = outcome.changed;
         report.losses = std::move(outcome.losses);
+    }
+
+    // An object manager that has gone looks like one that refuses, until somebody connects.
+    void fail(Report& report, const CimError& refusal)
+    {
+        mRefresh.forgetDeclarations();
+        try {
+            mManager.reconnect();
+            report.result = Report::Result::Failed;
+            report.error = refusal.what();
+        } catch (const CimError& error) {
+            report.result = Report::Result::Unreachable;
+            report.error = error.what();
+        }
     }
 
     const Plan& mPlan;
