@@ -5,6 +5,7 @@
 #include <cstddef>
 #include <map>
 #include <string>
+#include <string_view>
 #include <utility>
 #include <vector>
 
@@ -27,6 +28,9 @@ private:
     };
     std::map<std::pair<std::string, std::string>, Seen> mSeen;
 };
+
+// What such a sentence says without the instances, which come and go while the loss stays the same.
+std::string_view kindOfLoss(std::string_view sentence);
 
 } // namespace filler
 

@@ -2,6 +2,7 @@
 
 #include "cache_files.h"
 #include "log.h"
+#include "losses.h"
 
 #include <unistd.h>
 
@@ -118,7 +119,10 @@ void Record::tellLosses(size_t index, const Report& report)
 {
     const std::vector<std::string>& known = mStatus.classes[index].losses;
     for (const std::string& loss : report.losses) {
-        if (std::find(known.begin(), known.end(), loss) == known.end()) {
+        const bool isKnown = std::any_of(known.begin(), known.end(), [&](const std::string& one) {
+            return kindOfLoss(one) == kindOfLoss(loss);
+        });
+        if (!isKnown) {
             logError(mStatus.classes[index].name + " (entry " + mEntries[index] + "): " + loss);
         }
     }
