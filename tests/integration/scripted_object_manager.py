@@ -1,5 +1,6 @@
 """A CIM object manager that answers each request as a test wants it, down to the bytes."""
 
+import contextlib
 import re
 import socket
 import ssl
@@ -121,6 +122,15 @@ class ScriptedObjectManager:
         with self._changed:
             self.answer = answer
             self._changed.notify_all()
+
+    @contextlib.contextmanager
+    def stalled(self):
+        """Answers nothing meanwhile."""
+        answer, self.answer = self.answer, None
+        try:
+            yield
+        finally:
+            self.release(answer)
 
     def _accept(self):
         while True:
