@@ -139,6 +139,7 @@ bool isScanned(Database& database, const std::string& sql)
 
 CacheFile::CacheFile(const std::string& path) : mPath(path), mDatabase(withFile(path))
 {
+    (void)stat(path.c_str(), &mOpened);
     const int64_t id = mDatabase.integerOf("PRAGMA application_id");
     const bool isEmpty = mDatabase.integerOf("SELECT count(*) FROM sqlite_master") == 0;
     if (id != kApplicationId && !isEmpty) {
@@ -151,6 +152,14 @@ CacheFile::CacheFile(const std::string& path) : mPath(path), mDatabase(withFile(
         mDatabase.run("PRAGMA application_id = " + std::to_string(kApplicationId));
     }
     makeReadiness(mDatabase);
+}
+
+bool CacheFile::isInPlace() const
+{
+    struct stat now
+    {};
+    return stat(mPath.c_str(), &now) == 0 && now.st_dev == mOpened.st_dev &&
+           now.st_ino == mOpened.st_ino;
 }
 
 // Readers that may not write into the directory need the log and its index to be there: they stay

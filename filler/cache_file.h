@@ -9,6 +9,8 @@
 #include "database.h"
 #include "plan.h"
 
+#include <sys/stat.h>
+
 #include <string>
 #include <vector>
 
@@ -22,6 +24,8 @@ public:
     explicit CacheFile(const std::string& path);
 
     Database& database() { return mDatabase; }
+    // Whether its path still leads to it; readers that come would find another one, or none.
+    bool isInPlace() const;
 
     // Adds tables, columns and indexes that the plan wants and the file lacks. A class that gets a
     // column is not ready until it has been refreshed. Nothing is ever taken away.
@@ -49,6 +53,8 @@ private:
 
     std::string mPath;
     Database mDatabase;
+    struct stat mOpened
+    {};
 };
 
 // Removes the tables and columns that the plan does not want, and gives their room back. Nobody may

@@ -64,7 +64,7 @@ std::optional<Report> decodeReport(const std::string& text)
 {
     const auto value = parsed(text);
     const int64_t result = value ? integerOf(*value, "result") : -1;
-    if (result < 0 || result > static_cast<int>(Report::Result::Unreachable)) {
+    if (result < 0 || result > static_cast<int>(Report::Result::FileGone)) {
         return std::nullopt;
     }
     Report report;

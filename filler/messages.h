@@ -25,6 +25,7 @@ struct Report
         Done,
         Failed,      // this class
         Unreachable, // the object manager
+        FileGone,    // the data cache has been removed or replaced
     };
     Result result = Result::Done;
     std::string error;

@@ -37,11 +37,17 @@ std::unique_ptr<CacheFile> openFile(const std::string& path, const Plan& plan, G
 class Refresher
 {
 public:
-    Refresher(CacheFile& file, const Plan& plan) : mPlan(plan), mRefresh(file, mManager, plan) {}
+    Refresher(CacheFile& file, const Plan& plan)
+        : mFile(file), mPlan(plan), mRefresh(file, mManager, plan)
+    {}
 
     Report answer(const Order& order)
     {
         Report report;
+        if (!mFile.isInPlace()) {
+            report.result = Report::Result::FileGone;
+            return report;
+        }
         const auto began = Clock::now();
         try {
             carryOut(order, report);
@@ -85,6 +91,7 @@ private:
         }
     }
 
+    const CacheFile& mFile;
     const Plan& mPlan;
     ObjectManager mManager;
     ClassRefresh mRefresh;

@@ -83,6 +83,7 @@ private:
     milliseconds patience(TimePoint now) const;
     void takeSignal();
     void reload();
+    void startOver();
     void takeMessage();
     void take(const Order& order, const Report& report);
     void loseChild();
@@ -244,8 +245,14 @@ void Supervisor::reload()
         logError(problem + "; the former mapping holds");
         return;
     }
-    mChild.end();
     mPlan = std::move(*plan);
+    startOver();
+}
+
+// Another process opens the file, makes in it what is missing, and refreshes all.
+void Supervisor::startOver()
+{
+    mChild.end();
     mSchedule = Schedule(intervalsOf(mPlan), Clock::now(), std::random_device()());
     mRecord.begin(mPlan, Clock::now());
     mRestartAt = TimePoint();
@@ -266,7 +273,10 @@ void Supervisor::takeMessage()
 void Supervisor::take(const Order& order, const Report& report)
 {
     const TimePoint now = Clock::now();
-    if (report.result == Report::Result::Unreachable) {
+    if (report.result == Report::Result::FileGone) {
+        logError(mOptions.cachePath + " has been removed or replaced: it is made and filled anew");
+        startOver();
+    } else if (report.result == Report::Result::Unreachable) {
         mUnreachable = report.error;
         mRecord.unreachable(report.error, now);
         mSchedule.pause(now);

@@ -17,6 +17,7 @@ from cim_object_manager import Class, InstancePath, ObjectManager, class_element
 from cimgate_host import BASE, NO_OBJECT_MANAGER, Service, member_entry, wait_until
 from filler import UP_TO_DATE, Filler
 from filler_kills import READ_CLASSES, Generations, mapping
+from footprint import is_sanitized
 from own_address import own_address
 from program import PATIENCE_S, run_program, state_of
 from scripted_object_manager import ScriptedObjectManager, cim_error, http, response
@@ -25,8 +26,7 @@ TEXT = {"cim_type": "string"}
 THING = InstancePath("XCIM_Thing", InstanceID="T.0")
 # No refresh comes by itself while a test looks.
 SELDOM = ("--interval", "3600")
-STOP_S = 1.0
-STOPPED_S = 2.0  # with what a machine with other work adds
+STOPPED_S = 2.0  # a second, and what a machine with other work adds
 
 
 def thing_entry(name="XCIM_Thing", **more):
@@ -279,14 +279,16 @@ class Processes(FaultsTest):
     def test_process_that_refreshes_is_replaced_when_it_ends(self):
         manager, filler = self.things()
         filler.start_filled()
-        for number, name in ((signal.SIGKILL, "signal 9 (Killed)"), (signal.SIGSEGV, "signal 11 (Segmentation fault)")):
-            former = filler.refresher()
+        # With a sanitizer a process has its own way to end by a segmentation fault.
+        crash = signal.SIGABRT if is_sanitized(filler.refresher()) else signal.SIGSEGV
+        for number in (signal.SIGKILL, crash):
+            former, text = filler.refresher(), f"signal {int(number)} ({signal.strsignal(number)})"
             os.kill(former, number)
-            filler.await_line(f"the process that refreshes ended with {name}; it is tried again and again")
+            filler.await_line(f"the process that refreshes ended with {text}; it is tried again and again")
             filler.await_other_refresher(former)
-            manager.modify(THING, {"A": ("string", name)})
+            manager.modify(THING, {"A": ("string", text)})
             filler.refresh()
-            self.assertEqual(filler.table("XCIM_Thing", "A")[0], (name,))
+            self.assertEqual(filler.table("XCIM_Thing", "A")[0], (text,))
 
     def test_class_is_tried_again_whose_refresh_was_killed(self):
         manager, filler = self.scripted(answering(instances("T")))
@@ -301,12 +303,6 @@ class Processes(FaultsTest):
         self.assertEqual(filler.class_status("XCIM_Thing")["failures"], 0)
 
     def test_process_that_hangs_is_replaced(self):
-        _, filler = self.things("--refresh-timeout", "1", *SELDOM)
-        filler.start_filled()
-        former = filler.refresher()
-        os.kill(former, signal.SIGSTOP)
-        # Who reads the mapping anew has another one at once; this one is given an order.
-        filler.stop()
         _, filler = self.things("--refresh-timeout", "1", "--interval", "1")
         filler.start_filled()
         former = filler.refresher()
@@ -354,6 +350,21 @@ class Disk(FaultsTest):
                 self.assertIsNone(reader.stop()["fault"])
             self.assertEqual(filler.rows("pragma integrity_check"), [("ok",)])
             filler.stop()
+
+    def test_file_that_is_removed_is_made_anew(self):
+        _, filler = self.things("--interval", "1")
+        filler.start_filled()
+        with reading_service(filler) as service:
+            uri = f"{BASE}/VexoThing/T.0"
+            self.assertEqual(service.get(uri).status, 200)
+            former = filler.cache_path.stat().st_ino
+            filler.cache_path.unlink()
+            wait_until(lambda: filler.cache_path.exists() and filler.ready() == ["XCIM_Thing"], "the file")
+            self.assertNotEqual(filler.cache_path.stat().st_ino, former)
+            self.assertEqual(self.keys(filler), ["T.0", "T.1", "T.2"])
+            self.assertEqual([line for line in filler.lines() if "rows in" not in line],
+                             [f"cimgate-cached: {filler.cache_path} has been removed or replaced: it is made and filled anew"])
+            self.assertEqual(service.get(uri).status, 200)
 
     def test_status_that_cannot_be_written_is_told_once_and_ends_nothing(self):
         manager, filler = self.things()
@@ -482,6 +493,17 @@ class Compact(FaultsTest):
 
 
 class Surroundings(FaultsTest):
+    def test_progress_on_a_terminal(self):
+        _, filler = self.things()
+        controller, terminal = os.openpty()
+        filler.command = ["sh", "-c", f'exec "$0" "$@" 2>{os.ttyname(terminal)}', *filler.command]
+        filler.start_filled()
+        filler.stop()
+        os.close(terminal)
+        self.assertRegex(os.read(controller, 4096).decode(),
+                         r"\A\r0 of 1 classes, 0 rows, 0\.\d s\r1 of 1 classes, 3 rows, \d\.\d s\r\n\Z")
+        os.close(controller)
+
     def test_service_manager_is_told(self):
         manager, filler = self.things()
         address = str(filler.directory / "notify")

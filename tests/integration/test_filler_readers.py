@@ -24,7 +24,7 @@ from scripted_object_manager import ScriptedObjectManager
 SOURCE_DIR = Path(os.environ["CIMGATE_SOURCE_DIR"])
 KILLS = 50
 # Longer than any read takes that waits for nobody, on a machine with other work; a lock is waited for up to 10 s.
-SLOW_MS = 1000
+SLOW_MS = 2000
 TEXT = {"cim_type": "string"}
 # No refresh comes by itself while a test looks.
 SELDOM = ("--interval", "3600")
