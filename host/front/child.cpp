@@ -36,9 +36,22 @@ void Child::send(std::string frame)
     append({std::move(frame)});
 }
 
-void Child::watch()
+void Child::watch(std::chrono::milliseconds pause)
 {
-    mWatch.expires_after(kQueueWatchPause);
+    mWatchPause = pause;
+    askLater();
+}
+
+void Child::recover()
+{
+    if (mWatchPause.count() > 0 && !mIsClosed) {
+        askLater();
+    }
+}
+
+void Child::askLater()
+{
+    mWatch.expires_after(mWatchPause);
     mWatch.async_wait([self = shared_from_this()](error_code error) {
         if (!error && !self->mIsClosed && !self->mIsEnding) {
             self->askWhetherItLives();
@@ -56,7 +69,7 @@ void Child::askWhetherItLives()
     }
     ++mSilence;
     append({encodePing(), true});
-    watch();
+    askLater();
 }
 
 void Child::append(Frame frame)

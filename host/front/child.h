@@ -6,6 +6,7 @@
 #define HOST_FRONT_CHILD_H_
 
 #include "front/spawner_link.h"
+#include "host_limits.h"
 #include "wire/frame_io.h"
 
 #include <boost/asio/steady_timer.hpp>
@@ -47,7 +48,9 @@ public:
     void send(std::string frame);
     // From now on asks it again and again whether it lives; one that is silent for too long
     // (kMaxQueueSilence, host_limits.h) is ended. Only for one that answers so (frame.h).
-    void watch();
+    void watch(std::chrono::milliseconds pause = kQueueWatchPause);
+    // After a std::bad_alloc has left a handler: asks again.
+    void recover();
     // Whether a frame has not been taken by the child yet.
     bool isSending() const { return !mUnsent.empty(); }
 
@@ -74,6 +77,7 @@ private:
     void awaitFrame();
     void frameRead();
     void append(Frame frame);
+    void askLater();
     void askWhetherItLives();
     void writeNext();
     void frameWritten();
@@ -83,7 +87,8 @@ private:
     boost::asio::local::stream_protocol::socket mSocket;
     boost::asio::steady_timer mDeadline;
     boost::asio::steady_timer mWatch;
-    int mSilence = 0; // pings that it has not answered, in a row
+    std::chrono::milliseconds mWatchPause{0}; // none for one that is not watched
+    int mSilence = 0;                         // pings that it has not answered, in a row
     uint32_t mId;
     pid_t mPid;
     FrameBuffer mFrame;

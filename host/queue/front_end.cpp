@@ -41,6 +41,9 @@ void QueueFrontEnd::start()
 void QueueFrontEnd::recover()
 {
     mSupervisor.recover();
+    if (mProcess != nullptr) {
+        mProcess->recover();
+    }
 }
 
 void QueueFrontEnd::drain(std::function<void()> drained)

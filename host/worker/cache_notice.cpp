@@ -54,7 +54,7 @@ void CacheNotice::note(const std::string& problem)
     Last& last = mShared != nullptr ? *mShared : mOwn;
     const size_t mark = markOf(problem);
     if (last.exchange(mark) != mark) {
-        tell(lineOf(problem));
+        tell(lineOf(problem), problem.empty() ? Severity::Info : Severity::Error);
     }
 }
 

@@ -257,6 +257,27 @@ class Journal(LogTest):
         self.assertEqual(severities, {("3", "2"), ("6", "4"), ("7", "5")})
 
 
+    def test_cache_that_is_back_is_no_error(self):
+        ends = socket.socketpair(socket.AF_UNIX, socket.SOCK_STREAM)
+        reader, writer = (one.detach() for one in ends)
+        self.addCleanup(os.close, writer)
+        journal = Reader(self, reader, writer)
+        about = os.fstat(writer)
+        os.environ["JOURNAL_STREAM"] = f"{about.st_dev}:{about.st_ino}"
+        self.addCleanup(os.environ.pop, "JOURNAL_STREAM")
+        service = LoggingService(writer)
+        kept = service.directory / "kept.db"
+        service.cache_path.rename(kept)
+        with service:
+            self.assertEqual(service.get(GOOD).status, 503)
+            kept.rename(service.cache_path)
+            self.check_good(service)
+        lines = [line for line in journal.text().splitlines() if "the data cache" in line and " GET " not in line]
+        self.assertEqual([line[:3] for line in lines], ["<3>", "<6>"], lines)
+        self.assertTrue(lines[0].startswith(f"<3>cimgated: the data cache {service.cache_path} is not there: "))
+        self.assertEqual(lines[1], f"<6>cimgated: the data cache {service.cache_path} can be read again")
+
+
 class Quiet(LogTest):
     """What is not written, or only once."""
 
