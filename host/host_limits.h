@@ -170,9 +170,18 @@ inline constexpr size_t kMaxLocationBytes = 2048;
 // --check; a mapping of another version must not fill the log at each start.
 inline constexpr size_t kMaxFaultsTold = 20;
 
-// How long the check may hold up the start: a cache on a file system that hangs, or that is a pipe,
-// is not waited for. It takes a fraction of a second of processor time for 500 resources.
-inline constexpr unsigned int kMaxCheckS = 5;
+// Processor time that the check has before the service listens: a small mapping, such as the
+// sample's, takes half of it. The check of a larger one goes on beside the requests, and makes way
+// for them.
+inline constexpr std::chrono::milliseconds kCheckHeadStart{20};
+inline constexpr int kCheckNiceness = 10;
+
+// How long listening waits for that at most: a file system may hang, or a writer have its lock.
+inline constexpr std::chrono::milliseconds kMaxCheckWait{1000};
+
+// How long the check may take altogether. It takes a fraction of a second of processor time for 500
+// resources.
+inline constexpr unsigned int kMaxCheckS = 60;
 
 // ---- Stopping ----
 

@@ -25,6 +25,8 @@ Name nameOf(ProcessKind kind)
     switch (kind) {
     case ProcessKind::Spawner:
         return {"cimgated-spawn", "spawner", "spawner"};
+    case ProcessKind::Check:
+        return {"cimgated-check", "check", ""};
     case ProcessKind::Worker:
         return {"cimgated-worker", "worker", "worker"};
     case ProcessKind::Queue:

@@ -1,12 +1,10 @@
 #include "service.h"
 
-#include "check/at_start.h"
 #include "front/front.h"
 #include "log_filter.h"
 #include "process_name.h"
 #include "spawner/spawner.h"
 #include "tell.h"
-#include "worker/data_cache.h"
 
 #include <ExtendedErrorInfoHandling.h>
 #include <ResourceMapper.h>
@@ -43,20 +41,6 @@ void applyOptions(const Options& options)
     }
 }
 
-// A data cache that is not there yet comes with its writer, which may start later. One that cannot
-// be opened is the operator's to mend; what one lacks costs only those who read it.
-bool canOpenCache(const MappingSummary& mapping, std::string& problem)
-{
-    const std::string& path = SQLInterface::DataCachePath;
-    const std::string cause = mapping.usesCache ? problemOfCacheFile(path) : "";
-    if (cause.empty() || cause == kCacheIsMissing) {
-        return true;
-    }
-    problem = "cannot open the data cache " + path + ": " + cause +
-              "; mend it or name another file with --cache";
-    return false;
-}
-
 } // namespace
 
 int runService(const Options& options, const httpd::Limits& limits)
@@ -74,14 +58,10 @@ int runService(const Options& options, const httpd::Limits& limits)
                             "; name the directory of the message registries with --registries",
                         EXIT_FAILURE);
     }
-    // Beside the spawner's load, and before the front, whose log lines tell less.
-    const pid_t check = check::startCheck(options);
     Spawner spawner;
-    bool isStarted = startSpawner(spawner, problem, options.user);
-    check::awaitCheck(check);
-    isStarted = isStarted && canOpenCache(spawner.mapping, problem);
-    const int status =
-        isStarted ? runFront(options, spawner, limits) : complain(problem, EXIT_FAILURE);
+    const int status = startSpawner(spawner, problem, options.user)
+                           ? runFront(options, spawner, limits)
+                           : complain(problem, EXIT_FAILURE);
     awaitSpawner(spawner);
     tellAllRepeats(); // of its processes too
     return status;

@@ -5,13 +5,16 @@
 #include "log.h"
 #include "log_filter.h"
 #include "process_limits.h"
-#include "process_rights.h"
+#include "process_name.h"
 
-#include <sys/prctl.h>
-#include <sys/wait.h>
+#include <ResourceMapper.h>
+#include <poll.h>
+#include <sys/resource.h>
+#include <sys/time.h>
 #include <unistd.h>
 
 #include <algorithm>
+#include <chrono>
 #include <csignal>
 #include <cstdlib>
 #include <string>
@@ -20,13 +23,9 @@ namespace host::check {
 
 namespace {
 
-// A mapping that cannot be used is told by who cannot use it; a cache that cannot be read by the
-// workers, who tell too when it can be again.
+// A cache that cannot be read is told by the workers, who tell too when it can be again.
 void logFaults(Report report, const std::string& cachePath)
 {
-    if (!report.isMappingUsable) {
-        return;
-    }
     std::erase_if(report.faults, [&](const Fault& fault) { return fault.file == cachePath; });
     const size_t told = std::min(report.faults.size(), kMaxFaultsTold);
     for (size_t i = 0; i < told; ++i) {
@@ -38,47 +37,45 @@ void logFaults(Report report, const std::string& cachePath)
     }
 }
 
-[[noreturn]] void runAtStart(const Options& options)
+// For the signal's handler.
+int longCheck = -1; // NOLINT(cppcoreguidelines-avoid-non-const-global-variables)
+
+void stepBack(int /*signal*/)
 {
-    (void)prctl(PR_SET_NAME, "cimgated-check");
-    limitResources();
-    (void)std::signal(SIGALRM, SIG_DFL);
-    (void)alarm(kMaxCheckS);
-    logFaults(checkFiles(options.rmfPath, options.cachePath, Depth::Tables), options.cachePath);
-    tellAllRepeats();
-    _exit(EXIT_SUCCESS);
+    (void)!write(longCheck, "", 1);
+    (void)setpriority(PRIO_PROCESS, 0, kCheckNiceness);
+}
+
+// In processor time: however busy the machine is, the check of a small mapping is waited for.
+void stepBackLater(int takesLonger)
+{
+    longCheck = takesLonger;
+    (void)std::signal(SIGPROF, stepBack);
+    const itimerval timer{{}, {0, std::chrono::microseconds(kCheckHeadStart).count()}};
+    (void)setitimer(ITIMER_PROF, &timer, nullptr);
 }
 
 } // namespace
 
-pid_t startCheck(const Options& options)
+void runAtStart(int takesLonger)
 {
-    const pid_t parent = getpid();
-    const pid_t check = fork();
-    if (check == 0) {
-        std::string problem;
-        if (!giveUpRights(options.user, problem)) {
-            _exit(EXIT_SUCCESS); // the spawner cannot either, and says so
-        }
-        (void)prctl(PR_SET_PDEATHSIG, SIGKILL);
-        if (getppid() != parent) {
-            _exit(EXIT_FAILURE);
-        }
-        runAtStart(options);
-    }
-    return check;
+    nameProcess(ProcessKind::Check);
+    limitResources();
+    stepBackLater(takesLonger);
+    (void)std::signal(SIGALRM, SIG_DFL);
+    (void)alarm(kMaxCheckS);
+    const std::string& cachePath = SQLInterface::DataCachePath;
+    logFaults(
+        checkMapping(ResourceMapper::RmfObj, ResourceMapper::RmfPath, cachePath, Depth::Tables),
+        cachePath);
+    tellAllRepeats();
+    _exit(EXIT_SUCCESS);
 }
 
-void awaitCheck(pid_t check)
+void awaitCheck(int checked)
 {
-    int status = 0;
-    if (check > 0 && waitpid(check, &status, 0) == check && WIFSIGNALED(status)) {
-        log(Severity::Error,
-            WTERMSIG(status) == SIGALRM
-                ? std::string("mapping and data cache were not checked: it took too long")
-                : "mapping and data cache were not checked: the check ended by signal " +
-                      std::to_string(WTERMSIG(status)));
-    }
+    pollfd wait{checked, POLLIN, 0};
+    (void)poll(&wait, 1, static_cast<int>(kMaxCheckWait.count()));
 }
 
 } // namespace host::check

@@ -2,18 +2,17 @@
 #ifndef HOST_CHECK_AT_START_H_
 #define HOST_CHECK_AT_START_H_
 
-#include "options.h"
-
-#include <sys/types.h>
-
 namespace host::check {
 
-// Forks a process that looks at mapping file and data cache, and logs what is wrong with them, a
-// line each. To be called before there is any thread. Returns its id; -1 where there can be none.
-pid_t startCheck(const Options& options);
+// Runs it in a process that the spawner has just forked: looks at the mapping that is loaded, and
+// at the data cache, and logs what is wrong with them, a line each. Where that takes longer than
+// kCheckHeadStart (host_limits.h) it says so with a byte to this descriptor, and goes on behind
+// those who answer requests.
+[[noreturn]] void runAtStart(int takesLonger);
 
-// Waits until it has told all; at most as long as it gives itself.
-void awaitCheck(pid_t check);
+// Waits until the check is over, which closes the other end of the descriptor, or says that it
+// takes longer; at most for kMaxCheckWait.
+void awaitCheck(int checked);
 
 } // namespace host::check
 

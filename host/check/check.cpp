@@ -68,7 +68,7 @@ void checkText(Inspection& inspection, const MappingText& text, const Json::Valu
     }
 }
 
-void checkMapping(Inspection& inspection)
+void checkRules(Inspection& inspection)
 {
     checkKeys(inspection);
     checkUris(inspection);
@@ -86,6 +86,23 @@ void sort(std::vector<Fault>& faults, const std::string& mappingPath)
         const bool isBInMapping = b.file == mappingPath;
         return isAInMapping != isBInMapping ? isAInMapping : a.position.line < b.position.line;
     });
+}
+
+Report inspect(const MappingText& text, const Json::Value& root, const std::string& mappingPath,
+               const std::string& cachePath, Depth depth)
+{
+    Report report;
+    report.isMappingUsable = true;
+    report.needsCache = needsCache(root);
+    Inspection inspection(mappingPath, text, root);
+    checkText(inspection, text, root);
+    checkRules(inspection);
+    if (report.needsCache) {
+        checkCache(inspection, cachePath, depth);
+    }
+    report.faults = std::move(inspection.faults());
+    sort(report.faults, mappingPath);
+    return report;
 }
 
 } // namespace
@@ -106,17 +123,15 @@ Report checkFiles(const std::string& mappingPath, const std::string& cachePath, 
         report.faults.push_back(unusable(mappingPath, problem->position, problem->text));
         return report;
     }
-    report.isMappingUsable = true;
-    report.needsCache = needsCache(root);
-    Inspection inspection(mappingPath, text, root);
-    checkText(inspection, text, root);
-    checkMapping(inspection);
-    if (report.needsCache) {
-        checkCache(inspection, cachePath, depth);
-    }
-    report.faults = std::move(inspection.faults());
-    sort(report.faults, mappingPath);
-    return report;
+    return inspect(text, root, mappingPath, cachePath, depth);
+}
+
+Report checkMapping(const Json::Value& mapping, const std::string& mappingPath,
+                    const std::string& cachePath, Depth depth)
+{
+    const LibraryIsQuiet quiet;
+    const MappingText text(readFile(mappingPath).value_or(""));
+    return inspect(text, mapping, mappingPath, cachePath, depth);
 }
 
 } // namespace host::check

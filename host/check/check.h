@@ -5,6 +5,8 @@
 #include "check/cache_rules.h"
 #include "check/fault.h"
 
+#include <json/json.h>
+
 #include <string>
 #include <vector>
 
@@ -19,6 +21,10 @@ struct Report
 
 // Files that are damaged do no harm beside that. Drops what the library would log meanwhile.
 Report checkFiles(const std::string& mappingPath, const std::string& cachePath, Depth depth);
+
+// The same of a mapping that was read from the file already.
+Report checkMapping(const Json::Value& mapping, const std::string& mappingPath,
+                    const std::string& cachePath, Depth depth);
 
 } // namespace host::check
 

@@ -1,5 +1,6 @@
 #include "front/front.h"
 
+#include "check/at_start.h"
 #include "error_body.h"
 #include "front/own_names.h"
 #include "front/quarantine.h"
@@ -142,6 +143,7 @@ private:
 
     const Options& mOptions;
     const MappingSummary& mMapping;
+    int mChecked; // see Spawner
     asio::io_context mContext{1};
     asio::signal_set mSignals;
     asio::posix::stream_descriptor mAsked; // a signal asks for the counters
@@ -164,6 +166,7 @@ private:
 Front::Front(const Options& options, const Spawner& spawner, const httpd::Limits& limits)
     : mOptions(options),
       mMapping(spawner.mapping),
+      mChecked(spawner.checked.get()),
       mSignals(mContext, SIGTERM, SIGINT, SIGHUP),
       mAsked(mContext, signalDescriptor(SIGUSR1)),
       mStopTimer(mContext),
@@ -467,6 +470,7 @@ void Front::listen()
     if (mIsStopping) {
         return;
     }
+    check::awaitCheck(mChecked);
     std::string problem;
     if (!mServer.listen(mOptions.address, mOptions.port, problem)) {
         fail("cannot listen on " + httpd::urlOf(mOptions.address, mOptions.port) + ": " + problem +

@@ -1,5 +1,6 @@
 #include "spawner/spawner.h"
 
+#include "check/at_start.h"
 #include "check/mapping_text.h"
 #include "host_limits.h"
 #include "log.h"
@@ -8,9 +9,11 @@
 #include "queue/process.h"
 #include "spawner/summary_file.h"
 #include "wire/control.h"
+#include "worker/data_cache.h"
 #include "worker/worker.h"
 
 #include <ResourceMapper.h>
+#include <fcntl.h>
 #include <poll.h>
 #include <service/errno_text.h>
 #include <sys/prctl.h>
@@ -51,19 +54,31 @@ std::string problemOfMapping()
     }
 }
 
-// What the front is told of it.
-ControlMessage loadMapping(const std::string& problem)
+// A data cache that is not there yet comes with its writer, which may start later. One that cannot
+// be opened is the operator's to mend; what one lacks costs only those who read it.
+std::string problemOfCache()
 {
+    const std::string& path = SQLInterface::DataCachePath;
+    const std::string cause = problemOfCacheFile(path);
+    return cause.empty() || cause == kCacheIsMissing
+               ? ""
+               : "cannot open the data cache " + path + ": " + cause +
+                     "; mend it or name another file with --cache";
+}
+
+// What the front is told of the mapping that is loaded.
+ControlMessage summarize()
+{
+    const MappingSummary summary = summaryOf(ResourceMapper::RmfObj);
     ControlMessage outcome;
-    outcome.text = problem.empty() ? problemOfMapping() : problem;
+    outcome.text = summary.usesCache ? problemOfCache() : "";
     if (outcome.text.empty()) {
-        outcome.descriptor = writeSummary(summaryOf(ResourceMapper::RmfObj));
+        outcome.descriptor = writeSummary(summary);
         if (!outcome.descriptor.isOpen()) {
             outcome.text =
                 "cannot pass on the summary of the mapping file: " + service::errnoText();
         }
     }
-    outcome.kind = outcome.text.empty() ? ControlKind::Loaded : ControlKind::Failed;
     return outcome;
 }
 
@@ -106,22 +121,28 @@ void logEnd(const Child& child, int status)
 class SpawnerProcess
 {
 public:
-    explicit SpawnerProcess(service::FileDescriptor control) : mControl(std::move(control)) {}
+    // checking is the other end of Spawner::checked.
+    SpawnerProcess(service::FileDescriptor control, service::FileDescriptor checking)
+        : mControl(std::move(control)), mChecking(std::move(checking))
+    {}
 
     // problem is why it cannot; "" for none.
     [[noreturn]] void run(const std::string& problem);
 
 private:
+    ControlMessage load(const std::string& problem);
+    void startCheck();
     void serve();
     void childrenEnded();
     void spawn(const ControlMessage& request);
-    pid_t forkChild(const ControlMessage& request, service::FileDescriptor& front,
-                    service::FileDescriptor& child, WorkNote& note);
+    pid_t forkChild();
     void kill(uint32_t id);
     void reap(int options);
     void endChildren();
 
     service::FileDescriptor mControl;
+    service::FileDescriptor mChecking; // until the check has been reaped
+    pid_t mCheck = -1;
     service::FileDescriptor mChildSignals;
     CacheNotice mCacheNotice;            // of all workers
     std::map<uint32_t, Child> mChildren; // not yet reaped, so that their pids are still theirs
@@ -136,13 +157,40 @@ void SpawnerProcess::run(const std::string& problem)
     (void)std::signal(SIGTERM, SIG_IGN);
     (void)std::signal(SIGHUP, SIG_IGN);
     (void)std::signal(SIGPIPE, SIG_IGN);
-    const ControlMessage outcome = loadMapping(problem);
+    const ControlMessage outcome = load(problem);
     if (sendControl(mControl.get(), outcome) && outcome.kind == ControlKind::Loaded) {
         serve();
     }
     endChildren();
     tellAllRepeats();
     std::exit(EXIT_SUCCESS); // NOLINT(concurrency-mt-unsafe): the process has one thread
+}
+
+ControlMessage SpawnerProcess::load(const std::string& problem)
+{
+    ControlMessage outcome;
+    outcome.text = problem.empty() ? problemOfMapping() : problem;
+    if (outcome.text.empty()) {
+        startCheck(); // it shares what was loaded
+        outcome = summarize();
+    }
+    outcome.kind = outcome.text.empty() ? ControlKind::Loaded : ControlKind::Failed;
+    return outcome;
+}
+
+void SpawnerProcess::startCheck()
+{
+    auto note = std::make_unique<WorkNote>();
+    note->write("mapping file and data cache");
+    mCheck = forkChild();
+    if (mCheck == 0) {
+        check::runAtStart(mChecking.get());
+    }
+    if (mCheck > 0) {
+        mChildren[++mLastId] = {mCheck, "check ", std::move(note)};
+    } else {
+        mChecking.reset();
+    }
 }
 
 void SpawnerProcess::serve()
@@ -152,6 +200,7 @@ void SpawnerProcess::serve()
     sigaddset(&childSignal, SIGCHLD);
     (void)pthread_sigmask(SIG_BLOCK, &childSignal, nullptr);
     mChildSignals = service::FileDescriptor(signalfd(-1, &childSignal, SFD_CLOEXEC | SFD_NONBLOCK));
+    reap(WNOHANG); // a check that is over already
     while (true) {
         pollfd waits[] = {{mControl.get(), POLLIN, 0}, {mChildSignals.get(), POLLIN, 0}};
         const int ready = poll(waits, 2, msUntilRepeats());
@@ -191,7 +240,12 @@ void SpawnerProcess::spawn(const ControlMessage& request)
     service::FileDescriptor front(ends[0]);
     service::FileDescriptor child(ends[1]);
     auto note = std::make_unique<WorkNote>();
-    const pid_t pid = havePair ? forkChild(request, front, child, *note) : -1;
+    const pid_t pid = havePair ? forkChild() : -1;
+    if (pid == 0) {
+        front.reset();
+        mChecking.reset();
+        runChild(request, std::move(child), *note, mCacheNotice);
+    }
     ControlMessage answer;
     if (pid < 0) {
         answer.kind = ControlKind::NotForked;
@@ -208,8 +262,8 @@ void SpawnerProcess::spawn(const ControlMessage& request)
     (void)sendControl(mControl.get(), answer); // a front that is gone shows at the next receive
 }
 
-pid_t SpawnerProcess::forkChild(const ControlMessage& request, service::FileDescriptor& front,
-                                service::FileDescriptor& child, WorkNote& note)
+// As fork(); the child has nothing of the others.
+pid_t SpawnerProcess::forkChild()
 {
     const pid_t self = getpid();
     const pid_t pid = fork();
@@ -223,11 +277,10 @@ pid_t SpawnerProcess::forkChild(const ControlMessage& request, service::FileDesc
     sigset_t none;
     sigemptyset(&none);
     (void)pthread_sigmask(SIG_SETMASK, &none, nullptr);
-    front.reset();
     mControl.reset();
     mChildSignals.reset();
-    mChildren.clear(); // with the notes of the others
-    runChild(request, std::move(child), note, mCacheNotice);
+    mChildren.clear(); // with their notes
+    return 0;
 }
 
 void SpawnerProcess::kill(uint32_t id)
@@ -249,6 +302,9 @@ void SpawnerProcess::reap(int options)
         }
         if (status != 0) {
             logEnd(ended->second, status);
+        }
+        if (pid == mCheck) {
+            mChecking.reset();
         }
         mChildren.erase(ended);
     }
@@ -294,12 +350,16 @@ bool learnMapping(Spawner& spawner, std::string& problem)
 bool startSpawner(Spawner& spawner, std::string& problem, const std::optional<User>& user)
 {
     int ends[2] = {-1, -1};
-    if (socketpair(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0, ends) != 0) {
-        problem = "cannot make a socket pair: " + service::errnoText();
+    int checkEnds[2] = {-1, -1};
+    if (socketpair(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0, ends) != 0 ||
+        pipe2(checkEnds, O_CLOEXEC) != 0) {
+        problem = "cannot make a socket pair or a pipe: " + service::errnoText();
         return false;
     }
     service::FileDescriptor front(ends[0]);
     service::FileDescriptor control(ends[1]);
+    service::FileDescriptor checked(checkEnds[0]);
+    service::FileDescriptor checking(checkEnds[1]);
     const pid_t parent = getpid();
     spawner.pid = fork();
     if (spawner.pid < 0) {
@@ -308,16 +368,19 @@ bool startSpawner(Spawner& spawner, std::string& problem, const std::optional<Us
     }
     if (spawner.pid == 0) {
         front.reset();
+        checked.reset();
         (void)giveUpRights(user,
                            problem); // first: a process that becomes another user's is not watched
         (void)prctl(PR_SET_PDEATHSIG, SIGKILL);
         if (getppid() != parent) {
             _exit(EXIT_FAILURE); // the front ended before it could be watched
         }
-        SpawnerProcess(std::move(control)).run(problem);
+        SpawnerProcess(std::move(control), std::move(checking)).run(problem);
     }
     control.reset();
+    checking.reset();
     spawner.control = std::move(front);
+    spawner.checked = std::move(checked);
     return learnMapping(spawner, problem);
 }
 

@@ -19,12 +19,14 @@ struct Spawner
 {
     pid_t pid = 0;
     service::FileDescriptor control; // see control.h
+    service::FileDescriptor checked; // of the check of mapping and cache, see awaitCheck()
     MappingSummary mapping;
 };
 
-// Forks the spawner and waits until it has loaded the mapping file (ResourceMapper::RmfPath).
-// It has no rights but those of the user, or of whoever has started it. Returns false with the
-// cause in problem. Closing control ends the spawner and what it has forked.
+// Forks the spawner and waits until it has loaded the mapping file (ResourceMapper::RmfPath), and
+// seen that the data cache can be opened where it is there. It has no rights but those of the user,
+// or of whoever has started it. Returns false with the cause in problem. Closing control ends the
+// spawner and what it has forked.
 bool startSpawner(Spawner& spawner, std::string& problem, const std::optional<User>& user = {});
 
 // Waits until the spawner, and with it all that it has forked, has ended.

@@ -13,9 +13,9 @@ from pathlib import Path
 
 from action_service import DONE, RUN, ActionService, action_mapping
 from cache_damage import PAGE_BYTES
-from cimgate_host import (BASE, CIMGATED, Service, ServiceTest, collection_entry, member_entry, wait_until,
+from cimgate_host import (BASE, CIMGATED, Service, ServiceTest, children_of, collection_entry, member_entry, wait_until,
                           write_cache)
-from oem_client import BY_ID, OemService, container_entry, embedded_data, embedded_entry
+from oem_client import BY_ID, OemService, container_entry, embedded_data, embedded_entry, name_of
 from program import run_program
 from scripted_object_manager import ScriptedObjectManager, found
 
@@ -23,6 +23,8 @@ OPERATIONS = Path(os.environ["CIMGATE_SOURCE_DIR"], "docs", "operations.md")
 TEXT = {"cim_type": "string"}
 # Of the faults that are found at the start, so many are logged.
 MAX_TOLD = 20
+# Entries of a mapping whose check is not waited for.
+LARGE = 3000
 
 
 def things(*names):
@@ -91,6 +93,22 @@ class Start(ServiceTest):
             told = self.told(service)
             self.assertEqual(len(told), MAX_TOLD + 1)
             self.assertEqual(told[-1], "and 3 more: cimgated --check tells all")
+
+
+    def test_mapping_that_takes_long_to_check(self):
+        mapping, cache = things("VexoThing")
+        mapping |= {f"VexoLost{number:04}": {} for number in range(LARGE)}
+        with Service(mapping, cache) as service:
+            self.assertIn("cimgated-check", map(name_of, children_of(service.spawner())))
+            self.check_value(service, f"{BASE}/VexoThing/T.1")
+            wait_until(lambda: len(self.told(service)) > MAX_TOLD, "the lines of the check")
+            told = self.told(service)
+            self.assertEqual([re.search(r"VexoLost\d+", line)[0] for line in told[:-1]],
+                             [f"VexoLost{number:04}" for number in range(MAX_TOLD)])
+            self.assertEqual(told[-1], f"and {LARGE - MAX_TOLD} more: cimgated --check tells all")
+            wait_until(lambda: "cimgated-check" not in map(name_of, children_of(service.spawner())), "its end")
+            service.stop()
+            self.assertEqual(self.told(service), told)
 
 
 class Check(ServiceTest):
@@ -267,6 +285,27 @@ class DataCache(ServiceTest):
             write_cache(service.cache_path, **cache())
             self.check_all_good(service)
             self.check_told(service, "is not there:", "can be read again")
+
+    def test_association_table_that_is_missing(self):
+        content = cache()
+        del content["associations"]
+        mapping = member_entry("VexoTied", "XCIM_Thing", {"A": {"cim_type": "string"}}, Links=ENCLOSURES)
+        service = ActionService(self.manager.url, cached_and_live() | mapping, "--workers", "3", "--request-timeout", "1",
+                                cache=content)
+        self.addCleanup(service.discard)
+        with service:
+            self.assertIn(", link VexoEnclosureCollection: the data cache's table of the link, "
+                          "Tbl_xcim_enclosureemmdependency, cannot be read: no such table: "
+                          "Tbl_xcim_enclosureemmdependency; each request that shows the link runs until its deadline "
+                          "(504); have the table made, if only empty, or take the link out", service.log())
+            tied = f"{BASE}/VexoTied/T.1"
+            for one in [service.start_get(uri) for uri in (LINKED, tied)]:
+                self.check_failed(one.answer(), 504, ("Base.OperationTimeout", []))
+            self.check_value(service, f"{tied}?$select=A")
+            self.check_value(service, THING)
+            self.check_what_needs_none(service)
+            for uri in (LINKED, tied):
+                self.assertIn(f"GET {uri}: 504: worker ", service.log())
 
     def test_page_of_the_data_cache_that_is_damaged(self):
         service = self.service(cache())

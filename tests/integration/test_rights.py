@@ -4,11 +4,12 @@
 import os
 import pwd
 import shutil
+import sqlite3
 import stat
 import unittest
 from pathlib import Path
 
-from cimgate_host import BASE, CIMGATED, Service, await_ends
+from cimgate_host import BASE, CIMGATED, Service, await_ends, children_of, wait_until
 from oem_client import BY_ID, OemService, container_entry, embedded_data, embedded_entry
 from program import run_program
 
@@ -31,6 +32,17 @@ def status_of(pid):
 
 def oom_score(pid):
     return int(Path(f"/proc/{pid}/oom_score_adj").read_text(encoding="ascii"))
+
+
+def title(pid):
+    try:
+        return Path(f"/proc/{pid}/cmdline").read_bytes().rstrip(b"\0").decode()
+    except (FileNotFoundError, ProcessLookupError):
+        return ""
+
+
+def grandchildren_of(pid):
+    return [grandchild for child in children_of(pid) for grandchild in children_of(child)]
 
 
 def bounding_set_can_be_emptied():
@@ -76,14 +88,25 @@ class Rights(RightsTest):
                 self.assertEqual(oom_score(pid), min(front + 500, 1000))
 
     def test_processes_are_told_apart(self):
-        def title(pid):
-            return Path(f"/proc/{pid}/cmdline").read_bytes().rstrip(b"\0").decode()
-
         with OemService(*sample(), ("--workers", "1")) as service:
             self.assertRegex(title(service.process.pid), r"\Acimgated: front --listen 127\.0\.0\.1:0 ")
             [worker] = service.workers()
             self.assertEqual([title(pid) for pid in (service.spawner(), worker, service.endpoint_process())],
                              ["cimgated: spawner", "cimgated: worker", "cimgated: queue"])
+
+
+    def test_check_at_the_start_has_its_title(self):
+        service = Service(*sample(), ("--workers", "1"))
+        self.addCleanup(service.discard)
+        with sqlite3.connect(service.cache_path, isolation_level=None) as writer:
+            writer.execute("begin exclusive")  # which the check waits for
+            service.launch()
+            wait_until(lambda: "cimgated: check" in map(title, grandchildren_of(service.process.pid)), "the check")
+            writer.execute("commit")
+        writer.close()
+        self.assertIn("listening", service.process.stdout.readline())
+        wait_until(lambda: all(title(pid) == "cimgated: worker" for pid in service.workers()), "its end")
+        service.stop()
 
 
 class OtherUser(RightsTest):
@@ -120,6 +143,15 @@ class OtherUser(RightsTest):
         status, _, log = service.fail()
         self.assertEqual(status, 1)
         self.assertIn("cannot read the mapping file", log)
+        service.discard()
+
+    @unittest.skipUnless(IS_ROOT, "only root can become another user")
+    def test_cache_that_user_may_not_read_is_said(self):
+        service = self.service()
+        service.cache_path.chmod(0o600)
+        status, out, log = service.fail()
+        self.assertEqual((status, out), (1, ""), log)
+        self.assertIn(f"cannot open the data cache {service.cache_path}: Permission denied", log)
         service.discard()
 
     def test_spawner_and_workers_end_with_the_front(self):

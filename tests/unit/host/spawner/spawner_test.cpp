@@ -239,11 +239,33 @@ TEST_F(SpawnerTest, CachesAboveTwoGibibytesAreSeenToBeReplaced)
     expectSeenAsReplaced(worker);
 }
 
+TEST_F(SpawnerTest, CacheThatCannotBeOpenedIsReported)
+{
+    std::filesystem::create_directory(SQLInterface::DataCachePath);
+    EXPECT_FALSE(start(kCached));
+    EXPECT_THAT(mProblem, StartsWith("cannot open the data cache " + SQLInterface::DataCachePath +
+                                     ": it is no regular file; "));
+    host::awaitSpawner(mSpawner);
+    mProblem.clear();
+    EXPECT_TRUE(start(kUncached)) << mProblem;
+}
+
+TEST_F(SpawnerTest, CheckHasToldAllWhenItsDescriptorCloses)
+{
+    const StderrFile errors(mDirectory.File("stderr"));
+    ASSERT_TRUE(start(R"({"VexoThing": {}})")) << mProblem;
+    char byte = 0;
+    EXPECT_TRUE(hasInput(mSpawner.checked.get()));
+    EXPECT_EQ(read(mSpawner.checked.get(), &byte, sizeof byte), 0);
+    EXPECT_EQ(linesWith(errors.text(), "cimgated: " + ResourceMapper::RmfPath + ":1: VexoThing"), 1)
+        << errors.text();
+}
+
 TEST_F(SpawnerTest, CacheThatCannotBeLookedAtFromTheBeginningIsTold)
 {
-    std::filesystem::create_symlink("none.db", SQLInterface::DataCachePath);
     const StderrFile errors(mDirectory.File("stderr"));
     ASSERT_TRUE(start(kCached)) << mProblem;
+    std::filesystem::create_symlink("none.db", SQLInterface::DataCachePath);
     const ControlMessage worker = spawn();
     ASSERT_TRUE(host::isReady(readFrame(worker.descriptor.get())));
     EXPECT_EQ(linesWith(errors.text(), SQLInterface::DataCachePath + " cannot be read: " +
