@@ -62,6 +62,13 @@ std::string secondsText(std::chrono::microseconds duration)
     return text.data();
 }
 
+std::string lineOf(const std::string& client, const std::string& request, unsigned int status,
+                   size_t bytes, std::chrono::microseconds duration, time_t now)
+{
+    return client + " - - [" + clockText(now) + "] \"" + request + "\" " + std::to_string(status) +
+           ' ' + std::to_string(bytes) + ' ' + secondsText(duration) + '\n';
+}
+
 bool hasRoom(int fd)
 {
     pollfd wait{fd, POLLOUT, 0};
@@ -72,9 +79,17 @@ bool hasRoom(int fd)
 
 std::string accessLine(const httpd::Exchange& exchange, time_t now)
 {
-    return exchange.client + " - - [" + clockText(now) + "] \"" + requestLine(exchange) + "\" " +
-           std::to_string(exchange.status) + ' ' + std::to_string(exchange.bodyBytes) + ' ' +
-           secondsText(exchange.duration) + '\n';
+    return lineOf(exchange.client, requestLine(exchange), exchange.status, exchange.bodyBytes,
+                  exchange.duration, now);
+}
+
+// Whoever asks over the message queue has no address.
+std::string accessLine(const QueueExchange& exchange, std::chrono::microseconds duration,
+                       time_t now)
+{
+    const std::string request =
+        exchange.request.empty() ? "-" : shown(exchange.request, kShownTargetBytes);
+    return lineOf("-", request, exchange.status, exchange.bytes, duration, now);
 }
 
 bool AccessLog::open(const std::string& path, std::string& problem)
@@ -105,11 +120,11 @@ bool AccessLog::openFile()
     return true;
 }
 
-void AccessLog::write(const httpd::Exchange& exchange)
+void AccessLog::write(std::string_view line)
 {
     if (mFile.isOpen()) {
         followFile();
-        noteOutcome(put(accessLine(exchange, std::time(nullptr))));
+        noteOutcome(put(line));
     }
 }
 

@@ -396,22 +396,26 @@ void Front::submit(Task task, const std::string& watched)
 
 void Front::handleQueue(const std::string& text, const QueueFrontEnd::Reply& reply)
 {
+    const auto begun = std::chrono::steady_clock::now();
+    const auto finish = [this, begun, reply](const std::string& watched, const std::string& answer,
+                                             const std::string& remark) {
+        mRequestLog.note({watched, statusOfAnswer(answer), answer.size(), begun}, remark);
+        reply(answer);
+    };
     EmbeddedDataRequest request;
     if (const auto fault = readQueueRequest(text, request)) {
-        reply(queueError(*fault));
+        finish("", queueError(*fault), "");
         return;
     }
     const std::string watched = "OEM " + request.container + " " + request.id;
-    if (!mQuarantine.admits(watched, std::chrono::steady_clock::now())) {
-        mRequestLog.noteQueue(watched, kClosedTarget);
-        reply(queueError(QueueFault::Busy));
+    if (!mQuarantine.admits(watched, begun)) {
+        finish(watched, queueError(QueueFault::Busy), kClosedTarget);
         return;
     }
     submit({std::move(request),
-            [this, watched, reply](Outcome outcome, const httpd::Response& answered) {
+            [this, watched, finish](Outcome outcome, const httpd::Response& answered) {
                 noteOutcome(watched, outcome, false);
-                mRequestLog.noteQueue(watched, answered.remark);
-                reply(queueAnswerOf(outcome, answered));
+                finish(watched, queueAnswerOf(outcome, answered), answered.remark);
             },
             false, kQueueClient},
            watched);

@@ -5,6 +5,8 @@
 #include "printable.h"
 
 #include <algorithm>
+#include <chrono>
+#include <ctime>
 #include <new>
 
 namespace host {
@@ -38,6 +40,12 @@ void logFailure(const httpd::Exchange& exchange)
         kindOf(exchange.method) + status + causeOf(exchange.remark));
 }
 
+std::chrono::microseconds sinceThen(std::chrono::steady_clock::time_point begun)
+{
+    using std::chrono::steady_clock;
+    return std::chrono::duration_cast<std::chrono::microseconds>(steady_clock::now() - begun);
+}
+
 } // namespace
 
 void RequestLog::note(const httpd::Exchange& exchange) noexcept
@@ -46,7 +54,9 @@ void RequestLog::note(const httpd::Exchange& exchange) noexcept
     ++mCounters.ofClass.at(exchange.status / 100 % mCounters.ofClass.size());
     mCounters.failed += exchange.remark.empty() ? 0U : 1U;
     try {
-        mAccessLog.write(exchange);
+        if (mAccessLog.isOpen()) {
+            mAccessLog.write(accessLine(exchange, std::time(nullptr)));
+        }
         if (!exchange.remark.empty()) {
             logFailure(exchange);
         }
@@ -54,13 +64,17 @@ void RequestLog::note(const httpd::Exchange& exchange) noexcept
     }
 }
 
-void RequestLog::noteQueue(const std::string& request, const std::string& remark) noexcept
+void RequestLog::note(const QueueExchange& exchange, const std::string& remark) noexcept
 {
     ++mCounters.queueAnswered;
     mCounters.queueFailed += remark.empty() ? 0U : 1U;
     try {
+        if (mAccessLog.isOpen()) {
+            mAccessLog.write(accessLine(exchange, sinceThen(exchange.begun), std::time(nullptr)));
+        }
         if (!remark.empty()) {
-            log(Severity::Error, request + ": " + remark, "OEM ...: " + causeOf(remark));
+            log(Severity::Error, exchange.request.substr(0, kMaxRemarkBytes) + ": " + remark,
+                "OEM ...: " + causeOf(remark));
         }
     } catch (const std::bad_alloc&) { // NOLINT(bugprone-empty-catch): costs a line
     }

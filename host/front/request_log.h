@@ -39,8 +39,8 @@ public:
 
     void note(const httpd::Exchange& exchange) noexcept;
 
-    // A request of the message queue, by the name that it is watched under.
-    void noteQueue(const std::string& request, const std::string& remark) noexcept;
+    // A request of the message queue that is over now.
+    void note(const QueueExchange& exchange, const std::string& remark) noexcept;
 
 private:
     AccessLog mAccessLog;

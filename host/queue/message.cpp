@@ -3,6 +3,7 @@
 #include "worker/strict_json.h"
 
 #include <ResourceMapper.h>
+#include <httpd/status.h>
 
 #include <algorithm>
 #include <iterator>
@@ -18,26 +19,27 @@ struct FaultEntry
 {
     QueueFault fault;
     _ResourceMapperError code;
+    unsigned int status;
     const char* reason;
     const char* message; // behind the subject, where there is one
 };
 
 constexpr FaultEntry kFaults[] = {
-    {QueueFault::MalformedRequest, RM_MALFORMED_JSON, "MalformedRequest",
+    {QueueFault::MalformedRequest, RM_MALFORMED_JSON, httpd::kBadRequest, "MalformedRequest",
      "The request must be one frame with the JSON object {\"container\": \"...\", \"id\": "
      "\"...\"}."},
-    {QueueFault::InvalidId, RM_PROPERTY_VALUE_ERROR, "InvalidId",
+    {QueueFault::InvalidId, RM_PROPERTY_VALUE_ERROR, httpd::kBadRequest, "InvalidId",
      "The id must be 1 to 127 letters, digits and . _ : # - without -- in it."},
-    {QueueFault::UnknownContainer, RM_RESOURCE_NOT_IN_RMF, "UnknownContainer",
+    {QueueFault::UnknownContainer, RM_RESOURCE_NOT_IN_RMF, httpd::kNotFound, "UnknownContainer",
      "is no entry of the mapping file."},
-    {QueueFault::NotCached, RM_DATA_NOT_CACHED, "NotCached",
+    {QueueFault::NotCached, RM_DATA_NOT_CACHED, httpd::kServiceUnavailable, "NotCached",
      "is not ready in the data cache: ask again in 5 seconds."},
-    {QueueFault::Busy, RM_INTERNAL_ERROR, "Busy",
+    {QueueFault::Busy, RM_INTERNAL_ERROR, httpd::kServiceUnavailable, "Busy",
      "The service is busy, or this request has ended workers: ask again in 5 seconds, or in a "
      "minute."},
-    {QueueFault::TooLate, RM_INTERNAL_ERROR, "TooLate",
+    {QueueFault::TooLate, RM_INTERNAL_ERROR, httpd::kGatewayTimeout, "TooLate",
      "The request passed its deadline: ask again."},
-    {QueueFault::WorkerEnded, RM_INTERNAL_ERROR, "WorkerEnded",
+    {QueueFault::WorkerEnded, RM_INTERNAL_ERROR, httpd::kInternalServerError, "WorkerEnded",
      "The worker that had the request ended: the service's log says why."},
 };
 
@@ -110,6 +112,20 @@ std::string queueError(QueueFault fault, const std::string& subject)
     error["code"] = entry.code;
     error["message"] = subject.empty() ? entry.message : subject + " " + entry.message;
     return queueAnswer(answer);
+}
+
+// No text has to be read as JSON for that: of an error "reason" comes last, as queueError() says
+// it.
+unsigned int statusOfAnswer(std::string_view answer)
+{
+    if (!answer.starts_with("{\"error\":")) {
+        return httpd::kOk;
+    }
+    const auto* const found =
+        std::find_if(std::begin(kFaults), std::end(kFaults), [&](const FaultEntry& entry) {
+            return answer.ends_with("\"" + std::string(entry.reason) + "\"}}");
+        });
+    return found == std::end(kFaults) ? httpd::kOk : found->status;
 }
 
 } // namespace host

@@ -35,6 +35,9 @@ std::optional<QueueFault> readQueueRequest(std::string_view text, EmbeddedDataRe
 std::string queueAnswer(const Json::Value& data);
 std::string queueError(QueueFault fault, const std::string& subject = {});
 
+// What HTTP would call such an answer: 200, or a status of errors.
+unsigned int statusOfAnswer(std::string_view answer);
+
 } // namespace host
 
 #endif

@@ -6,6 +6,7 @@ import re
 import unittest
 
 from cimgate_host import BASE, Service, ask, connect_to, member_entry, wait_until
+from oem_client import BY_ID, OemService, container_entry, embedded_entry
 
 GOOD = f"{BASE}/VexoGood/G.1"
 LINE = re.compile(r'(\S+) - - \[(\d\d/[A-Z][a-z]{2}/\d{4}:\d\d:\d\d:\d\d \+0000)\] "(.*)" (\d{3}) (\d+) (\d+\.\d{6})')
@@ -66,6 +67,23 @@ class AccessLog(unittest.TestCase):
             service.get("/" + "x" * 8000)
             [(line, _, _)] = self.lines(1)
             self.assertEqual(line, f"GET /{'x' * 1023} HTTP/1.1")
+
+    def test_each_request_of_the_message_queue_has_a_line(self):
+        mapping = embedded_entry("VexoGood", "XCIM_Good", {"A": {"cim_type": "string"}})
+        mapping |= container_entry("GoodOem", VexoGood=BY_ID)
+        service = OemService(mapping, sample()[1])
+        path = service.directory / "access"
+        service.command += ["--access-log", str(path)]
+        with service:
+            asked = [("GoodOem", "G.1", "OEM GoodOem G.1", 200), ("NoneOem", "G.1", "OEM NoneOem G.1", 404),
+                     ("GoodOem", "'", "-", 400)]
+            for container, instance_id, *_ in asked:
+                service.ask(container, instance_id)
+            lines = wait_until(lambda: len(text := path.read_text(encoding="ascii").splitlines()) == 3 and text, "3 lines")
+        found = [LINE.fullmatch(line) for line in lines]
+        self.assertEqual([(match[1], match[3], int(match[4])) for match in found],
+                         [("-", request, status) for _, _, request, status in asked])
+        self.assertTrue(all(int(match[5]) > 10 and float(match[6]) > 0 for match in found))
 
     def test_file_that_is_renamed_is_made_anew(self):
         with self.service() as service:

@@ -9,6 +9,7 @@ inline constexpr unsigned int kNoContent = 204;
 inline constexpr unsigned int kNotModified = 304;
 inline constexpr unsigned int kBadRequest = 400;
 inline constexpr unsigned int kForbidden = 403;
+inline constexpr unsigned int kNotFound = 404;
 inline constexpr unsigned int kMethodNotAllowed = 405;
 inline constexpr unsigned int kRequestTimeout = 408;
 inline constexpr unsigned int kContentTooLarge = 413;

@@ -292,6 +292,26 @@ TEST(QueueAnswer, ErrorsHaveTheirReasonCodeAndMessage)
               R"(the service's log says why.","reason":"WorkerEnded"}})");
 }
 
+TEST(QueueAnswer, HasAStatusAsHttpWouldHave)
+{
+    const std::pair<QueueFault, unsigned int> kStatuses[] = {
+        {QueueFault::MalformedRequest, 400},
+        {QueueFault::InvalidId, 400},
+        {QueueFault::UnknownContainer, 404},
+        {QueueFault::NotCached, 503},
+        {QueueFault::Busy, 503},
+        {QueueFault::TooLate, 504},
+        {QueueFault::WorkerEnded, 500},
+    };
+    for (const auto& [fault, status] : kStatuses) {
+        EXPECT_EQ(host::statusOfAnswer(host::queueError(fault, "\"TooLate\"}}")), status);
+    }
+    Json::Value data;
+    data["VexoDrive"]["reason"] = "Busy";
+    EXPECT_EQ(host::statusOfAnswer(host::queueAnswer(data)), 200U);
+    EXPECT_EQ(host::statusOfAnswer("{}"), 200U);
+}
+
 TEST(QueueAnswer, IsOneLineHoweverDeepTheData)
 {
     Json::Value data(Json::objectValue);
