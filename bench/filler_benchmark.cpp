@@ -279,7 +279,7 @@ int compare(int repetitions)
         measure(client, [&] { enumerate(beside.manager()); });
         measure(same, [&] { require(filling.run().changed == 0, "nothing changed"); });
         connectTo(changed);
-        filling.manager().disconnect();
+        filling.manager().reconnect();
         measure(few, [&] {
             require(filling.run().changed == kInstances / kChangedEvery, "some rows changed");
         });
@@ -300,7 +300,7 @@ int loop(const std::string& path)
     Filling filling(path);
     for (bool isOther = false;; isOther = !isOther) {
         connectTo(isOther ? other : one);
-        filling.manager().disconnect();
+        filling.manager().reconnect();
         (void)filling.run();
         if (getppid() == 1) {
             return EXIT_SUCCESS;
