@@ -193,6 +193,9 @@ void CacheFile::prepare(const Plan& plan)
     for (const WantedClass& wanted : plan.classes) {
         if (!wanted.columns.empty() && hasTable(wanted.name)) {
             addColumns(wanted);
+            if (hasUntypedNumbers(wanted)) {
+                forgetReady(wanted.name);
+            }
             makeIndexes(wanted);
         }
     }
@@ -221,19 +224,69 @@ bool CacheFile::hasTable(const std::string& cimClass)
     return find.step() && find.integerAt(0) > 0;
 }
 
-void CacheFile::makeTable(const WantedClass& wanted, bool hasIntegerKey)
+bool CacheFile::makeTable(const WantedClass& wanted, bool hasIntegerKey)
 {
-    if (hasTable(wanted.name)) {
-        return;
+    const bool isThere = hasTable(wanted.name);
+    if (isThere && !hasOtherIntegers(wanted, hasIntegerKey)) {
+        return false;
     }
+    std::set<std::string> known;
     std::string columns;
     for (const WantedColumn& column : wanted.columns) {
         const bool isIntegerKey = hasIntegerKey && column.name == wanted.key;
         columns.append(columns.empty() ? "" : ", ").append(quoted(column.name));
         columns.append(isIntegerKey ? " INTEGER" : "");
+        known.insert(lower(column.name));
     }
-    mDatabase.run("CREATE TABLE " + quoted(tableOf(wanted.name)) + " (" + columns + ")");
+    const std::string table = quoted(tableOf(wanted.name));
+    if (isThere) {
+        // Readers that have a former mapping do without rows, not without columns.
+        for (const std::string& name : columnsOf(wanted.name)) {
+            columns += known.contains(lower(name)) ? "" : ", " + quoted(name);
+        }
+        mDatabase.run("DROP TABLE " + table);
+    }
+    mDatabase.run("CREATE TABLE " + table + " (" + columns + ")");
     makeIndexes(wanted);
+    return true;
+}
+
+std::vector<std::string> CacheFile::columnsOf(const std::string& cimClass)
+{
+    Statement names(mDatabase, "SELECT name FROM pragma_table_info(?)");
+    names.bind(0, tableOf(cimClass));
+    std::vector<std::string> columns;
+    while (names.step()) {
+        columns.push_back(names.textAt(0));
+    }
+    return columns;
+}
+
+// A column of integers, the key's under a former mapping, makes integers of texts.
+bool CacheFile::hasOtherIntegers(const WantedClass& wanted, bool hasIntegerKey)
+{
+    Statement find(mDatabase, "SELECT count(*) FROM pragma_table_info(?) WHERE type = 'INTEGER' "
+                              "AND NOT (name = ? COLLATE NOCASE AND ?)");
+    find.bind(0, tableOf(wanted.name));
+    find.bind(1, wanted.key);
+    find.bind(2, static_cast<int64_t>(hasIntegerKey));
+    return find.step() && find.integerAt(0) > 0;
+}
+
+// Numbers, or arrays of them, that an entry has no type for, as a former mapping had: they end
+// readers.
+bool CacheFile::hasUntypedNumbers(const WantedClass& wanted)
+{
+    const auto hasSome = [&](const WantedColumn& column) {
+        const auto& plain = column.reading.plain;
+        const std::string name = quoted(column.name);
+        return std::find(plain.begin(), plain.end(), std::nullopt) != plain.end() &&
+               mDatabase.integerOf("SELECT EXISTS (SELECT 1 FROM " + quoted(tableOf(wanted.name)) +
+                                   " WHERE typeof(" + name + ") = 'integer' OR (typeof(" + name +
+                                   ") = 'blob' AND substr(" + name + ", 1, 4) <> x'01000000'))") !=
+                   0;
+    };
+    return std::any_of(wanted.columns.begin(), wanted.columns.end(), hasSome);
 }
 
 bool CacheFile::hasIntegerKey(const WantedClass& wanted)
@@ -247,32 +300,41 @@ bool CacheFile::hasIntegerKey(const WantedClass& wanted)
 
 void CacheFile::addColumns(const WantedClass& wanted)
 {
-    const std::string table = tableOf(wanted.name);
-    Statement names(mDatabase, "SELECT name FROM pragma_table_info(?)");
-    names.bind(0, table);
+    const std::string table = quoted(tableOf(wanted.name));
     std::set<std::string> known;
-    while (names.step()) {
-        known.insert(lower(names.textAt(0)));
+    for (const std::string& name : columnsOf(wanted.name)) {
+        known.insert(lower(name));
     }
-    bool isComplete = true;
     for (const WantedColumn& column : wanted.columns) {
         if (!known.contains(lower(column.name))) {
-            mDatabase.run("ALTER TABLE " + quoted(table) + " ADD COLUMN " + quoted(column.name));
-            isComplete = false;
+            mDatabase.run("ALTER TABLE " + table + " ADD COLUMN " + quoted(column.name));
+            forgetReady(wanted.name);
         }
     }
-    if (!isComplete) {
-        Statement forget(mDatabase, std::string("DELETE FROM ") + kReadinessTable +
-                                        " WHERE ClassName = ? COLLATE NOCASE");
-        forget.bind(0, wanted.name);
-        forget.run();
+}
+
+// Rows of a mapping with another key may be alike in this one: they come anew.
+void CacheFile::makeKeyIndex(const WantedClass& wanted)
+{
+    const std::string table = tableOf(wanted.name);
+    const std::string name = indexName(table, "key");
+    const std::string what = quoted(table) + " (" + quoted(wanted.key) + ")";
+    try {
+        makeIndex(name, what, true);
+    } catch (const DatabaseError& error) {
+        if (error.code() != SQLITE_CONSTRAINT) {
+            throw;
+        }
+        mDatabase.run("DELETE FROM " + quoted(table));
+        forgetReady(wanted.name);
+        makeIndex(name, what, true);
     }
 }
 
 void CacheFile::makeIndexes(const WantedClass& wanted)
 {
+    makeKeyIndex(wanted);
     const std::string table = tableOf(wanted.name);
-    makeIndex(indexName(table, "key"), quoted(table) + " (" + quoted(wanted.key) + ")", true);
     for (const std::string& key : wanted.moreKeys) {
         makeIndex(indexName(table, key), quoted(table) + " (" + quoted(key) + ")", false);
     }
@@ -351,6 +413,14 @@ void CacheFile::setReady(const std::string& cimClass)
         insert.bind(0, cimClass);
         insert.run();
     }
+}
+
+void CacheFile::forgetReady(const std::string& cimClass)
+{
+    Statement forget(mDatabase, std::string("DELETE FROM ") + kReadinessTable +
+                                    " WHERE ClassName = ? COLLATE NOCASE");
+    forget.bind(0, cimClass);
+    forget.run();
 }
 
 int64_t CacheFile::rowsOf(const std::string& cimClass)

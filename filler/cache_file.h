@@ -28,11 +28,13 @@ public:
     bool isInPlace() const;
 
     // Adds tables, columns and indexes that the plan wants and the file lacks. A class that gets a
-    // column is not ready until it has been refreshed. Nothing is ever taken away.
+    // column, or has cells that the plan's readers must not meet, is not ready until it has been
+    // refreshed. No table and no column is ever taken away.
     void prepare(const Plan& plan);
 
-    // The table of a class, made where it is missing, which a refresh does in its transaction.
-    void makeTable(const WantedClass& wanted, bool hasIntegerKey);
+    // Makes the table of a class, which a refresh does in its transaction, where there is none or
+    // its columns would change what is stored in them. Returns whether it did.
+    bool makeTable(const WantedClass& wanted, bool hasIntegerKey);
     bool hasTable(const std::string& cimClass);
     // Whether texts that are numbers are found in the key column: its cells are integers.
     bool hasIntegerKey(const WantedClass& wanted);
@@ -41,12 +43,17 @@ public:
 
     bool isReady(const std::string& cimClass);
     void setReady(const std::string& cimClass);
+    void forgetReady(const std::string& cimClass);
     int64_t rowsOf(const std::string& cimClass);
 
 private:
     void makeLog();
     void makeAssociationTable(const std::string& association);
+    std::vector<std::string> columnsOf(const std::string& cimClass);
+    bool hasOtherIntegers(const WantedClass& wanted, bool hasIntegerKey);
+    bool hasUntypedNumbers(const WantedClass& wanted);
     void addColumns(const WantedClass& wanted);
+    void makeKeyIndex(const WantedClass& wanted);
     void makeIndexes(const WantedClass& wanted);
     void makeIndex(const std::string& name, const std::string& what, bool isUnique);
     void indexCondition(const std::string& table, const std::string& condition);

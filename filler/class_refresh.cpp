@@ -256,8 +256,7 @@ bool ClassRefresh::wantsIntegerKey(const WantedClass& wanted)
 void ClassRefresh::writeRows(const WantedClass& wanted, Instances& instances, Losses& losses,
                              Outcome& outcome)
 {
-    const bool wasThere = mFile.hasTable(wanted.name);
-    mFile.makeTable(wanted, wantsIntegerKey(wanted));
+    const bool isNew = mFile.makeTable(wanted, wantsIntegerKey(wanted));
     const bool hasIntegerKey = mFile.hasIntegerKey(wanted);
     if (hasIntegerKey != wantsIntegerKey(wanted)) {
         losses.add("key " + wanted.key,
@@ -276,7 +275,7 @@ void ClassRefresh::writeRows(const WantedClass& wanted, Instances& instances, Lo
     noteMissing(wanted, maker.known(), losses);
     outcome.rows = table.rows();
     outcome.changed += table.changed();
-    if (!wasThere) {
+    if (isNew) {
         mFile.indexConditions(mPlan);
     }
 }

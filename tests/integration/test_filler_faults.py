@@ -414,6 +414,54 @@ class Mapping(FaultsTest):
         self.assertEqual(filler.table("XCIM_Thing", "rowid"), numbers)
         self.assertEqual(filler.ready(), ["XCIM_Thing"])
 
+    def check_never_ends_a_reader(self, before, after, uri, expected):
+        """A mapping that reads the cells that are there otherwise, while the object manager is away, and when it is back."""
+        things = Class("XCIM_Thing", {"InstanceID": "string", "Number": "uint32", "List": "uint32[]"})
+        elements = things.elements([{"InstanceID": f"T.{i}", "Number": i, "List": [i, i]} for i in range(3)])
+        manager = self.enterContext(ObjectManager({"repository.xml": declaration(elements)}, address=own_address()))
+        filler = self.filler(before, manager.url, *SELDOM)
+        filler.fill()
+        manager.kill()
+        filler.write_mapping(after)
+        filler.start()
+        filler.await_line("cannot be reached")
+        with reading_service(filler) as service:
+            self.assertEqual(service.get(uri).status, 503)
+            manager.start()
+            filler.refresh()
+            answer = service.get(uri)
+            self.assertEqual((answer.status, {name: answer.json().get(name) for name in expected}), (200, expected))
+            self.assertNotIn("ended by signal", service.log())
+
+    def test_types_that_change_end_no_reader(self):
+        def entry(kind):
+            return member_entry("VexoThing", "XCIM_Thing", {"Number": {"cim_type": kind}, "List": {"cim_type": kind}})
+
+        expected = {"Number": "1", "List": ["1", "1"]}
+        self.check_never_ends_a_reader(entry("uint32"), entry("string"), f"{BASE}/VexoThing/T.1", expected)
+
+    def test_integer_key_that_is_not_mapped_any_more_ends_no_reader(self):
+        number = {"cim_type": "uint32"}
+        before = member_entry("VexoThing", "XCIM_Thing", {"Number": number}, key="Number")
+        after = member_entry("VexoThing", "XCIM_Thing", {"InstanceID": TEXT}, key="Number")
+        self.check_never_ends_a_reader(before, after, f"{BASE}/VexoThing/1", {"InstanceID": "T.1"})
+
+    def test_former_integer_key_that_is_shown_as_a_text_ends_no_reader(self):
+        before = member_entry("VexoThing", "XCIM_Thing", {"Number": {"cim_type": "uint32"}}, key="Number")
+        after = member_entry("VexoThing", "XCIM_Thing", {"Number": TEXT})
+        self.check_never_ends_a_reader(before, after, f"{BASE}/VexoThing/T.1", {"Number": "1"})
+
+    def test_key_becomes_a_property_that_many_have_alike(self):
+        manager, filler = self.things()
+        filler.start_filled()
+        entry = member_entry("VexoThing", "XCIM_Thing", {"InstanceID": TEXT}, key="A")
+        filler.refresh(entry)
+        self.assertEqual(filler.table("XCIM_Thing", "A"), [("a",)])
+        filler.await_line("another one has the same key (a and 1 more)")
+        filler.refresh(thing_entry())
+        self.assertEqual(self.keys(filler), ["T.0", "T.1", "T.2"])
+        manager.stop()
+
     def test_broken_mapping_changes_nothing(self):
         manager, filler = self.things()
         filler.start_filled()
