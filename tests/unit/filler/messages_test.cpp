@@ -52,7 +52,7 @@ TEST(FillerMessages, WhatIsNoneIsRefused)
         EXPECT_FALSE(filler::decodeReport(text)) << text;
         EXPECT_FALSE(filler::decodeGreeting(text)) << text;
     }
-    EXPECT_FALSE(filler::decodeReport(R"({"result": 3})"));
+    EXPECT_FALSE(filler::decodeReport(R"({"result": 4})"));
     EXPECT_FALSE(filler::decodeReport(R"({"result": -1})"));
 }
 
