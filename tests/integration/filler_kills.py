@@ -14,9 +14,9 @@ import sys
 import threading
 import time
 
-from cache_reader import CacheReader
-from cimgate_host import BASE, Service, collection_entry, member_entry
-from filler import Filler
+from cache_reader import USER, CacheReader
+from cimgate_host import BASE, collection_entry, member_entry
+from filler import Filler, reading_service
 from scripted_object_manager import ScriptedObjectManager, cim_error, http, response
 
 ASSOCIATION = "xcim_enclosureemmdependency"
@@ -149,9 +149,8 @@ class Kills:
             self._stack.callback(self._filler.discard)
             self._readers = [self._stack.enter_context(CacheReader(self._filler.cache_path, READ_CLASSES, is_lasting, pause))
                              for is_lasting, pause in ((True, 0.002), (False, 0.002), (True, 0.05))]
-            service = Service(mapping(), options=["--user", "nobody", "--workers", "1"])
+            service = reading_service(self._filler, "--user", USER, "--workers", "1")
             service.directory.chmod(0o755)
-            service.command[service.command.index("--cache") + 1] = str(self._filler.cache_path)
             self._client = Client(self._stack.enter_context(service))
             self._stack.callback(self._client.stop)
             self._stack = self._stack.pop_all()

@@ -1,5 +1,5 @@
 #!/usr/bin/python3
-"""What cimgate-cached does when something fails around it: object manager, disk, its own processes, the mapping, who starts it."""
+"""What cimgate-cached does when something fails around it: object manager, disk, its own processes, mapping, who starts it."""
 
 import contextlib
 import os
@@ -9,13 +9,12 @@ import sqlite3
 import subprocess
 import time
 import unittest
-from pathlib import Path
 from unittest import mock
 
 from cache_reader import USER, CacheReader
 from cim_object_manager import Class, InstancePath, ObjectManager, class_element, declaration
-from cimgate_host import BASE, NO_OBJECT_MANAGER, Service, member_entry, wait_until
-from filler import UP_TO_DATE, Filler
+from cimgate_host import BASE, NO_OBJECT_MANAGER, member_entry, wait_until
+from filler import UP_TO_DATE, Filler, reading_service
 from filler_kills import READ_CLASSES, Generations, mapping
 from footprint import is_sanitized
 from own_address import own_address
@@ -173,10 +172,11 @@ class ObjectManagerFaults(FaultsTest):
         filler.start_filled()
         before = filler.class_status("XCIM_Thing")["refreshed"]
         whole = good.partition(b"\r\n\r\n")[2].decode()
-        wrong = {"garbage": b"\x00\xff\x00 garbage\r\n\r\n", "no XML": http("garbage"), "half of it": http(whole[:len(whole) // 2]),
-                 "nothing": http(""),
+        wrong = {"garbage": b"\x00\xff\x00 garbage\r\n\r\n", "no XML": http("garbage"), "nothing": http(""),
+                 "half of it": http(whole[:len(whole) // 2]),
                  "HTML": http("<html></html>", content_type="text/html"), "an HTTP error": http("", status="500 Internal"),
-                 "nobody let in": http("", status="401 Unauthorized"), "a CIM error": cim_error(2, "denied", "EnumerateInstances"),
+                 "nobody let in": http("", status="401 Unauthorized"),
+                 "a CIM error": cim_error(2, "denied", "EnumerateInstances"),
                  "no instances": http(response("EnumerateInstances", "<IRETURNVALUE><VALUE>7</VALUE></IRETURNVALUE>")),
                  "a wrong number": http(whole.replace('TYPE="string"', 'TYPE="uint8"')),
                  "bytes that are no UTF-8": http("").replace(b"Length: 0", b"Length: 4") + b"\xff<a>"}
@@ -484,13 +484,6 @@ class Mapping(FaultsTest):
         self.assertEqual((self.keys(filler), filler.ready()), (["T.0", "T.1", "T.2"], ["XCIM_Thing"]))
 
 
-def reading_service(filler, *options):
-    service = Service(None, options=options)
-    service.command[service.command.index("--rmf") + 1] = str(filler.mapping_path)
-    service.command[service.command.index("--cache") + 1] = str(filler.cache_path)
-    return service
-
-
 class Compact(FaultsTest):
     def filled_with_more(self):
         """A filler whose file has a table, a column and links that its mapping does not want any more."""
@@ -580,9 +573,8 @@ class Surroundings(FaultsTest):
             while True:
                 os.write(log, b"x" * 4096)
         os.set_blocking(log, True)
-        with mock.patch.object(subprocess, "STDOUT", log):
-            filler.command = ["sh", "-c", f'exec "$0" "$@" 2>/proc/{os.getpid()}/fd/{log}', *filler.command]
-            filler.start_filled()
+        filler.command = ["sh", "-c", f'exec "$0" "$@" 2>/proc/{os.getpid()}/fd/{log}', *filler.command]
+        filler.start_filled()
         manager.modify(THING, {"A": ("string", "b")})
         filler.refresh()
         self.assertEqual(filler.table("XCIM_Thing", "A")[0], ("b",))

@@ -5,11 +5,13 @@ import contextlib
 import os
 import sqlite3
 import unittest
+from xml.sax.saxutils import escape
 
 from cim_object_manager import Class, InstancePath, ObjectManager, class_element, declaration, instance_element
-from cimgate_host import BASE, NO_OBJECT_MANAGER, STRING_ARRAY, Service, array_cell, collection_entry, member_entry
-from filler import CIMGATE_CACHED, Filler
+from cimgate_host import BASE, NO_OBJECT_MANAGER, collection_entry, member_entry
+from filler import CIMGATE_CACHED, Filler, reading_service
 from program import run_program
+from scripted_object_manager import ScriptedObjectManager, cim_error, http, response
 
 TEXT = {"cim_type": "string"}
 ASSOCIATION = "xcim_enclosureemmdependency"
@@ -37,11 +39,6 @@ def thing_entry(properties, **more):
     return member_entry("VexoThing", "XCIM_Thing", properties, **more)
 
 
-def class_named(status, name):
-    [found] = [one for one in status["classes"] if one["name"] == name]
-    return found
-
-
 class FillerTest(unittest.TestCase):
     maxDiff = None
 
@@ -55,10 +52,7 @@ class FillerTest(unittest.TestCase):
 
     def service(self, filler, url=NO_OBJECT_MANAGER):
         """One that reads what a filler has filled."""
-        service = Service(None, options=["--cim", url])
-        service.command[service.command.index("--rmf") + 1] = str(filler.mapping_path)
-        service.command[service.command.index("--cache") + 1] = str(filler.cache_path)
-        return self.enterContext(service)
+        return self.enterContext(reading_service(filler, "--cim", url))
 
     def shown(self, service, uri):
         answer = service.get(uri)
@@ -353,7 +347,7 @@ class Values(FillerTest):
         why = "the mapping's \"cim_type\" does not fit: shown as a text (T)"
         self.assertEqual(losses, [f"property {name}: {why}" for name in sorted(set(said) - {"Word"})])
 
-    def test_references_and_embedded_objects_are_not_stored(self):
+    def test_references_are_not_stored(self):
         things = class_element("XCIM_Thing", {"InstanceID": "string", "Ref": "ref:XCIM_Thing"}, ("InstanceID",))
         other = InstancePath("XCIM_Thing", InstanceID="T")
         manager = self.manager(things, instance_element("XCIM_Thing", {"InstanceID": ("string", "T"),
@@ -362,6 +356,27 @@ class Values(FillerTest):
         loss = "property Ref: char16, references and embedded objects are not stored: shown as null (T)"
         self.assertEqual(filler.fill(), [f"cimgate-cached: XCIM_Thing (entry VexoThing): {loss}"])
         self.assertEqual(self.shown(self.service(filler), f"{BASE}/VexoThing/T"), {"Ref": None})
+
+    def test_embedded_objects_are_not_stored(self):
+        embedded = '<INSTANCE CLASSNAME="XCIM_Inner"/>'
+
+        def answer(request):
+            if "CIMMethod: EnumerateInstances\r\n" not in request:
+                return cim_error(7, "not supported", "GetClass")
+            inner = ('<PROPERTY NAME="InstanceID" TYPE="string"><VALUE>T</VALUE></PROPERTY>'
+                     f'<PROPERTY NAME="One" TYPE="string" EmbeddedObject="instance"><VALUE>{escape(embedded)}</VALUE></PROPERTY>'
+                     '<PROPERTY.ARRAY NAME="Many" TYPE="string" EmbeddedObject="instance"><VALUE.ARRAY>'
+                     f'<VALUE>{escape(embedded)}</VALUE></VALUE.ARRAY></PROPERTY.ARRAY>')
+            path = '<INSTANCENAME CLASSNAME="XCIM_Thing"><KEYBINDING NAME="InstanceID"><KEYVALUE>T</KEYVALUE></KEYBINDING>'
+            return http(response("EnumerateInstances", f"<IRETURNVALUE><VALUE.NAMEDINSTANCE>{path}</INSTANCENAME>"
+                                 f'<INSTANCE CLASSNAME="XCIM_Thing">{inner}</INSTANCE></VALUE.NAMEDINSTANCE></IRETURNVALUE>'))
+
+        with ScriptedObjectManager(answer) as manager:
+            filler = self.filler(thing_entry({"One": TEXT, "Many": TEXT}), manager.url)
+            lost = "char16, references and embedded objects are not stored: shown as null (T)"
+            self.assertEqual(filler.fill(), [f"cimgate-cached: XCIM_Thing (entry VexoThing): property {name}: {lost}"
+                                             for name in ("Many", "One")])
+            self.assertEqual(self.shown(self.service(filler), f"{BASE}/VexoThing/T"), {"One": None, "Many": None})
 
     def test_a_loss_of_many_instances_is_one_line_that_names_the_first(self):
         filler, lines = self.filled(thing_class(Real="real64"),
@@ -475,9 +490,9 @@ class Refusals(FillerTest):
             self.assertIn(hint, lines[0])
 
     def test_wrong_options(self):
-        for options, hint in ((["--interval", "0"], "--interval"), (["--interval", "x"], "--interval"), (["--refresh-timeout", "0"], "--refresh-timeout"),
-                              (["--compact"], "--once"), (["--cim", "ftp://a"], "--cim"), (["--log-level", "5"], "--log-level"),
-                              (["--unknown"], "--unknown"), (["file"], "file")):
+        wrong = [["--interval", "0"], ["--interval", "x"], ["--refresh-timeout", "0"], ["--cim", "ftp://a"], ["--log-level", "5"],
+                 ["--unknown"], ["file"]]
+        for options, hint in [*((one, one[0]) for one in wrong), (["--compact"], "--once")]:
             with self.subTest(options=options):
                 done = run_program(CIMGATE_CACHED, "--cache", "/nowhere/cache.db", *options)
                 self.assertEqual((done.returncode, done.stdout), (2, ""))

@@ -15,8 +15,8 @@ from pathlib import Path
 
 from cache_reader import USER, CacheReader
 from cim_object_manager import Class, InstancePath, ObjectManager, declaration
-from cimgate_host import BASE, NO_OBJECT_MANAGER, Service, member_entry, wait_until
-from filler import Filler
+from cimgate_host import BASE, NO_OBJECT_MANAGER, member_entry, wait_until
+from filler import Filler, reading_service
 from filler_kills import READ_CLASSES, Generations, Kills, mapping
 from oem_client import OemService
 from scripted_object_manager import ScriptedObjectManager
@@ -35,12 +35,10 @@ def setUpModule():  # pylint: disable=invalid-name
         raise AssertionError("readers of another user cannot be tried: run the tests as root")
 
 
-def reading_service(filler, *options, kind=Service, user=USER):
-    """A service of that user on a filler's mapping and file."""
-    service = kind(None, options=[*(["--user", user] if user else []), *options])
+def others_service(filler, *options):
+    """A service of the other user, who may read a filler's files."""
+    service = reading_service(filler, "--user", USER, *options)
     service.directory.chmod(0o755)
-    service.command[service.command.index("--rmf") + 1] = str(filler.mapping_path)
-    service.command[service.command.index("--cache") + 1] = str(filler.cache_path)
     return service
 
 
@@ -75,7 +73,7 @@ class OtherUser(ReadersTest):
     def test_a_service_that_was_there_before_the_file_answers_as_soon_as_a_class_is_ready(self):
         manager, filler = self.things()
         uri = f"{BASE}/VexoThing/T.7"
-        with reading_service(filler) as service:
+        with others_service(filler) as service:
             front, spawner = service.process.pid, service.spawner()
             answer = service.get(uri)
             self.assertEqual((answer.status, answer.get("Retry-After")), (503, "5"))
@@ -128,7 +126,7 @@ class OtherUser(ReadersTest):
     def test_index_of_the_log_that_is_half_written_is_waited_for(self):
         filler = self.generations(*SELDOM)
         filler.start_filled()
-        with reading_service(filler) as service:
+        with others_service(filler) as service:
             uri = f"{BASE}/VexoSmall/XCIM_Small.0"
             before = service.get(uri).json()["Generation"]
             # As a writer leaves it that is killed at it: the two copies of its header differ.
@@ -144,7 +142,7 @@ class OtherUser(ReadersTest):
     def test_index_of_the_log_that_stays_half_written_is_503(self):
         filler = self.generations(*SELDOM)
         filler.start_filled()
-        with reading_service(filler) as service:
+        with others_service(filler) as service:
             uri = f"{BASE}/VexoSmall/XCIM_Small.0"
             self.assertEqual(service.get(uri).status, 200)
             with Path(f"{filler.cache_path}-shm").open("r+b") as index:
@@ -240,7 +238,7 @@ class Sample(ReadersTest):
     def logged_queries(self, filler, wanted):
         """What the library logs of those that it made for an instance of each class and for each container; long ones are
         cut."""
-        with reading_service(filler, "--log-level", "4", kind=OemService, user=None) as service:
+        with reading_service(filler, "--log-level", "4", kind=OemService) as service:
             for entry in wanted.values():
                 members = service.get(entry["@odata.id"] + "?$top=1").json().get("Members", []) \
                     if entry.get("is_collection") else []
@@ -272,7 +270,7 @@ class Large(ReadersTest):
                          + [f"cimgate-cached: {names[0]}: {many} rows, {many} written"])
         self.assertEqual(filler.ready(), names)
         self.assertEqual(sum(one["rows"] for one in filler.status()["classes"]), 10000)
-        service = self.enterContext(reading_service(filler, "--cim", NO_OBJECT_MANAGER))
+        service = self.enterContext(others_service(filler, "--cim", NO_OBJECT_MANAGER))
         for name, key in ((names[0], many - 1), (names[7], 3)):
             answer = service.get(f"{BASE}/{name.replace('XCIM_', 'Vexo')}/{name}.{key}")
             self.assertEqual((answer.status, answer.json()["B"]), (200, key))
