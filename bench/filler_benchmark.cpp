@@ -104,6 +104,7 @@ private:
 std::vector<std::string> names()
 {
     std::vector<std::string> all;
+    all.reserve(bench::kInstanceProperties);
     for (int p = 0; p < bench::kInstanceProperties; ++p) {
         all.push_back(bench::propertyName(p));
     }
