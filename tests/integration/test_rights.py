@@ -148,11 +148,11 @@ class OtherUser(RightsTest):
     @unittest.skipUnless(IS_ROOT, "only root can become another user")
     def test_cache_that_user_may_not_read_is_said(self):
         service = self.service()
+        self.addCleanup(service.discard)
         service.cache_path.chmod(0o600)
         status, out, log = service.fail()
         self.assertEqual((status, out), (1, ""), log)
         self.assertIn(f"cannot open the data cache {service.cache_path}: Permission denied", log)
-        service.discard()
 
     def test_spawner_and_workers_end_with_the_front(self):
         service = self.service() if IS_ROOT else OemService(*sample())
