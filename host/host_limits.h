@@ -41,6 +41,20 @@ inline constexpr size_t kMaxClientMemoryBytes = size_t{1024} * 1024 * 1024;
 // Pause before the front tries again to go on for which it has no memory at all.
 inline constexpr std::chrono::milliseconds kMemoryRetry{10};
 
+// ---- Kept answers ----
+
+// What they may take (--kept-answers): some hundred pages, or some thousand instances.
+inline constexpr size_t kKeptAnswersBytes = size_t{8} * 1024 * 1024;
+inline constexpr size_t kMaxKeptAnswersBytes = size_t{1024} * 1024 * 1024;
+
+// No answer takes more than this part of them.
+inline constexpr size_t kLargestKeptPart = 16;
+
+// Of how many targets is known when they were asked for last, and within what time a second request
+// has the answer kept: clients that poll come back within minutes.
+inline constexpr size_t kRememberedTargets = 4096;
+inline constexpr std::chrono::minutes kAskedAgainWindow{10};
+
 // ---- Workers ----
 
 // Worker processes (--workers). The default is at least two, so that one request that takes long

@@ -121,6 +121,10 @@ cli::Command commandLine(Options& options)
                  "what clients can make it hold: requests, and answers that they do not take",
                  cli::number(options.clientMemoryBytes, kMinClientMemoryBytes,
                              kMaxClientMemoryBytes)},
+                {"--kept-answers", "BYTES",
+                 "answers from the data cache that are given again while it is unchanged; 0 for "
+                 "none",
+                 cli::number(options.keptAnswersBytes, 0, kMaxKeptAnswersBytes)},
                 {"--request-timeout", "SECONDS", "what a request may take, 1 to 3600",
                  cli::number(options.requestTimeoutS, 1, kMaxRequestTimeoutS)},
                 {"--check", "",

@@ -2,6 +2,7 @@
 #ifndef HOST_OPTIONS_H_
 #define HOST_OPTIONS_H_
 
+#include "host_limits.h"
 #include "process_rights.h"
 
 #include <cli/command_line.h>
@@ -31,6 +32,7 @@ struct Options
     bool isCheck = false;           // look at mapping file and data cache, and serve nothing
     std::vector<std::string> hosts; // names that it goes by, beside its addresses
     size_t clientMemoryBytes = 32UL * 1024UL * 1024; // what clients can make the front hold
+    size_t keptAnswersBytes = kKeptAnswersBytes;     // 0: no answer is kept
 };
 
 // What cimgated takes. Gives the options their defaults; reading the command line changes them.

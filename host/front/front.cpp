@@ -2,6 +2,8 @@
 
 #include "check/at_start.h"
 #include "error_body.h"
+#include "front/cache_state.h"
+#include "front/kept_answers.h"
 #include "front/own_names.h"
 #include "front/quarantine.h"
 #include "front/refusals.h"
@@ -111,6 +113,14 @@ int signalDescriptor(int number)
     return signalfd(-1, &signals, SFD_CLOEXEC | SFD_NONBLOCK);
 }
 
+// What an answer may be kept by; no state where it may not.
+struct Keeping
+{
+    std::string key;
+    std::optional<uint64_t> state; // of the data cache, before a worker begins
+    bool isWanted = false;         // it has been asked for before
+};
+
 class Front
 {
 public:
@@ -123,7 +133,10 @@ private:
     void handleQueue(const std::string& text, const QueueFrontEnd::Reply& reply);
     std::optional<httpd::Response> refusal(const httpd::Request& request) const;
     std::optional<httpd::Response> answerWithoutWorker(const httpd::Request& request,
+                                                       const Keeping& keeping,
                                                        const std::string& watched);
+    Keeping keepingOf(const httpd::Request& request);
+    void keep(const Keeping& keeping, const httpd::Response& response);
     bool mayNeedCim(const httpd::Request& request) const;
     void noteOutcome(const std::string& watched, Outcome outcome, bool isAction);
     void submit(Task task, const std::string& watched);
@@ -152,6 +165,8 @@ private:
     RequestLog mRequestLog;
     OwnNames mOwnNames;
     Quarantine mQuarantine;
+    CacheState mCacheState;
+    KeptAnswers mKeptAnswers;
     SpawnerLink mSpawner;
     WorkerPool mPool;
     httpd::Server mServer;
@@ -172,6 +187,8 @@ Front::Front(const Options& options, const Spawner& spawner, const httpd::Limits
       mStopTimer(mContext),
       mRepeatsTimer(mContext),
       mOwnNames(options.hosts),
+      mCacheState(options.cachePath),
+      mKeptAnswers(options.keptAnswersBytes),
       mSpawner(mContext, spawner.control.get(), [this](const std::string& cause) { fail(cause); }),
       mPool(mContext, mSpawner, options.workers, std::chrono::seconds(options.requestTimeoutS),
             {[this] { workersReady(); }, [this] { fail("a worker ended before it was ready"); },
@@ -321,6 +338,7 @@ void Front::tellCounters()
 {
     const RequestCounters& requests = mRequestLog.counters();
     const WorkerPool::Figures workers = mPool.figures();
+    const KeptAnswers::Figures& kept = mKeptAnswers.figures();
     std::ostringstream text;
     text << "counters: " << requests.answered << " requests answered";
     for (size_t digit = 2; digit < requests.ofClass.size(); ++digit) {
@@ -331,7 +349,9 @@ void Front::tellCounters()
          << " for the data cache, " << workers.waitingForCim << " for CIM; workers "
          << workers.living << ", busy " << workers.busy << ", started " << workers.forked
          << ", ended " << workers.forked - workers.living << "; connections "
-         << mServer.connections() << ", clients' memory " << mServer.memory().held() << " of "
+         << mServer.connections() << "; kept answers " << kept.answers << " of " << kept.bytes
+         << " bytes, given " << kept.hits << ", not there " << kept.misses << ", dropped "
+         << kept.dropped << "; clients' memory " << mServer.memory().held() << " of "
          << mServer.memory().limit() << " bytes";
     tell(text.str(), Severity::Info);
 }
@@ -358,16 +378,18 @@ void Front::stopWhenDrained()
 void Front::handle(httpd::Request request, const httpd::Reply& reply)
 {
     const std::string watched = watchedName(request);
-    if (std::optional<httpd::Response> response = answerWithoutWorker(request, watched)) {
+    const Keeping keeping = keepingOf(request);
+    if (std::optional<httpd::Response> response = answerWithoutWorker(request, keeping, watched)) {
         addCommonHeaders(*response);
         reply(std::move(*response));
         return;
     }
     const bool isAction = isPost(request);
     // The share of the clients' memory is held as long as the request is.
-    auto done = [this, watched, isAction, reply,
+    auto done = [this, watched, isAction, reply, keeping,
                  memory = request.memory](Outcome outcome, httpd::Response answered) {
         noteOutcome(watched, outcome, isAction);
+        keep(keeping, answered);
         httpd::Response final = answerTo(outcome, std::move(answered));
         addCommonHeaders(final);
         reply(std::move(final));
@@ -427,10 +449,38 @@ std::optional<httpd::Response> Front::refusal(const httpd::Request& request) con
     return response ? response : refusalOf(request);
 }
 
+// Only what is read from the data cache has a state to be kept by.
+Keeping Front::keepingOf(const httpd::Request& request)
+{
+    Keeping keeping;
+    if (mKeptAnswers.isOn() && !isPost(request) &&
+        mMapping.kindOf(request.target) == UriKind::CachedRead) {
+        keeping.state = mCacheState.current();
+        keeping.key = keptKeyOf(request.target);
+        keeping.isWanted = mKeptAnswers.isAskedAgain(keeping.key, std::chrono::steady_clock::now());
+    }
+    return keeping;
+}
+
+// The state before the worker began is the one now: what it has read is of this state.
+void Front::keep(const Keeping& keeping, const httpd::Response& response)
+{
+    if (keeping.isWanted && keeping.state && response.mayBeKept && response.status == httpd::kOk &&
+        mCacheState.current() == keeping.state) {
+        mKeptAnswers.keep(keeping.key, *keeping.state, response);
+    }
+}
+
 std::optional<httpd::Response> Front::answerWithoutWorker(const httpd::Request& request,
+                                                          const Keeping& keeping,
                                                           const std::string& watched)
 {
     std::optional<httpd::Response> response = refusal(request);
+    if (!response && keeping.state) {
+        if (const httpd::Response* kept = mKeptAnswers.find(keeping.key, *keeping.state)) {
+            return *kept;
+        }
+    }
     if (!response && !mQuarantine.admits(watched, std::chrono::steady_clock::now())) {
         response = temporarilyUnavailable(kQuarantineRetryAfterS);
         response->remark = kClosedTarget;
@@ -475,6 +525,7 @@ void Front::listen()
         return;
     }
     check::awaitCheck(mChecked);
+    (void)mCacheState.current(); // its files are open before clients come, whoever they are
     std::string problem;
     if (!mServer.listen(mOptions.address, mOptions.port, problem)) {
         fail("cannot listen on " + httpd::urlOf(mOptions.address, mOptions.port) + ": " + problem +

@@ -116,6 +116,7 @@ std::string encodeResponse(const httpd::Response& response)
     }
     putText(payload, response.body);
     putText(payload, response.remark);
+    putNumber(payload, response.mayBeKept ? 1 : 0);
     return framed(payload);
 }
 
@@ -161,8 +162,11 @@ bool decodeResponse(std::string_view payload, httpd::Response& response)
             return false;
         }
     }
-    return reader.text(response.body) && reader.text(response.remark) && reader.atEnd() &&
-           response.remark.size() <= kMaxRemarkBytes &&
+    uint32_t mayBeKept = 0;
+    const bool isWhole = reader.text(response.body) && reader.text(response.remark) &&
+                         reader.number(mayBeKept) && reader.atEnd() && mayBeKept <= 1;
+    response.mayBeKept = mayBeKept == 1;
+    return isWhole && response.remark.size() <= kMaxRemarkBytes &&
            (response.body.empty() || httpd::hasContent(status));
 }
 

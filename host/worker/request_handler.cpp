@@ -79,7 +79,10 @@ httpd::Response readFromCache(ResourceMapper& mapper, const odata::Scope& scope,
         currentRequest().fail(faultText(mapping::tableOf(mapper.mCimClass), *fault));
         return temporarilyUnavailable(kRetryAfterS);
     }
-    return answer(mapper, scope, rc, body);
+    httpd::Response response = answer(mapper, scope, rc, body);
+    // All of it was read in one transaction: it holds until the cache is another.
+    response.mayBeKept = rc == RM_OK && !fault;
+    return response;
 }
 
 // The library reports one and the same failure where the object manager is away and where it is

@@ -13,7 +13,7 @@ MAKES_WAY = "makes way for another one: it has come near the limit of its memory
 
 class WorkerMemory(ServiceTest):
     def test_worker_near_its_limit_is_replaced_between_two_requests(self):
-        with thing_service("--workers", "1") as service:
+        with thing_service("--workers", "1", "--kept-answers", "0") as service:
             self.check_value(service, A, "first", "Value")
             [worker] = service.workers()
             used = address_space(worker)

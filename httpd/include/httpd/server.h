@@ -69,7 +69,8 @@ struct Response
     unsigned int status = kOk;
     std::vector<Header> headers;
     std::string body;
-    std::string remark{}; // why it is no better one: for the observer, clients do not see it
+    std::string remark{};   // why it is no better one: for the observer, clients do not see it
+    bool mayBeKept = false; // for who gives answers again: the server does not look at it
 };
 
 // A request and what became of it, for whoever keeps a log.

@@ -162,9 +162,9 @@ TEST(WorkerMessage, LengthsBeyondThePayloadAreRefused)
     for (const uint32_t lie : {5U, 0x7fffffffU, 0x80000000U, UINT32_MAX}) {
         host::WorkerRequest request;
         EXPECT_FALSE(host::decodeRequest(number(0) + number(lie) + "body", request)) << lie;
-        EXPECT_FALSE(decodes(number(200) + number(0) + number(lie) + "body")) << lie;
+        EXPECT_FALSE(decodes(number(200) + number(0) + number(lie) + "body" + number(0))) << lie;
         EXPECT_FALSE(decodes(number(200) + number(1) + number(lie) + "A" + field("v") + field("") +
-                             field("")))
+                             field("") + number(0)))
             << lie;
     }
 }
@@ -175,20 +175,22 @@ TEST(WorkerMessage, HeaderCountIsLimited)
     for (uint32_t i = 0; i < host::kMaxAnswerHeaders; ++i) {
         headers += field("N") + field("v");
     }
-    EXPECT_TRUE(
-        decodes(number(200) + number(host::kMaxAnswerHeaders) + headers + field("") + field("")));
+    EXPECT_TRUE(decodes(number(200) + number(host::kMaxAnswerHeaders) + headers + field("") +
+                        field("") + number(0)));
     EXPECT_FALSE(decodes(number(200) + number(host::kMaxAnswerHeaders + 1) + headers + field("N") +
-                         field("v") + field("") + field("")));
-    EXPECT_FALSE(decodes(number(200) + number(UINT32_MAX) + field("") + field("")));
+                         field("v") + field("") + field("") + number(0)));
+    EXPECT_FALSE(decodes(number(200) + number(UINT32_MAX) + field("") + field("") + number(0)));
 }
 
 TEST(WorkerMessage, StatusMustBeOneOfAnAnswer)
 {
     for (const uint32_t status : {200U, 404U, 599U}) {
-        EXPECT_TRUE(decodes(number(status) + number(0) + field("") + field(""))) << status;
+        EXPECT_TRUE(decodes(number(status) + number(0) + field("") + field("") + number(0)))
+            << status;
     }
     for (const uint32_t status : {0U, 100U, 199U, 600U, 1000U, UINT32_MAX}) {
-        EXPECT_FALSE(decodes(number(status) + number(0) + field("") + field(""))) << status;
+        EXPECT_FALSE(decodes(number(status) + number(0) + field("") + field("") + number(0)))
+            << status;
     }
 }
 
@@ -196,7 +198,7 @@ TEST(WorkerMessage, HeaderTextsMustFitIntoAHeader)
 {
     const auto decodesHeader = [](const std::string& name, const std::string& value) {
         return decodes(number(200) + number(1) + field(name) + field(value) + field("") +
-                       field(""));
+                       field("") + number(0));
     };
     const std::string longest(host::kMaxHeaderTextBytes, 'x');
     EXPECT_TRUE(decodesHeader("Link", longest));
@@ -226,15 +228,30 @@ TEST(WorkerMessage, HeadersOfTheMessageItselfAreRefused)
 TEST(WorkerMessage, RemarkIsLimited)
 {
     const std::string longest(host::kMaxRemarkBytes, 'x');
-    EXPECT_TRUE(decodes(number(200) + number(0) + field("") + field(longest)));
-    EXPECT_FALSE(decodes(number(200) + number(0) + field("") + field(longest + "x")));
+    EXPECT_TRUE(decodes(number(200) + number(0) + field("") + field(longest) + number(0)));
+    EXPECT_FALSE(decodes(number(200) + number(0) + field("") + field(longest + "x") + number(0)));
+}
+
+TEST(WorkerMessage, WhetherItMayBeKeptIsZeroOrOne)
+{
+    const std::string response = number(200) + number(0) + field("") + field("");
+    for (const uint32_t mayBeKept : {0U, 1U}) {
+        httpd::Response decoded;
+        ASSERT_TRUE(host::decodeResponse(response + number(mayBeKept), decoded));
+        EXPECT_EQ(decoded.mayBeKept, mayBeKept == 1);
+    }
+    EXPECT_FALSE(decodes(response));
+    EXPECT_FALSE(decodes(response + number(2)));
+    EXPECT_FALSE(decodes(response + number(UINT32_MAX)));
 }
 
 TEST(WorkerMessage, BodyWhereHttpHasNoneIsRefused)
 {
     for (const uint32_t status : {204U, 304U}) {
-        EXPECT_TRUE(decodes(number(status) + number(0) + field("") + field(""))) << status;
-        EXPECT_FALSE(decodes(number(status) + number(0) + field("x") + field(""))) << status;
+        EXPECT_TRUE(decodes(number(status) + number(0) + field("") + field("") + number(0)))
+            << status;
+        EXPECT_FALSE(decodes(number(status) + number(0) + field("x") + field("") + number(0)))
+            << status;
     }
 }
 

@@ -1,0 +1,213 @@
+#include "TempDirectory.h"
+#include "front/cache_state.h"
+
+#include <fcntl.h>
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <fstream>
+
+namespace {
+
+using host::CacheState;
+
+// A writer of the cache, on a connection of its own.
+class CacheStateWriter
+{
+public:
+    explicit CacheStateWriter(const std::string& path)
+    {
+        EXPECT_EQ(sqlite3_open(path.c_str(), &mHandle), SQLITE_OK);
+        sqlite3_busy_timeout(mHandle, 10000);
+    }
+    ~CacheStateWriter() { sqlite3_close(mHandle); }
+    CacheStateWriter(const CacheStateWriter&) = delete;
+    CacheStateWriter& operator=(const CacheStateWriter&) = delete;
+
+    void run(const std::string& sql)
+    {
+        EXPECT_EQ(sqlite3_exec(mHandle, sql.c_str(), nullptr, nullptr, nullptr), SQLITE_OK)
+            << sql << ": " << sqlite3_errmsg(mHandle);
+    }
+    void commit() { run("INSERT INTO T VALUES (1)"); }
+
+private:
+    sqlite3* mHandle = nullptr;
+};
+
+class CacheStates : public testing::TestWithParam<const char*>
+{
+protected:
+    std::string path() const { return mDirectory.File("cache.db"); }
+    void make(const std::string& path) const
+    {
+        CacheStateWriter writer(path);
+        writer.run(std::string("PRAGMA journal_mode = ") + GetParam());
+        writer.run("CREATE TABLE T (a)");
+    }
+    bool hasLog() const { return GetParam() == std::string("WAL"); }
+
+    support::TempDirectory mDirectory;
+};
+
+TEST_P(CacheStates, IsTheSameUntilAWriterCommits)
+{
+    make(path());
+    CacheStateWriter writer(path());
+    writer.commit();
+    CacheState state(path());
+    const auto first = state.current();
+    ASSERT_TRUE(first);
+    for (int i = 0; i < 3; ++i) {
+        EXPECT_EQ(state.current(), first);
+    }
+    std::optional<uint64_t> last = first;
+    for (int i = 0; i < 5; ++i) {
+        writer.commit();
+        const auto now = state.current();
+        ASSERT_TRUE(now);
+        EXPECT_NE(now, last);
+        EXPECT_EQ(state.current(), now);
+        last = now;
+    }
+}
+
+TEST_P(CacheStates, WhatIsNotCommittedIsNoOtherState)
+{
+    make(path());
+    CacheStateWriter writer(path());
+    writer.commit();
+    CacheState state(path());
+    const auto before = state.current();
+    ASSERT_TRUE(before);
+    writer.run("BEGIN IMMEDIATE; INSERT INTO T VALUES (2)");
+    EXPECT_EQ(state.current(), before);
+    writer.run("ROLLBACK");
+    EXPECT_EQ(state.current(), before);
+}
+
+TEST_P(CacheStates, FileThatTakesThePlaceIsAnotherStateAndMayComeBack)
+{
+    make(path());
+    make(mDirectory.File("other.db"));
+    CacheStateWriter writer(path());
+    CacheStateWriter other(mDirectory.File("other.db"));
+    writer.commit();
+    other.commit();
+    CacheState state(path());
+    const auto first = state.current();
+    ASSERT_TRUE(first);
+    for (const char* const suffix : {"-wal", "-shm", ""}) {
+        const std::string name = path() + suffix;
+        const std::string otherName = mDirectory.File("other.db") + suffix;
+        if (std::filesystem::exists(otherName)) {
+            std::filesystem::rename(name, mDirectory.File("former.db") + suffix);
+            std::filesystem::rename(otherName, name);
+        }
+    }
+    const auto second = state.current();
+    ASSERT_TRUE(second);
+    EXPECT_NE(second, first);
+    std::filesystem::remove(path());
+    EXPECT_EQ(state.current(), std::nullopt);
+}
+
+TEST_P(CacheStates, WriterThatHasTheFileForItselfLeavesNoState)
+{
+    make(path());
+    CacheState state(path());
+    {
+        CacheStateWriter writer(path());
+        writer.commit();
+        ASSERT_TRUE(state.current());
+    }
+    CacheStateWriter writer(path());
+    writer.run(
+        "PRAGMA locking_mode = EXCLUSIVE; BEGIN EXCLUSIVE; INSERT INTO T VALUES (3); COMMIT");
+    EXPECT_EQ(state.current(), std::nullopt);
+}
+
+TEST_P(CacheStates, AnotherJournalIsAnotherState)
+{
+    make(path());
+    CacheStateWriter writer(path());
+    writer.commit();
+    CacheState state(path());
+    const auto first = state.current();
+    ASSERT_TRUE(first);
+    writer.run(std::string("PRAGMA journal_mode = ") + (hasLog() ? "DELETE" : "WAL"));
+    writer.commit();
+    const auto second = state.current();
+    ASSERT_TRUE(second);
+    EXPECT_NE(second, first);
+}
+
+TEST_P(CacheStates, NoFileAPipeAndNoDatabaseHaveNone)
+{
+    CacheState state(path());
+    EXPECT_EQ(state.current(), std::nullopt);
+    ASSERT_EQ(mkfifo(path().c_str(), 0600), 0);
+    EXPECT_EQ(state.current(), std::nullopt);
+    std::filesystem::remove(path());
+    std::ofstream(path()) << std::string(4096, 'x');
+    EXPECT_EQ(state.current(), std::nullopt);
+    std::filesystem::resize_file(path(), 0);
+    EXPECT_EQ(state.current(), std::nullopt);
+}
+
+INSTANTIATE_TEST_SUITE_P(Journals, CacheStates,
+                         testing::Values("DELETE", "TRUNCATE", "PERSIST", "WAL"),
+                         [](const auto& test) { return std::string(test.param); });
+
+// ---- The index of a log that is not as it should be ----
+
+class CacheStateByLog : public testing::Test
+{
+protected:
+    CacheStateByLog() : mPath(mDirectory.File("cache.db")), mWriter(mPath), mState(mPath)
+    {
+        mWriter.run("PRAGMA journal_mode = WAL; CREATE TABLE T (a)");
+        mWriter.commit();
+        EXPECT_TRUE(mState.current());
+    }
+
+    void overwrite(off_t offset, char byte) const
+    {
+        const service::FileDescriptor file(open((mPath + "-shm").c_str(), O_WRONLY | O_CLOEXEC));
+        EXPECT_EQ(pwrite(file.get(), &byte, 1, offset), 1);
+    }
+
+    support::TempDirectory mDirectory;
+    std::string mPath;
+    CacheStateWriter mWriter;
+    CacheState mState;
+};
+
+TEST_F(CacheStateByLog, CopiesThatDifferTellNothing)
+{
+    overwrite(16, 'x');
+    EXPECT_EQ(mState.current(), std::nullopt);
+}
+
+TEST_F(CacheStateByLog, IndexOfAnotherVersionOrThatIsNotMadeTellsNothing)
+{
+    for (const off_t offset : {0, 12}) {
+        overwrite(offset, 0);
+        overwrite(48 + offset, 0);
+        EXPECT_EQ(mState.current(), std::nullopt) << offset;
+    }
+}
+
+TEST_F(CacheStateByLog, IndexThatIsCutOffOrGoneTellsNothingAndEndsNothing)
+{
+    std::filesystem::copy_file(mPath, mDirectory.File("copy.db"));
+    std::ofstream(mDirectory.File("copy.db-shm")) << std::string(95, 'x');
+    CacheState copy(mDirectory.File("copy.db"));
+    EXPECT_EQ(copy.current(), std::nullopt);
+    std::filesystem::resize_file(mDirectory.File("copy.db-shm"), 0);
+    EXPECT_EQ(copy.current(), std::nullopt);
+    std::filesystem::remove(mDirectory.File("copy.db-shm"));
+    EXPECT_EQ(copy.current(), std::nullopt);
+}
+
+} // namespace
