@@ -239,6 +239,13 @@ def children_of(pid):
         return []
 
 
+def name_of(pid):
+    try:
+        return Path(f"/proc/{pid}/comm").read_text(encoding="ascii").strip()
+    except (FileNotFoundError, ProcessLookupError):
+        return ""
+
+
 def cpu_ticks(pid):
     """Processor time in clock ticks; 0 for a process that is not there."""
     try:
@@ -315,7 +322,8 @@ class Service(Program):
         return pid
 
     def workers(self):
-        return sorted(children_of(self.spawner()))
+        """Without the check at the start, which may go on for a while."""
+        return sorted(pid for pid in children_of(self.spawner()) if name_of(pid) != "cimgated-check")
 
     def pids(self):
         return [self.process.pid, self.spawner(), *self.workers()]

@@ -2,11 +2,10 @@
 
 import json
 import socket
-from pathlib import Path
 
 import zmq
 
-from cimgate_host import BASE, Service, ServiceTest, children_of, member_entry, wait_until
+from cimgate_host import BASE, Service, ServiceTest, children_of, member_entry, name_of, wait_until
 from program import PATIENCE_S
 
 # Every reason of an error, with its code.
@@ -182,13 +181,6 @@ def shake_hands(raw):
 
 # ---- The service
 
-def name_of(pid):
-    try:
-        return Path(f"/proc/{pid}/comm").read_text(encoding="ascii").strip()
-    except (FileNotFoundError, ProcessLookupError):
-        return ""
-
-
 class OemService(Service):
     """Its endpoint's socket is in its directory."""
 
@@ -216,7 +208,7 @@ class OemService(Service):
             return client.ask_raw(*frames)
 
     def workers(self):
-        return sorted(pid for pid in children_of(self.spawner()) if name_of(pid) != "cimgated-oem")
+        return [pid for pid in super().workers() if name_of(pid) != "cimgated-oem"]
 
     def endpoint_processes(self):
         return [pid for pid in children_of(self.spawner()) if name_of(pid) == "cimgated-oem"]

@@ -13,9 +13,9 @@ from pathlib import Path
 
 from action_service import DONE, RUN, ActionService, action_mapping
 from cache_damage import PAGE_BYTES
-from cimgate_host import (BASE, CIMGATED, Service, ServiceTest, children_of, collection_entry, member_entry, wait_until,
-                          write_cache)
-from oem_client import BY_ID, OemService, container_entry, embedded_data, embedded_entry, name_of
+from cimgate_host import (BASE, CIMGATED, Service, ServiceTest, children_of, collection_entry, member_entry, name_of,
+                          wait_until, write_cache)
+from oem_client import BY_ID, OemService, container_entry, embedded_data, embedded_entry
 from program import run_program
 from scripted_object_manager import ScriptedObjectManager, found
 
