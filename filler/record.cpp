@@ -83,13 +83,20 @@ void Record::begin(const Plan& plan, TimePoint now)
     setState(now);
 }
 
-void Record::note(const Greeting& greeting)
+void Record::note(const Greeting& greeting, TimePoint now)
 {
     for (size_t i = 0; i < mStatus.classes.size() && i < greeting.classes.size(); ++i) {
         mStatus.classes[i].rows = greeting.classes[i].rows;
         mStatus.classes[i].isReady = greeting.classes[i].isReady;
     }
-    mIsNew = true;
+    mHindrance.clear();
+    setState(now);
+}
+
+void Record::hindered(const std::string& problem, TimePoint now)
+{
+    mHindrance = problem;
+    setState(now);
 }
 
 void Record::refreshed(size_t index, const Report& report, TimePoint now)
@@ -187,7 +194,9 @@ void Record::setState(TimePoint now)
     const auto failing = std::count_if(mStatus.classes.begin(), mStatus.classes.end(),
                                        [](const ClassStatus& one) { return one.failures > 0; });
     std::string state = "up to date";
-    if (!mUnreachable.empty()) {
+    if (!mHindrance.empty()) {
+        state = mHindrance;
+    } else if (!mUnreachable.empty()) {
         state = "the CIM object manager cannot be reached: " + mUnreachable;
     } else if (!isLoaded()) {
         state = "loading, " + std::to_string(tried()) + " of " + std::to_string(mIsTried.size()) +

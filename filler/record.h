@@ -24,7 +24,9 @@ public:
 
     // Begins anew with these classes; what is known of those that were there before stays.
     void begin(const Plan& plan, TimePoint now);
-    void note(const Greeting& greeting);
+    void note(const Greeting& greeting, TimePoint now);
+    // There is nobody who refreshes, until note().
+    void hindered(const std::string& problem, TimePoint now);
     // From now on who reads the file finds what it needs, if not all classes yet.
     void ready() const { mServiceManager.tellReady(); }
 
@@ -59,6 +61,7 @@ private:
     std::vector<bool> mIsLoaded;       // since begin()
     TimePoint mBegan;
     TimePoint mWrittenAt;
+    std::string mHindrance;   // why nobody refreshes; "" while somebody does
     std::string mUnreachable; // why; "" while it can be reached
     std::string mWriteProblem;
     bool mIsNew = true;

@@ -138,8 +138,11 @@ void Supervisor::giveUpChild(const std::string& problem, TimePoint now)
     mChild.end();
     if (!mHasBegun) {
         mStartProblem = problem;
-    } else if (problem != mLastProblem) {
-        logError(problem + "; it is tried again and again");
+    } else {
+        mRecord.hindered(problem, now);
+        if (problem != mLastProblem) {
+            logError(problem + "; it is tried again and again");
+        }
     }
     mLastProblem = problem;
     mRestartAt = now + kRestartPause;
@@ -170,7 +173,7 @@ void Supervisor::takeGreeting(const std::string& text)
     }
     mChild.noteGreeting();
     begin();
-    mRecord.note(*greeting);
+    mRecord.note(*greeting, Clock::now());
     for (size_t i = 0; i < greeting->classes.size() && i < mPlan.classes.size(); ++i) {
         if (greeting->classes[i].hasTable) {
             mSchedule.setRows(i, greeting->classes[i].rows);

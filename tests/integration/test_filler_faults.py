@@ -9,6 +9,7 @@ import sqlite3
 import subprocess
 import time
 import unittest
+from pathlib import Path
 from unittest import mock
 
 from cache_reader import USER, CacheReader
@@ -365,6 +366,22 @@ class Disk(FaultsTest):
             self.assertEqual([line for line in filler.lines() if "rows in" not in line],
                              [f"cimgate-cached: {filler.cache_path} has been removed or replaced: it is made and filled anew"])
             self.assertEqual(service.get(uri).status, 200)
+
+    def test_file_of_another_program_in_its_place_is_left_alone_and_told(self):
+        _, filler = self.things("--interval", "1")
+        filler.start_filled()
+        with contextlib.closing(sqlite3.connect(filler.directory / "theirs")) as connection:
+            connection.execute("create table theirs (a)")
+        theirs = (filler.directory / "theirs").read_bytes()
+        (filler.directory / "theirs").rename(filler.cache_path)
+        for suffix in ("-wal", "-shm"):
+            Path(f"{filler.cache_path}{suffix}").unlink()
+        filler.await_line("another program has made it")
+        wait_until(lambda: "another program has made it" in filler.status()["state"], "the state")
+        self.assertEqual(filler.cache_path.read_bytes(), theirs)
+        filler.cache_path.unlink()
+        filler.await_state(UP_TO_DATE)
+        self.assertEqual(self.keys(filler), ["T.0", "T.1", "T.2"])
 
     def test_status_that_cannot_be_written_is_told_once_and_ends_nothing(self):
         manager, filler = self.things()
