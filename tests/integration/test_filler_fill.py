@@ -472,6 +472,33 @@ class Links(FillerTest):
         service = self.service(filler, manager.url)
         self.assertEqual(list(self.linked(service, "VexoEnclosure/E.1")), ["VexoEnclosureEMMCollection"])
 
+    def test_end_of_a_subclass_has_the_key_that_resources_go_by(self):
+        big = class_element("XCIM_BigModule", {}, superclass="XCIM_EnclosureEMM")
+        module = self.module("M.1")
+        link = {"Dependent": ("ref:XCIM_EnclosureEMM", InstancePath("XCIM_BigModule", **module)),
+                "Antecedent": ("ref:XCIM_Enclosure", InstancePath("XCIM_Enclosure", **self.enclosure("E.1")))}
+        manager = self.manager(*self.elements([], ["E.1"], []), big,
+                               instance_element("XCIM_BigModule", {name: ("string", text) for name, text in module.items()}),
+                               instance_element("XCIM_EnclosureEMMDependency", link))
+        filler = self.filler(self.mapping(), manager.url)
+        self.assertEqual(filler.fill(), [])
+        self.assertEqual(filler.table(ASSOCIATION, "__LeftClass", "__LeftClassKey", "__RightClassKey"),
+                         [("XCIM_BigModule", "M.1", "E.1")])
+        self.assertEqual(list(self.linked(self.service(filler), "VexoEnclosureEMM/M.1")), ["VexoEnclosureCollection"])
+
+    def test_link_without_a_key_is_left_out_and_told(self):
+        keyless = InstancePath("XCIM_Enclosure", Other="E.1")
+        link = {"Dependent": ("ref:XCIM_EnclosureEMM", InstancePath("XCIM_EnclosureEMM", **self.module("M.1"))),
+                "Antecedent": ("ref:XCIM_Enclosure", keyless)}
+        manager = self.manager(*self.elements(["M.1", "M.2"], ["E.1"], [("M.2", "E.1")]),
+                               instance_element("XCIM_EnclosureEMMDependency", link))
+        filler = self.filler(self.mapping(), manager.url)
+        lines = filler.fill()
+        self.assertEqual(filler.table(ASSOCIATION, "__LeftClassKey", "__RightClassKey"), [("M.2", "E.1")])
+        loss = f"a link of {ASSOCIATION} is left out: its Antecedent has no key by which resources go"
+        self.assertEqual(sorted(lines), [f"cimgate-cached: XCIM_Enclosure (entry VexoEnclosure): {loss}",
+                                         f"cimgate-cached: XCIM_EnclosureEMM (entry VexoEnclosureEMM): {loss}"])
+
     def test_association_that_the_object_manager_lacks_has_an_empty_table(self):
         manager = self.manager(*self.MODULES.elements([self.module("M.1")]), *self.ENCLOSURES.elements([]))
         filler = self.filler(self.mapping(), manager.url)
