@@ -101,6 +101,7 @@ class Client:
     def __init__(self, service):
         self._service = service
         self._is_stopped = threading.Event()
+        self._last = 0
         self.answers = 0
         self.slowest_s = 0.0
         self.fault = None
@@ -125,8 +126,9 @@ class Client:
             return
         members = answer.json().get("Members", [])
         generations = {member["Generation"] for member in members}
-        if (answer.status, len(members), len(generations)) != (200, CLASSES[0][1], 1):
-            raise AssertionError(f"{answer.status}, {len(members)} members of generations {generations}")
+        if (answer.status, len(members), len(generations)) != (200, CLASSES[0][1], 1) or min(generations) < self._last:
+            raise AssertionError(f"{answer.status}, {len(members)} members of generations {generations} after {self._last}")
+        self._last = generations.pop()
         self.answers += 1
         self.slowest_s = max(self.slowest_s, time.monotonic() - begin)
 
