@@ -5,6 +5,7 @@
 #include "host_limits.h"
 #include "log.h"
 #include "log_filter.h"
+#include "network_mount.h"
 #include "process_name.h"
 #include "queue/process.h"
 #include "spawner/summary_file.h"
@@ -59,6 +60,11 @@ std::string problemOfMapping()
 std::string problemOfCache()
 {
     const std::string& path = SQLInterface::DataCachePath;
+    const std::string network = networkFileSystemOf(path);
+    if (!network.empty()) {
+        return "the data cache " + path + " lies on a network file system (" + network +
+               "), for which the service might wait for ever; name a local file with --cache";
+    }
     const std::string cause = problemOfCacheFile(path);
     return cause.empty() || cause == kCacheIsMissing
                ? ""
