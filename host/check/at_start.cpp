@@ -9,11 +9,11 @@
 
 #include <ResourceMapper.h>
 #include <poll.h>
-#include <sys/resource.h>
 #include <sys/time.h>
 #include <unistd.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <chrono>
 #include <csignal>
 #include <cstdlib>
@@ -42,8 +42,10 @@ int longCheck = -1; // NOLINT(cppcoreguidelines-avoid-non-const-global-variables
 
 void stepBack(int /*signal*/)
 {
+    const int interrupted = errno;
     (void)!write(longCheck, "", 1);
-    (void)setpriority(PRIO_PROCESS, 0, kCheckNiceness);
+    (void)nice(kCheckNiceness);
+    errno = interrupted;
 }
 
 // In processor time: however busy the machine is, the check of a small mapping is waited for.
