@@ -100,13 +100,28 @@ Declaration ObjectManager::declarationOf(const std::string& cimClass)
 Instances ObjectManager::instancesOf(const std::string& cimClass,
                                      const std::vector<std::string>& properties)
 {
-    CMCIClient* const cim = client();
+    if (!mTakesLists || properties.empty()) {
+        return enumerate(cimClass, nullptr);
+    }
     std::vector<char*> names = namesFor(properties);
+    try {
+        return enumerate(cimClass, names.data());
+    } catch (const CimError&) {
+        // It may be the list that it fails on.
+        Instances instances = enumerate(cimClass, nullptr);
+        mTakesLists = false;
+        return instances;
+    }
+}
+
+// names: null for all properties.
+Instances ObjectManager::enumerate(const std::string& cimClass, char** names)
+{
+    CMCIClient* const cim = client();
     CimStatus status;
     // What a subclass adds is shown of a single instance that is read live, too.
-    CimHandle<CMPIEnumeration> enumeration(
-        cim->ft->enumInstances(cim, pathOf(cimClass).get(), CMPI_FLAG_DeepInheritance,
-                               properties.empty() ? nullptr : names.data(), status.out()));
+    CimHandle<CMPIEnumeration> enumeration(cim->ft->enumInstances(
+        cim, pathOf(cimClass).get(), CMPI_FLAG_DeepInheritance, names, status.out()));
     if (status.failed() || enumeration == nullptr) {
         throw CimError(textOf(status));
     }

@@ -54,8 +54,10 @@ public:
 
 private:
     CMCIClient* client();
+    Instances enumerate(const std::string& cimClass, char** names);
 
     cimgate::CimHandle<CMCIClient> mClient;
+    bool mTakesLists = true; // until it has answered without a list what it refused with one
 };
 
 } // namespace filler

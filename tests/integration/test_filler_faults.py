@@ -167,6 +167,18 @@ class ObjectManagerFaults(FaultsTest):
                          ["cimgate-cached: XCIM_Thing (entry VexoThing): CIM status 1: the provider fails; it is not ready",
                           "cimgate-cached: XCIM_Thing: refreshed again after 2 failures"])
 
+    def test_object_manager_that_fails_on_a_list_of_properties_is_asked_without_one(self):
+        def answer(request):
+            return cim_error(1, "no lists", "EnumerateInstances") if "PropertyList" in request else instances("T")
+
+        manager, filler = self.scripted(answering(answer), "--interval", "1")
+        filler.start_filled()
+        asked = len(manager.requests)
+        manager.await_request(asked + 1)
+        self.assertEqual(self.keys(filler), ["T"])
+        self.assertEqual(sum("PropertyList" in request for request in manager.requests), 1)
+        self.assertEqual([line for line in filler.lines() if "row in" not in line], [])
+
     def test_answers_of_every_wrong_kind_leave_the_rows(self):
         good = instances("T.0", "T.1")
         manager, filler = self.scripted(answering(good))
