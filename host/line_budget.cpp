@@ -22,22 +22,32 @@ constexpr const char* kOtherKinds = "lines of other kinds";
 using Number = std::atomic<uint32_t>;
 static_assert(Number::is_always_lock_free);
 
-struct Slot
-{
-    Number mark{0}; // of its kind; 0 while it has none
-    Number lines{0};
-    std::array<char, kShownKindBytes> kind{}; // ends with a NUL
-
-    bool takeLine() { return lines.fetch_add(1) < kLinesOfAKind; }
-    bool takeFor(uint32_t newMark, std::string_view newKind);
-};
-
 uint32_t markOf(std::string_view kind)
 {
     return static_cast<uint32_t>(std::hash<std::string_view>()(kind)) | 1U;
 }
 
-bool Slot::takeFor(uint32_t newMark, std::string_view newKind)
+} // namespace
+
+struct LineBudget::Table
+{
+    struct Slot
+    {
+        Number mark{0}; // of its kind; 0 while it has none
+        Number lines{0};
+        std::array<char, kShownKindBytes> kind{}; // ends with a NUL
+
+        bool takeLine() { return lines.fetch_add(1) < kLinesOfAKind; }
+        bool takeFor(uint32_t newMark, std::string_view newKind);
+    };
+
+    std::array<Slot, kLineKinds> slots;
+    Slot others;
+
+    Slot& slotOf(std::string_view kind);
+};
+
+bool LineBudget::Table::Slot::takeFor(uint32_t newMark, std::string_view newKind)
 {
     uint32_t none = 0;
     if (!mark.compare_exchange_strong(none, newMark)) {
@@ -47,17 +57,7 @@ bool Slot::takeFor(uint32_t newMark, std::string_view newKind)
     return true;
 }
 
-} // namespace
-
-struct LineBudget::Table
-{
-    std::array<Slot, kLineKinds> slots;
-    Slot others;
-
-    Slot& slotOf(std::string_view kind);
-};
-
-Slot& LineBudget::Table::slotOf(std::string_view kind)
+LineBudget::Table::Slot& LineBudget::Table::slotOf(std::string_view kind)
 {
     const uint32_t mark = markOf(kind);
     auto* found = std::find_if(slots.begin(), slots.end(),
@@ -95,7 +95,7 @@ bool LineBudget::admits(std::string_view kind)
 std::vector<LineBudget::Withheld> LineBudget::renew()
 {
     std::vector<Withheld> withheld;
-    const auto renewSlot = [&withheld](Slot& slot) {
+    const auto renewSlot = [&withheld](auto& slot) {
         const size_t lines = slot.lines.exchange(0);
         if (lines > kLinesOfAKind) {
             withheld.push_back({slot.kind.data(), lines - kLinesOfAKind});
@@ -104,7 +104,7 @@ std::vector<LineBudget::Withheld> LineBudget::renew()
     if (mTable == nullptr) {
         return withheld;
     }
-    for (Slot& slot : mTable->slots) {
+    for (auto& slot : mTable->slots) {
         renewSlot(slot);
         slot.kind = {};
         slot.mark = 0;
