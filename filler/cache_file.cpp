@@ -116,11 +116,15 @@ int noteColumn(void* context, int action, const char* table, const char* column,
                const char*)
 {
     auto& read = *static_cast<ColumnsRead*>(context);
-    if (action == SQLITE_READ && table != nullptr && column != nullptr && *column != '\0' &&
-        lower(table) == lower(read.table)) {
-        read.names.insert(column);
+    try {
+        if (action == SQLITE_READ && table != nullptr && column != nullptr && *column != '\0' &&
+            lower(table) == lower(read.table)) {
+            read.names.insert(column);
+        }
+        return SQLITE_OK;
+    } catch (const std::bad_alloc&) { // SQLite is C
+        return SQLITE_DENY;
     }
-    return SQLITE_OK;
 }
 
 bool isScanned(Database& database, const std::string& sql)
@@ -317,7 +321,7 @@ void CacheFile::addColumns(const WantedClass& wanted)
 void CacheFile::makeKeyIndex(const WantedClass& wanted)
 {
     const std::string table = tableOf(wanted.name);
-    const std::string name = indexName(table, "key");
+    const std::string name = indexName(table, "_key");
     const std::string what = quoted(table) + " (" + quoted(wanted.key) + ")";
     try {
         makeIndex(name, what, true);
@@ -380,7 +384,7 @@ void CacheFile::indexCondition(const std::string& table, const std::string& cond
     bool isSlow = false;
     try {
         isSlow = isScanned(mDatabase, sql);
-    } catch (const DatabaseError&) {
+    } catch (...) {
         sqlite3_set_authorizer(mDatabase.handle(), nullptr, nullptr);
         throw;
     }

@@ -18,8 +18,12 @@ namespace {
 // With 28 KB lost each time, as has been seen of one client library, some 30 MB.
 constexpr unsigned int kMaxOrders = 1000;
 
-void resetSignals()
+// A terminal sends its signals to both: the supervisor takes them and ends this process.
+void leaveSignalsToSupervisor()
 {
+    for (const int signal : {SIGHUP, SIGINT, SIGTERM}) {
+        (void)std::signal(signal, SIG_IGN);
+    }
     sigset_t none;
     sigemptyset(&none);
     sigprocmask(SIG_SETMASK, &none, nullptr);
@@ -44,15 +48,18 @@ bool Child::start(const std::string& cache, const Plan& plan)
         if (getppid() != supervisor) {
             _exit(EXIT_FAILURE);
         }
-        resetSignals();
+        leaveSignalsToSupervisor();
         runRefresher(std::move(its), cache, plan);
+    }
+    if (!isThere()) {
+        return false;
     }
     mSocket = std::move(ours);
     mHasGreeted = false;
     mOrder.reset();
     mOrders = 0;
     mOrderedAt = std::chrono::steady_clock::now();
-    return mPid > 0;
+    return true;
 }
 
 void Child::end()

@@ -44,6 +44,9 @@ CMPIInstance* Instances::next()
 {
     CimStatus status;
     if (mEnumeration->ft->hasNext(mEnumeration.get(), status.out()) == 0) {
+        if (status.failed()) { // an end that comes too early would remove the rest
+            throw CimError("the instances end early: " + textOf(status));
+        }
         return nullptr;
     }
     CimStatus nextStatus;
@@ -70,6 +73,7 @@ CMCIClient* ObjectManager::client()
 void ObjectManager::reconnect()
 {
     mClient.reset();
+    mTakesLists = true; // it may be another one
     (void)client();
 }
 

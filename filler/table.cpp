@@ -64,7 +64,7 @@ bool TableRefresh::put(const std::vector<Cell>& row)
     const int64_t number = isKnown ? mFind.integerAt(0) : 0;
     const bool isChanged = isKnown && !isSame(row);
     mFind.reset();
-    if (isKnown && !noteSeen(number)) {
+    if (isKnown && !mSeen.insert(number).second) {
         return false;
     }
     if (!isKnown) {
@@ -86,18 +86,6 @@ bool TableRefresh::isSame(const std::vector<Cell>& row) const
     return true;
 }
 
-// Returns false for one that was seen before.
-bool TableRefresh::noteSeen(int64_t number)
-{
-    const auto at = static_cast<size_t>(number);
-    if (at >= mSeen.size()) {
-        mSeen.resize(at + 1);
-    }
-    const bool isNew = !mSeen[at];
-    mSeen[at] = true;
-    return isNew;
-}
-
 void TableRefresh::bindRow(Statement& statement, const std::vector<Cell>& row)
 {
     for (size_t column = 0; column < row.size(); ++column) {
@@ -109,7 +97,7 @@ void TableRefresh::insert(const std::vector<Cell>& row)
 {
     bindRow(mInsert, row);
     mInsert.run();
-    (void)noteSeen(sqlite3_last_insert_rowid(mDatabase.handle()));
+    mSeen.insert(sqlite3_last_insert_rowid(mDatabase.handle()));
     ++mChanged;
 }
 
@@ -130,8 +118,7 @@ void TableRefresh::removeOthers()
     Statement all(mDatabase, "SELECT rowid FROM " + mTable);
     while (all.step()) {
         const int64_t number = all.integerAt(0);
-        const auto at = static_cast<size_t>(number);
-        if (at >= mSeen.size() || !mSeen[at]) {
+        if (!mSeen.contains(number)) {
             others.push_back(number);
         }
     }

@@ -7,6 +7,7 @@
 #include "database.h"
 
 #include <string>
+#include <unordered_set>
 #include <vector>
 
 namespace filler {
@@ -29,7 +30,6 @@ public:
 
 private:
     bool isSame(const std::vector<Cell>& row) const;
-    bool noteSeen(int64_t number);
     void insert(const std::vector<Cell>& row);
     void update(const std::vector<Cell>& row, int64_t number);
     void bindRow(Statement& statement, const std::vector<Cell>& row);
@@ -40,7 +40,7 @@ private:
     Statement mFind;
     Statement mInsert;
     Statement mUpdate;
-    std::vector<bool> mSeen; // by a row's number
+    std::unordered_set<int64_t> mSeen; // numbers of rows
     int64_t mRows = 0;
     size_t mChanged = 0;
 };

@@ -3,6 +3,7 @@
 #include <fcntl.h>
 #include <unistd.h>
 
+#include <cstdlib>
 #include <cstring>
 
 namespace host {
@@ -22,12 +23,26 @@ constexpr size_t kIsMadeOffset = 12;
 constexpr off_t kPendingByte = 0x40000000;
 constexpr off_t kLockBytes = 512;
 
+// What SQLite's names of the files beside a database begin with.
+std::string logOf(const std::string& path)
+{
+    const std::unique_ptr<char, void (*)(void*)> real(realpath(path.c_str(), nullptr), std::free);
+    return real == nullptr ? path : std::string(real.get());
+}
+
 bool isSameFile(const struct stat& one, const struct stat& other)
 {
     return one.st_dev == other.st_dev && one.st_ino == other.st_ino;
 }
 
 } // namespace
+
+bool CacheState::LogState::operator==(const LogState& other) const
+{
+    return header == other.header && isSameFile(log, other.log) &&
+           log.st_size == other.log.st_size && log.st_mtim.tv_sec == other.log.st_mtim.tv_sec &&
+           log.st_mtim.tv_nsec == other.log.st_mtim.tv_nsec;
+}
 
 // Has the file open that the path names now.
 bool CacheState::follow(const std::string& path, OpenFile& file)
@@ -49,7 +64,7 @@ bool CacheState::follow(const std::string& path, OpenFile& file)
     // Closing a descriptor drops the locks that SQLite has by others: it has none between two
     // questions.
     file = std::move(opened);
-    mHeader.reset();
+    mLog.reset();
     mVersion.reset();
     closeDatabase();
     return true;
@@ -89,8 +104,13 @@ std::optional<uint64_t> CacheState::stateByLog()
 {
     mVersion.reset();
     closeDatabase();
+    if (!mLog) {
+        mLogPath = logOf(mPath);
+    }
     std::array<unsigned char, 2 * kHeaderBytes> both{};
-    if (!follow(mIndexPath, mIndex) || isLocked() ||
+    LogState now;
+    if (!follow(mLogPath + "-shm", mIndex) || isLocked() ||
+        stat((mLogPath + "-wal").c_str(), &now.log) != 0 ||
         pread(mIndex.descriptor.get(), both.data(), both.size(), 0) !=
             static_cast<ssize_t>(both.size())) {
         return std::nullopt;
@@ -102,9 +122,8 @@ std::optional<uint64_t> CacheState::stateByLog()
     if (!isWhole) {
         return std::nullopt;
     }
-    Header header{};
-    std::memcpy(header.data(), both.data(), kHeaderBytes);
-    return numberOf(mHeader, header);
+    std::memcpy(now.header.data(), both.data(), kHeaderBytes);
+    return numberOf(mLog, now);
 }
 
 // A writer that has the file for itself writes a log without an index.
@@ -121,7 +140,7 @@ bool CacheState::isLocked() const
 
 std::optional<uint64_t> CacheState::stateByJournal()
 {
-    mHeader.reset();
+    mLog.reset();
     if (!openDatabase()) {
         return std::nullopt;
     }

@@ -34,7 +34,7 @@ namespace host {
 class CacheState
 {
 public:
-    explicit CacheState(const std::string& path) : mPath(path), mIndexPath(path + "-shm") {}
+    explicit CacheState(const std::string& path) : mPath(path) {}
 
     // The number of the state that a reader would see who begins now. Nothing where that cannot be
     // told: there is no file, a writer is at it, or it is not as it should be. Never waits.
@@ -44,6 +44,16 @@ private:
     // The two copies of the header, of which a reader takes none unless they are the same.
     static constexpr size_t kHeaderBytes = 48;
     using Header = std::array<unsigned char, kHeaderBytes>;
+
+    // What a commit changes. The log's file stands beside the header, which may come again where a
+    // writer begins with an empty log.
+    struct LogState
+    {
+        Header header{};
+        struct stat log
+        {};
+        bool operator==(const LogState& other) const;
+    };
 
     struct OpenFile
     {
@@ -71,12 +81,12 @@ private:
     uint64_t numberOf(std::optional<Value>& last, const Value& now);
 
     std::string mPath;
-    std::string mIndexPath;
+    std::string mLogPath; // of the file itself, where the path is a link to it
     OpenFile mFile;
     OpenFile mIndex;
     std::unique_ptr<sqlite3, CloseDatabase> mDatabase;
     std::unique_ptr<sqlite3_stmt, Finalize> mAsk; // goes before the database
-    std::optional<Header> mHeader;                // as last seen; nothing with a journal
+    std::optional<LogState> mLog;                 // as last seen; nothing with a journal
     std::optional<int64_t> mVersion;              // as last seen; nothing with a log
     uint64_t mNumber = 0;
 };

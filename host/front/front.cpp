@@ -118,7 +118,6 @@ struct Keeping
 {
     std::string key;
     std::optional<uint64_t> state; // of the data cache, before a worker begins
-    bool isWanted = false;         // it has been asked for before
 };
 
 class Front
@@ -457,7 +456,6 @@ Keeping Front::keepingOf(const httpd::Request& request)
         mMapping.kindOf(request.target) == UriKind::CachedRead) {
         keeping.state = mCacheState.current();
         keeping.key = keptKeyOf(request.target);
-        keeping.isWanted = mKeptAnswers.isAskedAgain(keeping.key, std::chrono::steady_clock::now());
     }
     return keeping;
 }
@@ -465,9 +463,15 @@ Keeping Front::keepingOf(const httpd::Request& request)
 // The state before the worker began is the one now: what it has read is of this state.
 void Front::keep(const Keeping& keeping, const httpd::Response& response)
 {
-    if (keeping.isWanted && keeping.state && response.mayBeKept && response.status == httpd::kOk &&
-        mCacheState.current() == keeping.state) {
-        mKeptAnswers.keep(keeping.key, *keeping.state, response);
+    if (!keeping.state || !response.mayBeKept || response.status != httpd::kOk) {
+        return;
+    }
+    try {
+        const auto now = std::chrono::steady_clock::now();
+        if (mKeptAnswers.isAskedAgain(keeping.key, now) && mCacheState.current() == keeping.state) {
+            mKeptAnswers.keep(keeping.key, *keeping.state, response);
+        }
+    } catch (const std::bad_alloc&) { // NOLINT(bugprone-empty-catch): the client has its answer
     }
 }
 
@@ -525,7 +529,7 @@ void Front::listen()
         return;
     }
     check::awaitCheck(mChecked);
-    (void)mCacheState.current(); // its files are open before clients come, whoever they are
+    (void)mCacheState.current(); // opens its files, before clients use up the descriptors
     std::string problem;
     if (!mServer.listen(mOptions.address, mOptions.port, problem)) {
         fail("cannot listen on " + httpd::urlOf(mOptions.address, mOptions.port) + ": " + problem +

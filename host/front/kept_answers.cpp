@@ -20,11 +20,12 @@ bool isPlain(char c)
 }
 
 // Of a parameter "name=value", whether no resource can take it for an option: those begin with "$",
-// which may be written as an escape.
+// which may be written as an escape. The library lets the query begin at the last "?".
 bool isForeign(std::string_view parameter)
 {
     const std::string_view name = parameter.substr(0, parameter.find('='));
-    return std::all_of(name.begin(), name.end(), isPlain);
+    return parameter.find('?') == std::string_view::npos &&
+           std::all_of(name.begin(), name.end(), isPlain);
 }
 
 size_t bytesOf(const std::string& key, const httpd::Response& response)
@@ -43,10 +44,12 @@ std::string keptKeyOf(std::string_view target)
     const size_t query = target.find('?');
     std::string key(target.substr(0, query));
     std::string_view rest = query == std::string_view::npos ? "" : target.substr(query + 1);
+    char separator = '?';
     while (!rest.empty()) {
         const std::string_view parameter = rest.substr(0, rest.find('&'));
         if (!isForeign(parameter)) {
-            key.append("&").append(parameter);
+            key.append(1, separator).append(parameter);
+            separator = '&';
         }
         rest.remove_prefix(std::min(rest.size(), parameter.size() + 1));
     }

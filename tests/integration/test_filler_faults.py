@@ -539,7 +539,7 @@ class Compact(FaultsTest):
         self.assertEqual((self.columns(filler, "XCIM_Thing"), self.columns(filler, "XCIM_Other")), (["A", "InstanceID"], []))
         self.assertEqual(filler.ready(), ["XCIM_Thing"])
         indexes = filler.rows("select name from sqlite_master where type = 'index' and tbl_name = 'Tbl_XCIM_Thing'")
-        self.assertEqual(indexes, [("Idx_Tbl_XCIM_Thing_key",)])
+        self.assertEqual(indexes, [("Idx_Tbl_XCIM_Thing__key",)])
         self.check_read_by_another_user(filler)
 
     def check_read_by_another_user(self, filler):

@@ -141,9 +141,9 @@ TEST_F(FillerCacheFile, AnotherKeyOfTheMappingGetsItsIndex)
         R"({"VexoFan": {"UniqueSelector": "Speed", "mappings": {"XCIM_Fan": {"is_cached": true,
         "properties": {"DeviceID": {"cim_type": "string"}, "Speed": {"cim_type": "uint32"}}}}}})");
     file.prepare(plan);
-    EXPECT_THAT(
-        file.database().textOf("SELECT sql FROM sqlite_master WHERE name = 'Idx_Tbl_XCIM_Fan_key'"),
-        HasSubstr("(\"Speed\")"));
+    EXPECT_THAT(file.database().textOf(
+                    "SELECT sql FROM sqlite_master WHERE name = 'Idx_Tbl_XCIM_Fan__key'"),
+                HasSubstr("(\"Speed\")"));
 }
 
 TEST_F(FillerCacheFile, ConditionsOfContainersFindTheirRowsByAnIndex)
@@ -220,7 +220,7 @@ TEST_F(FillerCacheFile, CompactingRemovesTablesAndColumnsThatAreNotWanted)
     EXPECT_EQ(file.rowsOf("XCIM_Fan"), 1);
     EXPECT_EQ(file.database().textOf("PRAGMA journal_mode"), "wal");
     EXPECT_EQ(file.database().integerOf(
-                  "SELECT count(*) FROM sqlite_master WHERE name = 'Idx_Tbl_XCIM_Fan_key'"),
+                  "SELECT count(*) FROM sqlite_master WHERE name = 'Idx_Tbl_XCIM_Fan__key'"),
               1);
 }
 

@@ -159,6 +159,27 @@ INSTANTIATE_TEST_SUITE_P(Journals, CacheStates,
                          testing::Values("DELETE", "TRUNCATE", "PERSIST", "WAL"),
                          [](const auto& test) { return std::string(test.param); });
 
+TEST_P(CacheStates, OfALinkTheFilesBesideTheFileItselfCount)
+{
+    std::filesystem::create_directory(mDirectory.File("real"));
+    const std::string real = mDirectory.File("real") + "/cache.db";
+    make(path()); // leaves nothing but what is removed with it, or an index that nobody writes
+    CacheStateWriter former(path());
+    former.commit();
+    std::filesystem::remove(path());
+    make(real);
+    std::filesystem::create_symlink(real, path());
+    CacheStateWriter writer(real);
+    writer.commit();
+    CacheState state(path());
+    const auto first = state.current();
+    ASSERT_TRUE(first);
+    writer.commit();
+    const auto second = state.current();
+    ASSERT_TRUE(second);
+    EXPECT_NE(second, first);
+}
+
 // ---- The index of a log that is not as it should be ----
 
 class CacheStateByLog : public testing::Test
