@@ -1,6 +1,6 @@
 #!/usr/bin/python3 -B
 """What a client notices of a refresh: the 99th percentile of a GET while a class of 10,000 rows is refreshed without end in
-the cache that answers, beside the same load while that goes on in another file:  filler_bench.py BUILD_DIR [SECONDS]
+the cache that answers, beside the same load while that goes on in another file; no answer is kept, so that both are read by workers:  filler_bench.py BUILD_DIR [SECONDS]
 """
 
 import contextlib
@@ -52,7 +52,7 @@ def main():
                                            stdout=subprocess.PIPE).stdout)
         own, other = f"{directory}/own.db", f"{directory}/other.db"
         command = [f"{build_dir}/host/cimgated", "--listen", "127.0.0.1:0", "--rmf", str(mapping), "--cache", own,
-                   "--registries", str(measured.REGISTRIES), "--workers", "2"]
+                   "--registries", str(measured.REGISTRIES), "--workers", "2", "--kept-answers", "0"]
         with measured.running(command) as service:
             with refreshing(build_dir, own):
                 await_rows(service.base)

@@ -44,7 +44,7 @@ void stepBack(int /*signal*/)
 {
     const int interrupted = errno;
     (void)!write(longCheck, "", 1);
-    (void)nice(kCheckNiceness);
+    (void)!nice(kCheckNiceness);
     errno = interrupted;
 }
 
