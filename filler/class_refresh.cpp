@@ -122,7 +122,14 @@ public:
     const std::vector<bool>& known() const { return mIsKnown; }
 
     // Returns false for an instance without a key, which no reader could ask for.
-    bool read(CMPIInstance* instance) { return readKey(instance) && readOthers(instance); }
+    bool read(CMPIInstance* instance)
+    {
+        if (!readKey(instance)) {
+            return false;
+        }
+        readOthers(instance);
+        return true;
+    }
 
 private:
     bool readKey(CMPIInstance* instance)
@@ -139,7 +146,7 @@ private:
         return key.loss == nullptr;
     }
 
-    bool readOthers(CMPIInstance* instance)
+    void readOthers(CMPIInstance* instance)
     {
         for (size_t i = 0; i < mRow.size(); ++i) {
             if (i == mKey) {
@@ -154,7 +161,6 @@ private:
                 mLosses.add("property " + column.name, value.loss, keyText());
             }
         }
-        return true;
     }
 
     const WantedClass& mWanted;

@@ -45,7 +45,7 @@ void forget(Database& database, const std::string& table)
     statement.run();
 }
 
-// A table without indexes lets its columns go.
+// SQLite drops no column that an index has.
 void dropIndexes(Database& database, const std::string& table)
 {
     Statement names(database, "SELECT name FROM sqlite_master WHERE type = 'index' AND "

@@ -16,7 +16,8 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-// The file of who has none, and what is wrong with it.
+// Opens the file and fills the greeting; null, with the greeting's problem, where it cannot be
+// used.
 std::unique_ptr<CacheFile> openFile(const std::string& path, const Plan& plan, Greeting& greeting)
 {
     try {

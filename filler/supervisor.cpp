@@ -121,7 +121,8 @@ int Supervisor::run()
     return finish();
 }
 
-// Who has done enough is replaced, and who has gone after a pause.
+// A process that has had its number of orders is replaced at once, one that has ended after a
+// pause.
 void Supervisor::keepChild(TimePoint now)
 {
     if (mChild.isIdle() && mChild.isWorn()) {
@@ -295,7 +296,7 @@ void Supervisor::take(const Order& order, const Report& report)
     }
 }
 
-// It is its order that is blamed.
+// The class of its order counts as failed: most likely it is the cause.
 void Supervisor::loseChild()
 {
     const std::string how = "the process that refreshes ended with " + mChild.awaitEnd();

@@ -1,4 +1,4 @@
-// Which state of the data cache is on the disk: for who gives an answer again as long as it is the
+// Which state of the data cache is on the disk. An answer may be given again as long as it is the
 // same.
 //
 // Two calls of current() that give the same number have nothing between them that a writer has
