@@ -194,7 +194,9 @@ bool QueueProcess::passAnswer()
         return false;
     }
     if (isPing(payload)) {
-        return sendFrame(mFront, encodePing());
+        // Where the front has gone an answer may stand behind its last question.
+        (void)sendFrame(mFront, encodePing());
+        return true;
     }
     if (!decodeNumbered(payload, number, answer)) {
         return false;
