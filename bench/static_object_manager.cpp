@@ -2,6 +2,7 @@
 
 #include <arpa/inet.h>
 #include <cimxml/response.h>
+#include <sys/prctl.h>
 #include <sys/socket.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -73,6 +74,7 @@ cimxml::Property makeProperty(int instance, int number, bool isChanged)
     for (;;) {
         const int connection = ::accept(listener, nullptr, nullptr);
         if (::fork() == 0) {
+            (void)::prctl(PR_SET_PDEATHSIG, SIGKILL);
             answerRequests(connection, answer);
         }
         ::close(connection);
@@ -131,6 +133,7 @@ StaticObjectManager::StaticObjectManager(const std::string& body)
     mProcess = ::fork();
     require(mProcess >= 0, "fork");
     if (mProcess == 0) {
+        (void)::prctl(PR_SET_PDEATHSIG, SIGKILL); // who measures may be killed
         serve(listener, body);
     }
     ::close(listener);
