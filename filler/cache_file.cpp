@@ -26,9 +26,6 @@ constexpr mode_t kFileMode = 0644;
 // What the log keeps of the room that a large refresh took.
 constexpr const char* kLogBytes = "4194304";
 
-constexpr const char* kAssociationColumns[] = {"__LeftClass", "__LeftClassKey", "__RightClass",
-                                               "__RightClassKey"};
-
 std::string indexName(const std::string& table, const std::string& what)
 {
     return "Idx_" + table + "_" + what;
@@ -141,6 +138,13 @@ bool isScanned(Database& database, const std::string& sql)
 
 } // namespace
 
+const std::vector<std::string>& associationColumns()
+{
+    static const std::vector<std::string> kColumns = {"__LeftClass", "__LeftClassKey",
+                                                      "__RightClass", "__RightClassKey"};
+    return kColumns;
+}
+
 CacheFile::CacheFile(const std::string& path) : mPath(path), mDatabase(withFile(path))
 {
     (void)stat(path.c_str(), &mOpened);
@@ -210,7 +214,7 @@ void CacheFile::prepare(const Plan& plan)
 void CacheFile::makeAssociationTable(const std::string& association)
 {
     std::string columns;
-    for (const char* const column : kAssociationColumns) {
+    for (const std::string& column : associationColumns()) {
         columns.append(columns.empty() ? "" : ", ").append(column);
     }
     const std::string table = tableOf(association);

@@ -16,6 +16,9 @@
 
 namespace filler {
 
+// The columns of an association's table, in their order.
+const std::vector<std::string>& associationColumns();
+
 class CacheFile
 {
 public:
@@ -44,12 +47,13 @@ public:
     bool isReady(const std::string& cimClass);
     void setReady(const std::string& cimClass);
     void forgetReady(const std::string& cimClass);
+    // Those that the table of a class has.
+    std::vector<std::string> columnsOf(const std::string& cimClass);
     int64_t rowsOf(const std::string& cimClass);
 
 private:
     void makeLog();
     void makeAssociationTable(const std::string& association);
-    std::vector<std::string> columnsOf(const std::string& cimClass);
     bool hasOtherIntegers(const WantedClass& wanted, bool hasIntegerKey);
     bool hasUntypedNumbers(const WantedClass& wanted);
     void addColumns(const WantedClass& wanted);

@@ -15,9 +15,6 @@ using cimgate::CimHandle;
 using cimgate::CimStatus;
 using cimgate::mapping::tableOf;
 
-// The columns of an association's table, in their order.
-const std::vector<std::string> kLinkColumns = {"__LeftClass", "__LeftClassKey", "__RightClass",
-                                               "__RightClassKey"};
 constexpr size_t kEnds = 2;
 
 CMPIData propertyOf(CMPIInstance* instance, const std::string& name)
@@ -262,9 +259,10 @@ bool ClassRefresh::wantsIntegerKey(const WantedClass& wanted)
 void ClassRefresh::writeRows(const WantedClass& wanted, Instances& instances, Losses& losses,
                              Outcome& outcome)
 {
-    const bool isNew = mFile.makeTable(wanted, wantsIntegerKey(wanted));
+    const bool isIntegerWanted = wantsIntegerKey(wanted);
+    const bool isNew = mFile.makeTable(wanted, isIntegerWanted);
     const bool hasIntegerKey = mFile.hasIntegerKey(wanted);
-    if (hasIntegerKey != wantsIntegerKey(wanted)) {
+    if (hasIntegerKey != isIntegerWanted) {
         losses.add("key " + wanted.key,
                    "its column was made for another type; cimgate-cached --once --compact makes "
                    "it anew",
@@ -290,7 +288,8 @@ void ClassRefresh::writeRows(const WantedClass& wanted, Instances& instances, Lo
 
 void ClassRefresh::writeLinks(Links& links, Losses& losses, Outcome& outcome)
 {
-    TableRefresh table(mFile.database(), tableOf(links.association), kLinkColumns, {1, 3, 0, 2});
+    TableRefresh table(mFile.database(), tableOf(links.association), associationColumns(),
+                       {1, 3, 0, 2});
     const std::string what = "a link of " + links.association + " is left out";
     while (CMPIInstance* const instance = links.instances.next()) {
         const std::vector<std::string> references = referencesOf(links.association, instance);
@@ -311,7 +310,7 @@ void ClassRefresh::writeLinks(Links& links, Losses& losses, Outcome& outcome)
             row.push_back({Cell::Kind::Text, 0, text});
             row.push_back({Cell::Kind::Text, 0, key});
         }
-        if (row.size() == kLinkColumns.size()) {
+        if (row.size() == associationColumns().size()) {
             (void)table.put(row);
         } else if (references.size() < kEnds) {
             losses.add(what, "it has not two references", "");

@@ -36,13 +36,9 @@ std::vector<std::string> tablesOf(Database& database)
     return database.listOf("SELECT name FROM sqlite_master WHERE type = 'table'");
 }
 
-void forget(Database& database, const std::string& table)
+std::string classOf(const std::string& table)
 {
-    const std::string prefix = kTablePrefix;
-    Statement statement(database, std::string("DELETE FROM ") + kReadinessTable +
-                                      " WHERE ClassName = ? COLLATE NOCASE");
-    statement.bind(0, table.substr(prefix.size()));
-    statement.run();
+    return table.substr(std::string(kTablePrefix).size());
 }
 
 // SQLite drops no column that an index has.
@@ -61,18 +57,14 @@ void dropIndexes(Database& database, const std::string& table)
     }
 }
 
-std::vector<std::string> unwantedColumns(Database& database, const std::string& table,
+std::vector<std::string> unwantedColumns(CacheFile& file, const std::string& table,
                                          const std::set<std::string>& wanted)
 {
-    std::vector<std::string> unwanted;
-    Statement names(database, "SELECT name FROM pragma_table_info(?)");
-    names.bind(0, table);
-    while (!wanted.empty() && names.step()) {
-        if (!wanted.contains(lower(names.textAt(0)))) {
-            unwanted.push_back(names.textAt(0));
-        }
-    }
-    return unwanted;
+    std::vector<std::string> columns = file.columnsOf(classOf(table));
+    std::erase_if(columns, [&](const std::string& name) {
+        return wanted.empty() || wanted.contains(lower(name));
+    });
+    return columns;
 }
 
 // A key that was a text for the mapping and is a number now, or the other way round.
@@ -100,12 +92,12 @@ std::vector<std::string> removeUnwanted(CacheFile& file, const Plan& plan)
     for (const std::string& table : tablesOf(database)) {
         const auto known = wanted.find(lower(table));
         if (known == wanted.end() || outdated.contains(lower(table))) {
-            forget(database, table);
+            file.forgetReady(classOf(table));
             database.run("DROP TABLE " + quoted(table));
             removed.push_back(table);
             continue;
         }
-        const std::vector<std::string> columns = unwantedColumns(database, table, known->second);
+        const std::vector<std::string> columns = unwantedColumns(file, table, known->second);
         if (!columns.empty()) {
             dropIndexes(database, table);
         }
