@@ -20,6 +20,7 @@ struct Standing
     enum class Shown { HalfHead, Nothing, LastAnswer, New, HalfBody, StalledAnswer };
     Shown shown = Shown::Nothing;
     std::chrono::steady_clock::time_point since = {};
+    bool isArriving = false; // too new to make room for clients of other shares
 
     bool operator<(const Standing& other) const
     {

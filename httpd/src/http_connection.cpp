@@ -52,7 +52,9 @@ std::optional<Standing> HttpConnection::standing() const
     case Step::Head:
         return Standing{Standing::Shown::HalfHead, mSince};
     case Step::Idle:
-        return Standing{isNew() ? Standing::Shown::New : Standing::Shown::Nothing, mSince};
+        return isNewerThan(mLimits.newcomerTime)
+                   ? Standing{Standing::Shown::New, mSince, isNewerThan(mLimits.arrivalTime)}
+                   : Standing{Standing::Shown::Nothing, mSince};
     case Step::Lingering:
         return Standing{Standing::Shown::LastAnswer, mSince};
     case Step::Body:
@@ -63,9 +65,9 @@ std::optional<Standing> HttpConnection::standing() const
     }
 }
 
-bool HttpConnection::isNew() const
+bool HttpConnection::isNewerThan(Clock::duration time) const
 {
-    return !mHasAnswered && Clock::now() - mSince < mLimits.newcomerTime;
+    return !mHasAnswered && Clock::now() - mSince < time;
 }
 
 bool HttpConnection::hasMoreToShow() const

@@ -93,7 +93,7 @@ private:
     void awaitInput();
     void inputCame();
     bool hasInput() const;
-    bool isNew() const;
+    bool isNewerThan(Clock::duration time) const;
     bool readSome(size_t bytes);
     void inputEnded();
     std::string_view unread() const;

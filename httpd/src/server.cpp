@@ -58,11 +58,13 @@ struct Candidate
     Connection* connection = nullptr;
     std::optional<Standing> standing;
 
-    void compareWith(const ConnectionSet::Members& others)
+    void compareWith(const ConnectionSet::Members& others, bool mayArrive)
     {
         for (Connection* other : others) {
             const std::optional<Standing> theirs = other->standing();
-            if (theirs && (!standing || *theirs < *standing) && !other->hasMoreToShow()) {
+            const bool isLeast =
+                theirs && (!theirs->isArriving || mayArrive) && (!standing || *theirs < *standing);
+            if (isLeast && !other->hasMoreToShow()) {
                 connection = other;
                 standing = theirs;
             }
@@ -210,10 +212,10 @@ bool Server::Impl::makeRoom(const std::string* share)
 {
     Candidate candidate;
     if (share != nullptr) {
-        candidate.compareWith(mConnections.ofShare(*share));
+        candidate.compareWith(mConnections.ofShare(*share), true);
     } else {
         for (const auto& [ignored, connections] : mConnections.byShare()) {
-            candidate.compareWith(connections);
+            candidate.compareWith(connections, false);
         }
     }
     if (candidate.connection != nullptr) {

@@ -55,6 +55,11 @@ struct Limits
     // to send later than others theirs to come.
     std::chrono::milliseconds newcomerTime{1'000};
 
+    // How long it then keeps its place whoever else comes, but those of its own share: its request
+    // is on its way, and one that another comer displaces at once is never served. Short, since
+    // others may have to wait for it.
+    std::chrono::milliseconds arrivalTime{100};
+
     // How long a kept-alive connection may stay silent between requests.
     std::chrono::milliseconds idleTimeout{60'000};
 

@@ -46,6 +46,17 @@ protected:
         ServerTest::start(limits);
     }
 
+    // Where no test is too slow for who arrives to be still arriving.
+    void startWithLongArrivals(size_t connections, size_t perShare)
+    {
+        httpd::Limits limits;
+        limits.connections = connections;
+        limits.connectionsPerShare = perShare;
+        limits.arrivalTime = std::chrono::hours(1);
+        limits.newcomerTime = limits.arrivalTime;
+        ServerTest::start(limits);
+    }
+
     // With descriptors at hand: the sanitizer opens some when it meets a class for the first time.
     void makeRoomOnce()
     {
@@ -107,6 +118,50 @@ TEST_F(Crowd, WhoHasJustComeIsLeftTimeToAsk)
     EXPECT_EQ(third.ask(kGet).status(), 200);
     EXPECT_TRUE(answered.isClosedByServer());
     EXPECT_EQ(newcomer.ask(kGet).status(), 200);
+}
+
+TEST_F(Crowd, WhoArrivesIsNotDisplacedByTheNext)
+{
+    startWithLongArrivals(2, 2);
+    mAnswersLater = true;
+    HttpClient& busy = join("127.0.0.2", kGet);
+    HttpClient& arriving = join("127.0.0.3", "");
+    (void)join("127.0.0.4", kGet);
+    arriving.send(kGet);
+    ASSERT_TRUE(hasRequests(2));
+    mReplies.front()({200, {}, "busy"});
+    EXPECT_EQ(busy.readAnswer().body, "busy");
+    ASSERT_TRUE(hasRequests(3));
+    mReplies[1]({200, {}, "arrived"});
+    EXPECT_EQ(arriving.readAnswer().body, "arrived");
+}
+
+TEST_F(Crowd, HalfBodyMakesRoomBeforeWhoArrives)
+{
+    startWithLongArrivals(2, 2);
+    HttpClient& body =
+        join("127.0.0.2", "POST /x HTTP/1.1\r\nHost: h\r\nContent-Length: 9\r\n\r\na");
+    HttpClient& arriving = join("127.0.0.3", "");
+    EXPECT_EQ(connect().ask(kGet).status(), 200);
+    EXPECT_TRUE(body.isClosedByServer());
+    EXPECT_EQ(arriving.ask(kGet).status(), 200);
+}
+
+TEST_F(Crowd, WhoSendsNothingUponArrivalMakesRoom)
+{
+    start(1);
+    HttpClient& silent = join("127.0.0.2", "");
+    EXPECT_EQ(connect().ask(kGet).status(), 200);
+    EXPECT_TRUE(silent.isClosedByServer());
+}
+
+TEST_F(Crowd, WhoArrivesMakesRoomWithinItsShare)
+{
+    startWithLongArrivals(2, 1);
+    HttpClient& arriving = join("127.0.0.2", "");
+    HttpClient& next = join("127.0.0.2", kGet);
+    EXPECT_EQ(next.readAnswer().status(), 200);
+    EXPECT_TRUE(arriving.isClosedByServer());
 }
 
 TEST_F(Crowd, HalfBodiesMakeRoomAfterIdleConnections)
