@@ -1,0 +1,48 @@
+#include "front/conditional.h"
+
+#include "front/header_list.h"
+
+#include <algorithm>
+#include <iterator>
+
+namespace host {
+
+namespace {
+
+// Tags are compared weakly: "W/" makes no difference.
+bool isTag(std::string_view element, std::string_view tag)
+{
+    return element == "*" || element.substr(element.starts_with("W/") ? 2 : 0) == tag;
+}
+
+// What a 304 repeats of the 200 (RFC 9110, 15.4.5).
+bool isRepeated(const httpd::Header& header)
+{
+    return isSameWord(header.name, "ETag") || isSameWord(header.name, "Vary");
+}
+
+} // namespace
+
+bool isKnown(std::string_view ifNoneMatch, const httpd::Response& response)
+{
+    if (ifNoneMatch.empty() || response.status != httpd::kOk) {
+        return false;
+    }
+    const std::string_view tag = httpd::findHeader(response.headers, "ETag");
+    bool isListed = false;
+    forEachElement(ifNoneMatch, [&isListed, tag](std::string_view element) {
+        isListed = isListed || isTag(element, tag);
+    });
+    return isListed && !tag.empty();
+}
+
+httpd::Response notModified(const httpd::Response& response)
+{
+    httpd::Response unchanged;
+    unchanged.status = httpd::kNotModified;
+    std::copy_if(response.headers.begin(), response.headers.end(),
+                 std::back_inserter(unchanged.headers), isRepeated);
+    return unchanged;
+}
+
+} // namespace host
