@@ -3,6 +3,9 @@
 #include "check/at_start.h"
 #include "error_body.h"
 #include "front/cache_state.h"
+#include "front/conditional.h"
+#include "front/content_coding.h"
+#include "front/header_list.h"
 #include "front/kept_answers.h"
 #include "front/own_names.h"
 #include "front/quarantine.h"
@@ -88,12 +91,35 @@ std::string watchedName(const httpd::Request& request)
     return isPost(request) ? "POST " + request.target : request.target;
 }
 
-WorkerRequest workerRequest(httpd::Request request)
+WorkerRequest workerRequest(httpd::Request request, bool wantsGzip)
 {
     if (isPost(request)) {
         return ActionRequest{std::move(request.target), std::move(request.body)};
     }
-    return ReadRequest{std::move(request.target)};
+    return ReadRequest{std::move(request.target), true, wantsGzip};
+}
+
+// What a client wants to have an answer in, and which it has already.
+struct Wanted
+{
+    bool gzip = false;
+    std::string ifNoneMatch;
+};
+
+// Actions are done whatever the client has.
+Wanted wantedOf(const httpd::Request& request)
+{
+    return isPost(request)
+               ? Wanted{}
+               : Wanted{wantsGzip(request.headers), listOf(request.headers, "If-None-Match")};
+}
+
+httpd::Response finalOf(httpd::Response response, const std::string& ifNoneMatch)
+{
+    httpd::Response final =
+        isKnown(ifNoneMatch, response) ? notModified(response) : std::move(response);
+    addCommonHeaders(final);
+    return final;
 }
 
 // For the log.
@@ -134,7 +160,7 @@ private:
     std::optional<httpd::Response> answerWithoutWorker(const httpd::Request& request,
                                                        const Keeping& keeping,
                                                        const std::string& watched);
-    Keeping keepingOf(const httpd::Request& request);
+    Keeping keepingOf(const httpd::Request& request, bool wantsGzip);
     void keep(const Keeping& keeping, const httpd::Response& response);
     bool mayNeedCim(const httpd::Request& request) const;
     void noteOutcome(const std::string& watched, Outcome outcome, bool isAction);
@@ -377,25 +403,24 @@ void Front::stopWhenDrained()
 void Front::handle(httpd::Request request, const httpd::Reply& reply)
 {
     const std::string watched = watchedName(request);
-    const Keeping keeping = keepingOf(request);
+    const Wanted wanted = wantedOf(request);
+    const Keeping keeping = keepingOf(request, wanted.gzip);
     if (std::optional<httpd::Response> response = answerWithoutWorker(request, keeping, watched)) {
-        addCommonHeaders(*response);
-        reply(std::move(*response));
+        reply(finalOf(std::move(*response), wanted.ifNoneMatch));
         return;
     }
     const bool isAction = isPost(request);
     // The share of the clients' memory is held as long as the request is.
-    auto done = [this, watched, isAction, reply, keeping,
+    auto done = [this, watched, isAction, reply, keeping, known = wanted.ifNoneMatch,
                  memory = request.memory](Outcome outcome, httpd::Response answered) {
         noteOutcome(watched, outcome, isAction);
         keep(keeping, answered);
-        httpd::Response final = answerTo(outcome, std::move(answered));
-        addCommonHeaders(final);
-        reply(std::move(final));
+        reply(finalOf(answerTo(outcome, std::move(answered)), known));
     };
     const std::shared_ptr<const httpd::Client> client = request.client;
     const bool needsCim = mayNeedCim(request);
-    submit({workerRequest(std::move(request)), std::move(done), needsCim, client->share(),
+    submit({workerRequest(std::move(request), wanted.gzip), std::move(done), needsCim,
+            client->share(),
             [client] {
                 return client->hasGone();
             }},
@@ -449,13 +474,13 @@ std::optional<httpd::Response> Front::refusal(const httpd::Request& request) con
 }
 
 // Only what is read from the data cache has a state to be kept by.
-Keeping Front::keepingOf(const httpd::Request& request)
+Keeping Front::keepingOf(const httpd::Request& request, bool wantsGzip)
 {
     Keeping keeping;
     if (mKeptAnswers.isOn() && !isPost(request) &&
         mMapping.kindOf(request.target) == UriKind::CachedRead) {
         keeping.state = mCacheState.current();
-        keeping.key = keptKeyOf(request.target);
+        keeping.key = keptKeyOf(request.target, wantsGzip);
     }
     return keeping;
 }

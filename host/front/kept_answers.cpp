@@ -39,10 +39,11 @@ size_t bytesOf(const std::string& key, const httpd::Response& response)
 
 } // namespace
 
-std::string keptKeyOf(std::string_view target)
+std::string keptKeyOf(std::string_view target, bool wantsGzip)
 {
     const size_t query = target.find('?');
-    std::string key(target.substr(0, query));
+    std::string key = wantsGzip ? "gzip " : "";
+    key.append(target.substr(0, query));
     std::string_view rest = query == std::string_view::npos ? "" : target.substr(query + 1);
     char separator = '?';
     while (!rest.empty()) {

@@ -23,9 +23,9 @@
 
 namespace host {
 
-// What answers are kept by: the path as it was sent, and the query options that a resource may
-// know. Other query text changes no answer.
-std::string keptKeyOf(std::string_view target);
+// What answers are kept by: the path as it was sent, the query options that a resource may know
+// (other query text changes no answer), and whether the answer may be compressed.
+std::string keptKeyOf(std::string_view target, bool wantsGzip);
 
 class KeptAnswers
 {

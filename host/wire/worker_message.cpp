@@ -28,6 +28,7 @@ void putFields(std::string& out, const ReadRequest& request)
 {
     putText(out, request.target);
     putNumber(out, request.mayReadLive ? 1 : 0);
+    putNumber(out, request.wantsGzip ? 1 : 0);
 }
 
 void putFields(std::string& out, const ActionRequest& request)
@@ -44,7 +45,8 @@ void putFields(std::string& out, const EmbeddedDataRequest& request)
 
 bool takeFields(FieldReader& reader, ReadRequest& request)
 {
-    return reader.text(request.target) && reader.flag(request.mayReadLive);
+    return reader.text(request.target) && reader.flag(request.mayReadLive) &&
+           reader.flag(request.wantsGzip);
 }
 
 bool takeFields(FieldReader& reader, ActionRequest& request)

@@ -16,6 +16,7 @@ struct ReadRequest
 {
     std::string target;      // path and query as they came
     bool mayReadLive = true; // false: decline what needs the CIM object manager
+    bool wantsGzip = false;  // whether an answer from the data cache may be compressed
 };
 
 // A POST.

@@ -6,6 +6,7 @@
 #include "worker/action_handler.h"
 #include "worker/cache_read.h"
 #include "worker/current_request.h"
+#include "worker/representation.h"
 #include "worker/scope_response.h"
 
 #include <ResourceMapper.h>
@@ -59,7 +60,8 @@ bool isOfTheCache(const CacheFault& fault, _ResourceMapperError rc)
     return fault.code != SQLITE_ERROR || rc != RM_INTERNAL_ERROR;
 }
 
-httpd::Response readFromCache(ResourceMapper& mapper, const odata::Scope& scope, DataCache& cache)
+httpd::Response readFromCache(ResourceMapper& mapper, const odata::Scope& scope, DataCache& cache,
+                              bool wantsGzip)
 {
     if (!cache.open()) {
         currentRequest().fail(kCacheIsUnreadable);
@@ -82,6 +84,9 @@ httpd::Response readFromCache(ResourceMapper& mapper, const odata::Scope& scope,
     httpd::Response response = answer(mapper, scope, rc, body);
     // All of it was read in one transaction: it holds until the cache is another.
     response.mayBeKept = rc == RM_OK && !fault;
+    if (response.status == httpd::kOk) {
+        addRepresentation(response, wantsGzip);
+    }
     return response;
 }
 
@@ -111,7 +116,7 @@ bool canReadLinks(const ResourceMapper& mapper, DataCache& cache)
 }
 
 std::optional<httpd::Response> read(ResourceMapper& mapper, const odata::Scope& scope,
-                                    bool mayReadLive, Sources& sources)
+                                    const ReadRequest& request, Sources& sources)
 {
     Json::Value body;
     _ResourceMapperError rc = mapper.ParseUri(RM_METHOD_GET);
@@ -121,9 +126,9 @@ std::optional<httpd::Response> read(ResourceMapper& mapper, const odata::Scope& 
     }
     const Source source = sourceOf(mapper.mResourceObj, mapper.mCimClass, mapper.mIsCollection);
     if (source == Source::DataCache) {
-        return readFromCache(mapper, scope, sources.cache);
+        return readFromCache(mapper, scope, sources.cache, request.wantsGzip);
     }
-    if (source == Source::Cim && !mayReadLive) {
+    if (source == Source::Cim && !request.mayReadLive) {
         return std::nullopt;
     }
     if (!canReadLinks(mapper, sources.cache)) {
@@ -142,7 +147,7 @@ std::optional<httpd::Response> answerTo(const ReadRequest& request, Sources& sou
     odata::Scope scope = odata::Scope::ForRequest(request.target);
     const odata::URI uri = scope.NewURI();
     ResourceMapper mapper(sources.cim.get(), scope, uri, false);
-    std::optional<httpd::Response> response = read(mapper, scope, request.mayReadLive, sources);
+    std::optional<httpd::Response> response = read(mapper, scope, request, sources);
     if (response) {
         addHeaders(scope, *response);
     }

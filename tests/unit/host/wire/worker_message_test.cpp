@@ -34,11 +34,12 @@ host::WorkerRequest sent(const host::WorkerRequest& request)
 
 TEST(WorkerMessage, ReadMakesTheRoundTrip)
 {
-    for (const bool mayReadLive : {false, true}) {
+    for (const bool flag : {false, true}) {
         const auto request =
-            std::get<host::ReadRequest>(sent(host::ReadRequest{"/a?b=c%20", mayReadLive}));
+            std::get<host::ReadRequest>(sent(host::ReadRequest{"/a?b=c%20", flag, !flag}));
         EXPECT_EQ(request.target, "/a?b=c%20");
-        EXPECT_EQ(request.mayReadLive, mayReadLive);
+        EXPECT_EQ(request.mayReadLive, flag);
+        EXPECT_EQ(request.wantsGzip, !flag);
     }
 }
 
@@ -80,7 +81,7 @@ TEST(WorkerMessage, RequestOfAnotherKindIsRefused)
     // One or the other is what a kind has for fields.
     const auto decodesKind = [](uint32_t kind) {
         host::WorkerRequest request;
-        return host::decodeRequest(number(kind) + field("/a") + number(1), request) ||
+        return host::decodeRequest(number(kind) + field("/a") + number(1) + number(1), request) ||
                host::decodeRequest(number(kind) + field("/a") + field("b"), request);
     };
     const auto kinds = static_cast<uint32_t>(std::variant_size_v<host::WorkerRequest>);
