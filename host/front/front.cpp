@@ -420,10 +420,7 @@ void Front::handle(httpd::Request request, const httpd::Reply& reply)
     const std::shared_ptr<const httpd::Client> client = request.client;
     const bool needsCim = mayNeedCim(request);
     submit({workerRequest(std::move(request), wanted.gzip), std::move(done), needsCim,
-            client->share(),
-            [client] {
-                return client->hasGone();
-            }},
+            client->share(), [client] { return client->hasGone(); }, keeping.key},
            watched);
 }
 

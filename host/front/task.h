@@ -5,6 +5,7 @@
 #include "wire/worker_message.h"
 
 #include <chrono>
+#include <cstdint>
 #include <functional>
 #include <new>
 #include <string>
@@ -34,11 +35,17 @@ struct Task
     std::string client = {};
     // Whether nobody waits for the answer any more; empty where that cannot be known.
     std::function<bool()> isAbandoned = {};
+    // Requests with the same key want the same answer from the data cache; empty for one that
+    // shares its answer with nobody.
+    std::string sharedKey = {};
 
     // Set when it is submitted.
     std::chrono::steady_clock::time_point since = {};    // when that was
     std::chrono::steady_clock::time_point startsBy = {}; // when it has waited too long
     std::chrono::steady_clock::time_point until = {};    // its deadline
+
+    // The read that is under way for it, or for another one whose answer it may get; 0 for none.
+    uint64_t read = 0;
 };
 
 // Whether it is known that nobody waits for the answer any more.
@@ -54,6 +61,15 @@ inline void finish(const Task& task, Outcome outcome, httpd::Response response)
     try {
         task.done(outcome, std::move(response));
     } catch (const std::bad_alloc&) { // NOLINT(bugprone-empty-catch)
+    }
+}
+
+// Tells one more that has waited for the same answer.
+inline void finishAlso(const Task& task, const httpd::Response& response)
+{
+    try {
+        task.done(Outcome::Answered, response);
+    } catch (const std::bad_alloc&) { // NOLINT(bugprone-empty-catch): as above
     }
 }
 

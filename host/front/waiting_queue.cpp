@@ -73,17 +73,58 @@ Task WaitingQueue::takeNewestOfHeaviest(const Weight& weight)
     return taken;
 }
 
+std::deque<Task>::const_iterator WaitingQueue::firstFree() const
+{
+    return std::find_if(mTasks.begin(), mTasks.end(),
+                        [](const Task& task) { return task.read == 0; });
+}
+
+const Task* WaitingQueue::next() const
+{
+    const auto found = firstFree();
+    return found == mTasks.end() ? nullptr : &*found;
+}
+
 Task WaitingQueue::pop()
 {
-    Task first = std::move(mTasks.front());
-    mTasks.pop_front();
+    const auto found = mTasks.begin() + (firstFree() - mTasks.begin());
+    Task first = std::move(*found);
+    mTasks.erase(found);
     return first;
+}
+
+void WaitingQueue::join(const std::string& sharedKey, uint64_t read)
+{
+    for (Task& task : mTasks) {
+        if (task.read == 0 && task.sharedKey == sharedKey) {
+            task.read = read;
+        }
+    }
+}
+
+std::vector<Task> WaitingQueue::takeJoined(uint64_t read)
+{
+    return takeIf([read](const Task& task) { return task.read == read; });
+}
+
+void WaitingQueue::release(uint64_t read)
+{
+    for (Task& task : mTasks) {
+        task.read = task.read == read ? 0 : task.read;
+    }
+}
+
+void WaitingQueue::releaseAll()
+{
+    for (Task& task : mTasks) {
+        task.read = 0;
+    }
 }
 
 std::vector<Task> WaitingQueue::takeAbandonedAhead()
 {
     std::vector<Task> taken;
-    while (!mTasks.empty() && isAbandoned(mTasks.front())) {
+    while (next() != nullptr && isAbandoned(*next())) {
         taken.push_back(pop());
     }
     return taken;

@@ -25,9 +25,10 @@ public:
     bool isEmpty() const { return mTasks.empty(); }
     size_t size() const { return mTasks.size(); }
 
-    // Since when the first one has waited, and when one will have waited too long; the queue is not
-    // empty.
-    TimePoint firstSince() const { return mTasks.front().since; }
+    // The first task that waits for no read under way; null where there is none.
+    const Task* next() const;
+
+    // When one will have waited too long; the queue is not empty.
     TimePoint nextExpiry() const;
 
     // Adds a task; returns what finds no room any more (kMaxWaiting and kMaxWaitingBodyBytes of
@@ -37,14 +38,25 @@ public:
     // Puts back the first task, which had its turn.
     void putBack(Task task) { mTasks.push_front(std::move(task)); }
 
-    // Takes the first task; the queue is not empty.
+    // Takes the task that next() tells of; there is one.
     Task pop();
+
+    // A read has begun for a task with this key. Those that wait with the same one keep their
+    // places, and are not begun until the read has ended.
+    void join(const std::string& sharedKey, uint64_t read);
+
+    // Takes the tasks that wait for this read.
+    std::vector<Task> takeJoined(uint64_t read);
+
+    // The read, or any read, has not answered those that waited for it: they wait for a worker.
+    void release(uint64_t read);
+    void releaseAll();
 
     // Takes the tasks that have waited too long.
     std::vector<Task> takeExpired(TimePoint now);
 
-    // Takes the tasks that nobody waits for, up to the first that somebody does. (To ask costs
-    // system calls: others are asked for only where there is no room.)
+    // Takes the tasks that nobody waits for, up to the first that somebody does, of those that may
+    // be begun. (To ask costs system calls: others are asked for only where there is no room.)
     std::vector<Task> takeAbandonedAhead();
 
     // Takes all.
@@ -56,6 +68,7 @@ private:
     bool isAbove(size_t limit, const Weight& weight) const;
     Task takeNewestOfHeaviest(const Weight& weight);
     std::vector<Task> takeIf(const std::function<bool(const Task&)>& condition);
+    std::deque<Task>::const_iterator firstFree() const;
 
     std::deque<Task> mTasks;
     std::optional<TimePoint> mAskedAt; // when all were last asked whether somebody waits for them

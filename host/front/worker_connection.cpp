@@ -120,6 +120,7 @@ void WorkerConnection::complete(Outcome outcome, httpd::Response response)
     if (mTask) {
         const Task task = std::move(*mTask);
         mTask.reset();
+        mEvents.ended(task, outcome, response);
         finish(task, outcome, std::move(response));
     }
 }

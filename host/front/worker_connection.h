@@ -19,6 +19,7 @@ public:
     struct Events
     {
         std::function<void()> ready;
+        std::function<void(const Task&, Outcome, const httpd::Response&)> ended; // its request has
         std::function<void(Task, Declined)> returned; // unanswered; "free" or "gone" follows
         std::function<void()> free;                   // has done with its request
         std::function<void(const WorkerConnection&)> gone;

@@ -48,6 +48,9 @@ WorkerPool::WorkerPool(boost::asio::io_context& context, SpawnerLink& spawner, u
                         mSupervisor.childReady();
                         serveQueues();
                     },
+                    [this](const Task& task, Outcome outcome, const httpd::Response& response) {
+                        ended(task, outcome, response);
+                    },
                     [this](Task task, Declined reason) { takeBack(std::move(task), reason); },
                     [this] {
                         mSupervisor.childWorked();
@@ -78,6 +81,7 @@ void WorkerPool::start()
 void WorkerPool::recover()
 {
     mSupervisor.recover();
+    mCachedQueue.releaseAll();
     serveQueues();
     armExpiryTimer();
 }
@@ -127,23 +131,48 @@ void WorkerPool::dispatch()
         if (queue == nullptr) {
             return;
         }
-        Task task = queue->pop();
-        if (auto* const read = std::get_if<ReadRequest>(&task.request)) {
-            read->mayReadLive = task.needsCim;
-        }
-        worker.assign(std::move(task));
+        begin(worker, queue->pop());
+    }
+}
+
+void WorkerPool::begin(WorkerConnection& worker, Task task)
+{
+    if (auto* const read = std::get_if<ReadRequest>(&task.request)) {
+        read->mayReadLive = task.needsCim;
+    }
+    if (!task.sharedKey.empty() && !task.needsCim) {
+        task.read = ++mReads;
+        mCachedQueue.join(task.sharedKey, task.read);
+    }
+    worker.assign(std::move(task));
+}
+
+// Only what holds for all that wait for it is shared: the data cache's own answer. A worker that
+// has ended becomes free, or makes way for another one, after this: then the others have their
+// turn.
+void WorkerPool::ended(const Task& task, Outcome outcome, const httpd::Response& response)
+{
+    if (task.read == 0) {
+        return;
+    }
+    if (outcome != Outcome::Answered || response.status != httpd::kOk || !response.mayBeKept) {
+        mCachedQueue.release(task.read);
+        return;
+    }
+    for (const Task& joined : mCachedQueue.takeJoined(task.read)) {
+        finishAlso(joined, response);
     }
 }
 
 // Where the request waits that has waited longest of those that may be begun now; null for none.
 WaitingQueue* WorkerPool::nextQueue()
 {
-    const bool hasLive = !mLiveQueue.isEmpty() && mayReadLiveNow();
-    if (mCachedQueue.isEmpty()) {
-        return hasLive ? &mLiveQueue : nullptr;
+    const Task* const live = mayReadLiveNow() ? mLiveQueue.next() : nullptr;
+    const Task* const cached = mCachedQueue.next();
+    if (cached == nullptr) {
+        return live == nullptr ? nullptr : &mLiveQueue;
     }
-    return hasLive && mLiveQueue.firstSince() < mCachedQueue.firstSince() ? &mLiveQueue
-                                                                          : &mCachedQueue;
+    return live != nullptr && live->since < cached->since ? &mLiveQueue : &mCachedQueue;
 }
 
 bool WorkerPool::mayReadLiveNow() const
@@ -177,6 +206,9 @@ void WorkerPool::serveQueues()
 void WorkerPool::takeBack(Task task, Declined reason)
 {
     task.needsCim = task.needsCim || reason == Declined::NeedsCim;
+    if (task.read != 0) {
+        mCachedQueue.release(std::exchange(task.read, 0));
+    }
     WaitingQueue& queue = queueOf(task);
     queue.putBack(std::move(task));
     armExpiryTimer();
@@ -187,6 +219,7 @@ void WorkerPool::removeWorker(const WorkerConnection& worker)
     const bool wasUsed = worker.wasUsed();
     std::erase_if(mWorkers, [&worker](const auto& one) { return one.get() == &worker; });
     mSupervisor.childGone(wasUsed);
+    serveQueues();
 }
 
 void WorkerPool::dropExpired()

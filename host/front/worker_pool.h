@@ -2,6 +2,11 @@
 // two bounded queues, one for what needs the CIM object manager and one for what the data cache
 // answers, so that a slow object manager fills its own only.
 //
+// What waits for the same answer from the data cache is answered by one read: when it begins, for
+// the first of them, the others wait for it at their places, and have their turn if it fails. It
+// begins after all of them have come, so that it shows what was committed before each of them; who
+// comes later waits for the next.
+//
 // Threads: everything runs in the one thread that runs the io_context.
 #ifndef HOST_FRONT_WORKER_POOL_H_
 #define HOST_FRONT_WORKER_POOL_H_
@@ -74,6 +79,8 @@ private:
     bool mayReadLiveNow() const;
     void refuseWhereHopeless();
     void serveQueues();
+    void begin(WorkerConnection& worker, Task task);
+    void ended(const Task& task, Outcome outcome, const httpd::Response& response);
     void takeBack(Task task, Declined reason);
     void removeWorker(const WorkerConnection& worker);
     void dropExpired();
@@ -91,6 +98,7 @@ private:
     std::vector<std::unique_ptr<WorkerConnection>> mWorkers;
     WaitingQueue mCachedQueue;
     WaitingQueue mLiveQueue;
+    uint64_t mReads = 0; // that others may have waited for
 };
 
 } // namespace host
