@@ -18,6 +18,8 @@ httpd::Response answer(size_t bodyBytes)
 {
     httpd::Response response;
     response.headers = {{"Content-Type", "application/json"},
+                        {"ETag", "\"0123456789abcdef0123456789abcdef\""},
+                        {"Vary", "Accept-Encoding"},
                         {"Allow", "GET,HEAD"},
                         {"Link", "</redfish/v1/JsonSchemas/VexoDisk0.json>; rel=describedby"},
                         {"OData-Version", "4.0"},

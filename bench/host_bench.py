@@ -1,35 +1,112 @@
 #!/usr/bin/python3 -B
-"""Throughput of the service and its processor time per request, beside those of the HTTP server alone with a constant
-body of the same size:  host_bench.py BUILD_DIR [SECONDS]
+"""Throughput of the service and its processor time per request, by turns with its peers: the HTTP server alone with a
+constant body of the same size, and nginx with a file of that size:  host_bench.py BUILD_DIR [SECONDS]
+
+Then what keeping answers gives while a writer changes the cache. Says where a goal is missed.
 """
 
+import contextlib
+import sqlite3
 import sys
+import threading
+from pathlib import Path
 
 import measured
 
 CONNECTIONS = [1, 16, 64]
 WORKERS = 2
 ROUNDS = 3
+# Of a kept answer, beside the constant body's processor time and nginx's requests per second.
+MAX_COST = 1.3
+MIN_RATE = 0.45
+# Commits of the writer, and what keeping gives beside it: times the requests per second of keeping none.
+COMMIT_PAUSE_S = 0.1
+WRITER_CONNECTIONS = 16
+MIN_GAIN = 5
+COMMIT = "update Tbl_XCIM_Disk0 set rowid = rowid where rowid = 1"
+CACHE = "cache.db"
 
 
-def measure(program, path, connections, seconds):
+def with_journal(mode, *options):
+    """How the cache is written: with a write-ahead log as cimgate-cached does, or with a rollback journal."""
+    def prepare(directory):
+        with contextlib.closing(sqlite3.connect(Path(directory, CACHE))) as cache:
+            cache.execute(f"pragma journal_mode = {mode}")
+        return list(options)
+    return prepare
+
+
+def measure(program, paths, connections, seconds, headers=()):
     """Requests per second, and microseconds of all its processes per request."""
     before = program.cpu_seconds()
-    requests, elapsed = measured.load(program.base, [path], connections, seconds)
+    requests, elapsed = measured.load(program.base, paths, connections, seconds, headers)
     return requests / elapsed, (program.cpu_seconds() - before) * 1e6 / requests
 
 
-def compare(build_dir, service, name, path, seconds):
-    body = measured.body_of(service.base + path)
-    with measured.running([f"{build_dir}/bench/constant_server", str(len(body))]) as constant:
+def missed(condition):
+    return "  MISSED" if condition else ""
+
+
+def compare(build_dir, service, name, path, seconds, headers=(), max_cost=MAX_COST):
+    """Service and peers by turns, so that what else the machine does falls on all of them. Returns the processor time for
+    each number of connections."""
+    size = len(measured.answer_to(service.base + path, headers)[2])
+    costs = []
+    with measured.running([f"{build_dir}/bench/constant_server", str(size)]) as constant, \
+            measured.running_nginx(size) as (nginx, file):
         for connections in CONNECTIONS:
-            own, floor = [], []
-            for _ in range(ROUNDS):  # in turn, so that what else the machine does falls on both
-                own.append(measure(service, path, connections, seconds))
-                floor.append(measure(constant, path, connections, seconds))
-            (rate, cpu), (floor_rate, floor_cpu) = measured.median_of(own), measured.median_of(floor)
-            print(f"{name:9} {len(body):6} {connections:5} {rate:9.0f} {cpu:8.0f} {floor_rate:9.0f} {floor_cpu:8.0f}",
-                  flush=True)
+            turns = [(measure(service, [path], connections, seconds, headers), measure(constant, ["/"], connections, seconds),
+                      measure(nginx, [file], connections, seconds)) for _ in range(ROUNDS)]
+            (rate, cpu), (constant_rate, constant_cpu), (nginx_rate, nginx_cpu) = map(measured.median_of, zip(*turns))
+            cost, part = cpu / constant_cpu, rate / nginx_rate
+            is_missed = max_cost is not None and (cost > max_cost or part < MIN_RATE)
+            print(f"{name:22} {size:6} {connections:5} {rate:8.0f} {cpu:7.1f} {constant_rate:9.0f} {constant_cpu:7.1f} "
+                  f"{nginx_rate:8.0f} {nginx_cpu:7.1f} {cost:6.2f} {part:6.2f}{missed(is_missed)}", flush=True)
+            costs.append(cpu)
+    return costs
+
+
+def compare_kept(build_dir, service, instance, page, seconds):
+    whole = compare(build_dir, service, "instance", instance, seconds)
+    known = [("If-None-Match", measured.answer_to(service.base + instance)[1]["ETag"])]
+    unmodified = compare(build_dir, service, "with If-None-Match", instance, seconds, known, max_cost=None)
+    if any(cost > cost_of_whole for cost, cost_of_whole in zip(unmodified, whole)):
+        print("an answer without a body is dearer than one with  MISSED")
+    compare(build_dir, service, "page", page, seconds)
+    compare(build_dir, service, "page, gzip", page, seconds, [("Accept-Encoding", "gzip")])
+
+
+@contextlib.contextmanager
+def writer(cache):
+    """Commits a change again and again."""
+    done = threading.Event()
+
+    def write():
+        with contextlib.closing(sqlite3.connect(cache, isolation_level=None, timeout=measured.PATIENCE_S)) as connection:
+            while not done.wait(COMMIT_PAUSE_S):
+                connection.execute(COMMIT)
+
+    thread = threading.Thread(target=write)
+    thread.start()
+    try:
+        yield
+    finally:
+        done.set()
+        thread.join()
+
+
+def measure_written(service, paths, seconds):
+    with writer(Path(service.directory, CACHE)):
+        return measure(service, paths, WRITER_CONNECTIONS, seconds)
+
+
+def compare_written(kept, never, page, seconds):
+    paths = [path for path in measured.all_paths(kept.base, page) if "Collection" not in path]
+    turns = [(measure_written(kept, paths, seconds), measure_written(never, paths, seconds)) for _ in range(ROUNDS)]
+    (rate, cpu), (never_rate, never_cpu) = map(measured.median_of, zip(*turns))
+    gain = rate / never_rate
+    print(f"{len(paths)} instances beside a writer, {WRITER_CONNECTIONS} connections: {rate:.0f} req/s, {cpu:.1f} us; "
+          f"never kept {never_rate:.0f} req/s, {never_cpu:.1f} us; {gain:.1f} times{missed(gain < MIN_GAIN)}", flush=True)
 
 
 def main():
@@ -37,11 +114,17 @@ def main():
         sys.exit(__doc__)
     build_dir = sys.argv[1]
     seconds = int(sys.argv[2]) if len(sys.argv) == 3 else 3
-    print(f"{'':9} {'':6} {'':5} {'service':>18} {'constant body':>18}")
-    print(f"{'answer':9} {'bytes':>6} {'conn.':>5} {'req/s':>9} {'CPU us':>8} {'req/s':>9} {'CPU us':>8}")
-    with measured.running_service(build_dir, WORKERS) as (service, instance, page):
-        compare(build_dir, service, "instance", instance, seconds)
-        compare(build_dir, service, "page", page, seconds)
+    print(f"{'':22} {'':6} {'':5} {'service':>16} {'constant body':>17} {'nginx':>16} {'beside':>13}")
+    print(f"{'answer':22} {'bytes':>6} {'conn.':>5} {'req/s':>8} {'CPU us':>7} {'req/s':>9} {'CPU us':>7} {'req/s':>8} "
+          f"{'CPU us':>7} {'CPU':>6} {'nginx':>6}")
+    with measured.running_service(build_dir, WORKERS, with_journal("delete")) as (service, instance, page):
+        compare(build_dir, service, "instance, no log", instance, seconds)
+    with measured.running_service(build_dir, WORKERS, with_journal("wal")) as (kept, instance, page), \
+            measured.running_service(build_dir, WORKERS, with_journal("wal", "--kept-answers", "0")) as (never, _, _):
+        compare_kept(build_dir, kept, instance, page, seconds)
+        compare(build_dir, never, "never kept: instance", instance, seconds, max_cost=None)
+        compare(build_dir, never, "never kept: page", page, seconds, max_cost=None)
+        compare_written(kept, never, page, seconds)
 
 
 main()

@@ -1,11 +1,15 @@
 """The service on the measured system, its processes, and the load that is put on it."""
 
 import contextlib
+import json
 import os
 import re
+import socket
 import statistics
 import subprocess
 import tempfile
+import time
+import urllib.error
 import urllib.request
 from pathlib import Path
 
@@ -75,8 +79,8 @@ def running(command):
 
 @contextlib.contextmanager
 def running_service(build_dir, workers, prepare=lambda directory: []):
-    """The service; yields it with the paths of the instance and the page. prepare(directory) may change the mapping that
-    lies there, and returns more options."""
+    """The service; yields it with the paths of the instance and the page. prepare(directory) may change the mapping and
+    the cache that lie there, and returns more options."""
     with tempfile.TemporaryDirectory(prefix="cimgate-bench-") as directory:
         written = subprocess.run([f"{build_dir}/bench/write_bench_system", directory], check=True,
                                  stdout=subprocess.PIPE, text=True)
@@ -84,7 +88,73 @@ def running_service(build_dir, workers, prepare=lambda directory: []):
         command = [f"{build_dir}/host/cimgated", "--listen", "127.0.0.1:0", "--rmf", f"{directory}/mapping.json",
                    "--cache", f"{directory}/cache.db", "--registries", str(REGISTRIES), "--workers", str(workers), *prepare(directory)]
         with running(command) as service:
+            service.directory = directory
             yield service, instance, page
+
+
+NGINX_CONFIGURATION = """
+daemon off;
+user root;  # who the folder belongs to; without rights of root this line is nothing
+worker_processes 1;
+pid {directory}/pid;
+error_log stderr crit;
+events {{}}
+http {{
+    access_log off;
+    default_type application/json;
+    sendfile on;
+    keepalive_timeout 1h;
+    keepalive_requests 1000000000;
+    client_body_temp_path {directory}/tmp;
+    proxy_temp_path {directory}/tmp;
+    fastcgi_temp_path {directory}/tmp;
+    uwsgi_temp_path {directory}/tmp;
+    scgi_temp_path {directory}/tmp;
+    server {{ listen {address}; root {directory}; }}
+}}
+"""
+
+
+@contextlib.contextmanager
+def running_nginx(body_bytes):
+    """nginx with a file of that size; yields it with the path of the file."""
+    with tempfile.TemporaryDirectory(prefix="cimgate-bench-") as directory:
+        Path(directory, "body").write_bytes(b"x" * body_bytes)
+        with socket.create_server(("127.0.0.1", 0)) as unused:
+            address = f"127.0.0.1:{unused.getsockname()[1]}"
+        configuration = Path(directory, "nginx.conf")
+        configuration.write_text(NGINX_CONFIGURATION.format(directory=directory, address=address), encoding="utf-8")
+        with subprocess.Popen(["/usr/sbin/nginx", "-p", directory, "-c", str(configuration)]) as process:
+            try:
+                await_listener(address)
+                yield Program(process, f"http://{address}"), "/body"
+            finally:
+                process.terminate()
+                process.wait(timeout=PATIENCE_S)
+
+
+def await_listener(address):
+    deadline = time.monotonic() + PATIENCE_S
+    host, _, port = address.rpartition(":")
+    while True:
+        try:
+            socket.create_connection((host, int(port))).close()
+            return
+        except ConnectionRefusedError:
+            if time.monotonic() > deadline:
+                raise
+            time.sleep(0.01)
+
+
+def answer_to(url, headers=()):
+    """Status, headers and body, the last as it was sent."""
+    request = urllib.request.Request(url, headers=dict(headers))
+    try:
+        with urllib.request.urlopen(request, timeout=PATIENCE_S) as answer:
+            return answer.status, answer.headers, answer.read()
+    except urllib.error.HTTPError as answer:
+        with answer:
+            return answer.code, answer.headers, answer.read()
 
 
 def body_of(url):
@@ -92,16 +162,29 @@ def body_of(url):
         return answer.read()
 
 
-def load(base, paths, connections, seconds):
+def all_paths(base, page):
+    """Every page of the collection and every member on it."""
+    paths = []
+    while page:
+        paths.append(page)
+        body = json.loads(body_of(base + page))
+        paths += [member["@odata.id"] for member in body.get("Members", [])]
+        page = body.get("Members@odata.nextLink") if body.get("Members") else None
+        if page and int(page.rpartition("=")[2]) >= body["Members@odata.count"]:
+            page = None  # a full last page links to one behind the end
+    return paths
+
+
+def load(base, paths, connections, seconds, headers=()):
     """Asks for the paths in turn; returns how many requests were answered in how many seconds."""
-    requests, elapsed, _ = timed_load(base, paths, connections, seconds)
+    requests, elapsed, _ = timed_load(base, paths, connections, seconds, headers)
     return requests, elapsed
 
 
-def timed_load(base, paths, connections, seconds):
+def timed_load(base, paths, connections, seconds, headers=()):
     """The same, and the 99th percentile of what a request took, in seconds."""
-    command = ["wrk", "-t", "1", "-c", str(connections), "-d", f"{seconds}s", "-s", str(BENCH_DIR / "paths.lua"), base,
-               "--", *paths]
+    command = ["wrk", "-t", "1", "-c", str(connections), "-d", f"{seconds}s", "-s", str(BENCH_DIR / "paths.lua"),
+               *(f"-H{name}: {value}" for name, value in headers), base, "--", *paths]
     report = subprocess.run(command, check=True, stdout=subprocess.PIPE, text=True).stdout
     result = re.search(r"^RESULT (\d+) (\d+) (\d+) (\d+)$", report, re.MULTILINE)
     requests, microseconds, failed, slowest = (int(field) for field in result.groups())
