@@ -3,9 +3,9 @@
 #include "check/duplicate_names.h"
 #include "check/mapping_text.h"
 #include "check/rules.h"
+#include "library_quiet.h"
 
 #include <service/errno_text.h>
-#include <vexodlog.h>
 
 #include <algorithm>
 #include <iterator>
@@ -13,19 +13,6 @@
 namespace host::check {
 
 namespace {
-
-// What the library logs of a mapping is told as a fault.
-class LibraryIsQuiet
-{
-public:
-    LibraryIsQuiet() : mThreshold(vexoThreshold()) { vexoSetThreshold(0); }
-    ~LibraryIsQuiet() { vexoSetThreshold(mThreshold); }
-    LibraryIsQuiet(const LibraryIsQuiet&) = delete;
-    LibraryIsQuiet& operator=(const LibraryIsQuiet&) = delete;
-
-private:
-    int mThreshold;
-};
 
 Fault unusable(const std::string& path, Position position, const std::string& wrong)
 {

@@ -1,9 +1,9 @@
 #include "spawner/summary_file.h"
 
+#include "spawner/memory_file.h"
+
 #include <ResourceMapper/mapping/Entry.h>
 #include <ResourceMapper/mapping/Links.h>
-#include <sys/mman.h>
-#include <sys/stat.h>
 
 namespace host {
 
@@ -49,25 +49,13 @@ MappingSummary summaryOf(const Json::Value& file)
 
 service::FileDescriptor writeSummary(const MappingSummary& summary)
 {
-    const std::string text = encodeSummary(summary);
-    service::FileDescriptor file(memfd_create("mapping-summary", MFD_CLOEXEC));
-    // A file in memory takes all or nothing has room.
-    if (write(file.get(), text.data(), text.size()) != static_cast<ssize_t>(text.size())) {
-        file.reset();
-    }
-    return file;
+    return writeMemoryFile("mapping-summary", encodeSummary(summary));
 }
 
 bool readSummary(const service::FileDescriptor& file, MappingSummary& summary)
 {
-    struct stat about
-    {};
-    if (fstat(file.get(), &about) != 0 || about.st_size < 0) {
-        return false;
-    }
-    std::string text(static_cast<size_t>(about.st_size), '\0');
-    return pread(file.get(), text.data(), text.size(), 0) == about.st_size &&
-           decodeSummary(text, summary);
+    const std::optional<std::string> text = readMemoryFile(file);
+    return text && decodeSummary(*text, summary);
 }
 
 } // namespace host

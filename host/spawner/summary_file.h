@@ -1,5 +1,4 @@
-// The summary of the mapping on its way from the spawner to the front: a file in memory, since a
-// mapping may have more URIs than a packet has room for.
+// The summary of the mapping on its way from the spawner to the front.
 #ifndef HOST_SPAWNER_SUMMARY_FILE_H_
 #define HOST_SPAWNER_SUMMARY_FILE_H_
 
