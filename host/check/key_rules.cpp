@@ -58,7 +58,8 @@ const Keys& declarationKeys()
         {mapping::kCimType, Kind::Text},        {mapping::kAlias, Kind::Text},
         {mapping::kValueMapping, Kind::Object}, {mapping::kRedfishType, Kind::Text},
         {mapping::kIsArrayType, Kind::Flag},    {mapping::kIsRefType, Kind::Flag},
-        {mapping::kIsRequired, Kind::Flag}};
+        {mapping::kIsRequired, Kind::Flag},     {mapping::kUnits, Kind::Text},
+        {mapping::kDescription, Kind::Text}};
     return kKeys;
 }
 

@@ -1,0 +1,334 @@
+#include "schema/json_schema.h"
+
+#include "schema/addresses.h"
+#include "schema/json_text.h"
+
+namespace host::schema {
+
+namespace {
+
+constexpr const char* kDraft = "http://json-schema.org/draft-07/schema#";
+constexpr const char* kLink = "#/definitions/idRef";
+
+void addReference(JsonText& json, const std::string& target)
+{
+    json.member("$ref", target);
+}
+
+std::string definitionOf(const TypeName& type)
+{
+    return jsonSchemaUriOf(type) + "#/definitions/" + type.name;
+}
+
+const char* jsonTypeOf(ValueType type)
+{
+    switch (type) {
+    case ValueType::Integer:
+        return "integer";
+    case ValueType::Number:
+        return "number";
+    case ValueType::Boolean:
+        return "boolean";
+    default:
+        return "string";
+    }
+}
+
+void addType(JsonText& json, const char* type, bool isNullable)
+{
+    if (isNullable) {
+        json.memberList("type", {type, "null"});
+    } else {
+        json.member("type", type);
+    }
+}
+
+void addValues(JsonText& json, const Property& property)
+{
+    json.beginArray("enum");
+    for (const std::string& value : property.values) {
+        json.element(value);
+    }
+    if (property.isNullable) {
+        json.nullElement();
+    }
+    json.end();
+}
+
+// Of an array's element, or of a value that stands alone.
+void addValue(JsonText& json, const Property& property)
+{
+    addType(json, jsonTypeOf(property.type), property.isNullable);
+    if (!property.values.empty()) {
+        addValues(json, property);
+    }
+    if (property.type == ValueType::DateTime) {
+        json.member("format", "date-time");
+    }
+    if (property.isUnsigned) {
+        json.member("minimum", size_t{0});
+    }
+}
+
+void addTexts(JsonText& json, const Property& property)
+{
+    if (!property.description.empty()) {
+        json.member("description", property.description);
+    }
+    if (!property.units.empty()) {
+        json.member("units", property.units);
+    }
+}
+
+void addContent(JsonText& json, const Property& property)
+{
+    if (property.type != ValueType::Any && property.isArray) {
+        json.member("type", "array");
+        json.beginObject("items");
+        addValue(json, property);
+        json.end();
+    } else if (property.type != ValueType::Any) {
+        addValue(json, property);
+    }
+    addTexts(json, property);
+}
+
+void addText(JsonText& json, const char* name, const char* format = nullptr)
+{
+    json.beginObject(name);
+    json.member("type", "string");
+    if (format != nullptr) {
+        json.member("format", format);
+    }
+    json.member("readonly", true);
+    json.end();
+}
+
+void addCount(JsonText& json, const std::string& name)
+{
+    json.beginObject(name);
+    json.member("type", "integer");
+    json.member("minimum", size_t{0});
+    json.member("readonly", true);
+    json.end();
+}
+
+void addCommonProperties(JsonText& json, const ResourceType& type)
+{
+    addText(json, "@odata.context", "uri-reference");
+    addText(json, "@odata.id", "uri-reference");
+    json.beginObject("@odata.type");
+    json.member("type", "string");
+    json.member("const", "#" + type.name.qualified());
+    json.end();
+    addText(json, "Description");
+    if (type.hasId) {
+        addText(json, "Id");
+    }
+    addText(json, "Name");
+}
+
+void addProperty(JsonText& json, const Property& property)
+{
+    json.beginObject(property.name);
+    addContent(json, property);
+    json.member("readonly", true);
+    json.end();
+    if (!property.countName.empty()) {
+        addCount(json, property.countName);
+    }
+}
+
+void addMembers(JsonText& json, const ResourceType& type)
+{
+    json.beginObject("Members");
+    json.member("type", "array");
+    json.beginObject("items");
+    if (type.members) {
+        addReference(json, definitionOf(*type.members));
+    }
+    json.end();
+    json.member("readonly", true);
+    json.end();
+    addCount(json, "Members@odata.count");
+    if (type.hasNextLink) {
+        addText(json, "Members@odata.nextLink", "uri-reference");
+    }
+}
+
+void addProperties(JsonText& json, const ResourceType& type)
+{
+    json.beginObject("properties");
+    addCommonProperties(json, type);
+    for (const Property& property : type.properties) {
+        addProperty(json, property);
+    }
+    if (type.hasLinks) {
+        json.beginObject("Links");
+        addReference(json, "#/definitions/Links");
+        json.end();
+    }
+    if (!type.actions.empty()) {
+        json.beginObject("Actions");
+        addReference(json, "#/definitions/Actions");
+        json.end();
+    }
+    if (type.isCollection) {
+        addMembers(json, type);
+    }
+    json.end();
+}
+
+void beginClosedObject(JsonText& json, const std::string& name)
+{
+    json.beginObject(name);
+    json.member("type", "object");
+    json.member("additionalProperties", false);
+}
+
+void addResource(JsonText& json, const ResourceType& type)
+{
+    beginClosedObject(json, type.name.name);
+    if (!type.description.empty()) {
+        json.member("description", type.description);
+    }
+    addProperties(json, type);
+    json.memberList("required", {"@odata.id", "@odata.type"}); // what no $select leaves out
+    json.end();
+}
+
+void addLinkDefinition(JsonText& json)
+{
+    beginClosedObject(json, "idRef");
+    json.beginObject("properties");
+    addText(json, "@odata.id", "uri-reference");
+    json.end();
+    json.end();
+}
+
+void addLink(JsonText& json, const Link& link)
+{
+    json.beginObject(link.name);
+    if (link.isArray) {
+        json.member("type", "array");
+        json.beginObject("items");
+        addReference(json, kLink);
+        json.end();
+    } else {
+        addReference(json, kLink);
+    }
+    json.end();
+}
+
+void addLinks(JsonText& json, const ResourceType& type)
+{
+    addLinkDefinition(json);
+    beginClosedObject(json, "Links");
+    json.beginObject("properties");
+    for (const Link& link : type.links) {
+        addLink(json, link);
+    }
+    json.end();
+    json.end();
+}
+
+void addParameters(JsonText& json, const Action& action)
+{
+    json.beginObject("parameters");
+    for (const Property& parameter : action.parameters) {
+        json.beginObject(parameter.name);
+        addContent(json, parameter);
+        if (parameter.isRequired) {
+            json.member("requiredParameter", true);
+        }
+        json.end();
+    }
+    json.end();
+}
+
+void addAction(JsonText& json, const Action& action)
+{
+    beginClosedObject(json, action.name);
+    addParameters(json, action);
+    json.beginObject("properties");
+    addText(json, "target", "uri-reference");
+    for (const Action::Member& member : action.members) {
+        json.beginObject(member.name);
+        json.member("type", member.type);
+        json.end();
+    }
+    json.end();
+    json.end();
+}
+
+void addActions(JsonText& json, const ResourceType& type)
+{
+    beginClosedObject(json, "Actions");
+    json.beginObject("properties");
+    for (const Action& action : type.actions) {
+        json.beginObject(action.key);
+        addReference(json, "#/definitions/" + action.name);
+        json.end();
+    }
+    json.end();
+    json.end();
+    for (const Action& action : type.actions) {
+        addAction(json, action);
+    }
+}
+
+void beginDocument(JsonText& json, const std::string& uri, const std::string& definition)
+{
+    json.beginObject();
+    json.member("$id", uri);
+    json.member("$ref", "#/definitions/" + definition);
+    json.member("$schema", kDraft);
+    json.beginObject("definitions");
+}
+
+std::string endDocument(JsonText& json, const std::string& title)
+{
+    json.end();
+    json.member("title", "#" + title);
+    json.end();
+    return json.take();
+}
+
+} // namespace
+
+std::string jsonSchemaOf(const ResourceType& type)
+{
+    JsonText json;
+    beginDocument(json, jsonSchemaUriOf(type.name), type.name.name);
+    addResource(json, type);
+    if (type.hasLinks) {
+        addLinks(json, type);
+    }
+    if (!type.actions.empty()) {
+        addActions(json, type);
+    }
+    return endDocument(json, type.name.qualified());
+}
+
+std::string unversionedSchemaOf(const std::vector<TypeName>& versions)
+{
+    const TypeName& first = versions.front();
+    JsonText json;
+    beginDocument(json, unversionedSchemaUriOf(first), first.name);
+    json.beginObject(first.name);
+    json.beginArray("anyOf");
+    json.beginObject();
+    addReference(json, kLink);
+    json.end();
+    for (const TypeName& version : versions) {
+        json.beginObject();
+        addReference(json, definitionOf(version));
+        json.end();
+    }
+    json.end();
+    json.end();
+    addLinkDefinition(json);
+    return endDocument(json, first.unversioned());
+}
+
+} // namespace host::schema

@@ -1,0 +1,23 @@
+// JSON Schema (draft 7, as DSP0266 has it) of resource types.
+//
+// A document refers to nothing outside but the types of a collection's members, so that answers can
+// be checked without the Internet.
+#ifndef HOST_SCHEMA_JSON_SCHEMA_H_
+#define HOST_SCHEMA_JSON_SCHEMA_H_
+
+#include "schema/resource_type.h"
+
+#include <string>
+#include <vector>
+
+namespace host::schema {
+
+// What an answer of the type can hold, and nothing else.
+std::string jsonSchemaOf(const ResourceType& type);
+
+// The document of a namespace whose types have versions: a link, or a resource of any of them.
+std::string unversionedSchemaOf(const std::vector<TypeName>& versions);
+
+} // namespace host::schema
+
+#endif

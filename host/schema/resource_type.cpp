@@ -1,0 +1,235 @@
+#include "schema/resource_type.h"
+
+#include <ResourceMapper/mapping/Entry.h>
+#include <ResourceMapper/mapping/Links.h>
+
+#include <algorithm>
+#include <map>
+#include <utility>
+
+namespace host::schema {
+
+namespace mapping = cimgate::mapping;
+
+namespace {
+
+constexpr const char* kOdataType = "@odata.type";
+
+bool isVersion(std::string_view text)
+{
+    return text.size() > 1 && text.front() == 'v' &&
+           text.find_first_not_of("0123456789_", 1) == std::string_view::npos;
+}
+
+// What annotations make of every answer; a property that is shown by such a name is not seen.
+bool isCommon(const std::string& name)
+{
+    return name == "Id" || name == "Name" || name == "Description";
+}
+
+const char* jsonTypeOf(const Json::Value& value)
+{
+    switch (value.type()) {
+    case Json::objectValue:
+        return "object";
+    case Json::arrayValue:
+        return "array";
+    case Json::booleanValue:
+        return "boolean";
+    case Json::stringValue:
+        return "string";
+    case Json::nullValue:
+        return "null";
+    default:
+        return "number";
+    }
+}
+
+// The method of "#VexoIndicatorService.SetIndicator" is what follows the first dot.
+std::string methodOf(const std::string& key)
+{
+    const size_t dot = key.find('.');
+    return dot == std::string::npos ? "" : key.substr(dot + 1);
+}
+
+Action actionOf(const std::string& key, const Json::Value& declared, const Json::Value& methods)
+{
+    Action action;
+    action.name = methodOf(key);
+    action.key = key;
+    const Json::Value& members = cimgate::objectOf(declared);
+    for (auto member = members.begin(); member != members.end(); ++member) {
+        if (cimgate::nameOf(member) != mapping::kTarget) {
+            action.members.push_back({shownText(member.name()), jsonTypeOf(*member)});
+        }
+    }
+    const Json::Value& inputs = cimgate::objectOf(
+        cimgate::memberOf(cimgate::memberOf(methods, action.name), mapping::kInputs));
+    for (auto input = inputs.begin(); input != inputs.end(); ++input) {
+        action.parameters.push_back(parameterOf(input.name(), *input));
+    }
+    return action;
+}
+
+void addActions(ResourceType& type, const Json::Value& entry, const std::string& cimClass)
+{
+    const Json::Value& actions = mapping::actionsOf(entry, cimClass);
+    const Json::Value& methods =
+        cimgate::memberOf(mapping::classOf(entry, cimClass), mapping::kMethods);
+    for (auto action = actions.begin(); action != actions.end(); ++action) {
+        const std::string key = shownText(action.name());
+        if (!methodOf(key).empty()) {
+            type.actions.push_back(actionOf(key, *action, methods));
+        }
+    }
+}
+
+void addLinks(ResourceType& type, const Json::Value& entry)
+{
+    type.hasLinks = cimgate::hasMember(entry, mapping::kLinks);
+    const Json::Value& links = cimgate::objectOf(cimgate::memberOf(entry, mapping::kLinks));
+    for (auto link = links.begin(); link != links.end(); ++link) {
+        const mapping::LinkKind kind = mapping::kindOfLink(link.name());
+        if (kind != mapping::LinkKind::Unknown) {
+            type.links.push_back({link.name(), kind != mapping::LinkKind::Fixed});
+        }
+    }
+}
+
+void addProperties(ResourceType& type, const Json::Value& entry, const std::string& cimClass)
+{
+    const mapping::Source source = mapping::sourceOf(entry, cimClass, false);
+    if (source == mapping::Source::MappingFile) {
+        return; // nothing is read: its answers are made of the entry alone
+    }
+    const std::string key = cimgate::textOf(entry, mapping::kUniqueSelector);
+    const Json::Value& properties = mapping::propertiesOf(entry, cimClass);
+    for (auto declared = properties.begin(); declared != properties.end(); ++declared) {
+        Property property =
+            propertyOf(declared.name(), *declared, source == mapping::Source::DataCache);
+        if (!property.name.empty() && !isCommon(property.name)) {
+            property.isNullable = property.isNullable && declared.name() != key;
+            type.properties.push_back(std::move(property));
+        }
+    }
+}
+
+ResourceType resourceOf(const Json::Value& entry)
+{
+    ResourceType type;
+    const std::string cimClass = mapping::classNameOf(entry);
+    addProperties(type, entry, cimClass);
+    addLinks(type, entry);
+    addActions(type, entry, cimClass);
+    return type;
+}
+
+ResourceType collectionOf(const Json::Value& file, const Json::Value& entry)
+{
+    ResourceType type;
+    const Json::Value& member = mapping::memberEntryOf(file, entry);
+    type.isCollection = true;
+    type.members = typeNameOf(cimgate::textOf(member, kOdataType));
+    type.hasNextLink = cimgate::flagOf(entry, mapping::kSupportsNextLink);
+    // One that is read live has none.
+    type.hasId =
+        mapping::sourceOf(member, mapping::classNameOf(member), true) == mapping::Source::DataCache;
+    return type;
+}
+
+void addUri(ResourceType& type, const Json::Value& entry)
+{
+    std::string uri = shownText(cimgate::textOf(entry, mapping::kOdataId));
+    if (!uri.empty()) {
+        const bool hasKey =
+            !type.isCollection && !cimgate::textOf(entry, mapping::kUniqueSelector).empty();
+        type.uris.push_back(hasKey ? uri + "/{Id}" : std::move(uri));
+    }
+}
+
+// Adds what all of one list has to another, by name; what both have is joined.
+template <typename Named, typename Join>
+void addAll(std::vector<Named>& all, std::vector<Named> more, const Join& join)
+{
+    for (Named& one : more) {
+        const auto same = std::find_if(
+            all.begin(), all.end(), [&one](const Named& other) { return other.name == one.name; });
+        if (same == all.end()) {
+            all.push_back(std::move(one));
+        } else {
+            join(*same, one);
+        }
+    }
+}
+
+// Of entries with the same type, an answer may be of either.
+void merge(ResourceType& type, ResourceType other)
+{
+    const auto keepFirst = [](const auto& /*first*/, const auto& /*second*/) {
+    };
+    type.uris.insert(type.uris.end(), other.uris.begin(), other.uris.end());
+    type.hasId = type.hasId || other.hasId;
+    type.hasLinks = type.hasLinks || other.hasLinks;
+    type.hasNextLink = type.hasNextLink || other.hasNextLink;
+    addAll(type.properties, std::move(other.properties), join);
+    addAll(type.links, std::move(other.links), keepFirst);
+    addAll(type.actions, std::move(other.actions), keepFirst);
+}
+
+} // namespace
+
+std::string TypeName::versioned() const
+{
+    return version.empty() ? nameSpace : nameSpace + "." + version;
+}
+
+bool TypeName::isVendors() const
+{
+    return mapping::hasVendorWord(nameSpace);
+}
+
+std::optional<TypeName> typeNameOf(const std::string& odataType)
+{
+    const size_t first = odataType.find('.');
+    const size_t last = odataType.rfind('.');
+    if (first == std::string::npos || !odataType.starts_with('#')) {
+        return std::nullopt;
+    }
+    TypeName type{odataType.substr(1, first - 1),
+                  first == last ? "" : odataType.substr(first + 1, last - first - 1),
+                  odataType.substr(last + 1)};
+    const bool isUsable = isIdentifier(type.nameSpace) && isIdentifier(type.name) &&
+                          (type.version.empty() || isVersion(type.version));
+    return isUsable ? std::optional(std::move(type)) : std::nullopt;
+}
+
+std::vector<ResourceType> resourceTypesOf(const Json::Value& file)
+{
+    std::map<std::string, ResourceType> found; // by name space: each has one type
+    for (const Json::Value& entry : cimgate::objectOf(file)) {
+        const std::optional<TypeName> name = typeNameOf(cimgate::textOf(entry, kOdataType));
+        if (!name) {
+            continue;
+        }
+        ResourceType type = cimgate::flagOf(entry, mapping::kIsCollection)
+                                ? collectionOf(file, entry)
+                                : resourceOf(entry);
+        type.name = *name;
+        type.description = shownText(cimgate::textOf(entry, "Description"));
+        addUri(type, entry);
+        const auto same = found.find(name->versioned());
+        if (same == found.end()) {
+            found.emplace(name->versioned(), std::move(type));
+        } else if (same->second.name == *name) {
+            merge(same->second, std::move(type));
+        }
+    }
+    std::vector<ResourceType> types;
+    types.reserve(found.size());
+    for (auto& [nameSpace, type] : found) {
+        types.push_back(std::move(type));
+    }
+    return types;
+}
+
+} // namespace host::schema
