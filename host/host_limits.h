@@ -218,6 +218,9 @@ inline constexpr std::chrono::seconds kWorkerEndGrace{2};
 // How long the spawner may take for that. One that is stopped, or stuck, is killed then.
 inline constexpr std::chrono::seconds kSpawnerEndGrace{4};
 
+// Of a file of a message registry: those in use have up to a few hundred messages.
+inline constexpr uintmax_t kMaxRegistryBytes = uintmax_t{2} * 1024 * 1024;
+
 } // namespace host
 
 #endif

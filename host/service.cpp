@@ -2,6 +2,8 @@
 
 #include "front/front.h"
 #include "log_filter.h"
+#include "native/registry_files.h"
+#include "native/service_uuid.h"
 #include "process_name.h"
 #include "spawner/spawner.h"
 #include "tell.h"
@@ -16,6 +18,9 @@
 namespace host {
 
 namespace {
+
+// Where the message registries are unless another place is named.
+constexpr const char* kRegistryDirectory = "/usr/share/cimgate/registries";
 
 int complain(const std::string& problem, int status)
 {
@@ -41,6 +46,14 @@ void applyOptions(const Options& options)
     }
 }
 
+// What only who starts the service may be allowed to read is read before it gives up its rights.
+native::Service about(const Options& options)
+{
+    const std::string& directory = options.registryDirectory;
+    return {native::uuidOfThisMachine(),
+            native::readRegistryFiles(directory.empty() ? kRegistryDirectory : directory)};
+}
+
 } // namespace
 
 int runService(const Options& options, const httpd::Limits& limits)
@@ -59,7 +72,7 @@ int runService(const Options& options, const httpd::Limits& limits)
                         EXIT_FAILURE);
     }
     Spawner spawner;
-    const int status = startSpawner(spawner, problem, options.user)
+    const int status = startSpawner(spawner, problem, options.user, about(options))
                            ? runFront(options, spawner, limits)
                            : complain(problem, EXIT_FAILURE);
     awaitSpawner(spawner);

@@ -7,6 +7,7 @@
 #include "front/content_coding.h"
 #include "front/header_list.h"
 #include "front/kept_answers.h"
+#include "front/native_resources.h"
 #include "front/own_names.h"
 #include "front/quarantine.h"
 #include "front/refusals.h"
@@ -20,6 +21,7 @@
 #include "tell.h"
 
 #include <boost/asio/posix/stream_descriptor.hpp>
+#include <boost/asio/post.hpp>
 #include <boost/asio/signal_set.hpp>
 #include <boost/asio/steady_timer.hpp>
 #include <httpd/listen_address.h>
@@ -149,16 +151,15 @@ struct Keeping
 class Front
 {
 public:
-    Front(const Options& options, const Spawner& spawner, const httpd::Limits& limits);
+    Front(const Options& options, Spawner& spawner, const httpd::Limits& limits);
 
     int run();
 
 private:
     void handle(httpd::Request request, const httpd::Reply& reply);
     void handleQueue(const std::string& text, const QueueFrontEnd::Reply& reply);
-    std::optional<httpd::Response> refusal(const httpd::Request& request) const;
-    std::optional<httpd::Response> answerWithoutWorker(const httpd::Request& request,
-                                                       const Keeping& keeping,
+    std::optional<httpd::Response> answerByFront(const httpd::Request& request) const;
+    std::optional<httpd::Response> answerWithoutWorker(const Keeping& keeping,
                                                        const std::string& watched);
     Keeping keepingOf(const httpd::Request& request, bool wantsGzip);
     void keep(const Keeping& keeping, const httpd::Response& response);
@@ -177,6 +178,7 @@ private:
     void makeQueue();
     void workersReady();
     void listen();
+    void compressResources();
     void fail(const std::string& cause);
 
     const Options& mOptions;
@@ -189,6 +191,7 @@ private:
     asio::steady_timer mRepeatsTimer;
     RequestLog mRequestLog;
     OwnNames mOwnNames;
+    NativeResources mNative;
     Quarantine mQuarantine;
     CacheState mCacheState;
     KeptAnswers mKeptAnswers;
@@ -203,7 +206,7 @@ private:
     int mUndrained = 0;      // servers that still have requests to answer, once it stops
 };
 
-Front::Front(const Options& options, const Spawner& spawner, const httpd::Limits& limits)
+Front::Front(const Options& options, Spawner& spawner, const httpd::Limits& limits)
     : mOptions(options),
       mMapping(spawner.mapping),
       mChecked(spawner.checked.get()),
@@ -212,6 +215,7 @@ Front::Front(const Options& options, const Spawner& spawner, const httpd::Limits
       mStopTimer(mContext),
       mRepeatsTimer(mContext),
       mOwnNames(options.hosts),
+      mNative(std::move(spawner.documents)),
       mCacheState(options.cachePath),
       mKeptAnswers(options.keptAnswersBytes),
       mSpawner(mContext, spawner.control.get(), [this](const std::string& cause) { fail(cause); }),
@@ -234,7 +238,7 @@ Front::Front(const Options& options, const Spawner& spawner, const httpd::Limits
 {
     mServer.setObserver([this](const httpd::Exchange& exchange) { mRequestLog.note(exchange); });
     mServer.setHeadJudge([this](const httpd::Request& request) {
-        std::optional<httpd::Response> response = refusal(request);
+        std::optional<httpd::Response> response = answerByFront(request);
         if (response) {
             addCommonHeaders(*response);
         }
@@ -402,10 +406,14 @@ void Front::stopWhenDrained()
 
 void Front::handle(httpd::Request request, const httpd::Reply& reply)
 {
-    const std::string watched = watchedName(request);
     const Wanted wanted = wantedOf(request);
+    if (std::optional<httpd::Response> response = answerByFront(request)) {
+        reply(finalOf(std::move(*response), wanted.ifNoneMatch));
+        return;
+    }
+    const std::string watched = watchedName(request);
     const Keeping keeping = keepingOf(request, wanted.gzip);
-    if (std::optional<httpd::Response> response = answerWithoutWorker(request, keeping, watched)) {
+    if (std::optional<httpd::Response> response = answerWithoutWorker(keeping, watched)) {
         reply(finalOf(std::move(*response), wanted.ifNoneMatch));
         return;
     }
@@ -464,9 +472,13 @@ void Front::handleQueue(const std::string& text, const QueueFrontEnd::Reply& rep
            watched);
 }
 
-std::optional<httpd::Response> Front::refusal(const httpd::Request& request) const
+// What the mapping has no say in: refusals, and the service's own resources.
+std::optional<httpd::Response> Front::answerByFront(const httpd::Request& request) const
 {
     std::optional<httpd::Response> response = mOwnNames.refusalOf(request);
+    if (!response) {
+        response = mNative.answerTo(request);
+    }
     return response ? response : refusalOf(request);
 }
 
@@ -497,20 +509,19 @@ void Front::keep(const Keeping& keeping, const httpd::Response& response)
     }
 }
 
-std::optional<httpd::Response> Front::answerWithoutWorker(const httpd::Request& request,
-                                                          const Keeping& keeping,
+std::optional<httpd::Response> Front::answerWithoutWorker(const Keeping& keeping,
                                                           const std::string& watched)
 {
-    std::optional<httpd::Response> response = refusal(request);
-    if (!response && keeping.state) {
+    if (keeping.state) {
         if (const httpd::Response* kept = mKeptAnswers.find(keeping.key, *keeping.state)) {
             return *kept;
         }
     }
-    if (!response && !mQuarantine.admits(watched, std::chrono::steady_clock::now())) {
-        response = temporarilyUnavailable(kQuarantineRetryAfterS);
-        response->remark = kClosedTarget;
+    if (mQuarantine.admits(watched, std::chrono::steady_clock::now())) {
+        return std::nullopt;
     }
+    httpd::Response response = temporarilyUnavailable(kQuarantineRetryAfterS);
+    response.remark = kClosedTarget;
     return response;
 }
 
@@ -570,6 +581,17 @@ void Front::listen()
     (void)std::printf("cimgated: listening on %s\n",
                       httpd::urlOf(mOptions.address, mServer.port()).c_str());
     (void)std::fflush(stdout);
+    compressResources();
+}
+
+// One after the other, requests between them.
+void Front::compressResources()
+{
+    asio::post(mContext, [this] {
+        if (mNative.compressNext()) {
+            compressResources();
+        }
+    });
 }
 
 void Front::fail(const std::string& cause)
@@ -584,7 +606,7 @@ void Front::fail(const std::string& cause)
 
 } // namespace
 
-int runFront(const Options& options, const Spawner& spawner, httpd::Limits limits)
+int runFront(const Options& options, Spawner& spawner, httpd::Limits limits)
 {
     limits.clientMemoryBytes = options.clientMemoryBytes;
     return Front(options, spawner, limits).run();

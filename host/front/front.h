@@ -11,7 +11,7 @@ namespace host {
 
 // Serves until SIGTERM or SIGINT; HTTP clients get what the limits allow. Returns the process's
 // exit status.
-int runFront(const Options& options, const Spawner& spawner, httpd::Limits limits = {});
+int runFront(const Options& options, Spawner& spawner, httpd::Limits limits = {});
 
 } // namespace host
 

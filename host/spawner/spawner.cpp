@@ -3,11 +3,13 @@
 #include "check/at_start.h"
 #include "check/mapping_text.h"
 #include "host_limits.h"
+#include "library_quiet.h"
 #include "log.h"
 #include "log_filter.h"
 #include "network_mount.h"
 #include "process_name.h"
 #include "queue/process.h"
+#include "spawner/memory_file.h"
 #include "spawner/summary_file.h"
 #include "wire/control.h"
 #include "worker/data_cache.h"
@@ -15,6 +17,7 @@
 
 #include <ResourceMapper.h>
 #include <fcntl.h>
+#include <malloc.h>
 #include <poll.h>
 #include <service/errno_text.h>
 #include <sys/prctl.h>
@@ -88,6 +91,21 @@ ControlMessage summarize()
     return outcome;
 }
 
+// The service's own resources, which the mapping is part of.
+ControlMessage makeResources(const native::Service& service)
+{
+    const LibraryIsQuiet quiet;
+    ControlMessage made;
+    made.kind = ControlKind::Made;
+    made.descriptor = writeMemoryFile(
+        "resources", native::encodeDocuments(native::documentsOf(ResourceMapper::RmfObj, service)));
+    if (!made.descriptor.isOpen()) {
+        made.kind = ControlKind::Failed;
+        made.text = "cannot pass on the service's own resources: " + service::errnoText();
+    }
+    return made;
+}
+
 struct Child
 {
     pid_t pid = -1;
@@ -133,7 +151,7 @@ public:
     {}
 
     // problem is why it cannot; "" for none.
-    [[noreturn]] void run(const std::string& problem);
+    [[noreturn]] void run(const std::string& problem, const native::Service& service);
 
 private:
     ControlMessage load(const std::string& problem);
@@ -155,7 +173,7 @@ private:
     uint32_t mLastId = 0;
 };
 
-void SpawnerProcess::run(const std::string& problem)
+void SpawnerProcess::run(const std::string& problem, const native::Service& service)
 {
     nameProcess(ProcessKind::Spawner);
     // A terminal or a supervisor may signal the whole group: the front decides when the others end.
@@ -164,7 +182,9 @@ void SpawnerProcess::run(const std::string& problem)
     (void)std::signal(SIGHUP, SIG_IGN);
     (void)std::signal(SIGPIPE, SIG_IGN);
     const ControlMessage outcome = load(problem);
-    if (sendControl(mControl.get(), outcome) && outcome.kind == ControlKind::Loaded) {
+    if (sendControl(mControl.get(), outcome) && outcome.kind == ControlKind::Loaded &&
+        sendControl(mControl.get(), makeResources(service))) {
+        (void)malloc_trim(0); // what that has taken would be part of every worker
         serve();
     }
     endChildren();
@@ -333,16 +353,21 @@ void SpawnerProcess::endChildren()
     reap(0);
 }
 
-// Waits for what the spawner has to say of the mapping file.
-bool learnMapping(Spawner& spawner, std::string& problem)
+// Waits for the next of what the spawner has to say at its start.
+bool await(const Spawner& spawner, ControlKind kind, ControlMessage& message, std::string& problem)
 {
-    ControlMessage message;
     if (receiveControl(spawner.control.get(), message) != Received::Message) {
         problem = "the spawner ended while it loaded the mapping file " + ResourceMapper::RmfPath;
         return false;
     }
     problem = message.text;
-    if (message.kind != ControlKind::Loaded) {
+    return message.kind == kind;
+}
+
+bool learnMapping(Spawner& spawner, std::string& problem)
+{
+    ControlMessage message;
+    if (!await(spawner, ControlKind::Loaded, message, problem)) {
         return false;
     }
     if (!readSummary(message.descriptor, spawner.mapping)) {
@@ -351,9 +376,23 @@ bool learnMapping(Spawner& spawner, std::string& problem)
     return problem.empty();
 }
 
+bool learnResources(Spawner& spawner, std::string& problem)
+{
+    ControlMessage message;
+    if (!await(spawner, ControlKind::Made, message, problem)) {
+        return false;
+    }
+    const std::optional<std::string> text = readMemoryFile(message.descriptor);
+    if (!text || !native::decodeDocuments(*text, spawner.documents)) {
+        problem = "cannot read the service's own resources: " + service::errnoText();
+    }
+    return problem.empty();
+}
+
 } // namespace
 
-bool startSpawner(Spawner& spawner, std::string& problem, const std::optional<User>& user)
+bool startSpawner(Spawner& spawner, std::string& problem, const std::optional<User>& user,
+                  const native::Service& service)
 {
     int ends[2] = {-1, -1};
     int checkEnds[2] = {-1, -1};
@@ -381,13 +420,13 @@ bool startSpawner(Spawner& spawner, std::string& problem, const std::optional<Us
         if (getppid() != parent) {
             _exit(EXIT_FAILURE); // the front ended before it could be watched
         }
-        SpawnerProcess(std::move(control), std::move(checking)).run(problem);
+        SpawnerProcess(std::move(control), std::move(checking)).run(problem, service);
     }
     control.reset();
     checking.reset();
     spawner.control = std::move(front);
     spawner.checked = std::move(checked);
-    return learnMapping(spawner, problem);
+    return learnMapping(spawner, problem) && learnResources(spawner, problem);
 }
 
 void awaitSpawner(Spawner& spawner)

@@ -4,6 +4,7 @@
 #ifndef HOST_SPAWNER_SPAWNER_H_
 #define HOST_SPAWNER_SPAWNER_H_
 
+#include "native/tree.h"
 #include "process_rights.h"
 #include "wire/mapping_summary.h"
 
@@ -21,13 +22,15 @@ struct Spawner
     service::FileDescriptor control; // see control.h
     service::FileDescriptor checked; // of the check of mapping and cache, see awaitCheck()
     MappingSummary mapping;
+    native::Documents documents; // the service's own resources
 };
 
-// Forks the spawner and waits until it has loaded the mapping file (ResourceMapper::RmfPath), and
-// seen that the data cache can be opened where it is there. It has no rights but those of the user,
-// or of whoever has started it. Returns false with the cause in problem. Closing control ends the
-// spawner and what it has forked.
-bool startSpawner(Spawner& spawner, std::string& problem, const std::optional<User>& user = {});
+// Forks the spawner and waits until it has loaded the mapping file (ResourceMapper::RmfPath), seen
+// that the data cache can be opened where it is there, and made the service's own resources. It has
+// no rights but those of the user, or of whoever has started it. Returns false with the cause in
+// problem. Closing control ends the spawner and what it has forked.
+bool startSpawner(Spawner& spawner, std::string& problem, const std::optional<User>& user = {},
+                  const native::Service& service = {});
 
 // Waits until the spawner, and with it all that it has forked, has ended.
 void awaitSpawner(Spawner& spawner);

@@ -13,6 +13,7 @@ namespace host {
 enum class ControlKind : uint32_t {
     // From the spawner
     Loaded,    // the mapping file is loaded; the descriptor is a file with its summary
+    Made,      // so are the service's own resources; the descriptor is a file with them
     Failed,    // it is not; text says why
     Forked,    // a process has been forked: id and pid; the descriptor is its socket
     NotForked, // none could be forked; text says why

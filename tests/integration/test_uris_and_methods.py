@@ -41,7 +41,7 @@ class UrisAndMethods(SharedServiceTest):
     # ---- URIs that lead nowhere
 
     def test_unknown_uris_are_not_found(self):
-        for uri in ("/x", "/redfish", "/redfish/v1", f"{BASE}/Nope", f"{BASE}/Nope/x", THING + "/x", f"{BASE}/Hidden",
+        for uri in ("/x", "/redfish/v2", "/redfish/v1/Nope", f"{BASE}/Nope", f"{BASE}/Nope/x", THING + "/x", f"{BASE}/Hidden",
                     f"{BASE}/Hidden/T.1", THINGS.lower(), THING.replace("/Vexo/", "//Vexo/"), THING + "//", "//",
                     f"{BASE}/VexoThing%2FT.1", "/%ff"):
             if uri == "//":

@@ -1,0 +1,165 @@
+#include "front/native_resources.h"
+
+#include "content_hash.h"
+#include "error_body.h"
+#include "front/accepted_types.h"
+#include "front/content_coding.h"
+#include "front/refusals.h"
+
+#include <ResourceMapper.h>
+#include <malloc.h>
+
+#include <algorithm>
+#include <string>
+#include <utility>
+
+namespace host {
+
+namespace {
+
+constexpr const char* kMethods = "GET, HEAD, OPTIONS";
+constexpr std::string_view kODataVersion = "4.0";
+
+const char* typeNameOf(native::MediaType type)
+{
+    return type == native::MediaType::Xml ? "application/xml" : "application/json";
+}
+
+httpd::Response methods()
+{
+    httpd::Response response;
+    response.status = httpd::kNoContent;
+    response.headers.push_back({"Allow", kMethods});
+    return response;
+}
+
+// None is obeyed here: to pass one over would mislead.
+const char* unsupportedOptionOf(const odata::URI& uri)
+{
+    constexpr std::pair<unsigned int, const char*> kOptions[] = {{OL_OPTION_FILTER, "$filter"},
+                                                                 {OL_OPTION_EXPAND, "$expand"},
+                                                                 {OL_OPTION_SELECT, "$select"},
+                                                                 {OL_OPTION_TOP, "$top"},
+                                                                 {OL_OPTION_SKIP, "$skip"}};
+    for (const auto& [bit, name] : kOptions) {
+        if ((uri.GetOptionMask() & bit) != 0) {
+            return name;
+        }
+    }
+    return nullptr;
+}
+
+std::optional<httpd::Response> refusalOfQuery(const httpd::Request& request)
+{
+    if (request.target.find('?') == std::string::npos) {
+        return std::nullopt;
+    }
+    if (std::optional<httpd::Response> response = refusalOf(request)) {
+        return response;
+    }
+    odata::Scope scope = odata::Scope::ForRequest(request.target);
+    const char* option = unsupportedOptionOf(scope.NewURI());
+    return option != nullptr ? std::optional(errorResponseOfCode(RM_QUERY_NOT_SUPPORTED, option))
+                             : std::nullopt;
+}
+
+// DSP0266, "Request headers".
+std::optional<httpd::Response> refusalOfHeaders(const httpd::Request& request,
+                                                native::MediaType type)
+{
+    const std::string_view version = httpd::findHeader(request.headers, "OData-Version");
+    if (!version.empty() && version != kODataVersion) {
+        return errorResponse(httpd::kPreconditionFailed, "HeaderInvalid", "OData-Version");
+    }
+    if (!accepts(request.headers, typeNameOf(type))) {
+        return errorResponse(httpd::kNotAcceptable, "NotAcceptable");
+    }
+    return std::nullopt;
+}
+
+std::optional<httpd::Response> refusalOfRead(const httpd::Request& request,
+                                             const native::Document& document)
+{
+    const bool isRead = request.method == "GET" || request.method == "HEAD";
+    if (!isRead) {
+        return methodNotAllowed(kMethods);
+    }
+    std::optional<httpd::Response> response = refusalOfQuery(request);
+    return response ? std::move(response) : refusalOfHeaders(request, document.type);
+}
+
+void addHeaders(httpd::Response& response, const native::Document& document, bool isGzip)
+{
+    response.headers.push_back(
+        {"Content-Type", std::string(typeNameOf(document.type)) + ";charset=utf-8"});
+    response.headers.push_back({"Allow", kMethods});
+    response.headers.push_back({"ETag", entityTagOf(document.hash, isGzip)});
+    if (!document.describedBy.empty()) {
+        response.headers.push_back({"Link", "<" + document.describedBy + ">; rel=describedby"});
+    }
+    if (isGzip) {
+        response.headers.push_back({"Content-Encoding", "gzip"});
+    }
+    if (native::isWorthCompressing(document)) {
+        response.headers.push_back({"Vary", "Accept-Encoding"});
+    }
+}
+
+} // namespace
+
+NativeResources::NativeResources(native::Documents documents)
+    : mDocuments(std::move(documents)),
+      mNext(mDocuments.begin()),
+      mCompressor(std::make_unique<Compressor>())
+{}
+
+bool NativeResources::compressNext()
+{
+    mNext = std::find_if(mNext, mDocuments.end(), [](const auto& document) {
+        return native::isWorthCompressing(document.second);
+    });
+    if (mNext == mDocuments.end()) {
+        mCompressor.reset();
+        (void)malloc_trim(0); // the plain texts lie all over the memory
+        return false;
+    }
+    native::compress((mNext++)->second, *mCompressor);
+    return true;
+}
+
+std::optional<httpd::Response> NativeResources::answerTo(const httpd::Request& request) const
+{
+    const native::Document* document = find(request.target);
+    if (document == nullptr) {
+        return std::nullopt;
+    }
+    if (request.method == "OPTIONS") {
+        return methods();
+    }
+    if (std::optional<httpd::Response> response = refusalOfRead(request, *document)) {
+        return response;
+    }
+    const bool isGzip = document->isCompressed && wantsGzip(request.headers);
+    httpd::Response response;
+    addHeaders(response, *document, isGzip);
+    response.body = isGzip ? document->body : native::plainTextOf(*document);
+    return response;
+}
+
+// As mapped resources are found: without the query, and without one "/" at the end. Clients may
+// send the "$" of "$metadata" escaped.
+const native::Document* NativeResources::find(std::string_view target) const
+{
+    std::string path(target.substr(0, target.find('?')));
+    if (path.ends_with('/')) {
+        path.pop_back();
+    }
+    constexpr std::string_view kEscaped = "%24";
+    if (const size_t at = path.find(kEscaped); at != std::string::npos) {
+        path.replace(at, kEscaped.size(), "$");
+    }
+    const auto found = mDocuments.find(path);
+    return found == mDocuments.end() ? nullptr : &found->second;
+}
+
+} // namespace host

@@ -1,0 +1,30 @@
+// The URIs that the mapping file speaks for.
+#ifndef HOST_NATIVE_MAPPED_URIS_H_
+#define HOST_NATIVE_MAPPED_URIS_H_
+
+#include <json/json.h>
+
+#include <functional>
+#include <set>
+#include <string>
+#include <string_view>
+
+namespace host::native {
+
+class MappedUris
+{
+public:
+    explicit MappedUris(const Json::Value& file);
+
+    // Whether the mapper knows what is at a URI: one that is registered, or that of an instance one
+    // segment below.
+    bool contains(std::string_view uri) const;
+
+private:
+    std::set<std::string, std::less<>> mRegistered;
+    std::set<std::string, std::less<>> mParents; // of instances
+};
+
+} // namespace host::native
+
+#endif
