@@ -20,6 +20,10 @@ namespace {
 constexpr const char* kMethods = "GET, HEAD, OPTIONS";
 constexpr std::string_view kODataVersion = "4.0";
 
+// Clients may escape its "$".
+constexpr std::string_view kMetadata = "/redfish/v1/$metadata";
+constexpr std::string_view kEscapedMetadata = "/redfish/v1/%24metadata";
+
 const char* typeNameOf(native::MediaType type)
 {
     return type == native::MediaType::Xml ? "application/xml" : "application/json";
@@ -146,19 +150,15 @@ std::optional<httpd::Response> NativeResources::answerTo(const httpd::Request& r
     return response;
 }
 
-// As mapped resources are found: without the query, and without one "/" at the end. Clients may
-// send the "$" of "$metadata" escaped.
+// As mapped resources are found: without the query, and without one "/" at the end. Every request
+// comes by here first, so that nothing is copied but the rare name that is escaped.
 const native::Document* NativeResources::find(std::string_view target) const
 {
-    std::string path(target.substr(0, target.find('?')));
+    std::string_view path = target.substr(0, target.find('?'));
     if (path.ends_with('/')) {
-        path.pop_back();
+        path.remove_suffix(1);
     }
-    constexpr std::string_view kEscaped = "%24";
-    if (const size_t at = path.find(kEscaped); at != std::string::npos) {
-        path.replace(at, kEscaped.size(), "$");
-    }
-    const auto found = mDocuments.find(path);
+    const auto found = mDocuments.find(path == kEscapedMetadata ? kMetadata : path);
     return found == mDocuments.end() ? nullptr : &found->second;
 }
 

@@ -10,6 +10,17 @@ namespace host::native {
 
 namespace {
 
+// About what they take on their way.
+size_t bytesOf(const Documents& documents)
+{
+    constexpr size_t kBesideBody = 256;
+    size_t bytes = documents.size() * kBesideBody;
+    for (const auto& [uri, document] : documents) {
+        bytes += document.body.size();
+    }
+    return bytes;
+}
+
 bool takeDocument(FieldReader& reader, Documents& documents)
 {
     std::string uri;
@@ -67,6 +78,7 @@ std::string plainTextOf(const Document& document)
 std::string encodeDocuments(const Documents& documents)
 {
     std::string text;
+    text.reserve(bytesOf(documents));
     for (const auto& [uri, document] : documents) {
         putText(text, uri);
         putNumber(text, static_cast<uint32_t>(document.type));

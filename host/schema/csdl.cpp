@@ -91,6 +91,9 @@ void addRestriction(XmlText& xml, const char* term, const char* property)
 
 void addUris(XmlText& xml, const ResourceType& type)
 {
+    if (type.uris.empty()) {
+        return;
+    }
     xml.begin("Annotation", {{"Term", "Redfish.Uris"}});
     xml.begin("Collection");
     for (const std::string& uri : type.uris) {

@@ -8,7 +8,7 @@ namespace host::schema {
 namespace {
 
 // Whether text stands in JSON as it is, as almost all does.
-bool isPlain(std::string_view text)
+bool isPlainJson(std::string_view text)
 {
     return std::none_of(text.begin(), text.end(), [](char c) {
         return static_cast<unsigned char>(c) < ' ' || c == '"' || c == '\\';
@@ -103,7 +103,7 @@ void JsonText::separate()
 void JsonText::quote(std::string_view text)
 {
     mText += '"';
-    if (isPlain(text)) {
+    if (isPlainJson(text)) {
         mText.append(text).append("\"");
         return;
     }

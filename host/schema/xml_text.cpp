@@ -1,6 +1,19 @@
 #include "schema/xml_text.h"
 
+#include <algorithm>
+
 namespace host::schema {
+
+namespace {
+
+// Whether text stands in XML as it is, as almost all does.
+bool isPlainXml(std::string_view text)
+{
+    return std::none_of(text.begin(), text.end(),
+                        [](char c) { return c == '&' || c == '<' || c == '>' || c == '"'; });
+}
+
+} // namespace
 
 XmlText::XmlText() : mText("<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n") {}
 
@@ -45,7 +58,7 @@ void XmlText::open(std::string_view element, std::initializer_list<Attribute> at
 
 void XmlText::append(std::string_view text)
 {
-    if (text.find_first_of("&<>\"") == std::string_view::npos) {
+    if (isPlainXml(text)) {
         mText.append(text);
         return;
     }
