@@ -35,6 +35,12 @@ bool isSameFile(const struct stat& one, const struct stat& other)
     return one.st_dev == other.st_dev && one.st_ino == other.st_ino;
 }
 
+bool isUntouched(const struct stat& now, const struct stat& before)
+{
+    return now.st_nlink == 1 && now.st_ctim.tv_sec == before.st_ctim.tv_sec &&
+           now.st_ctim.tv_nsec == before.st_ctim.tv_nsec;
+}
+
 } // namespace
 
 bool CacheState::LogState::operator==(const LogState& other) const
@@ -68,6 +74,22 @@ bool CacheState::follow(const std::string& path, OpenFile& file)
     mVersion.reset();
     closeDatabase();
     return true;
+}
+
+// The same of a file beside the database, and how it stands now. One that has its only name and
+// has not been touched since it was looked up by that still has it: looking up costs more than all
+// else of a question.
+bool CacheState::followBeside(const std::string& path, OpenFile& file, struct stat& now)
+{
+    const auto ask = [&file, &now] {
+        return fstat(file.descriptor.get(), &now) == 0;
+    };
+    if (file.descriptor.isOpen() && ask() && isUntouched(now, file.identity)) {
+        return true;
+    }
+    const bool isFollowed = follow(path, file) && ask();
+    file.identity = isFollowed ? now : file.identity;
+    return isFollowed;
 }
 
 std::optional<uint64_t> CacheState::current()
@@ -105,12 +127,18 @@ std::optional<uint64_t> CacheState::stateByLog()
     mVersion.reset();
     closeDatabase();
     if (!mLog) {
-        mLogPath = logOf(mPath);
+        const std::string path = logOf(mPath);
+        mLogPath = path + "-wal";
+        mIndexPath = path + "-shm";
+        mIndex = {};
+        mLogFile = {};
     }
     std::array<unsigned char, 2 * kHeaderBytes> both{};
     LogState now;
-    if (!follow(mLogPath + "-shm", mIndex) || isLocked() ||
-        stat((mLogPath + "-wal").c_str(), &now.log) != 0 ||
+    struct stat index
+    {};
+    if (!followBeside(mIndexPath, mIndex, index) || isLocked() ||
+        !followBeside(mLogPath, mLogFile, now.log) ||
         pread(mIndex.descriptor.get(), both.data(), both.size(), 0) !=
             static_cast<ssize_t>(both.size())) {
         return std::nullopt;

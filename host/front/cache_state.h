@@ -71,6 +71,7 @@ private:
     };
 
     bool follow(const std::string& path, OpenFile& file);
+    bool followBeside(const std::string& path, OpenFile& file, struct stat& now);
     std::optional<bool> hasLog() const;
     bool isLocked() const;
     std::optional<uint64_t> stateByLog();
@@ -81,8 +82,10 @@ private:
     uint64_t numberOf(std::optional<Value>& last, const Value& now);
 
     std::string mPath;
-    std::string mLogPath; // of the file itself, where the path is a link to it
+    std::string mLogPath; // beside the file itself, where the path is a link to it
+    std::string mIndexPath;
     OpenFile mFile;
+    OpenFile mLogFile;
     OpenFile mIndex;
     std::unique_ptr<sqlite3, CloseDatabase> mDatabase;
     std::unique_ptr<sqlite3_stmt, Finalize> mAsk; // goes before the database

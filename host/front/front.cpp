@@ -36,6 +36,7 @@
 #include <sstream>
 #include <thread>
 #include <utility>
+#include <vector>
 
 namespace host {
 
@@ -116,16 +117,25 @@ Wanted wantedOf(const httpd::Request& request)
                : Wanted{wantsGzip(request.headers), listOf(request.headers, "If-None-Match")};
 }
 
-httpd::Response finalOf(httpd::Response response, const std::string& ifNoneMatch)
+// Copies what it is given to keep.
+template <typename Given>
+httpd::Response finalOf(Given&& response, const std::string& ifNoneMatch)
 {
     httpd::Response final =
-        isKnown(ifNoneMatch, response) ? notModified(response) : std::move(response);
+        isKnown(ifNoneMatch, response) ? notModified(response) : std::forward<Given>(response);
     addCommonHeaders(final);
     return final;
 }
 
 // For the log.
 constexpr const char* kClosedTarget = "workers have ended at it: it is refused for a while";
+
+httpd::Response closedTarget()
+{
+    httpd::Response response = temporarilyUnavailable(kQuarantineRetryAfterS);
+    response.remark = kClosedTarget;
+    return response;
+}
 
 // The message queue's clients have one share: they come over one socket.
 constexpr const char* kQueueClient = "message queue";
@@ -148,6 +158,14 @@ struct Keeping
     std::optional<uint64_t> state; // of the data cache, before a worker begins
 };
 
+// A request that has been read.
+struct Arrived
+{
+    httpd::Request request;
+    httpd::Reply reply;
+    Wanted wanted;
+};
+
 class Front
 {
 public:
@@ -159,9 +177,11 @@ private:
     void handle(httpd::Request request, const httpd::Reply& reply);
     void handleQueue(const std::string& text, const QueueFrontEnd::Reply& reply);
     std::optional<httpd::Response> answerByFront(const httpd::Request& request) const;
-    std::optional<httpd::Response> answerWithoutWorker(const Keeping& keeping,
-                                                       const std::string& watched);
-    Keeping keepingOf(const httpd::Request& request, bool wantsGzip);
+    void answerArrived();
+    void answer(Arrived arrived, const Keeping& keeping);
+    void askWorker(Arrived arrived, const Keeping& keeping);
+    bool isOfCache(const httpd::Request& request) const;
+    const httpd::Response* keptAnswer(const Keeping& keeping);
     void keep(const Keeping& keeping, const httpd::Response& response);
     bool mayNeedCim(const httpd::Request& request) const;
     void noteOutcome(const std::string& watched, Outcome outcome, bool isAction);
@@ -199,6 +219,7 @@ private:
     WorkerPool mPool;
     httpd::Server mServer;
     std::unique_ptr<QueueFrontEnd> mQueue; // null without an endpoint
+    std::vector<Arrived> mArrived;         // requests that answerArrived() is about to answer
     int mExitStatus = EXIT_SUCCESS;
     bool mIsStopping = false;
     bool mIsDone = false;
@@ -406,29 +427,67 @@ void Front::stopWhenDrained()
 
 void Front::handle(httpd::Request request, const httpd::Reply& reply)
 {
-    const Wanted wanted = wantedOf(request);
-    if (std::optional<httpd::Response> response = answerByFront(request)) {
-        reply(finalOf(std::move(*response), wanted.ifNoneMatch));
+    Wanted wanted = wantedOf(request);
+    const bool isKeepable = isOfCache(request);
+    Arrived arrived{std::move(request), reply, std::move(wanted)};
+    if (!isKeepable) {
+        answer(std::move(arrived), {});
         return;
     }
-    const std::string watched = watchedName(request);
-    const Keeping keeping = keepingOf(request, wanted.gzip);
-    if (std::optional<httpd::Response> response = answerWithoutWorker(keeping, watched)) {
-        reply(finalOf(std::move(*response), wanted.ifNoneMatch));
-        return;
+    if (mArrived.empty()) {
+        asio::post(mContext, [this] { answerArrived(); });
     }
-    const bool isAction = isPost(request);
+    mArrived.push_back(std::move(arrived));
+}
+
+// One question about the data cache serves all requests that have been read when it is asked: what
+// was committed before one of them was sent, the answer to the question tells.
+void Front::answerArrived()
+{
+    std::vector<Arrived> all = std::exchange(mArrived, {});
+    const std::optional<uint64_t> state = mCacheState.current();
+    for (Arrived& arrived : all) {
+        try {
+            Keeping keeping{keptKeyOf(arrived.request.target, arrived.wanted.gzip), state};
+            answer(std::move(arrived), keeping);
+        } catch (const std::bad_alloc&) { // NOLINT(bugprone-empty-catch): its connection has ended
+        }
+    }
+}
+
+void Front::answer(Arrived arrived, const Keeping& keeping)
+{
+    const auto& [request, reply, wanted] = arrived;
+    const httpd::Response* kept = keptAnswer(keeping);
+    // The same target was a worker's before, so that only names are left to look at.
+    const bool isWorkers = kept != nullptr && keeping.key.ends_with(request.target);
+    if (auto own = isWorkers ? mOwnNames.refusalOf(request) : answerByFront(request)) {
+        reply(finalOf(std::move(*own), wanted.ifNoneMatch));
+    } else if (kept != nullptr) {
+        reply(finalOf(*kept, wanted.ifNoneMatch));
+    } else if (!mQuarantine.admits(watchedName(request), std::chrono::steady_clock::now())) {
+        reply(finalOf(closedTarget(), ""));
+    } else {
+        askWorker(std::move(arrived), keeping);
+    }
+}
+
+void Front::askWorker(Arrived arrived, const Keeping& keeping)
+{
+    const std::string watched = watchedName(arrived.request);
+    const bool isAction = isPost(arrived.request);
     // The share of the clients' memory is held as long as the request is.
-    auto done = [this, watched, isAction, reply, keeping, known = wanted.ifNoneMatch,
-                 memory = request.memory](Outcome outcome, httpd::Response answered) {
+    auto done = [this, watched, isAction, reply = arrived.reply, keeping,
+                 known = arrived.wanted.ifNoneMatch,
+                 memory = arrived.request.memory](Outcome outcome, httpd::Response answered) {
         noteOutcome(watched, outcome, isAction);
         keep(keeping, answered);
         reply(finalOf(answerTo(outcome, std::move(answered)), known));
     };
-    const std::shared_ptr<const httpd::Client> client = request.client;
-    const bool needsCim = mayNeedCim(request);
-    submit({workerRequest(std::move(request), wanted.gzip), std::move(done), needsCim,
-            client->share(), [client] { return client->hasGone(); }, keeping.key},
+    const std::shared_ptr<const httpd::Client> client = arrived.request.client;
+    const bool needsCim = mayNeedCim(arrived.request);
+    submit({workerRequest(std::move(arrived.request), arrived.wanted.gzip), std::move(done),
+            needsCim, client->share(), [client] { return client->hasGone(); }, keeping.key},
            watched);
 }
 
@@ -483,15 +542,10 @@ std::optional<httpd::Response> Front::answerByFront(const httpd::Request& reques
 }
 
 // Only what is read from the data cache has a state to be kept by.
-Keeping Front::keepingOf(const httpd::Request& request, bool wantsGzip)
+bool Front::isOfCache(const httpd::Request& request) const
 {
-    Keeping keeping;
-    if (mKeptAnswers.isOn() && !isPost(request) &&
-        mMapping.kindOf(request.target) == UriKind::CachedRead) {
-        keeping.state = mCacheState.current();
-        keeping.key = keptKeyOf(request.target, wantsGzip);
-    }
-    return keeping;
+    return mKeptAnswers.isOn() && (request.method == "GET" || request.method == "HEAD") &&
+           mMapping.kindOf(request.target) == UriKind::CachedRead;
 }
 
 // The state before the worker began is the one now: what it has read is of this state.
@@ -509,20 +563,10 @@ void Front::keep(const Keeping& keeping, const httpd::Response& response)
     }
 }
 
-std::optional<httpd::Response> Front::answerWithoutWorker(const Keeping& keeping,
-                                                          const std::string& watched)
+// Null where there is none.
+const httpd::Response* Front::keptAnswer(const Keeping& keeping)
 {
-    if (keeping.state) {
-        if (const httpd::Response* kept = mKeptAnswers.find(keeping.key, *keeping.state)) {
-            return *kept;
-        }
-    }
-    if (mQuarantine.admits(watched, std::chrono::steady_clock::now())) {
-        return std::nullopt;
-    }
-    httpd::Response response = temporarilyUnavailable(kQuarantineRetryAfterS);
-    response.remark = kClosedTarget;
-    return response;
+    return keeping.state ? mKeptAnswers.find(keeping.key, *keeping.state) : nullptr;
 }
 
 // A POST is, or asks the object manager whether there is such an instance.

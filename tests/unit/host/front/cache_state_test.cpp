@@ -231,4 +231,21 @@ TEST_F(CacheStateByLog, IndexThatIsCutOffOrGoneTellsNothingAndEndsNothing)
     EXPECT_EQ(copy.current(), std::nullopt);
 }
 
+// A file with two names may lose this one to another file and still have one.
+TEST_F(CacheStateByLog, IndexWithASecondNameIsToldFromTheFileThatTakesItsPlace)
+{
+    const std::string index = mPath + "-shm";
+    const auto first = mState.current();
+    std::filesystem::create_hard_link(index, mDirectory.File("second"));
+    EXPECT_EQ(mState.current(), first);
+    std::filesystem::copy_file(index, mDirectory.File("another"));
+    std::filesystem::rename(mDirectory.File("another"), index);
+    const auto second = mState.current();
+    EXPECT_TRUE(second);
+    EXPECT_NE(second, first);
+    std::filesystem::copy_file(index, mDirectory.File("another"));
+    std::filesystem::rename(mDirectory.File("another"), index);
+    EXPECT_NE(mState.current(), second);
+}
+
 } // namespace
