@@ -182,7 +182,7 @@ private:
     void askWorker(Arrived arrived, const Keeping& keeping);
     bool isOfCache(const httpd::Request& request) const;
     const httpd::Response* keptAnswer(const Keeping& keeping);
-    void keep(const Keeping& keeping, const httpd::Response& response);
+    void keep(const Keeping& keeping, httpd::Response& response);
     bool mayNeedCim(const httpd::Request& request) const;
     void noteOutcome(const std::string& watched, Outcome outcome, bool isAction);
     void submit(Task task, const std::string& watched);
@@ -549,7 +549,7 @@ bool Front::isOfCache(const httpd::Request& request) const
 }
 
 // The state before the worker began is the one now: what it has read is of this state.
-void Front::keep(const Keeping& keeping, const httpd::Response& response)
+void Front::keep(const Keeping& keeping, httpd::Response& response)
 {
     if (!keeping.state || !response.mayBeKept || response.status != httpd::kOk) {
         return;
@@ -557,6 +557,7 @@ void Front::keep(const Keeping& keeping, const httpd::Response& response)
     try {
         const auto now = std::chrono::steady_clock::now();
         if (mKeptAnswers.isAskedAgain(keeping.key, now) && mCacheState.current() == keeping.state) {
+            response.sharedBody = std::make_shared<const std::string>(std::move(response.body));
             mKeptAnswers.keep(keeping.key, *keeping.state, response);
         }
     } catch (const std::bad_alloc&) { // NOLINT(bugprone-empty-catch): the client has its answer

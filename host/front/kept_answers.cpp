@@ -30,7 +30,7 @@ bool isForeign(std::string_view parameter)
 
 size_t bytesOf(const std::string& key, const httpd::Response& response)
 {
-    size_t bytes = kPlaceBytes + key.size() + response.body.size();
+    size_t bytes = kPlaceBytes + key.size() + response.content().size();
     for (const httpd::Header& header : response.headers) {
         bytes += sizeof header + header.name.size() + header.value.size();
     }

@@ -14,6 +14,17 @@ namespace asio = boost::asio;
 using asio::ip::tcp;
 using boost::system::error_code;
 
+namespace {
+
+std::shared_ptr<const std::string> sharedBodyOf(Response response)
+{
+    return response.sharedBody == nullptr
+               ? std::make_shared<const std::string>(std::move(response.body))
+               : std::move(response.sharedBody);
+}
+
+} // namespace
+
 void HttpConnection::start()
 {
     error_code ignored;
@@ -175,17 +186,18 @@ void HttpConnection::write(Response response)
         tellOf(false);
         return;
     }
-    const size_t bytes = response.body.size();
+    const size_t bytes = response.content().size();
     if (!mAnswerMemory.resize(bytes, bytes > kSmallBytes ? Holding::Answer : Holding::Small)) {
         mKeepAlive = false;
         response = mOwner->errorPage(kServiceUnavailable);
         mExchange.status = response.status;
         mExchange.remark = std::move(response.remark);
-        mAnswerMemory.force(response.body.size());
+        mAnswerMemory.force(response.content().size());
     }
     mKeepAlive = mKeepAlive && !mOwner->isStopping();
     mAnswerHead = responseHead(response, mVersion, mKeepAlive);
-    mAnswerBody = mIsHead || !hasContent(response.status) ? "" : std::move(response.body);
+    mAnswerBody =
+        mIsHead || !hasContent(response.status) ? nullptr : sharedBodyOf(std::move(response));
     mWrittenBytes = 0;
     mStep = Step::Writing;
     mSince = Clock::now();
@@ -195,6 +207,11 @@ void HttpConnection::write(Response response)
     }
 }
 
+std::string_view HttpConnection::answerBody() const
+{
+    return mAnswerBody == nullptr ? std::string_view() : *mAnswerBody;
+}
+
 void HttpConnection::writeSome()
 {
     if (mStep != Step::Writing) {
@@ -202,11 +219,11 @@ void HttpConnection::writeSome()
     }
     error_code error;
     const size_t before = mWrittenBytes;
-    while (!error && mWrittenBytes < mAnswerHead.size() + mAnswerBody.size()) {
+    const std::string_view body = answerBody();
+    while (!error && mWrittenBytes < mAnswerHead.size() + body.size()) {
         const size_t ofHead = std::min(mWrittenBytes, mAnswerHead.size());
-        const std::array<asio::const_buffer, 2> rest = {asio::buffer(mAnswerHead) + ofHead,
-                                                        asio::buffer(mAnswerBody) +
-                                                            (mWrittenBytes - ofHead)};
+        const std::array<asio::const_buffer, 2> rest = {
+            asio::buffer(mAnswerHead) + ofHead, asio::buffer(body) + (mWrittenBytes - ofHead)};
         mWrittenBytes += mSocket.write_some(rest, error);
     }
     mSince = mWrittenBytes > before ? Clock::now() : mSince;
@@ -232,7 +249,7 @@ void HttpConnection::written()
 {
     tellOf(true);
     mAnswerHead = {};
-    mAnswerBody = {};
+    mAnswerBody.reset();
     mWrittenBytes = 0;
     mAnswerMemory.force(0);
     mHasAnswered = true;

@@ -116,6 +116,7 @@ private:
 
     void write(Response response);
     void writeSome();
+    std::string_view answerBody() const;
     void awaitOutput();
     void written();
     void linger();
@@ -138,7 +139,7 @@ private:
     size_t mHeadMemory = 0;
     std::shared_ptr<MemoryShare> mRequestMemory;
     std::string mAnswerHead;
-    std::string mAnswerBody;
+    std::shared_ptr<const std::string> mAnswerBody; // null where none is sent
     size_t mWrittenBytes = 0;
     Exchange mExchange;         // what the observer will be told
     Clock::time_point mBegun{}; // when its request did; not set while there is none

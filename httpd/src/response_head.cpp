@@ -41,7 +41,7 @@ std::string responseHead(const Response& response, unsigned int version, bool is
         addLine(head, "Connection", isKeptAlive ? "keep-alive" : "close");
     }
     if (hasContent(response.status)) {
-        addLine(head, "Content-Length", std::to_string(response.body.size()));
+        addLine(head, "Content-Length", std::to_string(response.content().size()));
     }
     return head + "\r\n";
 }

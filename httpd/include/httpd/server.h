@@ -71,6 +71,10 @@ struct Response
     std::string body;
     std::string remark{};   // why it is no better one: for the observer, clients do not see it
     bool mayBeKept = false; // for who gives answers again: the server does not look at it
+    // In place of the body, where it is given to many: none of them has a copy.
+    std::shared_ptr<const std::string> sharedBody{};
+
+    const std::string& content() const { return sharedBody == nullptr ? body : *sharedBody; }
 };
 
 // A request and what became of it, for whoever keeps a log.

@@ -78,6 +78,21 @@ TEST_F(ServerTest, HeadHasTheHeadersOfGetAndNoBody)
     EXPECT_EQ(client.ask(kGet).statusLine, "HTTP/1.1 200 OK");
 }
 
+TEST_F(ServerTest, BodyThatIsSharedIsSentInPlaceOfItsOwn)
+{
+    start();
+    mAnswer.sharedBody = std::make_shared<const std::string>("shared");
+    HttpClient client = connect();
+    for (int i = 0; i < 2; ++i) {
+        const HttpAnswer answer = client.ask(kGet);
+        EXPECT_EQ(answer.body, "shared");
+        EXPECT_EQ(answer.header("Content-Length"), "6");
+    }
+    client.send("HEAD /x HTTP/1.1\r\nHost: h\r\n\r\n");
+    EXPECT_EQ(client.readAnswer(true).header("Content-Length"), "6");
+    EXPECT_EQ(client.ask(kGet).body, "shared");
+}
+
 TEST_F(ServerTest, EmptyBodyHasLengthZero)
 {
     start();
