@@ -35,6 +35,12 @@ bool isSameFile(const struct stat& one, const struct stat& other)
     return one.st_dev == other.st_dev && one.st_ino == other.st_ino;
 }
 
+bool isSameContent(const struct stat& now, const struct stat& before)
+{
+    return now.st_size == before.st_size && now.st_mtim.tv_sec == before.st_mtim.tv_sec &&
+           now.st_mtim.tv_nsec == before.st_mtim.tv_nsec;
+}
+
 bool isUntouched(const struct stat& now, const struct stat& before)
 {
     return now.st_nlink == 1 && now.st_ctim.tv_sec == before.st_ctim.tv_sec &&
@@ -45,16 +51,12 @@ bool isUntouched(const struct stat& now, const struct stat& before)
 
 bool CacheState::LogState::operator==(const LogState& other) const
 {
-    return header == other.header && isSameFile(log, other.log) &&
-           log.st_size == other.log.st_size && log.st_mtim.tv_sec == other.log.st_mtim.tv_sec &&
-           log.st_mtim.tv_nsec == other.log.st_mtim.tv_nsec;
+    return header == other.header && isSameFile(log, other.log) && isSameContent(log, other.log);
 }
 
 // Has the file open that the path names now.
-bool CacheState::follow(const std::string& path, OpenFile& file)
+bool CacheState::follow(const std::string& path, OpenFile& file, struct stat& found)
 {
-    struct stat found
-    {};
     if (stat(path.c_str(), &found) != 0 || !S_ISREG(found.st_mode)) {
         return false;
     }
@@ -81,20 +83,29 @@ bool CacheState::follow(const std::string& path, OpenFile& file)
 // else of a question.
 bool CacheState::followBeside(const std::string& path, OpenFile& file, struct stat& now)
 {
-    const auto ask = [&file, &now] {
-        return fstat(file.descriptor.get(), &now) == 0;
-    };
-    if (file.descriptor.isOpen() && ask() && isUntouched(now, file.identity)) {
+    if (file.descriptor.isOpen() && fstat(file.descriptor.get(), &now) == 0 &&
+        isUntouched(now, file.identity)) {
         return true;
     }
-    const bool isFollowed = follow(path, file) && ask();
+    const bool isFollowed = follow(path, file, now);
     file.identity = isFollowed ? now : file.identity;
     return isFollowed;
 }
 
 std::optional<uint64_t> CacheState::current()
 {
-    const std::optional<bool> isLog = follow(mPath, mFile) ? hasLog() : std::nullopt;
+    struct stat now
+    {};
+    if (!follow(mPath, mFile, now)) {
+        return std::nullopt;
+    }
+    // Who writes the file past SQLite, as a copy over it or one that cuts it off, changes no count.
+    if (!isSameContent(now, mFile.identity)) {
+        mLog.reset();
+        mVersion.reset();
+        mFile.identity = now;
+    }
+    const std::optional<bool> isLog = hasLog();
     if (!isLog) {
         return std::nullopt;
     }

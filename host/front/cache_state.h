@@ -10,10 +10,10 @@
 //   (https://www.sqlite.org/walformat.html, "The WAL-Index Header"). It is read by pread():
 //   SQLite would map the file, and whoever cuts a file off under a map ends the process.
 //
-// The number changes too where another file takes the place of one of the two, or the journal
-// becomes another: what SQLite counts means something for one file and one connection only. The
-// former file stays open until the new one has been told from it, since the number of an inode
-// comes again once nobody has it.
+// The number changes too where the database's file has another size or time, and where another file
+// takes the place of one of the two, or the journal becomes another: what SQLite counts means
+// something for one file and one connection only. The former file stays open until the new one has
+// been told from it, since the number of an inode comes again once nobody has it.
 //
 // Threads: one instance, one thread.
 #ifndef HOST_FRONT_CACHE_STATE_H_
@@ -70,7 +70,7 @@ private:
         void operator()(sqlite3_stmt* statement) const { sqlite3_finalize(statement); }
     };
 
-    bool follow(const std::string& path, OpenFile& file);
+    bool follow(const std::string& path, OpenFile& file, struct stat& found);
     bool followBeside(const std::string& path, OpenFile& file, struct stat& now);
     std::optional<bool> hasLog() const;
     bool isLocked() const;
