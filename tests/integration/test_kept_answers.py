@@ -2,35 +2,25 @@
 """Answers that are given again without a worker while the data cache is unchanged, and never after a commit that was
 there before the request."""
 
-import http.client
-import json
+import contextlib
 import os
 import re
 import signal
 import sqlite3
-import threading
-import time
 import unittest
 
-from cimgate_host import BASE, NO_OBJECT_MANAGER, Service, collection_entry, member_entry, wait_until, write_cache
+from cimgate_host import BASE, NO_OBJECT_MANAGER, Service, ask, wait_until
+from kept_answers_run import MAPPING, Run, fill, thing
 
-MAPPING = {**member_entry("VexoThing", "XCIM_Thing", {"InstanceID": {"cim_type": "string"}, "N": {"cim_type": "uint64"}}),
-           **collection_entry("VexoThing"),
-           **member_entry("VexoLive", "XCIM_Live", {"InstanceID": {"cim_type": "string"}}, cached=False)}
-THINGS = 60
-READERS = 16
 CHECKS = 5000
+CHECKS_WITH_DEATHS = 2000
+DEATHS = 6
 JOURNALS = ("wal", "delete")
 # What no two answers have alike.
 VOLATILE = ("date",)
-
-
-def fill(path, value=0):
-    write_cache(path, {"XCIM_Thing": (["InstanceID", "N"], [(str(i), value) for i in range(THINGS)])})
-
-
-def thing(number):
-    return f"{BASE}/VexoThing/{number}"
+# What answers may take in the test of a flood, and what else its memory may grow by meanwhile.
+KEPT_BYTES = 256 * 1024
+FLOOD_BYTES = 1024 * 1024
 
 
 class KeptAnswers(unittest.TestCase):
@@ -100,48 +90,110 @@ class KeptAnswers(unittest.TestCase):
     def test_each_answer_is_as_new_as_the_last_commit_before_its_request(self):
         for journal in JOURNALS:
             with self.subTest(journal=journal), self.service() as service:
-                self.check_commits(service, journal)
+                run = Run(service, journal, CHECKS)
+                run.check()
+                self.assertEqual(run.stale, [])
+                self.assertLess(run.refused, CHECKS / 100)
+                self.assertGreater(run.committed, 20)
+                self.assertGreater(self.figures(service)[1], CHECKS / 20)
 
-    def check_commits(self, service, journal):
-        writer = sqlite3.connect(service.cache_path, isolation_level=None, check_same_thread=False, timeout=30)
-        writer.execute(f"pragma journal_mode = {journal}")
-        writer.execute("pragma synchronous = off")
-        committed, stale, refused, left = [0], [], [0], [CHECKS]
+    def test_no_answer_is_stale_while_workers_and_writers_are_killed(self):
+        for journal in JOURNALS:
+            with self.subTest(journal=journal), self.service() as service:
+                run = Run(service, journal, CHECKS_WITH_DEATHS, DEATHS)
+                run.check()
+                self.assertEqual(run.stale, [])
+                run.roll_back()
+                self.assertEqual(read_until_answered(service)["N"], run.committed)
 
-        def write():
-            while left[0] > 0:
-                writer.execute("update Tbl_XCIM_Thing set N = ?", (committed[0] + 1,))
-                committed[0] += 1
-                # Some commits as fast as can be, then a while in which answers are kept.
-                time.sleep(0.03 if committed[0] % 10 == 0 else 0)
+    def test_index_that_is_cut_off_or_overwritten_ends_nothing_and_gives_nothing_old(self):
+        damages = {"cut off": lambda index: os.truncate(index, 0), "cut in the header": lambda index: os.truncate(index, 95),
+                   "overwritten": overwrite_header}
+        for name, damage in damages.items():
+            with self.subTest(name), self.service("--workers", "1") as service:
+                with contextlib.closing(sqlite3.connect(service.cache_path, isolation_level=None)) as writer:
+                    writer.execute("pragma journal_mode = wal")
+                    writer.execute("update Tbl_XCIM_Thing set N = 1")
+                    for _ in range(3):
+                        self.assertEqual(service.get(thing(1)).json()["N"], 1)
+                    given = self.figures(service)[1]
+                    damage(f"{service.cache_path}-shm")
+                    self.assertEqual(service.process.poll(), None)
+                    # A worker that SQLite's map has killed costs its request; kept answers are given to nobody.
+                    for _ in range(3):
+                        answer = service.get(thing(1))
+                        self.assertIn((answer.status, answer.json().get("N")), ((200, 1), (500, None), (503, None)))
+                    self.assertLessEqual(self.figures(service)[1] - given, 1)
+                    self.assertEqual(service.process.poll(), None)
 
-        def read(number):
-            host, _, port = service.base.removeprefix("http://").rpartition(":")
-            connection = http.client.HTTPConnection(host, int(port), timeout=30)
-            while left[0] > 0:
-                least = committed[0]
-                connection.request("GET", thing(number))
-                answer = connection.getresponse()
-                body = answer.read()
-                # A reader that may not write can take a rollback journal that is just going for one that was left.
-                if answer.status == 503 and journal != "wal":
-                    refused[0] += 1
-                elif answer.status != 200 or json.loads(body)["N"] < least:
-                    stale.append((answer.status, body, least))
-                left[0] -= 1
-            connection.close()
+    def test_exclusive_lock_sends_requests_to_a_worker(self):
+        for journal in JOURNALS:
+            with self.subTest(journal=journal), self.service() as service:
+                self.check_lock(service, journal)
 
-        threads = [threading.Thread(target=write)] + [threading.Thread(target=read, args=(number % 3,))
-                                                      for number in range(READERS)]
-        for thread in threads:
-            thread.start()
-        for thread in threads:
-            thread.join()
-        writer.close()
-        self.assertEqual(stale, [])
-        self.assertLess(refused[0], CHECKS / 100)
-        self.assertGreater(committed[0], 20)
-        self.assertGreater(self.figures(service)[1], CHECKS / 20)
+    def check_lock(self, service, journal):
+        with contextlib.closing(sqlite3.connect(service.cache_path, isolation_level=None)) as writer:
+            writer.execute(f"pragma journal_mode = {journal}")
+            writer.execute("update Tbl_XCIM_Thing set N = 1")
+            for _ in range(3):
+                self.assertEqual(service.get(thing(1)).json()["N"], 1)
+            writer.execute("begin exclusive")
+            writer.execute("update Tbl_XCIM_Thing set N = 2")
+            pending = service.start_get(thing(1))
+            writer.execute("commit")
+            answer = pending.answer()
+            self.assertIn((answer.status, answer.json().get("N")), ((200, 1), (200, 2)))
+            self.assertEqual(service.get(thing(1)).json()["N"], 2)
+
+    def test_cache_that_is_cut_off_gives_nothing_old(self):
+        with self.service() as service:
+            for _ in range(3):
+                self.assertEqual(service.get(thing(1)).json()["N"], 0)
+            os.truncate(service.cache_path, 0)
+            for _ in range(3):
+                self.assertEqual(service.get(thing(1)).status, 503)
+            # As many changes as before: SQLite, which counts them, cannot tell, and may refuse the file.
+            fill(service.cache_path, 5)
+            for _ in range(3):
+                answer = service.get(thing(1))
+                self.assertIn((answer.status, answer.json().get("N")), ((200, 5), (503, None)))
+            fill(service.cache_path.with_suffix(".new"), 6)
+            service.cache_path.with_suffix(".new").rename(service.cache_path)
+            self.assertEqual(service.get(thing(1)).json()["N"], 6)
+
+    def test_flood_of_different_uris_takes_no_more_than_kept_answers_may(self):
+        with self.service("--kept-answers", str(KEPT_BYTES)) as service:
+            pages = [f"{BASE}/VexoThingCollection?$top={top}&$skip={skip}" for top in range(1, 26) for skip in range(20)]
+            ask_all(service, pages[:20] * 3)
+            before = resident_bytes(service.process.pid)
+            for _ in range(3):
+                ask_all(service, pages)
+            answers, _, _, dropped = self.figures(service)
+            self.assertGreater(dropped, 100)
+            self.assertLess(answers, len(pages))
+            self.assertLess(resident_bytes(service.process.pid) - before, KEPT_BYTES + FLOOD_BYTES)
+
+
+def read_until_answered(service):
+    """Workers that were killed are replaced after a while."""
+    wait_until(lambda: service.get(thing(0)).status == 200, "an answer")
+    return service.get(thing(0)).json()
+
+
+def overwrite_header(index):
+    with open(index, "r+b") as file:
+        file.seek(16)
+        file.write(b"\xff" * 8)
+
+
+def ask_all(service, targets):
+    for target in targets:
+        ask(service.base, target)
+
+
+def resident_bytes(pid):
+    with open(f"/proc/{pid}/smaps_rollup", encoding="ascii") as rollup:
+        return int(re.search(r"^Private_Dirty: +(\d+) kB$", rollup.read(), re.MULTILINE).group(1)) * 1024
 
 
 if __name__ == "__main__":
