@@ -1,0 +1,107 @@
+// What becomes of a request: it is refused, answered by the front itself, answered again, or given
+// to a worker.
+//
+// Threads: everything runs in the one thread that runs the io_context.
+#ifndef HOST_FRONT_RESPONDER_H_
+#define HOST_FRONT_RESPONDER_H_
+
+#include "front/cache_state.h"
+#include "front/kept_answers.h"
+#include "front/native_resources.h"
+#include "front/own_names.h"
+#include "front/quarantine.h"
+#include "front/request_log.h"
+#include "front/worker_pool.h"
+#include "options.h"
+#include "queue/front_end.h"
+#include "wire/mapping_summary.h"
+
+#include <boost/asio/io_context.hpp>
+#include <httpd/server.h>
+
+#include <cstdint>
+#include <functional>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace host {
+
+class Responder
+{
+public:
+    // What it is made with must outlive it. damaged is called where a std::bad_alloc has left the
+    // pool with something undone.
+    Responder(boost::asio::io_context& context, const Options& options,
+              const MappingSummary& mapping, native::Documents documents, WorkerPool& pool,
+              RequestLog& log, std::function<void()> damaged);
+
+    void handle(httpd::Request request, const httpd::Reply& reply);
+    void handleQueue(const std::string& text, const QueueFrontEnd::Reply& reply);
+
+    // The answer to a request of which only the head is there; nothing where the body is wanted.
+    std::optional<httpd::Response> answerToHead(const httpd::Request& request) const;
+
+    // Opens what it will have open, before clients use up the descriptors.
+    void open();
+
+    // One step of the work that is left for when clients can be served; false when nothing is left.
+    bool compressNext() { return mNative.compressNext(); }
+
+    const KeptAnswers::Figures& keptFigures() const { return mKeptAnswers.figures(); }
+
+private:
+    // What a client wants to have an answer in, and which it has already.
+    struct Wanted
+    {
+        bool gzip = false;
+        std::string ifNoneMatch;
+    };
+
+    // What an answer may be kept by; no state where it may not.
+    struct Keeping
+    {
+        std::string key;
+        std::optional<uint64_t> state; // of the data cache, before a worker begins
+    };
+
+    // A request that has been read.
+    struct Arrived
+    {
+        httpd::Request request;
+        httpd::Reply reply;
+        Wanted wanted;
+    };
+
+    std::optional<httpd::Response> answerByFront(const httpd::Request& request) const;
+    void answerArrived();
+    void answer(Arrived arrived, const Keeping& keeping);
+    void askWorker(Arrived arrived, const Keeping& keeping);
+    std::optional<uint64_t> cacheState();
+    bool isOfCache(const httpd::Request& request) const;
+    const httpd::Response* keptAnswer(const Keeping& keeping);
+    void keep(const Keeping& keeping, httpd::Response& response);
+    bool mayNeedCim(const httpd::Request& request) const;
+    void noteOutcome(const std::string& watched, Outcome outcome, bool isAction);
+    void submit(Task task, const std::string& watched);
+    static Wanted wantedOf(const httpd::Request& request);
+
+    boost::asio::io_context& mContext;
+    const MappingSummary& mMapping;
+    WorkerPool& mPool;
+    RequestLog& mRequestLog;
+    std::function<void()> mDamaged;
+    OwnNames mOwnNames;
+    NativeResources mNative;
+    Quarantine mQuarantine;
+    CacheState mCacheState;
+    KeptAnswers mKeptAnswers;
+    std::vector<Arrived> mArrived; // requests that answerArrived() is about to answer
+};
+
+// The answer to a request that could not be read, by its status (httpd::ErrorPage).
+httpd::Response answerToUnreadable(unsigned int status);
+
+} // namespace host
+
+#endif
