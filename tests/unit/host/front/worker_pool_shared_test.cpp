@@ -33,6 +33,16 @@ protected:
         EXPECT_EQ(worker.readTarget(), "/held");
         return worker;
     }
+
+    std::pair<FakeWorker, FakeWorker> startWithTwoBusy()
+    {
+        auto [first, second] = startWithTwo();
+        for (FakeWorker* worker : {&first, &second}) {
+            (void)submit("/held");
+            EXPECT_EQ(worker->readTarget(), "/held");
+        }
+        return {std::move(first), std::move(second)};
+    }
 };
 
 TEST_F(SharedReads, OneReadAnswersAllThatWaitedBeforeItBegan)
@@ -99,11 +109,7 @@ INSTANTIATE_TEST_SUITE_P(, UnsharedAnswer,
 
 TEST_F(SharedReads, WorkerThatEndsFailsOnlyTheFirst)
 {
-    auto [first, second] = startWithTwo();
-    (void)submit("/held");
-    (void)submit("/held");
-    EXPECT_EQ(first.readTarget(), "/held");
-    EXPECT_EQ(second.readTarget(), "/held");
+    auto [first, second] = startWithTwoBusy();
     const auto leader = share("/a");
     const auto joined = share("/a");
     first.answer({200, {}, ""});
@@ -122,11 +128,7 @@ TEST_F(SharedReads, WorkerThatEndsFailsOnlyTheFirst)
 
 TEST_F(SharedReads, OtherWorkersGoOnWithWhatIsBehind)
 {
-    auto [first, second] = startWithTwo();
-    (void)submit("/held");
-    (void)submit("/held");
-    EXPECT_EQ(first.readTarget(), "/held");
-    EXPECT_EQ(second.readTarget(), "/held");
+    auto [first, second] = startWithTwoBusy();
     (void)share("/a");
     (void)share("/a");
     (void)share("/b");
@@ -166,11 +168,7 @@ TEST_F(SharedReads, EachKeepsItsTimeToBegin)
 
 TEST_F(SharedReads, ReadThatIsGivenBackLeavesTheOthersTheirTurn)
 {
-    auto [first, second] = startWithTwo();
-    (void)submit("/held");
-    (void)submit("/held");
-    EXPECT_EQ(first.readTarget(), "/held");
-    EXPECT_EQ(second.readTarget(), "/held");
+    auto [first, second] = startWithTwoBusy();
     (void)share("/a");
     const auto joined = share("/a");
     first.answer({200, {}, ""});
