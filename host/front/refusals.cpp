@@ -1,10 +1,10 @@
 #include "front/refusals.h"
 
 #include "error_body.h"
+#include "front/header_list.h"
 #include "host_limits.h"
 
 #include <ResourceMapper.h>
-#include <strings.h>
 
 #include <string_view>
 
@@ -37,11 +37,8 @@ const char* methodsOf(const odata::URI& uri)
 // with a form.
 bool hasJsonBody(const httpd::Request& request)
 {
-    constexpr std::string_view kJson = "application/json";
-    std::string_view type = httpd::findHeader(request.headers, "Content-Type");
-    type = type.substr(0, type.find(';'));
-    type = type.substr(0, type.find_last_not_of(" \t") + 1);
-    return type.size() == kJson.size() && strncasecmp(type.data(), kJson.data(), type.size()) == 0;
+    const std::string_view type = httpd::findHeader(request.headers, "Content-Type");
+    return isSameWord(trimmed(type.substr(0, type.find(';'))), "application/json");
 }
 
 std::optional<httpd::Response> refusalOfUri(const odata::URI& uri, const std::string& target)
