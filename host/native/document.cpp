@@ -28,8 +28,7 @@ bool takeDocument(FieldReader& reader, Documents& documents)
     uint32_t type = 0;
     uint32_t plainBytes = 0;
     if (!reader.text(uri) || !reader.number(type) || !reader.text(document.describedBy) ||
-        !reader.text(document.hash) || !reader.number(plainBytes) ||
-        !reader.flag(document.isCompressed) || !reader.text(document.body) ||
+        !reader.text(document.hash) || !reader.number(plainBytes) || !reader.text(document.body) ||
         type > static_cast<uint32_t>(MediaType::Xml)) {
         return false;
     }
@@ -59,9 +58,6 @@ bool isWorthCompressing(const Document& document)
 
 void compress(Document& document, Compressor& compressor)
 {
-    if (document.isCompressed || !isWorthCompressing(document)) {
-        return;
-    }
     std::string compressed = compressor.compress(document.body);
     document.isCompressed = !compressed.empty();
     if (document.isCompressed) {
@@ -85,7 +81,6 @@ std::string encodeDocuments(const Documents& documents)
         putText(text, document.describedBy);
         putText(text, document.hash);
         putNumber(text, static_cast<uint32_t>(document.plainBytes));
-        putNumber(text, document.isCompressed ? 1 : 0);
         putText(text, document.body);
     }
     return text;

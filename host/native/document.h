@@ -35,13 +35,14 @@ Document makeDocument(MediaType type, std::string text, std::string describedBy 
 // Whether a document is worth compressing.
 bool isWorthCompressing(const Document& document);
 
-// Compresses one that is worth it; left as it is for want of memory.
+// Compresses one that is not yet; left as it is for want of memory.
 void compress(Document& document, Compressor& compressor);
 
 // The text of a document; "" for one that is damaged.
 std::string plainTextOf(const Document& document);
 
-// A text for decodeDocuments(), which is false when a text is none.
+// A text for decodeDocuments(), which is false when a text is none. Documents travel before they
+// are compressed.
 std::string encodeDocuments(const Documents& documents);
 bool decodeDocuments(std::string_view text, Documents& documents);
 
