@@ -7,7 +7,7 @@
 #include "front/refusals.h"
 
 #include <ResourceMapper.h>
-#include <malloc.h>
+#include <httpd/freed_memory.h>
 
 #include <algorithm>
 #include <string>
@@ -124,7 +124,7 @@ bool NativeResources::compressNext()
     });
     if (mNext == mDocuments.end()) {
         mCompressor.reset();
-        (void)malloc_trim(0); // the plain texts lie all over the memory
+        httpd::returnFreedMemory(); // the plain texts lie all over the memory
         return false;
     }
     native::compress((mNext++)->second, *mCompressor);

@@ -17,7 +17,7 @@
 
 #include <ResourceMapper.h>
 #include <fcntl.h>
-#include <malloc.h>
+#include <httpd/freed_memory.h>
 #include <poll.h>
 #include <service/errno_text.h>
 #include <sys/prctl.h>
@@ -184,7 +184,7 @@ void SpawnerProcess::run(const std::string& problem, const native::Service& serv
     const ControlMessage outcome = load(problem);
     if (sendControl(mControl.get(), outcome) && outcome.kind == ControlKind::Loaded &&
         sendControl(mControl.get(), makeResources(service))) {
-        (void)malloc_trim(0); // what that has taken would be part of every worker
+        httpd::returnFreedMemory(); // what that has taken would be part of every worker
         serve();
     }
     endChildren();

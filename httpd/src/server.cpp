@@ -3,6 +3,7 @@
 #include "address_share.h"
 #include "connection_set.h"
 #include "handler_memory.h"
+#include "httpd/freed_memory.h"
 
 #include <boost/asio/bind_allocator.hpp>
 #include <boost/asio/io_context.hpp>
@@ -17,10 +18,6 @@
 #include <new>
 #include <optional>
 #include <utility>
-
-#ifdef __GLIBC__
-#include <malloc.h>
-#endif
 
 namespace httpd {
 
@@ -42,14 +39,6 @@ Limits limitsOfProcess(const Limits& limits)
         return limits;
     }
     return withinOpenFiles(limits, openFiles.rlim_cur);
-}
-
-// The C library keeps freed pages in between those in use; nobody else would get them again.
-void returnFreedMemory()
-{
-#ifdef __GLIBC__
-    (void)malloc_trim(0);
-#endif
 }
 
 // The connection that has shown least for longest of those that have been compared.
