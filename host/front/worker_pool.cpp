@@ -167,7 +167,8 @@ void WorkerPool::ended(const Task& task, Outcome outcome, const httpd::Response&
 // Where the request waits that has waited longest of those that may be begun now; null for none.
 WaitingQueue* WorkerPool::nextQueue()
 {
-    const Task* const live = mayReadLiveNow() ? mLiveQueue.next() : nullptr;
+    const bool mayBeLive = !mLiveQueue.isEmpty() && mayReadLiveNow();
+    const Task* const live = mayBeLive ? mLiveQueue.next() : nullptr;
     const Task* const cached = mCachedQueue.next();
     if (cached == nullptr) {
         return live == nullptr ? nullptr : &mLiveQueue;
