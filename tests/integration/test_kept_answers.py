@@ -121,11 +121,13 @@ class KeptAnswers(unittest.TestCase):
                     given = self.figures(service)[1]
                     damage(f"{service.cache_path}-shm")
                     self.assertEqual(service.process.poll(), None)
-                    # A worker that SQLite's map has killed costs its request; kept answers are given to nobody.
-                    for _ in range(3):
-                        answer = service.get(thing(1))
-                        self.assertIn((answer.status, answer.json().get("N")), ((200, 1), (500, None), (503, None)))
-                    self.assertLessEqual(self.figures(service)[1] - given, 1)
+                    # A worker that SQLite's map has killed costs its request.
+                    outcomes = ((200, 1), (500, None), (503, None))
+                    self.assertIn(status_and_value(service.get(thing(1))), outcomes)
+                    self.assertEqual(self.figures(service)[1], given)
+                    # A worker may have made a new index meanwhile: then answers are kept anew.
+                    for _ in range(2):
+                        self.assertIn(status_and_value(service.get(thing(1))), outcomes)
                     self.assertEqual(service.process.poll(), None)
 
     def test_exclusive_lock_sends_requests_to_a_worker(self):
@@ -144,7 +146,7 @@ class KeptAnswers(unittest.TestCase):
             pending = service.start_get(thing(1))
             writer.execute("commit")
             answer = pending.answer()
-            self.assertIn((answer.status, answer.json().get("N")), ((200, 1), (200, 2)))
+            self.assertIn(status_and_value(answer), ((200, 1), (200, 2)))
             self.assertEqual(service.get(thing(1)).json()["N"], 2)
 
     def test_cache_that_is_cut_off_gives_nothing_old(self):
@@ -158,7 +160,7 @@ class KeptAnswers(unittest.TestCase):
             fill(service.cache_path, 5)
             for _ in range(3):
                 answer = service.get(thing(1))
-                self.assertIn((answer.status, answer.json().get("N")), ((200, 5), (503, None)))
+                self.assertIn(status_and_value(answer), ((200, 5), (503, None)))
             fill(service.cache_path.with_suffix(".new"), 6)
             service.cache_path.with_suffix(".new").rename(service.cache_path)
             self.assertEqual(service.get(thing(1)).json()["N"], 6)
@@ -187,6 +189,10 @@ def read_until_answered(service):
     """Workers that were killed are replaced after a while."""
     wait_until(lambda: service.get(thing(0)).status == 200, "an answer")
     return service.get(thing(0)).json()
+
+
+def status_and_value(answer):
+    return answer.status, answer.json().get("N")
 
 
 def overwrite_header(index):
