@@ -23,14 +23,14 @@ bool isRepeated(const httpd::Header& header)
 
 } // namespace
 
-bool isKnown(std::string_view ifNoneMatch, const httpd::Response& response)
+bool isKnown(const std::vector<httpd::Header>& requestHeaders, const httpd::Response& response)
 {
-    if (ifNoneMatch.empty() || response.status != httpd::kOk) {
+    if (response.status != httpd::kOk) {
         return false;
     }
     const std::string_view tag = httpd::findHeader(response.headers, "ETag");
     bool isListed = false;
-    forEachElement(ifNoneMatch, [&isListed, tag](std::string_view element) {
+    forEachElement(requestHeaders, "If-None-Match", [&isListed, tag](std::string_view element) {
         isListed = isListed || isTag(element, tag);
     });
     return isListed && !tag.empty();

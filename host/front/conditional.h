@@ -4,13 +4,13 @@
 
 #include <httpd/server.h>
 
-#include <string_view>
+#include <vector>
 
 namespace host {
 
 // Whether a response is what the client has already: a 200 with an entity tag that is in the list
 // of its "If-None-Match".
-bool isKnown(std::string_view ifNoneMatch, const httpd::Response& response);
+bool isKnown(const std::vector<httpd::Header>& requestHeaders, const httpd::Response& response);
 
 // 304 in place of such a response: what a client keeps its answer by, and no content.
 httpd::Response notModified(const httpd::Response& response);

@@ -1,11 +1,11 @@
 #include "front/own_names.h"
 
 #include "error_body.h"
+#include "front/header_list.h"
 #include "front/refusals.h"
 
 #include <arpa/inet.h>
 #include <httpd/host_field.h>
-#include <strings.h>
 
 #include <algorithm>
 #include <utility>
@@ -13,11 +13,6 @@
 namespace host {
 
 namespace {
-
-bool isSame(std::string_view left, std::string_view right)
-{
-    return left.size() == right.size() && strncasecmp(left.data(), right.data(), left.size()) == 0;
-}
 
 bool isAddress(std::string_view host)
 {
@@ -48,8 +43,8 @@ bool isForAnotherSite(const httpd::Request& request)
 {
     const std::string_view origin = httpd::findHeader(request.headers, "Origin");
     const auto host = hostOfOrigin(origin);
-    return isSame(httpd::findHeader(request.headers, "Sec-Fetch-Site"), "cross-site") ||
-           (!origin.empty() && (!host || !isSame(*host, hostAskedFor(request))));
+    return isSameWord(httpd::findHeader(request.headers, "Sec-Fetch-Site"), "cross-site") ||
+           (!origin.empty() && (!host || !isSameWord(*host, hostAskedFor(request))));
 }
 
 } // namespace
@@ -71,9 +66,9 @@ std::optional<httpd::Response> OwnNames::refusalOf(const httpd::Request& request
 
 bool OwnNames::isOwn(std::string_view host) const
 {
-    return isAddress(host) || isSame(host, "localhost") ||
+    return isAddress(host) || isSameWord(host, "localhost") ||
            std::any_of(mNames.begin(), mNames.end(),
-                       [host](const std::string& name) { return isSame(host, name); });
+                       [host](const std::string& name) { return isSameWord(host, name); });
 }
 
 } // namespace host

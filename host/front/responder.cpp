@@ -3,7 +3,6 @@
 #include "error_body.h"
 #include "front/conditional.h"
 #include "front/content_coding.h"
-#include "front/header_list.h"
 #include "front/refusals.h"
 #include "host_limits.h"
 #include "log.h"
@@ -80,10 +79,10 @@ WorkerRequest workerRequest(httpd::Request request, bool wantsGzip)
 
 // Copies what it is given to keep.
 template <typename Given>
-httpd::Response finalOf(Given&& response, const std::string& ifNoneMatch)
+httpd::Response finalOf(Given&& response, const std::vector<httpd::Header>& requestHeaders)
 {
     httpd::Response final =
-        isKnown(ifNoneMatch, response) ? notModified(response) : std::forward<Given>(response);
+        isKnown(requestHeaders, response) ? notModified(response) : std::forward<Given>(response);
     addCommonHeaders(final);
     return final;
 }
@@ -122,19 +121,11 @@ void Responder::open()
     (void)mCacheState.current();
 }
 
-// Actions are done whatever the client has.
-Responder::Wanted Responder::wantedOf(const httpd::Request& request)
-{
-    return isPost(request)
-               ? Wanted{}
-               : Wanted{wantsGzip(request.headers), listOf(request.headers, "If-None-Match")};
-}
-
 void Responder::handle(httpd::Request request, const httpd::Reply& reply)
 {
-    Wanted wanted = wantedOf(request);
+    const bool isGzip = wantsGzip(request.headers);
     const bool isKeepable = isOfCache(request);
-    Arrived arrived{std::move(request), reply, std::move(wanted)};
+    Arrived arrived{std::move(request), reply, isGzip};
     if (!isKeepable) {
         answer(std::move(arrived), {});
         return;
@@ -153,7 +144,7 @@ void Responder::answerArrived()
     const std::optional<uint64_t> state = cacheState();
     for (Arrived& arrived : all) {
         try {
-            Keeping keeping{keptKeyOf(arrived.request.target, arrived.wanted.gzip), state};
+            Keeping keeping{keptKeyOf(arrived.request.target, arrived.wantsGzip), state};
             answer(std::move(arrived), keeping);
         } catch (const std::bad_alloc&) { // NOLINT(bugprone-empty-catch): its connection has ended
         }
@@ -162,16 +153,16 @@ void Responder::answerArrived()
 
 void Responder::answer(Arrived arrived, const Keeping& keeping)
 {
-    const auto& [request, reply, wanted] = arrived;
+    const auto& [request, reply, isGzip] = arrived;
     const httpd::Response* kept = keptAnswer(keeping);
     // The same target was a worker's before, so that only names are left to look at.
     const bool isWorkers = kept != nullptr && keeping.key.ends_with(request.target);
     if (auto own = isWorkers ? mOwnNames.refusalOf(request) : answerByFront(request)) {
-        reply(finalOf(std::move(*own), wanted.ifNoneMatch));
+        reply(finalOf(std::move(*own), request.headers));
     } else if (kept != nullptr) {
-        reply(finalOf(*kept, wanted.ifNoneMatch));
+        reply(finalOf(*kept, request.headers));
     } else if (!mQuarantine.admits(watchedName(request), std::chrono::steady_clock::now())) {
-        reply(finalOf(closedTarget(), ""));
+        reply(finalOf(closedTarget(), request.headers));
     } else {
         askWorker(std::move(arrived), keeping);
     }
@@ -181,18 +172,21 @@ void Responder::askWorker(Arrived arrived, const Keeping& keeping)
 {
     const std::string watched = watchedName(arrived.request);
     const bool isAction = isPost(arrived.request);
+    // Actions are done whatever the client has.
+    std::vector<httpd::Header> headers =
+        isAction ? std::vector<httpd::Header>() : std::move(arrived.request.headers);
     // The share of the clients' memory is held as long as the request is.
     auto done = [this, watched, isAction, reply = arrived.reply, keeping,
-                 known = arrived.wanted.ifNoneMatch,
+                 headers = std::move(headers),
                  memory = arrived.request.memory](Outcome outcome, httpd::Response answered) {
         noteOutcome(watched, outcome, isAction);
         keep(keeping, answered);
-        reply(finalOf(answerTo(outcome, std::move(answered)), known));
+        reply(finalOf(answerTo(outcome, std::move(answered)), headers));
     };
     const std::shared_ptr<const httpd::Client> client = arrived.request.client;
     const bool needsCim = mayNeedCim(arrived.request);
-    submit({workerRequest(std::move(arrived.request), arrived.wanted.gzip), std::move(done),
-            needsCim, client->share(), [client] { return client->hasGone(); }, keeping.key},
+    submit({workerRequest(std::move(arrived.request), arrived.wantsGzip), std::move(done), needsCim,
+            client->share(), [client] { return client->hasGone(); }, keeping.key},
            watched);
 }
 

@@ -51,13 +51,6 @@ public:
     const KeptAnswers::Figures& keptFigures() const { return mKeptAnswers.figures(); }
 
 private:
-    // What a client wants to have an answer in, and which it has already.
-    struct Wanted
-    {
-        bool gzip = false;
-        std::string ifNoneMatch;
-    };
-
     // What an answer may be kept by; no state where it may not.
     struct Keeping
     {
@@ -70,7 +63,7 @@ private:
     {
         httpd::Request request;
         httpd::Reply reply;
-        Wanted wanted;
+        bool wantsGzip;
     };
 
     std::optional<httpd::Response> answerByFront(const httpd::Request& request) const;
@@ -84,7 +77,6 @@ private:
     bool mayNeedCim(const httpd::Request& request) const;
     void noteOutcome(const std::string& watched, Outcome outcome, bool isAction);
     void submit(Task task, const std::string& watched);
-    static Wanted wantedOf(const httpd::Request& request);
 
     boost::asio::io_context& mContext;
     const MappingSummary& mMapping;

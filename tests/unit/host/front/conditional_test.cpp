@@ -13,11 +13,16 @@ const httpd::Response kAnswer{
     {{"Content-Type", "application/json"}, {"ETag", "\"a,b\""}, {"Vary", "Accept-Encoding"}},
     "{}"};
 
+bool isKnownBy(const char* list, const httpd::Response& response = kAnswer)
+{
+    return host::isKnown({{"Host", "h"}, {"if-none-match", list}}, response);
+}
+
 TEST(AnswerIsKnown, ByATagOfTheList)
 {
     for (const char* list : {"\"a,b\"", "W/\"a,b\"", "\"x\", \"a,b\"", "\"x\" ,W/\"y\",\t\"a,b\" ",
                              "*", "\"x\", *", ",,\"a,b\"", "nonsense, \"a,b\""}) {
-        EXPECT_TRUE(host::isKnown(list, kAnswer)) << list;
+        EXPECT_TRUE(isKnownBy(list)) << list;
     }
 }
 
@@ -25,7 +30,7 @@ TEST(AnswerIsKnown, NotByAnythingElse)
 {
     for (const char* list : {"", "\"x\"", "a,b", "\"a\", \"b\"", "\"a,b", "w/\"a,b\"", "\"A,B\"",
                              "\"a,b\"x", "\"a,b\";q=1", "**"}) {
-        EXPECT_FALSE(host::isKnown(list, kAnswer)) << list;
+        EXPECT_FALSE(isKnownBy(list)) << list;
     }
 }
 
@@ -33,8 +38,8 @@ TEST(AnswerIsKnown, OnlyWhereItIs200AndHasATag)
 {
     httpd::Response failed = kAnswer;
     failed.status = 404;
-    EXPECT_FALSE(host::isKnown("*", failed));
-    EXPECT_FALSE(host::isKnown("*", {200, {{"Content-Type", "application/json"}}, "{}"}));
+    EXPECT_FALSE(isKnownBy("*", failed));
+    EXPECT_FALSE(isKnownBy("*", {200, {{"Content-Type", "application/json"}}, "{}"}));
 }
 
 TEST(NotModified, RepeatsWhatAnAnswerIsKeptByAndHasNoContent)
@@ -46,12 +51,26 @@ TEST(NotModified, RepeatsWhatAnAnswerIsKeptByAndHasNoContent)
     EXPECT_THAT(unchanged.body, IsEmpty());
 }
 
-TEST(HeaderList, IsAllLinesOfTheHeader)
+TEST(AnswerIsKnown, ByATagInAnyLineOfTheHeader)
+{
+    EXPECT_TRUE(host::isKnown({{"If-None-Match", "\"x\""}, {"IF-NONE-MATCH", "\"a,b\""}}, kAnswer));
+    EXPECT_FALSE(host::isKnown({{"If-Match", "\"a,b\""}}, kAnswer));
+    EXPECT_FALSE(host::isKnown({}, kAnswer));
+}
+
+TEST(HeaderList, HasTheElementsOfAllItsLines)
 {
     const std::vector<httpd::Header> headers = {
-        {"If-None-Match", "\"a\""}, {"X", "\"b\""}, {"if-none-match", "\"c\""}};
-    EXPECT_EQ(host::listOf(headers, "If-None-Match"), "\"a\",\"c\"");
-    EXPECT_EQ(host::listOf(headers, "Accept"), "");
+        {"If-None-Match", "\"a,1\" , b"}, {"X", "\"b\""}, {"if-none-match", ",\"c\""}};
+    std::vector<std::string_view> elements;
+    const auto note = [&elements](std::string_view element) {
+        elements.push_back(element);
+    };
+    host::forEachElement(headers, "If-None-Match", note);
+    EXPECT_THAT(elements, ElementsAre("\"a,1\"", "b", "\"c\""));
+    elements.clear();
+    host::forEachElement(headers, "Accept", note);
+    EXPECT_THAT(elements, IsEmpty());
 }
 
 } // namespace

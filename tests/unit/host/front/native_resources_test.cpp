@@ -152,6 +152,8 @@ TEST_F(NativeAnswers, AreWhatTheClientAccepts)
                                 {"text/html, */*;q=0.1", 200, 200},
                                 {"application/json;q=0, */*", 406, 200},
                                 {"application/json;q=0.0", 406, 406},
+                                {"application/json;charset=utf-8; Q=0", 406, 406},
+                                {"application/json;q=0.001", 200, 406},
                                 {"", 200, 200}};
     for (const AcceptCase& one : cases) {
         EXPECT_EQ(statusOf("/redfish/v1", {{"Accept", one.accept}}), one.json) << one.accept;
