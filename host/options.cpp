@@ -127,6 +127,10 @@ cli::Command commandLine(Options& options)
                  cli::number(options.keptAnswersBytes, 0, kMaxKeptAnswersBytes)},
                 {"--request-timeout", "SECONDS", "what a request may take, 1 to 3600",
                  cli::number(options.requestTimeoutS, 1, kMaxRequestTimeoutS)},
+                {"--verbatim", "",
+                 "answers of mapped resources as the library makes them, where that differs from "
+                 "Redfish",
+                 cli::flag(options.isVerbatim)},
                 {"--check", "",
                  "only tell what is wrong with the mapping file and the data cache; exit status 0: "
                  "nothing, 1: something",

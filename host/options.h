@@ -29,6 +29,7 @@ struct Options
     unsigned int workers = 0; // worker processes
     int logLevel = 1;         // 0 to 4, as LogMessage.h describes them
     unsigned int requestTimeoutS = 30;
+    bool isVerbatim = false;        // workers leave answers as the library makes them
     bool isCheck = false;           // look at mapping file and data cache, and serve nothing
     std::vector<std::string> hosts; // names that it goes by, beside its addresses
     size_t clientMemoryBytes = 32UL * 1024UL * 1024; // what clients can make the front hold

@@ -72,9 +72,10 @@ int runService(const Options& options, const httpd::Limits& limits)
                         EXIT_FAILURE);
     }
     Spawner spawner;
-    const int status = startSpawner(spawner, problem, options.user, about(options))
-                           ? runFront(options, spawner, limits)
-                           : complain(problem, EXIT_FAILURE);
+    const int status =
+        startSpawner(spawner, problem, options.user, about(options), options.isVerbatim)
+            ? runFront(options, spawner, limits)
+            : complain(problem, EXIT_FAILURE);
     awaitSpawner(spawner);
     tellAllRepeats(); // of its processes too
     return status;

@@ -203,24 +203,28 @@ std::optional<TypeName> typeNameOf(const std::string& odataType)
     return isUsable ? std::optional(std::move(type)) : std::nullopt;
 }
 
+ResourceType resourceTypeOf(const Json::Value& file, const Json::Value& entry)
+{
+    ResourceType type = cimgate::flagOf(entry, mapping::kIsCollection) ? collectionOf(file, entry)
+                                                                       : resourceOf(entry);
+    type.name = typeNameOf(cimgate::textOf(entry, kOdataType)).value_or(TypeName());
+    type.description = shownText(cimgate::textOf(entry, "Description"));
+    addUri(type, entry);
+    return type;
+}
+
 std::vector<ResourceType> resourceTypesOf(const Json::Value& file)
 {
     std::map<std::string, ResourceType> found; // by name space: each has one type
     for (const Json::Value& entry : cimgate::objectOf(file)) {
-        const std::optional<TypeName> name = typeNameOf(cimgate::textOf(entry, kOdataType));
-        if (!name) {
+        if (!typeNameOf(cimgate::textOf(entry, kOdataType))) {
             continue;
         }
-        ResourceType type = cimgate::flagOf(entry, mapping::kIsCollection)
-                                ? collectionOf(file, entry)
-                                : resourceOf(entry);
-        type.name = *name;
-        type.description = shownText(cimgate::textOf(entry, "Description"));
-        addUri(type, entry);
-        const auto same = found.find(name->versioned());
+        ResourceType type = resourceTypeOf(file, entry);
+        const auto same = found.find(type.name.versioned());
         if (same == found.end()) {
-            found.emplace(name->versioned(), std::move(type));
-        } else if (same->second.name == *name) {
+            found.emplace(type.name.versioned(), std::move(type));
+        } else if (same->second.name == type.name) {
             merge(same->second, std::move(type));
         }
     }

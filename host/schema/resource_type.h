@@ -73,6 +73,9 @@ struct ResourceType
     std::optional<TypeName> members; // of a collection
 };
 
+// What the answers of one entry of a mapping file can hold; without a name where it has no type.
+ResourceType resourceTypeOf(const Json::Value& file, const Json::Value& entry);
+
 // What a mapping file describes, in the order of their names: one of each name, whichever entries
 // have it, and one in each version of a name space. Types of the standard are among them.
 std::vector<ResourceType> resourceTypesOf(const Json::Value& file);

@@ -133,12 +133,12 @@ void logEnd(const Child& child, int status)
 
 // What it runs, in a process that was forked for it.
 [[noreturn]] void runChild(const ControlMessage& request, service::FileDescriptor socket,
-                           WorkNote& note, CacheNotice& cacheNotice)
+                           WorkNote& note, CacheNotice& cacheNotice, bool isVerbatim)
 {
     if (request.kind == ControlKind::SpawnQueueProcess) {
         runQueueProcess(std::move(socket), request.text);
     }
-    runWorker(std::move(socket), note, cacheNotice);
+    runWorker(std::move(socket), note, cacheNotice, isVerbatim);
 }
 
 // The spawner's side of the control socket, and the processes it has to answer for.
@@ -146,8 +146,9 @@ class SpawnerProcess
 {
 public:
     // checking is the other end of Spawner::checked.
-    SpawnerProcess(service::FileDescriptor control, service::FileDescriptor checking)
-        : mControl(std::move(control)), mChecking(std::move(checking))
+    SpawnerProcess(service::FileDescriptor control, service::FileDescriptor checking,
+                   bool isVerbatim)
+        : mControl(std::move(control)), mChecking(std::move(checking)), mIsVerbatim(isVerbatim)
     {}
 
     // problem is why it cannot; "" for none.
@@ -166,6 +167,7 @@ private:
 
     service::FileDescriptor mControl;
     service::FileDescriptor mChecking; // until the check has been reaped
+    bool mIsVerbatim;
     pid_t mCheck = -1;
     service::FileDescriptor mChildSignals;
     CacheNotice mCacheNotice;            // of all workers
@@ -270,7 +272,7 @@ void SpawnerProcess::spawn(const ControlMessage& request)
     if (pid == 0) {
         front.reset();
         mChecking.reset();
-        runChild(request, std::move(child), *note, mCacheNotice);
+        runChild(request, std::move(child), *note, mCacheNotice, mIsVerbatim);
     }
     ControlMessage answer;
     if (pid < 0) {
@@ -392,7 +394,7 @@ bool learnResources(Spawner& spawner, std::string& problem)
 } // namespace
 
 bool startSpawner(Spawner& spawner, std::string& problem, const std::optional<User>& user,
-                  const native::Service& service)
+                  const native::Service& service, bool isVerbatim)
 {
     int ends[2] = {-1, -1};
     int checkEnds[2] = {-1, -1};
@@ -420,7 +422,7 @@ bool startSpawner(Spawner& spawner, std::string& problem, const std::optional<Us
         if (getppid() != parent) {
             _exit(EXIT_FAILURE); // the front ended before it could be watched
         }
-        SpawnerProcess(std::move(control), std::move(checking)).run(problem, service);
+        SpawnerProcess(std::move(control), std::move(checking), isVerbatim).run(problem, service);
     }
     control.reset();
     checking.reset();

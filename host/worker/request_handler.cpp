@@ -3,6 +3,7 @@
 #include "error_body.h"
 #include "host_limits.h"
 #include "queue/worker_end.h"
+#include "resource_headers.h"
 #include "worker/action_handler.h"
 #include "worker/cache_read.h"
 #include "worker/current_request.h"
@@ -25,9 +26,12 @@ using mapping::Source;
 using mapping::sourceOf;
 
 httpd::Response answer(ResourceMapper& mapper, const odata::Scope& scope, _ResourceMapperError rc,
-                       Json::Value& body)
+                       Json::Value& body, Sources& sources)
 {
     if (rc == RM_OK) {
+        if (sources.shapes) {
+            sources.shapes->shape(mapper.mOemResourceName, body);
+        }
         mapper.SendResponse(body);
     } else {
         mapper.SendExtendedErrorResponse(rc);
@@ -60,9 +64,10 @@ bool isOfTheCache(const CacheFault& fault, _ResourceMapperError rc)
     return fault.code != SQLITE_ERROR || rc != RM_INTERNAL_ERROR;
 }
 
-httpd::Response readFromCache(ResourceMapper& mapper, const odata::Scope& scope, DataCache& cache,
+httpd::Response readFromCache(ResourceMapper& mapper, const odata::Scope& scope, Sources& sources,
                               bool wantsGzip)
 {
+    DataCache& cache = sources.cache;
     if (!cache.open()) {
         currentRequest().fail(kCacheIsUnreadable);
         return temporarilyUnavailable(kRetryAfterS);
@@ -81,7 +86,7 @@ httpd::Response readFromCache(ResourceMapper& mapper, const odata::Scope& scope,
         currentRequest().fail(faultText(mapping::tableOf(mapper.mCimClass), *fault));
         return temporarilyUnavailable(kRetryAfterS);
     }
-    httpd::Response response = answer(mapper, scope, rc, body);
+    httpd::Response response = answer(mapper, scope, rc, body, sources);
     // All of it was read in one transaction: it holds until the cache is another.
     response.mayBeKept = rc == RM_OK && !fault;
     if (response.status == httpd::kOk) {
@@ -92,21 +97,21 @@ httpd::Response readFromCache(ResourceMapper& mapper, const odata::Scope& scope,
 
 // The library reports one and the same failure where the object manager is away and where it is
 // there and fails: only the first will pass.
-httpd::Response readLive(ResourceMapper& mapper, const odata::Scope& scope, CimSession& cim)
+httpd::Response readLive(ResourceMapper& mapper, const odata::Scope& scope, Sources& sources)
 {
     Json::Value body;
     const _ResourceMapperError rc =
         mapper.mIsCollection ? mapper.GetCollection(body) : mapper.GetInstance(body);
     const char* fault = nullptr;
     if (rc == RM_INTERNAL_ERROR) {
-        fault = cim.renew();
+        fault = sources.cim.renew();
     } else if (rc == RM_INSUFFICIENT_PRIVILEGE) {
         fault = CimSession::whyRefused();
     }
     if (fault != nullptr) {
         return withoutObjectManager(fault);
     }
-    return answer(mapper, scope, rc, body);
+    return answer(mapper, scope, rc, body, sources);
 }
 
 // Of what does not come from the data cache itself.
@@ -122,11 +127,11 @@ std::optional<httpd::Response> read(ResourceMapper& mapper, const odata::Scope& 
     _ResourceMapperError rc = mapper.ParseUri(RM_METHOD_GET);
     currentRequest().concerns(mapper.mOemResourceName, mapper.mCimClass);
     if (rc != RM_OK) {
-        return answer(mapper, scope, rc, body);
+        return answer(mapper, scope, rc, body, sources);
     }
     const Source source = sourceOf(mapper.mResourceObj, mapper.mCimClass, mapper.mIsCollection);
     if (source == Source::DataCache) {
-        return readFromCache(mapper, scope, sources.cache, request.wantsGzip);
+        return readFromCache(mapper, scope, sources, request.wantsGzip);
     }
     if (source == Source::Cim && !request.mayReadLive) {
         return std::nullopt;
@@ -136,10 +141,10 @@ std::optional<httpd::Response> read(ResourceMapper& mapper, const odata::Scope& 
         return temporarilyUnavailable(kRetryAfterS);
     }
     if (source == Source::Cim) {
-        return readLive(mapper, scope, sources.cim);
+        return readLive(mapper, scope, sources);
     }
     (void)mapper.IsServiceURI(body, rc);
-    return answer(mapper, scope, rc, body);
+    return answer(mapper, scope, rc, body, sources);
 }
 
 std::optional<httpd::Response> answerTo(const ReadRequest& request, Sources& sources)
@@ -150,6 +155,9 @@ std::optional<httpd::Response> answerTo(const ReadRequest& request, Sources& sou
     std::optional<httpd::Response> response = read(mapper, scope, request, sources);
     if (response) {
         addHeaders(scope, *response);
+        if (sources.shapes && response->status == httpd::kOk) {
+            completeHeaders(*response, sources.shapes->schemaUriOf(mapper.mOemResourceName));
+        }
     }
     return response;
 }

@@ -42,7 +42,8 @@ std::string answerFrame(const WorkerRequest& request, Sources& sources)
 
 } // namespace
 
-void runWorker(service::FileDescriptor socket, WorkNote& note, CacheNotice& cacheNotice)
+void runWorker(service::FileDescriptor socket, WorkNote& note, CacheNotice& cacheNotice,
+               bool isVerbatim)
 {
     nameProcess(ProcessKind::Worker);
     currentRequest().showIn(&note);
@@ -50,7 +51,7 @@ void runWorker(service::FileDescriptor socket, WorkNote& note, CacheNotice& cach
         [](const std::string& message) { currentRequest().libraryError(message); });
     limitResources();
     CacheRead::watchSqlite();
-    Sources sources(cacheNotice);
+    Sources sources(cacheNotice, isVerbatim);
     if (cimgate::mapping::readsDataCache(ResourceMapper::RmfObj)) {
         sources.cache.look();
     }

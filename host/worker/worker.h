@@ -13,8 +13,9 @@ namespace host {
 // Runs a worker in a process that the spawner has just forked: looks whether the data cache can be
 // read, where the mapping needs it, says that it is ready, and answers requests until the socket
 // closes. The note says what it is at; the cache's notice is shared with the other workers.
+// isVerbatim: answers are left as the library makes them.
 [[noreturn]] void runWorker(service::FileDescriptor socket, WorkNote& note,
-                            CacheNotice& cacheNotice);
+                            CacheNotice& cacheNotice, bool isVerbatim);
 
 } // namespace host
 

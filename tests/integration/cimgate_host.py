@@ -27,6 +27,8 @@ REGISTRIES = os.environ["CIMGATE_REGISTRIES"]
 BASE = "/redfish/v1/Vexo"
 # A reserved port, on which nothing listens.
 NO_OBJECT_MANAGER = "http://127.0.0.1:1"
+# Answers as the library makes them: for tests of these.
+VERBATIM = ("--verbatim",)
 # Longer than any test runs: what ends a request is then never its deadline.
 NO_DEADLINE = ("--request-timeout", "3600")
 STRING_ARRAY = 1

@@ -3,7 +3,7 @@
 
 import unittest
 
-from cimgate_host import (BASE, OTHER_ARRAY, STRING_ARRAY, Service, SharedServiceTest, array_cell, collection_entry,
+from cimgate_host import (BASE, OTHER_ARRAY, STRING_ARRAY, VERBATIM, Service, SharedServiceTest, array_cell, collection_entry,
                           member_entry)
 
 PROPERTIES = {"InstanceID": {"cim_type": "string"}, "Number": {"cim_type": "uint32"}}
@@ -55,7 +55,7 @@ def sample():
 class Collections(SharedServiceTest):
     @staticmethod
     def make_service():
-        return Service(*sample())
+        return Service(*sample(), options=VERBATIM)
 
     def check_page(self, uri, count, numbers, link):
         """One page: the number of rows in all, the rows it shows, and the exact next link (None: there is none)."""

@@ -3,7 +3,7 @@
 
 import unittest
 
-from cimgate_host import (BASE, OTHER_ARRAY, STRING_ARRAY, Service, SharedServiceTest, array_cell, collection_entry,
+from cimgate_host import (BASE, OTHER_ARRAY, STRING_ARRAY, VERBATIM, Service, SharedServiceTest, array_cell, collection_entry,
                           member_entry)
 
 ALL = f"{BASE}/VexoAll"
@@ -93,7 +93,7 @@ def sample():
 class Instances(SharedServiceTest):
     @staticmethod
     def make_service():
-        return Service(*sample())
+        return Service(*sample(), options=VERBATIM)
 
     # ---- Values
 

@@ -4,7 +4,7 @@
 import unittest
 
 from cim_object_manager import Class, object_manager
-from cimgate_host import BASE, OTHER_ARRAY, STRING_ARRAY, Service, array_cell, member_entry
+from cimgate_host import BASE, OTHER_ARRAY, STRING_ARRAY, VERBATIM, Service, array_cell, member_entry
 from own_address import own_address
 
 # One property of each CIM type: the name is that of the type.
@@ -46,7 +46,7 @@ class Reading(unittest.TestCase):
     def read(self, cim_class, instances, mapping, *paths):
         """The bodies of these paths, each answered with 200."""
         with object_manager(cim_class, instances) as manager, \
-                Service(mapping, options=("--cim", manager.url)) as service:
+                Service(mapping, options=("--cim", manager.url, *VERBATIM)) as service:
             answers = [service.get(path) for path in paths]
             self.assertEqual([(path, answer.status) for path, answer in zip(paths, answers)],
                              [(path, 200) for path in paths])

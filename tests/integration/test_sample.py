@@ -81,7 +81,7 @@ class Sample(cimgate_host.Service):
 
     def __init__(self):
         text = MAPPING_FILE.read_text(encoding="utf-8")
-        super().__init__(text)
+        super().__init__(text, options=cimgate_host.VERBATIM)
         self.mapping = without_live_resources(without_containers(json.loads(text)))
         make_sample_cache(self.cache_path)
 

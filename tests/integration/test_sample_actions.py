@@ -158,7 +158,7 @@ class SampleActions(unittest.TestCase):
         job = self.read(location)
         self.assertEqual((job["Id"], job["@odata.id"], job["Name"], job["JobState"]),
                          (location.rpartition("/")[2], location, "Firmware update", "Running"))
-        self.assertEqual((job["ScheduledTime"], job["EndTime"]), ("2024-05-01T10:20:30+0000", None))
+        self.assertEqual((job["ScheduledTime"], job["EndTime"]), ("2024-05-01T10:20:30+00:00", None))
         other = self.check_started(self.post(INSTALL, URI="https://example.net/other.bin"))
         self.assertNotEqual(other, location)
         progress = self.await_completion(location)
@@ -181,7 +181,7 @@ class SampleActions(unittest.TestCase):
         controller = self.read(CONTROLLER)
         self.assertEqual({name: controller[name] for name in controller if name.startswith("Maintenance")
                           and not name.endswith("@odata.count")},
-                         {"MaintenanceStart": "2024-05-01T10:20:30+0000", "MaintenanceDays": ["Sunday", "Friday"],
+                         {"MaintenanceStart": "2024-05-01T10:20:30+00:00", "MaintenanceDays": ["Sunday", "Friday"],
                           "MaintenanceTasks": ["SelfTest"], "MaintenanceRecipients": ["a@example.net", "b@example.net"],
                           "MaintenanceNotify": True})
 

@@ -57,13 +57,15 @@ TEST(Options, Defaults)
     EXPECT_EQ(options.workers, std::max(2U, std::thread::hardware_concurrency()));
     EXPECT_EQ(options.logLevel, 1);
     EXPECT_EQ(options.requestTimeoutS, 30U);
+    EXPECT_FALSE(options.isVerbatim);
 }
 
 TEST(Options, ValuesAsNextArgumentOrAfterAnEqualsSign)
 {
     const host::Options options =
         parsed({"--listen", "127.0.0.2:0", "--rmf=a=b.json", "--cache", "c.db", "--registries", "r",
-                "--auth", "none", "--workers=3", "--log-level", "4", "--request-timeout", "2"});
+                "--auth", "none", "--workers=3", "--log-level", "4", "--request-timeout", "2",
+                "--verbatim"});
     EXPECT_EQ(options.address, "127.0.0.2");
     EXPECT_EQ(options.port, 0);
     EXPECT_EQ(options.rmfPath, "a=b.json");
@@ -72,6 +74,7 @@ TEST(Options, ValuesAsNextArgumentOrAfterAnEqualsSign)
     EXPECT_EQ(options.workers, 3U);
     EXPECT_EQ(options.logLevel, 4);
     EXPECT_EQ(options.requestTimeoutS, 2U);
+    EXPECT_TRUE(options.isVerbatim);
 }
 
 TEST(Options, UserIsOneOfThisMachine)

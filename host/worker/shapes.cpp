@@ -1,0 +1,149 @@
+#include "worker/shapes.h"
+
+#include "library_quiet.h"
+#include "schema/addresses.h"
+#include "schema/resource_type.h"
+
+#include <JsonAccess.h>
+#include <ResourceMapper/mapping/Entry.h>
+
+#include <algorithm>
+#include <cctype>
+#include <string_view>
+
+namespace host {
+
+namespace mapping = cimgate::mapping;
+
+namespace {
+
+constexpr const char* kMembers = "Members";
+constexpr size_t kColonFromEnd = 2; // "+02:00"
+
+bool isDigit(char c)
+{
+    return std::isdigit(static_cast<unsigned char>(c)) != 0;
+}
+
+// "2024-05-01T10:20:30+0200", with or without a fraction of the second.
+bool hasOffsetWithoutColon(std::string_view text)
+{
+    constexpr size_t kSecondsEnd = 19;
+    constexpr size_t kOffset = 5;
+    if (text.size() < kSecondsEnd + kOffset || text[10] != 'T') {
+        return false;
+    }
+    const std::string_view offset = text.substr(text.size() - kOffset);
+    return (offset[0] == '+' || offset[0] == '-') &&
+           std::all_of(offset.begin() + 1, offset.end(), isDigit);
+}
+
+void shapeDateTime(Json::Value& value)
+{
+    const char* begin = nullptr;
+    const char* end = nullptr;
+    if (!value.isString() || !value.getString(&begin, &end)) {
+        return;
+    }
+    std::string text(begin, end);
+    if (hasOffsetWithoutColon(text)) {
+        value = text.insert(text.size() - kColonFromEnd, ":");
+    }
+}
+
+void shapeDateTimes(Json::Value& value)
+{
+    if (!value.isArray()) {
+        shapeDateTime(value);
+        return;
+    }
+    for (Json::Value& element : value) {
+        shapeDateTime(element);
+    }
+}
+
+// Puts a value in the place of a null.
+void replaceNull(Json::Value& object, const std::string& name, Json::ValueType type)
+{
+    const Json::Value* member = cimgate::findMember(object, name);
+    if (member != nullptr && member->isNull()) {
+        object[name] = Json::Value(type);
+    }
+}
+
+} // namespace
+
+void Shapes::shape(const std::string& entryName, Json::Value& body)
+{
+    const Shape& shape = shapeOf(entryName);
+    if (!shape.isCollection) {
+        shapeResource(shape, body);
+    } else if (cimgate::hasMember(body, kMembers)) {
+        for (Json::Value& member : body[kMembers]) {
+            shapeResource(shape, member);
+        }
+    }
+}
+
+const std::string& Shapes::schemaUriOf(const std::string& entryName)
+{
+    return shapeOf(entryName).schemaUri;
+}
+
+const Shapes::Shape& Shapes::shapeOf(const std::string& entryName)
+{
+    const auto known = mShapes.find(entryName);
+    if (known != mShapes.end()) {
+        return known->second;
+    }
+    const Json::Value& entry = cimgate::memberOf(mMapping, entryName);
+    return mShapes.emplace(entryName, makeShape(mMapping, entry)).first->second;
+}
+
+Shapes::Shape Shapes::makeShape(const Json::Value& mapping, const Json::Value& entry)
+{
+    const LibraryIsQuiet quiet;
+    Shape shape;
+    const schema::ResourceType type = schema::resourceTypeOf(mapping, entry);
+    shape.schemaUri = type.name.name.empty() ? "" : schema::jsonSchemaUriOf(type.name);
+    shape.isCollection = type.isCollection;
+    const schema::ResourceType resource =
+        schema::resourceTypeOf(mapping, mapping::memberEntryOf(mapping, entry));
+    for (const schema::Property& property : resource.properties) {
+        if (property.type == schema::ValueType::DateTime) {
+            shape.dateTimes.push_back(property.name);
+        }
+        if (property.isArray) {
+            shape.arrays.push_back(property.name);
+        }
+    }
+    shape.hasLinks = resource.hasLinks;
+    for (const schema::Link& link : resource.links) {
+        if (link.isArray) {
+            shape.linkArrays.push_back(link.name);
+        }
+    }
+    return shape;
+}
+
+void Shapes::shapeResource(const Shape& shape, Json::Value& resource)
+{
+    for (const std::string& name : shape.dateTimes) {
+        if (cimgate::hasMember(resource, name)) {
+            shapeDateTimes(resource[name]);
+        }
+    }
+    for (const std::string& name : shape.arrays) {
+        replaceNull(resource, name, Json::arrayValue);
+    }
+    if (!shape.hasLinks || !cimgate::hasMember(resource, mapping::kLinks)) {
+        return;
+    }
+    replaceNull(resource, mapping::kLinks, Json::objectValue);
+    Json::Value& links = resource[mapping::kLinks];
+    for (const std::string& name : shape.linkArrays) {
+        replaceNull(links, name, Json::arrayValue);
+    }
+}
+
+} // namespace host
