@@ -21,10 +21,11 @@ httpd::Response jsonResponse(unsigned int status, const ExtendedErrorInfoHandlin
 } // namespace
 
 httpd::Response errorResponse(unsigned int status, const char* baseMessage,
-                              const std::string& argument)
+                              const std::string& argument, const std::string& second,
+                              const std::string& third)
 {
     ExtendedErrorInfoHandling info;
-    info.InsertBaseMessageID(baseMessage, "", argument.c_str());
+    info.InsertBaseMessageID(baseMessage, "", argument.c_str(), second.c_str(), third.c_str());
     return jsonResponse(status, info);
 }
 
@@ -51,11 +52,13 @@ httpd::Response temporarilyUnavailable(const char* retryAfterS)
     return response;
 }
 
-httpd::Response errorResponseOfCode(unsigned int code, const std::string& argument)
+httpd::Response errorResponseOfCode(unsigned int code, const std::string& argument,
+                                    const std::string& second, const std::string& third)
 {
     ExtendedErrorInfoHandling info;
     unsigned int status = 0;
-    (void)AppendExtendedErrorMessages(code, info, &status, argument.c_str());
+    (void)AppendExtendedErrorMessages(code, info, &status, argument.c_str(), second.c_str(),
+                                      third.c_str());
     return jsonResponse(status, info);
 }
 

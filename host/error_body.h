@@ -6,9 +6,10 @@
 
 namespace host {
 
-// An error with a message of the base registry, argument filling its %1.
+// An error with a message of the base registry, the arguments filling its %1, %2 and %3.
 httpd::Response errorResponse(unsigned int status, const char* baseMessage,
-                              const std::string& argument = {});
+                              const std::string& argument = {}, const std::string& second = {},
+                              const std::string& third = {});
 
 // Methods of resources that are read, and of actions.
 inline constexpr const char* kReadMethods = "GET, HEAD";
@@ -21,7 +22,8 @@ httpd::Response methodNotAllowed(const char* allowedMethods);
 httpd::Response temporarilyUnavailable(const char* retryAfterS);
 
 // An error as the library reports this _ResourceMapperError.
-httpd::Response errorResponseOfCode(unsigned int code, const std::string& argument);
+httpd::Response errorResponseOfCode(unsigned int code, const std::string& argument,
+                                    const std::string& second = {}, const std::string& third = {});
 
 } // namespace host
 

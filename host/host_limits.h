@@ -41,6 +41,16 @@ inline constexpr size_t kMaxClientMemoryBytes = size_t{1024} * 1024 * 1024;
 // Pause before the front tries again to go on for which it has no memory at all.
 inline constexpr std::chrono::milliseconds kMemoryRetry{10};
 
+// ---- Composed resources ----
+
+// Rows of collections that one value is made of: of more, the value is not known.
+inline constexpr size_t kMaxAggregatedRows = 1000;
+
+// What "$expand" may put into one answer: resources, and JSON values in all of them, about 5 MB.
+inline constexpr size_t kMaxExpandedResources = 256;
+inline constexpr size_t kMaxExpandedValues = 100000;
+inline constexpr unsigned int kMaxExpandLevels = 3;
+
 // ---- Kept answers ----
 
 // What they may take (--kept-answers): some hundred pages, or some thousand instances.

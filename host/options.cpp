@@ -93,6 +93,8 @@ cli::Command commandLine(Options& options)
             {
                 cli::listen(options.address, options.port, "without authentication (--auth none)"),
                 {"--rmf", "FILE", "mapping file", cli::text(options.rmfPath)},
+                {"--service", "FILE", "service file: resources around those of the mapping file",
+                 cli::text(options.servicePath), "none"},
                 {"--cache", "FILE", "data cache, an SQLite file; read only",
                  cli::text(options.cachePath)},
                 {"--registries", "DIR", "message registries", cli::text(options.registryDirectory),
@@ -132,8 +134,8 @@ cli::Command commandLine(Options& options)
                  "Redfish",
                  cli::flag(options.isVerbatim)},
                 {"--check", "",
-                 "only tell what is wrong with the mapping file and the data cache; exit status 0: "
-                 "nothing, 1: something",
+                 "only tell what is wrong with mapping file, service file and data cache; exit "
+                 "status 0: nothing, 1: something",
                  cli::flag(options.isCheck)},
             },
         .notes = "Prints \"cimgated: listening on URL\" to standard output when it is ready and "

@@ -20,6 +20,7 @@ struct Options
     std::string address = "127.0.0.1"; // numeric
     uint16_t port = 8000;              // 0 picks a free one
     std::string rmfPath;               // mapping file
+    std::string servicePath;           // service file; empty for none
     std::string cachePath;             // data cache
     service::CimAccess cim;            // CIM object manager
     std::string registryDirectory;     // message registries; empty for the installed ones

@@ -51,7 +51,8 @@ native::Service about(const Options& options)
 {
     const std::string& directory = options.registryDirectory;
     return {native::uuidOfThisMachine(),
-            native::readRegistryFiles(directory.empty() ? kRegistryDirectory : directory)};
+            native::readRegistryFiles(directory.empty() ? kRegistryDirectory : directory),
+            options.servicePath};
 }
 
 } // namespace

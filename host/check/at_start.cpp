@@ -59,7 +59,7 @@ void stepBackLater(int takesLonger)
 
 } // namespace
 
-void runAtStart(int takesLonger)
+void runAtStart(int takesLonger, const std::string& servicePath, const Json::Value& serviceFile)
 {
     nameProcess(ProcessKind::Check);
     limitResources();
@@ -67,9 +67,12 @@ void runAtStart(int takesLonger)
     (void)std::signal(SIGALRM, SIG_DFL);
     (void)alarm(kMaxCheckS);
     const std::string& cachePath = SQLInterface::DataCachePath;
-    logFaults(
-        checkMapping(ResourceMapper::RmfObj, ResourceMapper::RmfPath, cachePath, Depth::Tables),
-        cachePath);
+    Report report =
+        checkMapping(ResourceMapper::RmfObj, ResourceMapper::RmfPath, cachePath, Depth::Tables);
+    if (!servicePath.empty()) {
+        addFaults(report, checkServiceFile(serviceFile, servicePath, ResourceMapper::RmfObj));
+    }
+    logFaults(std::move(report), cachePath);
     tellAllRepeats();
     _exit(EXIT_SUCCESS);
 }

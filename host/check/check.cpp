@@ -3,6 +3,7 @@
 #include "check/duplicate_names.h"
 #include "check/mapping_text.h"
 #include "check/rules.h"
+#include "check/service_rules.h"
 #include "library_quiet.h"
 
 #include <service/errno_text.h>
@@ -14,12 +15,38 @@ namespace host::check {
 
 namespace {
 
-Fault unusable(const std::string& path, Position position, const std::string& wrong)
+// A file as it was read.
+struct ParsedFile
 {
-    return {path,
-            position,
-            "",
-            {wrong, "the service does not start", "correct it, or name another file with --rmf"}};
+    MappingText text;
+    Json::Value root;
+};
+
+Fault unusable(const std::string& path, Position position, const std::string& wrong,
+               const std::string& option)
+{
+    return {
+        path,
+        position,
+        "",
+        {wrong, "the service does not start", "correct it, or name another file with " + option}};
+}
+
+// Nothing for one that cannot be used, which is a fault; option is what names another file.
+std::optional<ParsedFile> parseFile(const std::string& path, const std::string& option,
+                                    std::vector<Fault>& faults)
+{
+    std::optional<std::string> content = readFile(path);
+    if (!content) {
+        faults.push_back(unusable(path, {}, "it cannot be read: " + service::errnoText(), option));
+        return std::nullopt;
+    }
+    ParsedFile parsed{MappingText(std::move(*content)), {}};
+    if (const std::optional<TextProblem> problem = parsed.text.parse(parsed.root)) {
+        faults.push_back(unusable(path, problem->position, problem->text, option));
+        return std::nullopt;
+    }
+    return parsed;
 }
 
 std::string placeOf(const DuplicateName& duplicate)
@@ -92,25 +119,37 @@ Report inspect(const MappingText& text, const Json::Value& root, const std::stri
     return report;
 }
 
+std::vector<Fault> inspectServiceFile(const MappingText& text, const Json::Value& root,
+                                      const std::string& path, const Json::Value& mapping)
+{
+    Inspection inspection(path, text, root);
+    checkText(inspection, text, root);
+    checkServiceRules(inspection, mapping);
+    std::vector<Fault> faults = std::move(inspection.faults());
+    sort(faults, path);
+    return faults;
+}
+
 } // namespace
 
-Report checkFiles(const std::string& mappingPath, const std::string& cachePath, Depth depth)
+Report checkFiles(const std::string& mappingPath, const std::string& servicePath,
+                  const std::string& cachePath, Depth depth)
 {
     const LibraryIsQuiet quiet;
     Report report;
-    std::optional<std::string> content = readFile(mappingPath);
-    if (!content) {
-        report.faults.push_back(
-            unusable(mappingPath, {}, "it cannot be read: " + service::errnoText()));
-        return report;
+    const std::optional<ParsedFile> mapping = parseFile(mappingPath, "--rmf", report.faults);
+    if (mapping) {
+        report = inspect(mapping->text, mapping->root, mappingPath, cachePath, depth);
     }
-    const MappingText text(std::move(*content));
-    Json::Value root;
-    if (const std::optional<TextProblem> problem = text.parse(root)) {
-        report.faults.push_back(unusable(mappingPath, problem->position, problem->text));
-        return report;
+    std::vector<Fault> faults;
+    if (!servicePath.empty()) {
+        if (const std::optional<ParsedFile> service = parseFile(servicePath, "--service", faults)) {
+            faults = inspectServiceFile(service->text, service->root, servicePath,
+                                        mapping ? mapping->root : Json::Value());
+        }
     }
-    return inspect(text, root, mappingPath, cachePath, depth);
+    addFaults(report, std::move(faults));
+    return report;
 }
 
 Report checkMapping(const Json::Value& mapping, const std::string& mappingPath,
@@ -119,6 +158,20 @@ Report checkMapping(const Json::Value& mapping, const std::string& mappingPath,
     const LibraryIsQuiet quiet;
     const MappingText text(readFile(mappingPath).value_or(""));
     return inspect(text, mapping, mappingPath, cachePath, depth);
+}
+
+std::vector<Fault> checkServiceFile(const Json::Value& file, const std::string& servicePath,
+                                    const Json::Value& mapping)
+{
+    const LibraryIsQuiet quiet;
+    const MappingText text(readFile(servicePath).value_or(""));
+    return inspectServiceFile(text, file, servicePath, mapping);
+}
+
+void addFaults(Report& report, std::vector<Fault> ofServiceFile)
+{
+    report.faults.insert(report.faults.end(), std::make_move_iterator(ofServiceFile.begin()),
+                         std::make_move_iterator(ofServiceFile.end()));
 }
 
 } // namespace host::check

@@ -41,9 +41,12 @@ std::string cacheSection(const std::string& file, const Report& report)
 
 int runCheck(const Options& options)
 {
-    const Report report = checkFiles(options.rmfPath, options.cachePath, Depth::Rows);
-    const std::string text =
-        sectionOf(options.rmfPath, report.faults) + cacheSection(options.cachePath, report);
+    const Report report =
+        checkFiles(options.rmfPath, options.servicePath, options.cachePath, Depth::Rows);
+    const std::string service =
+        options.servicePath.empty() ? "" : sectionOf(options.servicePath, report.faults);
+    const std::string text = sectionOf(options.rmfPath, report.faults) + service +
+                             cacheSection(options.cachePath, report);
     (void)std::fputs(text.c_str(), stdout);
     return report.faults.empty() ? EXIT_SUCCESS : EXIT_FAILURE;
 }

@@ -20,11 +20,12 @@ bool isPlain(char c)
 }
 
 // Of a parameter "name=value", whether no resource can take it for an option: those begin with "$",
-// which may be written as an escape. The library lets the query begin at the last "?".
+// which may be written as an escape, or are "only". The library lets the query begin at the last
+// "?".
 bool isForeign(std::string_view parameter)
 {
     const std::string_view name = parameter.substr(0, parameter.find('='));
-    return parameter.find('?') == std::string_view::npos &&
+    return parameter.find('?') == std::string_view::npos && name != "only" &&
            std::all_of(name.begin(), name.end(), isPlain);
 }
 

@@ -29,11 +29,11 @@ const char* typeNameOf(native::MediaType type)
     return type == native::MediaType::Xml ? "application/xml" : "application/json";
 }
 
-httpd::Response methods()
+httpd::Response methods(const char* allowed)
 {
     httpd::Response response;
     response.status = httpd::kNoContent;
-    response.headers.push_back({"Allow", kMethods});
+    response.headers.push_back({"Allow", allowed});
     return response;
 }
 
@@ -88,7 +88,8 @@ std::optional<httpd::Response> refusalOfRead(const httpd::Request& request,
     if (!isRead) {
         return methodNotAllowed(kMethods);
     }
-    std::optional<httpd::Response> response = refusalOfQuery(request);
+    std::optional<httpd::Response> response =
+        document.isResource ? refusalOf(request) : refusalOfQuery(request);
     return response ? std::move(response) : refusalOfHeaders(request, document.type);
 }
 
@@ -110,6 +111,19 @@ void addHeaders(httpd::Response& response, const native::Document& document, boo
 }
 
 } // namespace
+
+std::optional<httpd::Response> answerOfProtocol(const httpd::Request& request, UriKind kind)
+{
+    const bool isAction = kind == UriKind::ComposedAction;
+    if (request.method == "OPTIONS") {
+        return methods(isAction ? kActionMethods : kMethods);
+    }
+    const bool isRead = request.method == "GET" || request.method == "HEAD";
+    if (isAction ? !isPost(request) : !isRead) {
+        return methodNotAllowed(isAction ? kActionMethods : kMethods);
+    }
+    return isAction ? std::nullopt : refusalOfHeaders(request, native::MediaType::Json);
+}
 
 NativeResources::NativeResources(native::Documents documents)
     : mDocuments(std::move(documents)),
@@ -138,10 +152,13 @@ std::optional<httpd::Response> NativeResources::answerTo(const httpd::Request& r
         return std::nullopt;
     }
     if (request.method == "OPTIONS") {
-        return methods();
+        return methods(kMethods);
     }
     if (std::optional<httpd::Response> response = refusalOfRead(request, *document)) {
         return response;
+    }
+    if (document->isResource && request.target.find('?') != std::string::npos) {
+        return std::nullopt;
     }
     const bool isGzip = document->isCompressed && wantsGzip(request.headers);
     httpd::Response response;

@@ -5,6 +5,7 @@
 #define HOST_FRONT_NATIVE_RESOURCES_H_
 
 #include "native/document.h"
+#include "wire/mapping_summary.h"
 
 #include <httpd/server.h>
 
@@ -13,6 +14,10 @@
 #include <string_view>
 
 namespace host {
+
+// What the protocol alone says to a request for a resource that workers compose, or its action;
+// nothing where it is for a worker.
+std::optional<httpd::Response> answerOfProtocol(const httpd::Request& request, UriKind kind);
 
 class NativeResources
 {
@@ -24,7 +29,8 @@ public:
     bool compressNext();
 
     // The answer to a request for one of them, whatever it is; nothing where it is for another
-    // target. It is short of what all answers of the service carry.
+    // target, or where a worker has to make of a resource what the query asks for. It is short of
+    // what all answers of the service carry.
     std::optional<httpd::Response> answerTo(const httpd::Request& request) const;
 
 private:

@@ -69,12 +69,16 @@ std::string watchedName(const httpd::Request& request)
     return isPost(request) ? "POST " + request.target : request.target;
 }
 
-WorkerRequest workerRequest(httpd::Request request, bool wantsGzip)
+WorkerRequest workerRequest(httpd::Request request, bool isComposed, bool wantsGzip)
 {
     if (isPost(request)) {
         return ActionRequest{std::move(request.target), std::move(request.body)};
     }
-    return ReadRequest{std::move(request.target), true, wantsGzip};
+    ReadRequest read{std::move(request.target), true, wantsGzip};
+    if (isComposed) {
+        return ComposeRequest{std::move(read)};
+    }
+    return read;
 }
 
 // Copies what it is given to keep.
@@ -171,6 +175,7 @@ void Responder::answer(Arrived arrived, const Keeping& keeping)
 void Responder::askWorker(Arrived arrived, const Keeping& keeping)
 {
     const std::string watched = watchedName(arrived.request);
+    // A POST is an action, or asks the object manager whether there is such an instance.
     const bool isAction = isPost(arrived.request);
     // Actions are done whatever the client has.
     std::vector<httpd::Header> headers =
@@ -184,9 +189,11 @@ void Responder::askWorker(Arrived arrived, const Keeping& keeping)
         reply(finalOf(answerTo(outcome, std::move(answered)), headers));
     };
     const std::shared_ptr<const httpd::Client> client = arrived.request.client;
-    const bool needsCim = mayNeedCim(arrived.request);
-    submit({workerRequest(std::move(arrived.request), arrived.wantsGzip), std::move(done), needsCim,
-            client->share(), [client] { return client->hasGone(); }, keeping.key},
+    const UriKind kind = mMapping.kindOf(arrived.request.target);
+    const bool needsCim = isAction || kind == UriKind::LiveRead || kind == UriKind::ComposedLive;
+    submit({workerRequest(std::move(arrived.request), isComposed(kind), arrived.wantsGzip),
+            std::move(done), needsCim, client->share(), [client] { return client->hasGone(); },
+            keeping.key},
            watched);
 }
 
@@ -236,6 +243,9 @@ std::optional<httpd::Response> Responder::answerByFront(const httpd::Request& re
     if (!response) {
         response = mNative.answerTo(request);
     }
+    if (const UriKind kind = mMapping.kindOf(request.target); !response && isComposed(kind)) {
+        response = answerOfProtocol(request, kind);
+    }
     return response ? response : refusalOf(request);
 }
 
@@ -252,8 +262,12 @@ std::optional<uint64_t> Responder::cacheState()
 // Only what is read from the data cache has a state to be kept by.
 bool Responder::isOfCache(const httpd::Request& request) const
 {
-    return mKeptAnswers.isOn() && (request.method == "GET" || request.method == "HEAD") &&
-           mMapping.kindOf(request.target) == UriKind::CachedRead;
+    if (!mKeptAnswers.isOn() || (request.method != "GET" && request.method != "HEAD")) {
+        return false;
+    }
+    const UriKind kind = mMapping.kindOf(request.target);
+    return kind == UriKind::CachedRead || kind == UriKind::ComposedCached ||
+           (kind == UriKind::Document && request.target.find('?') != std::string::npos);
 }
 
 // The state before the worker began is the one now: what it has read is of this state.
@@ -276,12 +290,6 @@ void Responder::keep(const Keeping& keeping, httpd::Response& response)
 const httpd::Response* Responder::keptAnswer(const Keeping& keeping)
 {
     return keeping.state ? mKeptAnswers.find(keeping.key, *keeping.state) : nullptr;
-}
-
-// A POST is, or asks the object manager whether there is such an instance.
-bool Responder::mayNeedCim(const httpd::Request& request) const
-{
-    return isPost(request) || mMapping.kindOf(request.target) == UriKind::LiveRead;
 }
 
 // An action that is slow has not failed: only what ends a worker by itself counts.

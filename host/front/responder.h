@@ -74,7 +74,6 @@ private:
     bool isOfCache(const httpd::Request& request) const;
     const httpd::Response* keptAnswer(const Keeping& keeping);
     void keep(const Keeping& keeping, httpd::Response& response);
-    bool mayNeedCim(const httpd::Request& request) const;
     void noteOutcome(const std::string& watched, Outcome outcome, bool isAction);
     void submit(Task task, const std::string& watched);
 

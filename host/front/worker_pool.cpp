@@ -137,7 +137,7 @@ void WorkerPool::dispatch()
 
 void WorkerPool::begin(WorkerConnection& worker, Task task)
 {
-    if (auto* const read = std::get_if<ReadRequest>(&task.request)) {
+    if (auto* const read = readOf(task.request)) {
         read->mayReadLive = task.needsCim;
     }
     if (!task.sharedKey.empty() && !task.needsCim) {

@@ -27,8 +27,9 @@ bool takeDocument(FieldReader& reader, Documents& documents)
     Document document;
     uint32_t type = 0;
     uint32_t plainBytes = 0;
-    if (!reader.text(uri) || !reader.number(type) || !reader.text(document.describedBy) ||
-        !reader.text(document.hash) || !reader.number(plainBytes) || !reader.text(document.body) ||
+    if (!reader.text(uri) || !reader.number(type) || !reader.flag(document.isResource) ||
+        !reader.text(document.describedBy) || !reader.text(document.hash) ||
+        !reader.number(plainBytes) || !reader.text(document.body) ||
         type > static_cast<uint32_t>(MediaType::Xml)) {
         return false;
     }
@@ -78,6 +79,7 @@ std::string encodeDocuments(const Documents& documents)
     for (const auto& [uri, document] : documents) {
         putText(text, uri);
         putNumber(text, static_cast<uint32_t>(document.type));
+        putNumber(text, document.isResource ? 1 : 0);
         putText(text, document.describedBy);
         putText(text, document.hash);
         putNumber(text, static_cast<uint32_t>(document.plainBytes));

@@ -19,6 +19,7 @@ enum class MediaType : uint32_t { Json, Xml };
 struct Document
 {
     MediaType type = MediaType::Json;
+    bool isResource = false; // of Redfish: clients may ask for parts of it
     std::string describedBy; // the address of its JSON Schema; "": it has none
     std::string hash;        // of its content, as it comes without a coding
     size_t plainBytes = 0;

@@ -1,12 +1,16 @@
 #include "native/tree.h"
 
-#include "native/mapped_uris.h"
+#include "host_limits.h"
 #include "schema/addresses.h"
 #include "schema/csdl.h"
 #include "schema/json_schema.h"
 #include "schema/json_text.h"
+#include "service_file/mapped_uris.h"
+
+#include <JsonAccess.h>
 
 #include <map>
+#include <string_view>
 #include <utility>
 
 namespace host::native {
@@ -38,17 +42,17 @@ void beginResource(JsonText& json, const std::string& uri, const TypeName& type)
     json.member("@odata.type", "#" + type.qualified());
 }
 
-void addLink(JsonText& json, const char* name, const std::string& uri)
+std::string oneLine(const Json::Value& body)
 {
-    json.beginObject(name);
-    json.member("@odata.id", uri);
-    json.end();
+    std::string text = cimgate::writeJson(body);
+    text.pop_back();
+    return text;
 }
 
 class Tree
 {
 public:
-    Tree(const Json::Value& mapping, const Service& service);
+    Tree(const Json::Value& mapping, const Service& service, const service_file::ServiceFile& file);
 
     Documents take() { return std::move(mDocuments); }
 
@@ -56,8 +60,11 @@ private:
     void add(const std::string& uri, MediaType type, std::string text,
              std::string describedBy = {});
     void addResource(const std::string& uri, const TypeName& type, JsonText& json);
+    void addResource(const std::string& uri, const TypeName& type, std::string text);
     void addCollection(const char* uri, const TypeName& type, const char* name,
                        const std::vector<std::string>& members);
+    void addDeclared();
+    std::vector<std::pair<std::string, std::string>> rootLinks() const;
     void addVersions();
     void addRoot();
     void addServiceDocument();
@@ -70,16 +77,20 @@ private:
     void addMetadata();
 
     const Service& mService;
-    const MappedUris mMapped;
+    const service_file::ServiceFile& mFile;
+    const service_file::MappedUris mMapped;
     std::vector<TypeName> mTypes; // of all resources, native and mapped
     Documents mDocuments;
 };
 
-Tree::Tree(const Json::Value& mapping, const Service& service)
+Tree::Tree(const Json::Value& mapping, const Service& service,
+           const service_file::ServiceFile& file)
     : mService(service),
+      mFile(file),
       mMapped(mapping),
       mTypes({kServiceRoot, kRegistryFiles, kRegistryFile, kSchemaFiles, kSchemaFile, kMessage})
 {
+    addDeclared();
     addVersions();
     addRoot();
     addServiceDocument();
@@ -99,7 +110,15 @@ void Tree::add(const std::string& uri, MediaType type, std::string text, std::st
 void Tree::addResource(const std::string& uri, const TypeName& type, JsonText& json)
 {
     json.end();
-    add(uri, MediaType::Json, json.take(), schema::jsonSchemaUriOf(type));
+    addResource(uri, type, json.take());
+}
+
+void Tree::addResource(const std::string& uri, const TypeName& type, std::string text)
+{
+    add(uri, MediaType::Json, std::move(text), schema::jsonSchemaUriOf(type));
+    if (const auto added = mDocuments.find(uri); added != mDocuments.end()) {
+        added->second.isResource = true;
+    }
 }
 
 void Tree::addCollection(const char* uri, const TypeName& type, const char* name,
@@ -128,35 +147,67 @@ void Tree::addVersions()
     add("/redfish", MediaType::Json, json.take());
 }
 
-// Its links lead to what there is, and it announces no query option: the service's own resources
-// have none, and of mapped ones each entry decides.
+// A composed one is a worker's, but its type is the service's as well.
+void Tree::addDeclared()
+{
+    for (const auto& [uri, resource] : mFile.resources) {
+        mTypes.push_back(resource.type);
+        if (resource.isConstant) {
+            addResource(uri, resource.type, oneLine(resource.body));
+        }
+    }
+}
+
+// Names and URIs of what stands right below the root.
+std::vector<std::pair<std::string, std::string>> Tree::rootLinks() const
+{
+    std::vector<std::pair<std::string, std::string>> links = {{"JsonSchemas", kSchemas},
+                                                              {"Registries", kRegistries}};
+    const std::string_view root = kRoot;
+    for (const auto& [uri, resource] : mFile.resources) {
+        const std::string name = uri.substr(root.size());
+        if (name.find('/') == std::string::npos) {
+            links.emplace_back(name, uri);
+        }
+    }
+    return links;
+}
+
+// Its links lead to what there is. The query options that it announces are those of the service's
+// own resources: of mapped ones each entry decides.
 void Tree::addRoot()
 {
-    JsonText json;
-    beginResource(json, kRoot, kServiceRoot);
-    json.member("Id", "RootService");
-    json.member("Name", "Root Service");
-    json.member("RedfishVersion", kRedfishVersion);
+    Json::Value root = mFile.root.isObject() ? mFile.root : Json::Value(Json::objectValue);
+    const auto byDefault = [&root](const char* name, const Json::Value& value) {
+        if (!root.isMember(name)) {
+            root[name] = value;
+        }
+    };
+    byDefault("Name", "Root Service");
+    byDefault("Product", "cimgate");
+    byDefault("Links", Json::Value(Json::objectValue));
+    root["@odata.context"] = std::string(kMetadata) + "#" + kServiceRoot.unversioned();
+    root["@odata.id"] = kRoot;
+    root["@odata.type"] = "#" + kServiceRoot.qualified();
+    root["Id"] = "RootService";
+    root["RedfishVersion"] = kRedfishVersion;
     if (!mService.uuid.empty()) {
-        json.member("UUID", mService.uuid);
+        root["UUID"] = mService.uuid;
     }
-    json.member("Product", "cimgate");
-    json.beginObject("ProtocolFeaturesSupported");
-    json.member("ExcerptQuery", false);
-    json.beginObject("ExpandQuery");
+    Json::Value& features = root["ProtocolFeaturesSupported"] = Json::Value(Json::objectValue);
+    features["ExcerptQuery"] = false;
+    features["FilterQuery"] = false;
+    features["OnlyMemberQuery"] = true;
+    features["SelectQuery"] = true;
+    Json::Value& expand = features["ExpandQuery"];
     for (const char* way : {"ExpandAll", "Levels", "Links", "NoLinks"}) {
-        json.member(way, false);
+        expand[way] = true;
     }
-    json.end();
-    for (const char* query : {"FilterQuery", "OnlyMemberQuery", "SelectQuery"}) {
-        json.member(query, false);
+    expand["MaxLevels"] = kMaxExpandLevels;
+    for (const auto& [name, uri] : rootLinks()) {
+        root[name]["@odata.id"] = uri;
     }
-    json.end();
-    addLink(json, "JsonSchemas", kSchemas);
-    addLink(json, "Registries", kRegistries);
-    json.beginObject("Links");
-    json.end();
-    addResource("/redfish/v1", kServiceRoot, json);
+    addResource("/redfish/v1", kServiceRoot, oneLine(root));
 }
 
 void Tree::addServiceDocument()
@@ -165,8 +216,8 @@ void Tree::addServiceDocument()
     json.beginObject();
     json.member("@odata.context", kMetadata);
     json.beginArray("value");
-    const std::pair<const char*, const char*> singletons[] = {
-        {"Service", kRoot}, {"JsonSchemas", kSchemas}, {"Registries", kRegistries}};
+    auto singletons = rootLinks();
+    singletons.emplace(singletons.begin(), "Service", kRoot);
     for (const auto& [name, uri] : singletons) {
         json.beginObject();
         json.member("kind", "Singleton");
@@ -279,9 +330,10 @@ void Tree::addMetadata()
 
 } // namespace
 
-Documents documentsOf(const Json::Value& mapping, const Service& service)
+Documents documentsOf(const Json::Value& mapping, const Service& service,
+                      const service_file::ServiceFile& file)
 {
-    return Tree(mapping, service).take();
+    return Tree(mapping, service, file).take();
 }
 
 } // namespace host::native

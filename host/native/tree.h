@@ -1,10 +1,11 @@
-// The service's own resources: the root, the message registries, and the schemas of what the
-// mapping describes.
+// The service's own resources: the root, the message registries, the schemas of what the mapping
+// describes, and the constant resources of the service file.
 #ifndef HOST_NATIVE_TREE_H_
 #define HOST_NATIVE_TREE_H_
 
 #include "native/document.h"
 #include "native/registry_files.h"
+#include "service_file/service_file.h"
 
 #include <json/json.h>
 
@@ -18,10 +19,13 @@ struct Service
 {
     std::string uuid; // "": it has none
     std::vector<RegistryFile> registries;
+    std::string filePath = {}; // of the service file; "": there is none
 };
 
-// All of them but those whose URI is one of the mapping: it wins.
-Documents documentsOf(const Json::Value& mapping, const Service& service);
+// All of them but those whose URI is one of the mapping: it wins. Of the service file's resources
+// those that are constant.
+Documents documentsOf(const Json::Value& mapping, const Service& service,
+                      const service_file::ServiceFile& file = {});
 
 } // namespace host::native
 

@@ -1,5 +1,6 @@
 #include "queue/message.h"
 
+#include "queue/container_id.h"
 #include "worker/strict_json.h"
 
 #include <ResourceMapper.h>
@@ -11,9 +12,6 @@
 namespace host {
 
 namespace {
-
-// The library's own buffer for parts of an id.
-constexpr size_t kMaxIdBytes = 127;
 
 struct FaultEntry
 {
@@ -49,12 +47,6 @@ const FaultEntry& entryOf(QueueFault fault)
                          [fault](const FaultEntry& entry) { return entry.fault == fault; });
 }
 
-bool isIdCharacter(char c)
-{
-    return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') ||
-           std::string_view("._:#-").find(c) != std::string_view::npos;
-}
-
 // The name goes to the library, where a NUL would end it, and into the log, where a line break
 // would.
 bool hasControlCharacter(const std::string& name)
@@ -74,13 +66,6 @@ bool readText(const Json::Value& object, const char* name, std::string& text)
 }
 
 } // namespace
-
-bool isContainerId(std::string_view id)
-{
-    return !id.empty() && id.size() <= kMaxIdBytes &&
-           std::all_of(id.begin(), id.end(), isIdCharacter) &&
-           id.find("--") == std::string_view::npos;
-}
 
 std::optional<QueueFault> readQueueRequest(std::string_view text, EmbeddedDataRequest& request)
 {

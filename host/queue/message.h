@@ -23,10 +23,6 @@ enum class QueueFault {
     WorkerEnded
 };
 
-// Whether an id may become part of the SQL conditions of a mapping file: 1 to 127 letters and
-// digits of ASCII and . _ : # - in which no "--" begins a comment.
-bool isContainerId(std::string_view id);
-
 // Reads the JSON of a request; a fault when it is none, with request unspecified.
 std::optional<QueueFault> readQueueRequest(std::string_view text, EmbeddedDataRequest& request);
 

@@ -1,5 +1,6 @@
 #include "queue/worker_end.h"
 
+#include "queue/container_id.h"
 #include "queue/message.h"
 #include "worker/cache_read.h"
 #include "worker/current_request.h"

@@ -75,10 +75,31 @@ std::string problemOfCache()
                      "; mend it or name another file with --cache";
 }
 
-// What the front is told of the mapping that is loaded.
-ControlMessage summarize()
+// Reads the service file, if there is one; "" when that worked.
+std::string problemOfServiceFile(const std::string& path, Json::Value& file)
 {
-    const MappingSummary summary = summaryOf(ResourceMapper::RmfObj);
+    if (path.empty()) {
+        return {};
+    }
+    const std::optional<std::string> text = check::readFile(path);
+    if (!text) {
+        return "cannot read the service file " + path + ": " + service::errnoText() +
+               "; name a readable file with --service";
+    }
+    const std::string problem = check::jsonProblemOf(path);
+    if (!problem.empty()) {
+        return "the service file " + path + " is not a JSON object: " + problem +
+               "; correct it or name another one with --service";
+    }
+    (void)check::MappingText(*text).parse(file);
+    return {};
+}
+
+// What the front is told of the mapping that is loaded, and of the service file.
+ControlMessage summarize(const service_file::ServiceFile& file)
+{
+    MappingSummary summary = summaryOf(ResourceMapper::RmfObj);
+    addServiceFile(summary, file);
     ControlMessage outcome;
     outcome.text = summary.usesCache ? problemOfCache() : "";
     if (outcome.text.empty()) {
@@ -92,13 +113,20 @@ ControlMessage summarize()
 }
 
 // The service's own resources, which the mapping is part of.
-ControlMessage makeResources(const native::Service& service)
+ControlMessage makeResources(const native::Service& service,
+                             service_file::ServiceResources& resources)
 {
     const LibraryIsQuiet quiet;
+    const native::Documents documents =
+        native::documentsOf(ResourceMapper::RmfObj, service, resources.file);
+    for (const auto& [uri, document] : documents) {
+        if (document.isResource && !resources.file.resources.contains(uri)) {
+            resources.constants.emplace(uri, document.body);
+        }
+    }
     ControlMessage made;
     made.kind = ControlKind::Made;
-    made.descriptor = writeMemoryFile(
-        "resources", native::encodeDocuments(native::documentsOf(ResourceMapper::RmfObj, service)));
+    made.descriptor = writeMemoryFile("resources", native::encodeDocuments(documents));
     if (!made.descriptor.isOpen()) {
         made.kind = ControlKind::Failed;
         made.text = "cannot pass on the service's own resources: " + service::errnoText();
@@ -133,12 +161,13 @@ void logEnd(const Child& child, int status)
 
 // What it runs, in a process that was forked for it.
 [[noreturn]] void runChild(const ControlMessage& request, service::FileDescriptor socket,
-                           WorkNote& note, CacheNotice& cacheNotice, bool isVerbatim)
+                           WorkNote& note, CacheNotice& cacheNotice,
+                           const service_file::ServiceResources& resources, bool isVerbatim)
 {
     if (request.kind == ControlKind::SpawnQueueProcess) {
         runQueueProcess(std::move(socket), request.text);
     }
-    runWorker(std::move(socket), note, cacheNotice, isVerbatim);
+    runWorker(std::move(socket), note, cacheNotice, resources, isVerbatim);
 }
 
 // The spawner's side of the control socket, and the processes it has to answer for.
@@ -155,8 +184,8 @@ public:
     [[noreturn]] void run(const std::string& problem, const native::Service& service);
 
 private:
-    ControlMessage load(const std::string& problem);
-    void startCheck();
+    ControlMessage load(const std::string& problem, const std::string& servicePath);
+    void startCheck(const std::string& servicePath, const Json::Value& file);
     void serve();
     void childrenEnded();
     void spawn(const ControlMessage& request);
@@ -170,7 +199,8 @@ private:
     bool mIsVerbatim;
     pid_t mCheck = -1;
     service::FileDescriptor mChildSignals;
-    CacheNotice mCacheNotice;            // of all workers
+    CacheNotice mCacheNotice; // of all workers
+    service_file::ServiceResources mResources;
     std::map<uint32_t, Child> mChildren; // not yet reaped, so that their pids are still theirs
     uint32_t mLastId = 0;
 };
@@ -183,9 +213,9 @@ void SpawnerProcess::run(const std::string& problem, const native::Service& serv
     (void)std::signal(SIGTERM, SIG_IGN);
     (void)std::signal(SIGHUP, SIG_IGN);
     (void)std::signal(SIGPIPE, SIG_IGN);
-    const ControlMessage outcome = load(problem);
+    const ControlMessage outcome = load(problem, service.filePath);
     if (sendControl(mControl.get(), outcome) && outcome.kind == ControlKind::Loaded &&
-        sendControl(mControl.get(), makeResources(service))) {
+        sendControl(mControl.get(), makeResources(service, mResources))) {
         httpd::returnFreedMemory(); // what that has taken would be part of every worker
         serve();
     }
@@ -194,25 +224,31 @@ void SpawnerProcess::run(const std::string& problem, const native::Service& serv
     std::exit(EXIT_SUCCESS); // NOLINT(concurrency-mt-unsafe): the process has one thread
 }
 
-ControlMessage SpawnerProcess::load(const std::string& problem)
+ControlMessage SpawnerProcess::load(const std::string& problem, const std::string& servicePath)
 {
     ControlMessage outcome;
+    Json::Value file(Json::objectValue);
     outcome.text = problem.empty() ? problemOfMapping() : problem;
     if (outcome.text.empty()) {
-        startCheck(); // it shares what was loaded
-        outcome = summarize();
+        outcome.text = problemOfServiceFile(servicePath, file);
+    }
+    if (outcome.text.empty()) {
+        startCheck(servicePath, file); // it shares what was loaded
+        const LibraryIsQuiet quiet;    // the check tells
+        mResources.file = service_file::readServiceFile(file, ResourceMapper::RmfObj);
+        outcome = summarize(mResources.file);
     }
     outcome.kind = outcome.text.empty() ? ControlKind::Loaded : ControlKind::Failed;
     return outcome;
 }
 
-void SpawnerProcess::startCheck()
+void SpawnerProcess::startCheck(const std::string& servicePath, const Json::Value& file)
 {
     auto note = std::make_unique<WorkNote>();
     note->write("mapping file and data cache");
     mCheck = forkChild();
     if (mCheck == 0) {
-        check::runAtStart(mChecking.get());
+        check::runAtStart(mChecking.get(), servicePath, file);
     }
     if (mCheck > 0) {
         mChildren[++mLastId] = {mCheck, "check ", std::move(note)};
@@ -272,7 +308,7 @@ void SpawnerProcess::spawn(const ControlMessage& request)
     if (pid == 0) {
         front.reset();
         mChecking.reset();
-        runChild(request, std::move(child), *note, mCacheNotice, mIsVerbatim);
+        runChild(request, std::move(child), *note, mCacheNotice, mResources, mIsVerbatim);
     }
     ControlMessage answer;
     if (pid < 0) {
@@ -387,6 +423,11 @@ bool learnResources(Spawner& spawner, std::string& problem)
     const std::optional<std::string> text = readMemoryFile(message.descriptor);
     if (!text || !native::decodeDocuments(*text, spawner.documents)) {
         problem = "cannot read the service's own resources: " + service::errnoText();
+    }
+    for (const auto& [uri, document] : spawner.documents) {
+        if (document.isResource) {
+            spawner.mapping.uris[uri].kind = UriKind::Document;
+        }
     }
     return problem.empty();
 }

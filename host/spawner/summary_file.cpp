@@ -5,6 +5,8 @@
 #include <ResourceMapper/mapping/Entry.h>
 #include <ResourceMapper/mapping/Links.h>
 
+#include <algorithm>
+
 namespace host {
 
 namespace mapping = cimgate::mapping;
@@ -45,6 +47,23 @@ MappingSummary summaryOf(const Json::Value& file)
                                                 : kindOfRead(file, registered.uri);
     }
     return summary;
+}
+
+void addServiceFile(MappingSummary& summary, const service_file::ServiceFile& file)
+{
+    const MappingSummary mapped = summary;
+    for (const auto& [uri, resource] : file.resources) {
+        const bool isLive =
+            std::any_of(resource.parts.begin(), resource.parts.end(), [&mapped](const auto& part) {
+                return mapped.kindOf(part) == UriKind::LiveRead;
+            });
+        if (!resource.isConstant) {
+            summary.uris[uri].kind = isLive ? UriKind::ComposedLive : UriKind::ComposedCached;
+        }
+    }
+    for (const auto& [uri, action] : file.actions) {
+        summary.uris[uri].kind = UriKind::ComposedAction;
+    }
 }
 
 service::FileDescriptor writeSummary(const MappingSummary& summary)

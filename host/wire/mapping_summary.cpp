@@ -14,7 +14,7 @@ bool takeEntry(FieldReader& reader, MappingSummary& summary)
     std::string uri;
     uint32_t kind = 0;
     if (!reader.text(uri) || !reader.number(kind) ||
-        kind > static_cast<uint32_t>(UriKind::Action)) {
+        kind > static_cast<uint32_t>(UriKind::Document)) {
         return false;
     }
     const size_t before = summary.uris.size();
@@ -45,7 +45,7 @@ UriKind MappingSummary::kindOf(std::string_view target) const
     const size_t slash = path.rfind('/');
     const auto parent =
         slash == std::string_view::npos ? uris.end() : uris.find(path.substr(0, slash));
-    const bool isInstance = parent != uris.end() && parent->second.kind != UriKind::Action;
+    const bool isInstance = parent != uris.end() && parent->second.kind < UriKind::Action;
     return isInstance ? parent->second.kind : UriKind::CachedRead;
 }
 

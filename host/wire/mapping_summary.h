@@ -14,8 +14,19 @@ enum class UriKind : uint32_t {
     CachedRead,  // the data cache
     LiveRead,    // the CIM object manager
     MappingOnly, // the mapping file itself
-    Action       // a CIM method
+    Action,      // a CIM method
+    // The service's own resources
+    ComposedCached, // made of what the data cache has
+    ComposedLive,   // made of what the CIM object manager says too
+    ComposedAction, // an action that stands for a mapped one
+    Document        // the front has it; only what a query makes of it is a worker's
 };
+
+// Whether workers make the answer of what others are.
+constexpr bool isComposed(UriKind kind)
+{
+    return kind >= UriKind::ComposedCached;
+}
 
 // What is known of a registered URI, and of the instances one segment below it.
 struct UriEntry

@@ -19,6 +19,10 @@ struct ReadRequest
     bool wantsGzip = false;  // whether an answer from the data cache may be compressed
 };
 
+// A GET or HEAD of a resource of the service itself, which is made of what others answer.
+struct ComposeRequest : ReadRequest
+{};
+
 // A POST.
 struct ActionRequest
 {
@@ -35,7 +39,14 @@ struct EmbeddedDataRequest
 
 // A request for a worker. A further kind is a struct, a line here, how its fields are put and taken
 // (worker_message.cpp), and a function of the worker's that answers it (request_handler.cpp).
-using WorkerRequest = std::variant<ReadRequest, ActionRequest, EmbeddedDataRequest>;
+using WorkerRequest = std::variant<ReadRequest, ActionRequest, EmbeddedDataRequest, ComposeRequest>;
+
+// What a request reads; null for one that is no GET or HEAD.
+inline ReadRequest* readOf(WorkerRequest& request)
+{
+    auto* const read = std::get_if<ReadRequest>(&request);
+    return read != nullptr ? read : std::get_if<ComposeRequest>(&request);
+}
 
 // A worker that gives its request back unanswered, and why.
 enum class Declined {

@@ -1,5 +1,7 @@
 #include "worker/request_handler.h"
 
+#include "compose/compose_handler.h"
+#include "compose/service_action.h"
 #include "error_body.h"
 #include "host_limits.h"
 #include "queue/worker_end.h"
@@ -56,14 +58,6 @@ httpd::Response notReady(const CacheRead& read, DataCache& cache)
     return errorResponse(httpd::kServiceUnavailable, "ServiceTemporarilyUnavailable", kRetryAfterS);
 }
 
-// Whether the library's result is not to be believed: "there is no such instance" means that it is
-// gone, to clients. What SQLite calls an error is a table that the mapping names and the cache
-// lacks, which no waiting mends.
-bool isOfTheCache(const CacheFault& fault, _ResourceMapperError rc)
-{
-    return fault.code != SQLITE_ERROR || rc != RM_INTERNAL_ERROR;
-}
-
 httpd::Response readFromCache(ResourceMapper& mapper, const odata::Scope& scope, Sources& sources,
                               bool wantsGzip)
 {
@@ -82,7 +76,7 @@ httpd::Response readFromCache(ResourceMapper& mapper, const odata::Scope& scope,
         mapper.mIsCollection ? mapper.GetCollection(body, true) : mapper.GetInstance(body, true);
     const std::optional<CacheFault> fault = read.fault();
     read.end();
-    if (fault && isOfTheCache(*fault, rc)) {
+    if (fault && isOfTheCache(*fault, rc == RM_INTERNAL_ERROR)) {
         currentRequest().fail(faultText(mapping::tableOf(mapper.mCimClass), *fault));
         return temporarilyUnavailable(kRetryAfterS);
     }
@@ -162,7 +156,12 @@ std::optional<httpd::Response> answerTo(const ReadRequest& request, Sources& sou
     return response;
 }
 
-std::optional<httpd::Response> answerTo(const ActionRequest& request, Sources& sources)
+std::optional<httpd::Response> answerTo(const ComposeRequest& request, Sources& sources)
+{
+    return compose::handleCompose(request, sources);
+}
+
+httpd::Response answerToMapped(const ActionRequest& request, Sources& sources)
 {
     odata::Scope scope = odata::Scope::ForRequest(request.target);
     const odata::URI uri = scope.NewURI();
@@ -170,6 +169,19 @@ std::optional<httpd::Response> answerTo(const ActionRequest& request, Sources& s
     httpd::Response response = handlePost(mapper, scope, request.body, sources);
     addHeaders(scope, response);
     return response;
+}
+
+std::optional<httpd::Response> answerTo(const ActionRequest& request, Sources& sources)
+{
+    const auto& actions = sources.service.file.actions;
+    const auto action = actions.find(request.target.substr(0, request.target.find('?')));
+    if (action == actions.end()) {
+        return answerToMapped(request, sources);
+    }
+    auto translated = compose::translate(action->second, request.body);
+    const auto* mapped = std::get_if<ActionRequest>(&translated);
+    return mapped != nullptr ? answerToMapped(*mapped, sources)
+                             : std::get<httpd::Response>(std::move(translated));
 }
 
 std::optional<httpd::Response> answerTo(const EmbeddedDataRequest& request, Sources& sources)

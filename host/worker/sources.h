@@ -2,6 +2,7 @@
 #ifndef HOST_WORKER_SOURCES_H_
 #define HOST_WORKER_SOURCES_H_
 
+#include "service_file/service_resources.h"
 #include "worker/cim_session.h"
 #include "worker/data_cache.h"
 #include "worker/shapes.h"
@@ -14,8 +15,10 @@ namespace host {
 
 struct Sources
 {
-    // isVerbatim: answers are left as the library makes them.
-    explicit Sources(CacheNotice& notice, bool isVerbatim = false) : cache(notice)
+    // What it is made with must outlive it. isVerbatim: answers are left as the library makes them.
+    Sources(CacheNotice& notice, const service_file::ServiceResources& ownResources,
+            bool isVerbatim = false)
+        : cache(notice), service(ownResources)
     {
         if (!isVerbatim) {
             shapes.emplace(ResourceMapper::RmfObj);
@@ -24,6 +27,7 @@ struct Sources
 
     CimSession cim;
     DataCache cache;
+    const service_file::ServiceResources& service;
     std::optional<Shapes> shapes; // nothing: as the library makes them
 };
 

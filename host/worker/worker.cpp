@@ -43,7 +43,7 @@ std::string answerFrame(const WorkerRequest& request, Sources& sources)
 } // namespace
 
 void runWorker(service::FileDescriptor socket, WorkNote& note, CacheNotice& cacheNotice,
-               bool isVerbatim)
+               const service_file::ServiceResources& resources, bool isVerbatim)
 {
     nameProcess(ProcessKind::Worker);
     currentRequest().showIn(&note);
@@ -51,7 +51,7 @@ void runWorker(service::FileDescriptor socket, WorkNote& note, CacheNotice& cach
         [](const std::string& message) { currentRequest().libraryError(message); });
     limitResources();
     CacheRead::watchSqlite();
-    Sources sources(cacheNotice, isVerbatim);
+    Sources sources(cacheNotice, resources, isVerbatim);
     if (cimgate::mapping::readsDataCache(ResourceMapper::RmfObj)) {
         sources.cache.look();
     }

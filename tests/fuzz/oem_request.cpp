@@ -1,6 +1,7 @@
 // Any bytes as a request to the message queue of the sample system, and as an id: whoever asks gets
 // a well-formed answer, and an id that reaches the library has nothing in it that SQL would read.
 #include "checks.h"
+#include "queue/container_id.h"
 #include "queue/message.h"
 #include "queue/worker_end.h"
 #include "sample_system.h"

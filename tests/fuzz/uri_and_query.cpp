@@ -49,7 +49,8 @@ bool isRefusedBefore(const odata::URI& uri)
 void ask(const std::string& target, bool isPost)
 {
     static host::CacheNotice notice;
-    static host::Sources sources(notice);
+    static const host::service_file::ServiceResources ownResources;
+    static host::Sources sources(notice, ownResources);
     const host::WorkerRequest request = isPost
                                             ? host::WorkerRequest(host::ActionRequest{target, "{}"})
                                             : host::WorkerRequest(host::ReadRequest{target});

@@ -25,6 +25,7 @@ inline constexpr unsigned int kNotImplemented = 501;
 inline constexpr unsigned int kServiceUnavailable = 503;
 inline constexpr unsigned int kGatewayTimeout = 504;
 inline constexpr unsigned int kHttpVersionNotSupported = 505;
+inline constexpr unsigned int kInsufficientStorage = 507; // for the answer (RFC 4918, 11.5)
 
 // Whether answers with this status have content at all (RFC 9110, sections 15.3.5 and 15.4.5).
 constexpr bool hasContent(unsigned int status)
@@ -32,12 +33,12 @@ constexpr bool hasContent(unsigned int status)
     return status != kNoContent && status != kNotModified;
 }
 
-// Whether it is the server that has failed. It has not where a client asks for what there is not:
-// 501 and 505 say nothing else.
+// Whether it is the server that has failed. It has not where a client asks for what there is not,
+// or for too much: 501, 505 and 507 say nothing else.
 constexpr bool isServerFailure(unsigned int status)
 {
     return status >= kInternalServerError && status != kNotImplemented &&
-           status != kHttpVersionNotSupported;
+           status != kHttpVersionNotSupported && status != kInsufficientStorage;
 }
 
 } // namespace httpd

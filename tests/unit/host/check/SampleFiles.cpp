@@ -79,5 +79,5 @@ void SampleFiles::runSql(const std::string& sql) const
 host::check::Report SampleFiles::check(host::check::Depth depth) const
 {
     std::ofstream(mappingPath(), std::ios::binary) << mapping;
-    return host::check::checkFiles(mappingPath(), cachePath(), depth);
+    return host::check::checkFiles(mappingPath(), "", cachePath(), depth);
 }

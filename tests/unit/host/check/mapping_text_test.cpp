@@ -69,7 +69,7 @@ TEST(MappingTexts, ThatAreNestedTooDeeplyHaveNoPosition)
 TEST(MappingTexts, ThatCannotBeRead)
 {
     const host::check::Report report =
-        host::check::checkFiles("data", "data/none", host::check::Depth::Rows);
+        host::check::checkFiles("data", "", "data/none", host::check::Depth::Rows);
     EXPECT_FALSE(report.isMappingUsable);
     ASSERT_EQ(report.faults.size(), 1U);
     EXPECT_THAT(report.faults[0].finding.wrong, HasSubstr("cannot be read: Is a directory"));

@@ -54,13 +54,13 @@ TEST(NativeTree, HasRootRegistriesAndSchemas)
               "http://redfish.dmtf.org/schemas/v1/ServiceRoot.v1_5_0.json");
 }
 
-TEST(NativeTree, AnnouncesNoQueryOption)
+TEST(NativeTree, AnnouncesTheQueryOptionsOfItsResources)
 {
     const Json::Value features =
         bodyOf(documentsOf("{}"), "/redfish/v1")["ProtocolFeaturesSupported"];
     EXPECT_THAT(features, support::IsJson(R"({"ExcerptQuery": false, "ExpandQuery":
-        {"ExpandAll": false, "Levels": false, "Links": false, "NoLinks": false},
-        "FilterQuery": false, "OnlyMemberQuery": false, "SelectQuery": false})"));
+        {"ExpandAll": true, "Levels": true, "Links": true, "MaxLevels": 3, "NoLinks": true},
+        "FilterQuery": false, "OnlyMemberQuery": true, "SelectQuery": true})"));
 }
 
 TEST(NativeTree, SendsToTheStandardForItsOwnTypes)

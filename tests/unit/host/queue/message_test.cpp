@@ -1,4 +1,5 @@
 // What the message queue takes as a request, and the texts of its answers.
+#include "queue/container_id.h"
 #include "queue/message.h"
 #include "worker/strict_json.h"
 

@@ -85,7 +85,7 @@ TEST(MappingSummary, DamagedTextIsRefused)
         EXPECT_EQ(host::decodeSummary(whole.substr(0, bytes), got), isEmptySummary) << bytes;
     }
     EXPECT_FALSE(host::decodeSummary(whole + "x", got));
-    EXPECT_FALSE(host::decodeSummary(number(1) + field("/a") + number(4), got));
+    EXPECT_FALSE(host::decodeSummary(number(1) + field("/a") + number(8), got));
     EXPECT_FALSE(host::decodeSummary(number(1) + number(0x7fffffff) + "/a" + number(0), got));
 }
 

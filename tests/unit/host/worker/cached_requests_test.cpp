@@ -170,7 +170,8 @@ protected:
     std::string mCachePath;
     Database mWriter{nullptr, sqlite3_close};
     host::CacheNotice mNotice;
-    host::Sources mSources{mNotice};
+    host::service_file::ServiceResources mOwnResources;
+    host::Sources mSources{mNotice, mOwnResources};
     int mState = 0;
 };
 

@@ -1,6 +1,6 @@
 // The URIs that the mapping file speaks for.
-#ifndef HOST_NATIVE_MAPPED_URIS_H_
-#define HOST_NATIVE_MAPPED_URIS_H_
+#ifndef HOST_SERVICE_FILE_MAPPED_URIS_H_
+#define HOST_SERVICE_FILE_MAPPED_URIS_H_
 
 #include <json/json.h>
 
@@ -9,7 +9,7 @@
 #include <string>
 #include <string_view>
 
-namespace host::native {
+namespace host::service_file {
 
 class MappedUris
 {
@@ -25,6 +25,6 @@ private:
     std::set<std::string, std::less<>> mParents; // of instances
 };
 
-} // namespace host::native
+} // namespace host::service_file
 
 #endif

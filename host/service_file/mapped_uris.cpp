@@ -1,8 +1,8 @@
-#include "native/mapped_uris.h"
+#include "service_file/mapped_uris.h"
 
 #include <ResourceMapper/mapping/Entry.h>
 
-namespace host::native {
+namespace host::service_file {
 
 namespace mapping = cimgate::mapping;
 
@@ -33,4 +33,4 @@ bool MappedUris::contains(std::string_view uri) const
     return mRegistered.contains(uri) || mParents.contains(uri.substr(0, uri.rfind('/')));
 }
 
-} // namespace host::native
+} // namespace host::service_file

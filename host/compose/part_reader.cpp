@@ -1,0 +1,202 @@
+#include "compose/part_reader.h"
+
+#include "queue/container_id.h"
+#include "worker/current_request.h"
+
+#include <ResourceMapper/mapping/CachedClasses.h>
+#include <ResourceMapper/mapping/Entry.h>
+#include <ResourceMapper/mapping/Links.h>
+#include <sqlite3.h>
+
+#include <utility>
+
+namespace host::compose {
+
+namespace mapping = cimgate::mapping;
+
+namespace {
+
+// A resource that the cache has not is no failure; anything else is told.
+void tellFailure(const std::string& name, const Part& part)
+{
+    if (httpd::isServerFailure(part.status) && !currentRequest().hasFailed()) {
+        currentRequest().fail("its part " + name + " is " + std::to_string(part.status));
+    }
+}
+
+} // namespace
+
+const Part& PartReader::read(const std::string& target)
+{
+    const auto known = mRead.find(target);
+    if (known != mRead.end()) {
+        return known->second;
+    }
+    return keep(target, readNew(target));
+}
+
+const Part& PartReader::readEmbedded(const std::string& container, const std::string& id)
+{
+    const std::string name = "OEM " + container + " " + id;
+    const auto known = mRead.find(name);
+    if (known != mRead.end()) {
+        return known->second;
+    }
+    return keep(name, readNewEmbedded(container, id));
+}
+
+// One that waits for its time is asked for again.
+const Part& PartReader::keep(const std::string& name, Part part)
+{
+    static const Part unread{httpd::kServiceUnavailable, {}};
+    if (part.status == 0) {
+        mWaitsForLive = true;
+        return unread;
+    }
+    tellFailure(name, part);
+    return mRead[name] = std::move(part);
+}
+
+void PartReader::beginLive()
+{
+    mCacheRead.reset();
+    mIsLiveTime = true;
+}
+
+Part PartReader::readNew(const std::string& target)
+{
+    odata::Scope scope = odata::Scope::ForRequest(target);
+    const odata::URI uri = scope.NewURI();
+    if (uri.GetFault() != OL_URI_OK || uri.GetSegmentCount() == 0) {
+        return {httpd::kNotFound, {}};
+    }
+    ResourceMapper mapper(mSources.cim.get(), scope, uri, false);
+    const _ResourceMapperError rc = mapper.ParseUri(RM_METHOD_GET);
+    currentRequest().concerns(mapper.mOemResourceName, mapper.mCimClass);
+    return rc == RM_OK ? readResolved(mapper, scope) : partOf(mapper, scope, rc, {});
+}
+
+// What the library says of its result as a status.
+Part PartReader::partOf(ResourceMapper& mapper, const odata::Scope& scope, _ResourceMapperError rc,
+                        Json::Value body)
+{
+    if (rc == RM_OK) {
+        shape(mapper.mOemResourceName, body);
+        return {httpd::kOk, std::move(body)};
+    }
+    mapper.SendExtendedErrorResponse(rc);
+    return {static_cast<unsigned int>(scope.GetStatus()), {}};
+}
+
+void PartReader::shape(const std::string& entryName, Json::Value& body)
+{
+    if (mSources.shapes) {
+        mSources.shapes->shape(entryName, body);
+    }
+}
+
+Part PartReader::readResolved(ResourceMapper& mapper, const odata::Scope& scope)
+{
+    const mapping::Source source =
+        mapping::sourceOf(mapper.mResourceObj, mapper.mCimClass, mapper.mIsCollection);
+    if (source == mapping::Source::DataCache) {
+        return readCached(mapper, scope);
+    }
+    if (mapping::hasAssociations(mapper.mResourceObj) && !mSources.cache.canFindLinks()) {
+        return unavailable(kCacheIsUnreadable);
+    }
+    if (source == mapping::Source::Cim) {
+        return readLive(mapper, scope);
+    }
+    Json::Value body;
+    _ResourceMapperError rc = RM_OK;
+    (void)mapper.IsServiceURI(body, rc);
+    return partOf(mapper, scope, rc, std::move(body));
+}
+
+Part PartReader::readCached(ResourceMapper& mapper, const odata::Scope& scope)
+{
+    if (!beginCacheRead()) {
+        return unavailable(kCacheIsUnreadable);
+    }
+    if (!mapper.IsCached()) {
+        const std::optional<CacheFault> fault = mCacheRead->fault();
+        return unavailable(fault ? faultText(mapping::kReadinessTable, *fault)
+                                 : "the class is not ready in the data cache");
+    }
+    Json::Value body;
+    const _ResourceMapperError rc =
+        mapper.mIsCollection ? mapper.GetCollection(body, true) : mapper.GetInstance(body, true);
+    const std::optional<CacheFault> fault = mCacheRead->fault();
+    if (fault && isOfTheCache(*fault, rc == RM_INTERNAL_ERROR)) {
+        return unavailable(faultText(mapping::tableOf(mapper.mCimClass), *fault));
+    }
+    mIsOfCache = mIsOfCache && !fault;
+    return partOf(mapper, scope, rc, std::move(body));
+}
+
+Part PartReader::readLive(ResourceMapper& mapper, const odata::Scope& scope)
+{
+    mIsOfCache = false;
+    if (!mIsLiveTime) {
+        return {};
+    }
+    Json::Value body;
+    const _ResourceMapperError rc =
+        mapper.mIsCollection ? mapper.GetCollection(body) : mapper.GetInstance(body);
+    const char* fault = nullptr;
+    if (rc == RM_INTERNAL_ERROR) {
+        fault = mSources.cim.renew();
+    } else if (rc == RM_INSUFFICIENT_PRIVILEGE) {
+        fault = CimSession::whyRefused();
+    }
+    return fault != nullptr ? unavailable(fault) : partOf(mapper, scope, rc, std::move(body));
+}
+
+Part PartReader::readNewEmbedded(const std::string& container, const std::string& id)
+{
+    if (!isContainerId(id) || !ResourceMapper::RmfObj.isMember(container)) {
+        return {httpd::kNotFound, {}};
+    }
+    if (!beginCacheRead()) {
+        return unavailable(kCacheIsUnreadable);
+    }
+    odata::Scope scope = odata::Scope::New();
+    const odata::URI uri = scope.NewURI();
+    ResourceMapper mapper(nullptr, scope, uri, true);
+    Json::Value body(Json::objectValue);
+    const _ResourceMapperError rc = mapper.GetMappedResources(container.c_str(), id.c_str(), body);
+    const std::optional<CacheFault> fault = mCacheRead->fault();
+    if (rc == RM_DATA_NOT_CACHED || (fault && fault->code != SQLITE_ERROR)) {
+        return unavailable(std::string(mapper.GetOemResourceName()) +
+                           " is not ready in the data cache");
+    }
+    mIsOfCache = mIsOfCache && !fault;
+    for (auto resource = body.begin(); resource != body.end(); ++resource) {
+        shape(resource.name(), *resource);
+    }
+    return {httpd::kOk, std::move(body)};
+}
+
+// The transaction begins with the first part that needs it.
+bool PartReader::beginCacheRead()
+{
+    if (mCacheRead) {
+        return true;
+    }
+    if (!mSources.cache.open()) {
+        return false;
+    }
+    mCacheRead.emplace();
+    return true;
+}
+
+// Not kept: what is away now may be there in a moment without a change that the cache shows.
+Part PartReader::unavailable(const std::string& why)
+{
+    mIsOfCache = false;
+    currentRequest().fail(why);
+    return {httpd::kServiceUnavailable, {}};
+}
+
+} // namespace host::compose
