@@ -287,8 +287,8 @@ class Protocol(cimgate_host.SharedServiceTest):
         for option in ("$filter", "$top", "$skip", "$unknown"):
             answer = self.service.get(f"{ROOT}?{option}=1")
             self.assertEqual(answer.status, 501, option)
-        for option in ("$select", "$expand"):  # of a schema
-            answer = self.service.get(f"{SCHEMAS}VexoDrive.json?{option}=1")
+        for option in ("$select", "$expand"):  # of what is no resource
+            answer = self.service.get(f"{ROOT}Registries/Base.1.18.json?{option}=1")
             self.assertEqual(answer.status, 501, option)
         self.assertEqual(self.service.get(ROOT + "?other").status, 200)
 
