@@ -189,18 +189,15 @@ void ServiceRules::checkSource(const Place& place)
 // What stands beside the word.
 void ServiceRules::checkWords(const Place& place, const Source& source)
 {
-    const auto& words = service_file::sourceWords();
-    const auto isWord = [&words](const std::string& name) {
-        return std::find(words.begin(), words.end(), name) != words.end();
-    };
     const bool isCount = source.kind == Source::Kind::Count;
     const bool isEmbedded = source.kind == Source::Kind::Embedded;
     size_t kinds = 0;
     forEachMember(place.value, [&](const std::string& name, const Json::Value& value) {
-        if (isWord(name)) {
+        if (service_file::isSourceWord(name)) {
             ++kinds;
         }
-        const bool isUsed = isWord(name) || (isEmbedded && name == service_file::kId) ||
+        const bool isUsed = service_file::isSourceWord(name) ||
+                            (isEmbedded && name == service_file::kId) ||
                             (!isEmbedded && !isCount &&
                              (name == service_file::kProperty || name == service_file::kValues ||
                               name == service_file::kDivide));

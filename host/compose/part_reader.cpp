@@ -3,9 +3,7 @@
 #include "queue/container_id.h"
 #include "worker/current_request.h"
 
-#include <ResourceMapper/mapping/CachedClasses.h>
 #include <ResourceMapper/mapping/Entry.h>
-#include <ResourceMapper/mapping/Links.h>
 #include <sqlite3.h>
 
 #include <utility>
@@ -48,10 +46,10 @@ const Part& PartReader::readEmbedded(const std::string& container, const std::st
 // One that waits for its time is asked for again.
 const Part& PartReader::keep(const std::string& name, Part part)
 {
-    static const Part unread{httpd::kServiceUnavailable, {}};
+    static const Part kUnread{httpd::kServiceUnavailable, {}};
     if (part.status == 0) {
         mWaitsForLive = true;
-        return unread;
+        return kUnread;
     }
     tellFailure(name, part);
     return mRead[name] = std::move(part);
@@ -71,20 +69,26 @@ Part PartReader::readNew(const std::string& target)
         return {httpd::kNotFound, {}};
     }
     ResourceMapper mapper(mSources.cim.get(), scope, uri, false);
-    const _ResourceMapperError rc = mapper.ParseUri(RM_METHOD_GET);
+    MappedRead unresolved;
+    unresolved.rc = mapper.ParseUri(RM_METHOD_GET);
+    unresolved.mayBeKept = true;
     currentRequest().concerns(mapper.mOemResourceName, mapper.mCimClass);
-    return rc == RM_OK ? readResolved(mapper, scope) : partOf(mapper, scope, rc, {});
+    return unresolved.rc == RM_OK ? readResolved(mapper, scope)
+                                  : partOf(mapper, scope, std::move(unresolved));
 }
 
 // What the library says of its result as a status.
-Part PartReader::partOf(ResourceMapper& mapper, const odata::Scope& scope, _ResourceMapperError rc,
-                        Json::Value body)
+Part PartReader::partOf(ResourceMapper& mapper, const odata::Scope& scope, MappedRead read)
 {
-    if (rc == RM_OK) {
-        shape(mapper.mOemResourceName, body);
-        return {httpd::kOk, std::move(body)};
+    mIsOfCache = mIsOfCache && read.mayBeKept;
+    if (read.obstacle != Obstacle::None) {
+        return {httpd::kServiceUnavailable, {}};
     }
-    mapper.SendExtendedErrorResponse(rc);
+    if (read.rc == RM_OK) {
+        shape(mapper.mOemResourceName, read.body);
+        return {httpd::kOk, std::move(read.body)};
+    }
+    mapper.SendExtendedErrorResponse(read.rc);
     return {static_cast<unsigned int>(scope.GetStatus()), {}};
 }
 
@@ -95,62 +99,25 @@ void PartReader::shape(const std::string& entryName, Json::Value& body)
     }
 }
 
+// What waits for the object manager's time has no status yet.
 Part PartReader::readResolved(ResourceMapper& mapper, const odata::Scope& scope)
 {
     const mapping::Source source =
         mapping::sourceOf(mapper.mResourceObj, mapper.mCimClass, mapper.mIsCollection);
     if (source == mapping::Source::DataCache) {
-        return readCached(mapper, scope);
+        return beginCacheRead()
+                   ? partOf(mapper, scope, readFromCache(mapper, *mCacheRead, mSources.cache))
+                   : unavailable(kCacheIsUnreadable);
     }
-    if (mapping::hasAssociations(mapper.mResourceObj) && !mSources.cache.canFindLinks()) {
-        return unavailable(kCacheIsUnreadable);
-    }
-    if (source == mapping::Source::Cim) {
-        return readLive(mapper, scope);
-    }
-    Json::Value body;
-    _ResourceMapperError rc = RM_OK;
-    (void)mapper.IsServiceURI(body, rc);
-    return partOf(mapper, scope, rc, std::move(body));
-}
-
-Part PartReader::readCached(ResourceMapper& mapper, const odata::Scope& scope)
-{
-    if (!beginCacheRead()) {
-        return unavailable(kCacheIsUnreadable);
-    }
-    if (!mapper.IsCached()) {
-        const std::optional<CacheFault> fault = mCacheRead->fault();
-        return unavailable(fault ? faultText(mapping::kReadinessTable, *fault)
-                                 : "the class is not ready in the data cache");
-    }
-    Json::Value body;
-    const _ResourceMapperError rc =
-        mapper.mIsCollection ? mapper.GetCollection(body, true) : mapper.GetInstance(body, true);
-    const std::optional<CacheFault> fault = mCacheRead->fault();
-    if (fault && isOfTheCache(*fault, rc == RM_INTERNAL_ERROR)) {
-        return unavailable(faultText(mapping::tableOf(mapper.mCimClass), *fault));
-    }
-    mIsOfCache = mIsOfCache && !fault;
-    return partOf(mapper, scope, rc, std::move(body));
-}
-
-Part PartReader::readLive(ResourceMapper& mapper, const odata::Scope& scope)
-{
-    mIsOfCache = false;
-    if (!mIsLiveTime) {
+    if (source == mapping::Source::Cim && !mIsLiveTime) {
         return {};
     }
-    Json::Value body;
-    const _ResourceMapperError rc =
-        mapper.mIsCollection ? mapper.GetCollection(body) : mapper.GetInstance(body);
-    const char* fault = nullptr;
-    if (rc == RM_INTERNAL_ERROR) {
-        fault = mSources.cim.renew();
-    } else if (rc == RM_INSUFFICIENT_PRIVILEGE) {
-        fault = CimSession::whyRefused();
+    if (!canReadLinks(mapper, mSources.cache)) {
+        return unavailable(kCacheIsUnreadable);
     }
-    return fault != nullptr ? unavailable(fault) : partOf(mapper, scope, rc, std::move(body));
+    return partOf(mapper, scope,
+                  source == mapping::Source::Cim ? readLive(mapper, mSources.cim)
+                                                 : readFromMapping(mapper));
 }
 
 Part PartReader::readNewEmbedded(const std::string& container, const std::string& id)

@@ -4,7 +4,7 @@
 #ifndef HOST_COMPOSE_PART_READER_H_
 #define HOST_COMPOSE_PART_READER_H_
 
-#include "worker/cache_read.h"
+#include "worker/mapped_read.h"
 #include "worker/sources.h"
 
 #include <ResourceMapper.h>
@@ -47,11 +47,8 @@ public:
 private:
     Part readNew(const std::string& target);
     Part readResolved(ResourceMapper& mapper, const odata::Scope& scope);
-    Part readCached(ResourceMapper& mapper, const odata::Scope& scope);
-    Part readLive(ResourceMapper& mapper, const odata::Scope& scope);
     Part readNewEmbedded(const std::string& container, const std::string& id);
-    Part partOf(ResourceMapper& mapper, const odata::Scope& scope, _ResourceMapperError rc,
-                Json::Value body);
+    Part partOf(ResourceMapper& mapper, const odata::Scope& scope, MappedRead read);
     void shape(const std::string& entryName, Json::Value& body);
     bool beginCacheRead();
     Part unavailable(const std::string& why);

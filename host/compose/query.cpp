@@ -149,10 +149,11 @@ void narrow(Json::Value& value, const Wanted& wanted, const std::string& path,
     if (!value.isObject()) {
         return;
     }
+    const std::string below = path.empty() ? "" : path + "/";
     for (const std::string& name : value.getMemberNames()) {
         const auto member = wanted.members.find(name);
         if (member != wanted.members.end()) {
-            narrow(value[name], member->second, path.empty() ? name : path + "/" + name, found);
+            narrow(value[name], member->second, below + name, found);
         } else if (!wanted.isAll && !namesTheResource(name)) {
             value.removeMember(name);
         }
@@ -191,8 +192,8 @@ std::string select(Json::Value& body, const std::vector<std::string>& paths)
     narrow(body, wantedBy(paths), "", found);
     const auto isMissing = [&found](const std::string& path) {
         const bool isWhole = path == "*" || path.ends_with("/*");
-        return found.count(isWhole ? path.substr(0, path.size() - std::min<size_t>(2, path.size()))
-                                   : path) == 0;
+        const size_t shorter = isWhole ? std::min<size_t>(2, path.size()) : 0;
+        return !found.contains(path.substr(0, path.size() - shorter));
     };
     const auto missing = std::find_if(paths.begin(), paths.end(), isMissing);
     return missing == paths.end() ? "" : *missing;

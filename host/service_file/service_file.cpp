@@ -113,6 +113,7 @@ private:
     void addResource(const std::string& uri, const Json::Value& declared);
     Json::Value actionsOf(const std::string& uri, const Json::Value& declared);
     void addMembers();
+    Json::Value membersBelow(const std::string& path) const;
     static void addParts(Resource& resource);
 
     const Json::Value& mFile;
@@ -201,17 +202,22 @@ void Reader::addMembers()
         }
         Json::Value& members = resource.body[kMembers];
         if (!members.isArray()) {
-            members = Json::Value(Json::arrayValue);
-            const std::string below = uri + "/";
-            for (auto other = mRead.resources.lower_bound(below);
-                 other != mRead.resources.end() && other->first.starts_with(below); ++other) {
-                if (other->first.find('/', below.size()) == std::string::npos) {
-                    members.append(Json::Value(Json::objectValue))["@odata.id"] = other->first;
-                }
-            }
+            members = membersBelow(uri + "/");
         }
         resource.body["Members@odata.count"] = members.size();
     }
+}
+
+Json::Value Reader::membersBelow(const std::string& path) const
+{
+    Json::Value members(Json::arrayValue);
+    for (auto other = mRead.resources.lower_bound(path);
+         other != mRead.resources.end() && other->first.starts_with(path); ++other) {
+        if (other->first.find('/', path.size()) == std::string::npos) {
+            members.append(Json::Value(Json::objectValue))["@odata.id"] = other->first;
+        }
+    }
+    return members;
 }
 
 void Reader::addParts(Resource& resource)

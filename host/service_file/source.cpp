@@ -54,10 +54,10 @@ bool isComplete(const Source& source)
 
 } // namespace
 
-const std::vector<std::string>& sourceWords()
+bool isSourceWord(std::string_view name)
 {
-    static const std::vector<std::string> words = {kFrom, kCount, kSum, kWorst, kEmbed};
-    return words;
+    return std::any_of(std::begin(kWords), std::end(kWords),
+                       [name](const auto& word) { return word.first == name; });
 }
 
 bool isSource(const Json::Value& value)

@@ -7,6 +7,7 @@
 
 #include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace host::service_file {
@@ -37,8 +38,8 @@ struct Source
     std::string id;
 };
 
-// The words of sources, of which one names the kind.
-const std::vector<std::string>& sourceWords();
+// Whether a name is one of those by which a source says what kind it is.
+bool isSourceWord(std::string_view name);
 
 // Whether an object stands for a value that comes from elsewhere.
 bool isSource(const Json::Value& value);

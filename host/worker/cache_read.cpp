@@ -74,11 +74,6 @@ std::string faultText(const std::string& table, const CacheFault& fault)
     return "cannot read " + table + ": " + fault.words;
 }
 
-bool isOfTheCache(const CacheFault& fault, bool hasFailed)
-{
-    return fault.code != SQLITE_ERROR || !hasFailed;
-}
-
 void CacheRead::watchSqlite()
 {
     (void)sqlite3_config(SQLITE_CONFIG_LOG, noteMessage, nullptr);

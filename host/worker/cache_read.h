@@ -18,11 +18,6 @@ struct CacheFault
 // What the log says of a fault.
 std::string faultText(const std::string& table, const CacheFault& fault);
 
-// Whether the library's result is not to be believed, which hasFailed in it: "there is no such
-// instance" means that it is gone, to clients. What SQLite calls an error is a table that the
-// mapping names and the cache lacks, which no waiting mends.
-bool isOfTheCache(const CacheFault& fault, bool hasFailed);
-
 // A read transaction on the library's connection, which must be open. It holds a lock.
 class CacheRead
 {

@@ -7,16 +7,13 @@
 #include "queue/worker_end.h"
 #include "resource_headers.h"
 #include "worker/action_handler.h"
-#include "worker/cache_read.h"
 #include "worker/current_request.h"
+#include "worker/mapped_read.h"
 #include "worker/representation.h"
 #include "worker/scope_response.h"
 
 #include <ResourceMapper.h>
-#include <ResourceMapper/mapping/CachedClasses.h>
 #include <ResourceMapper/mapping/Entry.h>
-#include <ResourceMapper/mapping/Links.h>
-#include <sqlite3.h>
 
 namespace host {
 
@@ -45,100 +42,66 @@ httpd::Response answer(ResourceMapper& mapper, const odata::Scope& scope, _Resou
     return response;
 }
 
-// A class that is not ready, or a cache that cannot say so.
-httpd::Response notReady(const CacheRead& read, DataCache& cache)
+// The answer of a read that has met an obstacle.
+httpd::Response unavailable(Obstacle obstacle)
 {
-    const std::optional<CacheFault> fault = read.fault();
-    currentRequest().fail(fault ? faultText(mapping::kReadinessTable, *fault)
-                                : "the class is not ready in the data cache");
-    if (!fault || fault->code != SQLITE_BUSY) {
-        cache.note(fault ? fault->words : "");
-    }
-    // The library has set "Retry-After".
-    return errorResponse(httpd::kServiceUnavailable, "ServiceTemporarilyUnavailable", kRetryAfterS);
+    return obstacle == Obstacle::NotReady // "Retry-After" is set
+               ? errorResponse(httpd::kServiceUnavailable, "ServiceTemporarilyUnavailable",
+                               kRetryAfterS)
+               : temporarilyUnavailable(kRetryAfterS);
 }
 
-httpd::Response readFromCache(ResourceMapper& mapper, const odata::Scope& scope, Sources& sources,
-                              bool wantsGzip)
+httpd::Response unreadableCache()
 {
-    DataCache& cache = sources.cache;
-    if (!cache.open()) {
-        currentRequest().fail(kCacheIsUnreadable);
-        return temporarilyUnavailable(kRetryAfterS);
+    currentRequest().fail(kCacheIsUnreadable);
+    return unavailable(Obstacle::Cache);
+}
+
+httpd::Response answer(ResourceMapper& mapper, const odata::Scope& scope, MappedRead& read,
+                       Sources& sources)
+{
+    return read.obstacle == Obstacle::None ? answer(mapper, scope, read.rc, read.body, sources)
+                                           : unavailable(read.obstacle);
+}
+
+httpd::Response answerFromCache(ResourceMapper& mapper, const odata::Scope& scope, Sources& sources,
+                                bool wantsGzip)
+{
+    if (!sources.cache.open()) {
+        return unreadableCache();
     }
-    CacheRead read;
-    if (!mapper.IsCached()) {
-        return notReady(read, cache);
-    }
-    cache.note("");
-    Json::Value body;
-    const _ResourceMapperError rc =
-        mapper.mIsCollection ? mapper.GetCollection(body, true) : mapper.GetInstance(body, true);
-    const std::optional<CacheFault> fault = read.fault();
-    read.end();
-    if (fault && isOfTheCache(*fault, rc == RM_INTERNAL_ERROR)) {
-        currentRequest().fail(faultText(mapping::tableOf(mapper.mCimClass), *fault));
-        return temporarilyUnavailable(kRetryAfterS);
-    }
-    httpd::Response response = answer(mapper, scope, rc, body, sources);
-    // All of it was read in one transaction: it holds until the cache is another.
-    response.mayBeKept = rc == RM_OK && !fault;
+    CacheRead transaction;
+    MappedRead read = readFromCache(mapper, transaction, sources.cache);
+    transaction.end();
+    httpd::Response response = answer(mapper, scope, read, sources);
+    response.mayBeKept = read.mayBeKept && read.rc == RM_OK;
     if (response.status == httpd::kOk) {
         addRepresentation(response, wantsGzip);
     }
     return response;
 }
 
-// The library reports one and the same failure where the object manager is away and where it is
-// there and fails: only the first will pass.
-httpd::Response readLive(ResourceMapper& mapper, const odata::Scope& scope, Sources& sources)
-{
-    Json::Value body;
-    const _ResourceMapperError rc =
-        mapper.mIsCollection ? mapper.GetCollection(body) : mapper.GetInstance(body);
-    const char* fault = nullptr;
-    if (rc == RM_INTERNAL_ERROR) {
-        fault = sources.cim.renew();
-    } else if (rc == RM_INSUFFICIENT_PRIVILEGE) {
-        fault = CimSession::whyRefused();
-    }
-    if (fault != nullptr) {
-        return withoutObjectManager(fault);
-    }
-    return answer(mapper, scope, rc, body, sources);
-}
-
-// Of what does not come from the data cache itself.
-bool canReadLinks(const ResourceMapper& mapper, DataCache& cache)
-{
-    return !mapping::hasAssociations(mapper.mResourceObj) || cache.canFindLinks();
-}
-
 std::optional<httpd::Response> read(ResourceMapper& mapper, const odata::Scope& scope,
                                     const ReadRequest& request, Sources& sources)
 {
-    Json::Value body;
-    _ResourceMapperError rc = mapper.ParseUri(RM_METHOD_GET);
+    MappedRead read;
+    read.rc = mapper.ParseUri(RM_METHOD_GET);
     currentRequest().concerns(mapper.mOemResourceName, mapper.mCimClass);
-    if (rc != RM_OK) {
-        return answer(mapper, scope, rc, body, sources);
+    if (read.rc != RM_OK) {
+        return answer(mapper, scope, read, sources);
     }
     const Source source = sourceOf(mapper.mResourceObj, mapper.mCimClass, mapper.mIsCollection);
     if (source == Source::DataCache) {
-        return readFromCache(mapper, scope, sources, request.wantsGzip);
+        return answerFromCache(mapper, scope, sources, request.wantsGzip);
     }
     if (source == Source::Cim && !request.mayReadLive) {
         return std::nullopt;
     }
     if (!canReadLinks(mapper, sources.cache)) {
-        currentRequest().fail(kCacheIsUnreadable);
-        return temporarilyUnavailable(kRetryAfterS);
+        return unreadableCache();
     }
-    if (source == Source::Cim) {
-        return readLive(mapper, scope, sources);
-    }
-    (void)mapper.IsServiceURI(body, rc);
-    return answer(mapper, scope, rc, body, sources);
+    read = source == Source::Cim ? readLive(mapper, sources.cim) : readFromMapping(mapper);
+    return answer(mapper, scope, read, sources);
 }
 
 std::optional<httpd::Response> answerTo(const ReadRequest& request, Sources& sources)
