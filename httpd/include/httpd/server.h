@@ -71,8 +71,10 @@ struct Response
     std::string body;
     std::string remark{};   // why it is no better one: for the observer, clients do not see it
     bool mayBeKept = false; // for who gives answers again: the server does not look at it
-    // In place of the body, where it is given to many: none of them has a copy.
+    // What is given to many, so that none of them has a copy: in place of the body, and as lines
+    // (headerLines()) that follow those of the headers.
     std::shared_ptr<const std::string> sharedBody{};
+    std::shared_ptr<const std::string> sharedHeaders{};
 
     const std::string& content() const { return sharedBody == nullptr ? body : *sharedBody; }
 };
@@ -90,6 +92,9 @@ struct Exchange
     std::string remark;                   // the response's
     bool isSent = false;                  // all of it; else the client has gone before
 };
+
+// Headers as they are sent, each with its line end.
+std::string headerLines(const std::vector<Header>& headers);
 
 // Value of a header, its name compared without case; empty when there is none.
 std::string_view findHeader(const std::vector<Header>& headers, std::string_view name);

@@ -93,6 +93,23 @@ TEST_F(ServerTest, BodyThatIsSharedIsSentInPlaceOfItsOwn)
     EXPECT_EQ(client.ask(kGet).body, "shared");
 }
 
+TEST_F(ServerTest, HeadersThatAreSharedFollowItsOwn)
+{
+    start();
+    mAnswer.headers = {{"A", "1"}};
+    mAnswer.sharedHeaders =
+        std::make_shared<const std::string>(httpd::headerLines({{"B", "2"}, {"C", "3"}}));
+    HttpClient client = connect();
+    for (int i = 0; i < 2; ++i) {
+        const HttpAnswer answer = client.ask(kGet);
+        EXPECT_EQ(answer.header("A"), "1");
+        EXPECT_EQ(answer.header("B"), "2");
+        EXPECT_EQ(answer.header("C"), "3");
+        EXPECT_FALSE(answer.header("Date").empty());
+        EXPECT_EQ(answer.body, mAnswer.body);
+    }
+}
+
 TEST_F(ServerTest, EmptyBodyHasLengthZero)
 {
     start();
