@@ -23,17 +23,19 @@ bool isRepeated(const httpd::Header& header)
 
 } // namespace
 
+bool isListed(const std::vector<httpd::Header>& requestHeaders, std::string_view entityTag)
+{
+    bool isFound = false;
+    forEachElement(requestHeaders, "If-None-Match", [&](std::string_view element) {
+        isFound = isFound || isTag(element, entityTag);
+    });
+    return isFound && !entityTag.empty();
+}
+
 bool isKnown(const std::vector<httpd::Header>& requestHeaders, const httpd::Response& response)
 {
-    if (response.status != httpd::kOk) {
-        return false;
-    }
-    const std::string_view tag = httpd::findHeader(response.headers, "ETag");
-    bool isListed = false;
-    forEachElement(requestHeaders, "If-None-Match", [&isListed, tag](std::string_view element) {
-        isListed = isListed || isTag(element, tag);
-    });
-    return isListed && !tag.empty();
+    return response.status == httpd::kOk &&
+           isListed(requestHeaders, httpd::findHeader(response.headers, "ETag"));
 }
 
 httpd::Response notModified(const httpd::Response& response)

@@ -4,12 +4,15 @@
 
 #include <httpd/server.h>
 
+#include <string_view>
 #include <vector>
 
 namespace host {
 
-// Whether a response is what the client has already: a 200 with an entity tag that is in the list
-// of its "If-None-Match".
+// Whether a client has already what has this entity tag: it is in the list of its "If-None-Match".
+bool isListed(const std::vector<httpd::Header>& requestHeaders, std::string_view entityTag);
+
+// Whether a response is what the client has already: a 200 with such a tag.
 bool isKnown(const std::vector<httpd::Header>& requestHeaders, const httpd::Response& response);
 
 // 304 in place of such a response: what a client keeps its answer by, and no content.

@@ -105,8 +105,8 @@ Front::Front(const Options& options, Spawner& spawner, const httpd::Limits& limi
                  mRequestLog, [this] { damaged(); }),
       mServer(
           mContext,
-          [this](httpd::Request request, const httpd::Reply& reply) {
-              mResponder.handle(std::move(request), reply);
+          [this](httpd::Request request, httpd::Reply reply) {
+              mResponder.handle(std::move(request), std::move(reply));
           },
           answerToUnreadable, limits)
 {

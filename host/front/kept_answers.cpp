@@ -4,7 +4,8 @@
 
 #include <algorithm>
 #include <functional>
-#include <iterator>
+#include <tuple>
+#include <utility>
 
 namespace host {
 
@@ -29,44 +30,51 @@ bool isForeign(std::string_view parameter)
            std::all_of(name.begin(), name.end(), isPlain);
 }
 
-size_t bytesOf(const std::string& key, const httpd::Response& response)
+size_t bytesOf(const httpd::Response& response)
 {
-    size_t bytes = kPlaceBytes + key.size() + response.content().size();
-    for (const httpd::Header& header : response.headers) {
-        bytes += sizeof header + header.name.size() + header.value.size();
-    }
-    return bytes;
+    const size_t headers = response.sharedHeaders == nullptr ? 0 : response.sharedHeaders->size();
+    return headers + response.content().size();
+}
+
+size_t bytesOf(const std::string& key, const ReadyAnswer& answer)
+{
+    return kPlaceBytes + key.size() + answer.entityTag.size() + bytesOf(answer.whole) +
+           bytesOf(answer.unmodified);
 }
 
 } // namespace
 
-std::string keptKeyOf(std::string_view target, bool wantsGzip)
+std::string_view keptKeyOf(std::string_view target, bool wantsGzip, std::string& room)
 {
     const size_t query = target.find('?');
-    std::string key = wantsGzip ? "gzip " : "";
-    key.append(target.substr(0, query));
+    if (query == std::string_view::npos && !wantsGzip) {
+        return target;
+    }
+    room.assign(wantsGzip ? "gzip " : "").append(target.substr(0, query));
     std::string_view rest = query == std::string_view::npos ? "" : target.substr(query + 1);
     char separator = '?';
     while (!rest.empty()) {
         const std::string_view parameter = rest.substr(0, rest.find('&'));
         if (!isForeign(parameter)) {
-            key.append(1, separator).append(parameter);
+            room.append(1, separator).append(parameter);
             separator = '&';
         }
         rest.remove_prefix(std::min(rest.size(), parameter.size() + 1));
     }
-    return key;
+    return room;
 }
 
 KeptAnswers::KeptAnswers(size_t maxBytes)
-    : mMaxBytes(maxBytes), mAsked(maxBytes > 0 ? kRememberedTargets : 0)
+    : mMaxBytes(maxBytes), mAsked(maxBytes > 0 ? kRememberedTargets / std::tuple_size_v<Place> : 0)
 {}
 
-// Another state than the one that all is kept of.
-void KeptAnswers::enter(uint64_t state)
+void KeptAnswers::enter(uint64_t state, TimePoint now)
 {
-    if (state == mState) {
+    if (areOf(state)) {
         return;
+    }
+    for (const Kept& kept : mAnswers) {
+        (void)isAskedAgain(kept.key, now);
     }
     mFigures.dropped += mAnswers.size();
     mByKey.clear();
@@ -76,39 +84,46 @@ void KeptAnswers::enter(uint64_t state)
     mState = state;
 }
 
-const httpd::Response* KeptAnswers::find(const std::string& key, uint64_t state)
+const ReadyAnswer* KeptAnswers::find(std::string_view key)
 {
-    enter(state);
     const auto found = mByKey.find(key);
     if (found == mByKey.end()) {
-        ++mFigures.misses;
         return nullptr;
     }
-    ++mFigures.hits;
     mAnswers.splice(mAnswers.begin(), mAnswers, found->second);
-    return &found->second->response;
+    return &found->second->answer;
 }
 
-bool KeptAnswers::isAskedAgain(const std::string& key, TimePoint now)
+bool KeptAnswers::isAskedAgain(std::string_view key, TimePoint now)
 {
-    const size_t hash = std::hash<std::string>()(key);
-    Asked& asked = mAsked.at(hash % mAsked.size());
+    const size_t hash = std::hash<std::string_view>()(key);
+    Asked& asked = askedPlaceOf(hash);
     const bool isAgain = asked.hash == hash && now - asked.at < kAskedAgainWindow;
     asked = {hash, now};
     return isAgain;
 }
 
-void KeptAnswers::keep(const std::string& key, uint64_t state, const httpd::Response& response)
+KeptAnswers::Asked& KeptAnswers::askedPlaceOf(size_t hash)
 {
-    enter(state);
-    const size_t bytes = bytesOf(key, response);
+    Place& place = mAsked.at(hash % mAsked.size());
+    const auto found = std::find_if(place.begin(), place.end(),
+                                    [hash](const Asked& asked) { return asked.hash == hash; });
+    return found != place.end()
+               ? *found
+               : *std::min_element(place.begin(), place.end(),
+                                   [](const Asked& a, const Asked& b) { return a.at < b.at; });
+}
+
+void KeptAnswers::keep(const std::string& key, ReadyAnswer answer)
+{
+    const size_t bytes = bytesOf(key, answer);
     if (bytes > mMaxBytes / kLargestKeptPart || mByKey.contains(key)) {
         return;
     }
     while (mFigures.bytes + bytes > mMaxBytes) {
         dropLast();
     }
-    mAnswers.push_front({key, response, bytes});
+    mAnswers.push_front({key, std::move(answer), bytes});
     try {
         mByKey.emplace(mAnswers.front().key, mAnswers.begin());
     } catch (const std::bad_alloc&) {

@@ -5,14 +5,16 @@
 // answered, and is still the one now: whatever was committed before the request came is in it.
 //
 // Bounded in bytes. What was asked for least recently goes first; an answer is kept when it is
-// asked for a second time within a while, so that who asks for ever new URIs pushes out little.
+// asked for a second time within a while, so that who asks for ever new URIs pushes out little. One
+// that went with its state is kept again as soon as it is read.
 //
 // Threads: one instance, one thread.
 #ifndef HOST_FRONT_KEPT_ANSWERS_H_
 #define HOST_FRONT_KEPT_ANSWERS_H_
 
-#include <httpd/server.h>
+#include "front/ready_answer.h"
 
+#include <array>
 #include <chrono>
 #include <cstdint>
 #include <list>
@@ -24,8 +26,9 @@
 namespace host {
 
 // What answers are kept by: the path as it was sent, the query options that a resource may know
-// (other query text changes no answer), and whether the answer may be compressed.
-std::string keptKeyOf(std::string_view target, bool wantsGzip);
+// (other query text changes no answer), and whether the answer may be compressed. Where that is not
+// the target itself it is written into room.
+std::string_view keptKeyOf(std::string_view target, bool wantsGzip, std::string& room);
 
 class KeptAnswers
 {
@@ -45,13 +48,24 @@ public:
 
     bool isOn() const { return mMaxBytes > 0; }
 
-    // The answer that is kept of this state; null where there is none. Valid until the next call.
-    const httpd::Response* find(const std::string& key, uint64_t state);
+    bool areOf(uint64_t state) const { return mState == state; }
+
+    // What is kept is of this state from now on: all that is of another one goes.
+    void enter(uint64_t state, TimePoint now);
+
+    // The answer that is kept; null where there is none. Valid until the next call of another
+    // operation.
+    const ReadyAnswer* find(std::string_view key);
+
+    // Counts an answer that was given, and one that was not there to be given.
+    void noteGiven() { ++mFigures.hits; }
+    void noteMissing() { ++mFigures.misses; }
 
     // Whether it was asked for lately, and notes that it is now.
-    bool isAskedAgain(const std::string& key, TimePoint now);
+    bool isAskedAgain(std::string_view key, TimePoint now);
 
-    void keep(const std::string& key, uint64_t state, const httpd::Response& response);
+    // Keeps an answer of the state that was entered last.
+    void keep(const std::string& key, ReadyAnswer answer);
 
     const Figures& figures() const { return mFigures; }
     size_t maxBytes() const { return mMaxBytes; }
@@ -60,25 +74,28 @@ private:
     struct Kept
     {
         std::string key;
-        httpd::Response response;
+        ReadyAnswer answer;
         size_t bytes;
     };
     using List = std::list<Kept>;
 
+    // When a key was asked for, by its hash. Some keys share a place: what was asked for least
+    // recently makes way there.
     struct Asked
     {
         size_t hash = 0;
         TimePoint at;
     };
+    using Place = std::array<Asked, 4>;
 
-    void enter(uint64_t state);
+    Asked& askedPlaceOf(size_t hash);
     void dropLast();
 
     size_t mMaxBytes;
     uint64_t mState = 0;
     List mAnswers;                                               // that asked for last in front
     std::unordered_map<std::string_view, List::iterator> mByKey; // into mAnswers
-    std::vector<Asked> mAsked; // by the hash of a key; what comes later takes the place
+    std::vector<Place> mAsked;                                   // by the hash of a key
     Figures mFigures;
 };
 

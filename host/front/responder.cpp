@@ -1,7 +1,6 @@
 #include "front/responder.h"
 
 #include "error_body.h"
-#include "front/conditional.h"
 #include "front/content_coding.h"
 #include "front/refusals.h"
 #include "host_limits.h"
@@ -56,13 +55,6 @@ std::string queueAnswerOf(Outcome outcome, const httpd::Response& answered)
     return queueError(QueueFault::WorkerEnded);
 }
 
-// What every response carries (DSP0266, "Response headers").
-void addCommonHeaders(httpd::Response& response)
-{
-    response.headers.push_back({"OData-Version", "4.0"});
-    response.headers.push_back({"Cache-Control", "no-cache"});
-}
-
 // What is refused when workers keep ending: what ends them in a POST says nothing of reads.
 std::string watchedName(const httpd::Request& request)
 {
@@ -79,16 +71,6 @@ WorkerRequest workerRequest(httpd::Request request, bool isComposed, bool wantsG
         return ComposeRequest{std::move(read)};
     }
     return read;
-}
-
-// Copies what it is given to keep.
-template <typename Given>
-httpd::Response finalOf(Given&& response, const std::vector<httpd::Header>& requestHeaders)
-{
-    httpd::Response final =
-        isKnown(requestHeaders, response) ? notModified(response) : std::forward<Given>(response);
-    addCommonHeaders(final);
-    return final;
 }
 
 // For the log.
@@ -125,13 +107,12 @@ void Responder::open()
     (void)mCacheState.current();
 }
 
-void Responder::handle(httpd::Request request, const httpd::Reply& reply)
+void Responder::handle(httpd::Request request, httpd::Reply reply)
 {
-    const bool isGzip = wantsGzip(request.headers);
-    const bool isKeepable = isOfCache(request);
-    Arrived arrived{std::move(request), reply, isGzip};
-    if (!isKeepable) {
-        answer(std::move(arrived), {});
+    Arrived arrived{std::move(request), std::move(reply)};
+    if (!mayBeKept(arrived.request) || !isAskedByOthersToo(arrived.request.client.get())) {
+        Question question;
+        answer(arrived, question);
         return;
     }
     if (mArrived.empty()) {
@@ -140,60 +121,71 @@ void Responder::handle(httpd::Request request, const httpd::Reply& reply)
     mArrived.push_back(std::move(arrived));
 }
 
-// One question about the data cache serves all requests that have been read when it is asked: what
-// was committed before one of them was sent, the answer to the question tells.
+// Whether a question about the data cache may serve others: who has asked last too, and nobody
+// since, is alone.
+bool Responder::isAskedByOthersToo(const httpd::Client* client)
+{
+    return std::exchange(mLastClient, client) != client || !mArrived.empty();
+}
+
 void Responder::answerArrived()
 {
-    std::vector<Arrived> all = std::exchange(mArrived, {});
-    const std::optional<uint64_t> state = cacheState();
-    for (Arrived& arrived : all) {
+    mAnswering.swap(mArrived);
+    Question question;
+    for (Arrived& arrived : mAnswering) {
         try {
-            Keeping keeping{keptKeyOf(arrived.request.target, arrived.wantsGzip), state};
-            answer(std::move(arrived), keeping);
+            answer(arrived, question);
         } catch (const std::bad_alloc&) { // NOLINT(bugprone-empty-catch): its connection has ended
         }
     }
+    mAnswering.clear();
 }
 
-void Responder::answer(Arrived arrived, const Keeping& keeping)
+void Responder::answer(Arrived& arrived, Question& question)
 {
-    const auto& [request, reply, isGzip] = arrived;
-    const httpd::Response* kept = keptAnswer(keeping);
+    const auto& [request, reply] = arrived;
+    const std::string_view key =
+        mayBeKept(request) ? keptKeyOf(request.target, wantsGzip(request.headers), mKeyRoom) : "";
+    const ReadyAnswer* kept = keptAnswer(key, question);
     // The same target was a worker's before, so that only names are left to look at.
-    const bool isWorkers = kept != nullptr && keeping.key.ends_with(request.target);
+    const bool isWorkers =
+        kept != nullptr && !isComposed(kept->kind) && key.ends_with(request.target);
     if (auto own = isWorkers ? mOwnNames.refusalOf(request) : answerByFront(request)) {
         reply(finalOf(std::move(*own), request.headers));
     } else if (kept != nullptr) {
-        reply(finalOf(*kept, request.headers));
+        mKeptAnswers.noteGiven();
+        reply(kept->finalFor(request.headers));
     } else if (!mQuarantine.admits(watchedName(request), std::chrono::steady_clock::now())) {
         reply(finalOf(closedTarget(), request.headers));
     } else {
-        askWorker(std::move(arrived), keeping);
+        const UriKind kind = mMapping.kindOf(request.target);
+        askWorker(arrived, keepingOf(key, kind, question), kind);
     }
 }
 
-void Responder::askWorker(Arrived arrived, const Keeping& keeping)
+void Responder::askWorker(Arrived& arrived, Keeping keeping, UriKind kind)
 {
-    const std::string watched = watchedName(arrived.request);
+    auto& [request, reply] = arrived;
+    const std::string watched = watchedName(request);
+    const bool isAction = isPost(request);
     // A POST is an action, or asks the object manager whether there is such an instance.
-    const bool isAction = isPost(arrived.request);
+    const bool needsCim = isAction || kind == UriKind::LiveRead || kind == UriKind::ComposedLive;
+    const bool isGzip = wantsGzip(request.headers);
+    const std::string sharedKey = keeping.key;
     // Actions are done whatever the client has.
     std::vector<httpd::Header> headers =
-        isAction ? std::vector<httpd::Header>() : std::move(arrived.request.headers);
+        isAction ? std::vector<httpd::Header>() : std::move(request.headers);
     // The share of the clients' memory is held as long as the request is.
-    auto done = [this, watched, isAction, reply = arrived.reply, keeping,
+    auto done = [this, watched, isAction, reply = std::move(reply), keeping = std::move(keeping),
                  headers = std::move(headers),
-                 memory = arrived.request.memory](Outcome outcome, httpd::Response answered) {
+                 memory = request.memory](Outcome outcome, httpd::Response answered) {
         noteOutcome(watched, outcome, isAction);
         keep(keeping, answered);
         reply(finalOf(answerTo(outcome, std::move(answered)), headers));
     };
-    const std::shared_ptr<const httpd::Client> client = arrived.request.client;
-    const UriKind kind = mMapping.kindOf(arrived.request.target);
-    const bool needsCim = isAction || kind == UriKind::LiveRead || kind == UriKind::ComposedLive;
-    submit({workerRequest(std::move(arrived.request), isComposed(kind), arrived.wantsGzip),
-            std::move(done), needsCim, client->share(), [client] { return client->hasGone(); },
-            keeping.key},
+    const std::shared_ptr<const httpd::Client> client = request.client;
+    submit({workerRequest(std::move(request), isComposed(kind), isGzip), std::move(done), needsCim,
+            client->share(), [client] { return client->hasGone(); }, sharedKey},
            watched);
 }
 
@@ -259,15 +251,45 @@ std::optional<uint64_t> Responder::cacheState()
     }
 }
 
-// Only what is read from the data cache has a state to be kept by.
-bool Responder::isOfCache(const httpd::Request& request) const
+std::optional<uint64_t> Responder::stateBy(Question& question)
 {
-    if (!mKeptAnswers.isOn() || (request.method != "GET" && request.method != "HEAD")) {
-        return false;
+    if (!question.isAsked) {
+        question = {true, cacheState()};
     }
-    const UriKind kind = mMapping.kindOf(request.target);
-    return kind == UriKind::CachedRead || kind == UriKind::ComposedCached ||
-           (kind == UriKind::Document && request.target.find('?') != std::string::npos);
+    return question.state;
+}
+
+// As far as a request tells without being looked up.
+bool Responder::mayBeKept(const httpd::Request& request) const
+{
+    return mKeptAnswers.isOn() && (request.method == "GET" || request.method == "HEAD");
+}
+
+// Null where there is none of the state that the cache is in.
+const ReadyAnswer* Responder::keptAnswer(std::string_view key, Question& question)
+{
+    const ReadyAnswer* kept = key.empty() ? nullptr : mKeptAnswers.find(key);
+    const std::optional<uint64_t> state = kept == nullptr ? std::nullopt : stateBy(question);
+    if (state && !mKeptAnswers.areOf(*state)) {
+        mKeptAnswers.enter(*state, std::chrono::steady_clock::now());
+        return nullptr;
+    }
+    return state ? kept : nullptr;
+}
+
+// Only what is read from the data cache has a state to be kept by.
+Responder::Keeping Responder::keepingOf(std::string_view key, UriKind kind, Question& question)
+{
+    const bool isOfCache =
+        kind == UriKind::CachedRead || kind == UriKind::ComposedCached || kind == UriKind::Document;
+    if (key.empty() || !isOfCache) {
+        return {};
+    }
+    const std::optional<uint64_t> state = stateBy(question);
+    if (state) {
+        mKeptAnswers.noteMissing();
+    }
+    return {std::string(key), state, kind};
 }
 
 // The state before the worker began is the one now: what it has read is of this state.
@@ -279,17 +301,11 @@ void Responder::keep(const Keeping& keeping, httpd::Response& response)
     try {
         const auto now = std::chrono::steady_clock::now();
         if (mKeptAnswers.isAskedAgain(keeping.key, now) && cacheState() == keeping.state) {
-            response.sharedBody = std::make_shared<const std::string>(std::move(response.body));
-            mKeptAnswers.keep(keeping.key, *keeping.state, response);
+            mKeptAnswers.enter(*keeping.state, now);
+            mKeptAnswers.keep(keeping.key, readyAnswerOf(response, keeping.kind));
         }
     } catch (const std::bad_alloc&) { // NOLINT(bugprone-empty-catch): the client has its answer
     }
-}
-
-// Null where there is none.
-const httpd::Response* Responder::keptAnswer(const Keeping& keeping)
-{
-    return keeping.state ? mKeptAnswers.find(keeping.key, *keeping.state) : nullptr;
 }
 
 // An action that is slow has not failed: only what ends a worker by itself counts.

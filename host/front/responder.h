@@ -23,6 +23,7 @@
 #include <functional>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace host {
@@ -36,7 +37,7 @@ public:
               const MappingSummary& mapping, native::Documents documents, WorkerPool& pool,
               RequestLog& log, std::function<void()> damaged);
 
-    void handle(httpd::Request request, const httpd::Reply& reply);
+    void handle(httpd::Request request, httpd::Reply reply);
     void handleQueue(const std::string& text, const QueueFrontEnd::Reply& reply);
 
     // The answer to a request of which only the head is there; nothing where the body is wanted.
@@ -56,6 +57,7 @@ private:
     {
         std::string key;
         std::optional<uint64_t> state; // of the data cache, before a worker begins
+        UriKind kind = UriKind::CachedRead;
     };
 
     // A request that has been read.
@@ -63,16 +65,27 @@ private:
     {
         httpd::Request request;
         httpd::Reply reply;
-        bool wantsGzip;
+    };
+
+    // One question about the data cache serves all requests that have been read when it is asked:
+    // what was committed before one of them was sent, the answer to the question tells. It is asked
+    // when the first of them wants to know.
+    struct Question
+    {
+        bool isAsked = false;
+        std::optional<uint64_t> state;
     };
 
     std::optional<httpd::Response> answerByFront(const httpd::Request& request) const;
+    bool isAskedByOthersToo(const httpd::Client* client);
     void answerArrived();
-    void answer(Arrived arrived, const Keeping& keeping);
-    void askWorker(Arrived arrived, const Keeping& keeping);
+    void answer(Arrived& arrived, Question& question);
+    void askWorker(Arrived& arrived, Keeping keeping, UriKind kind);
     std::optional<uint64_t> cacheState();
-    bool isOfCache(const httpd::Request& request) const;
-    const httpd::Response* keptAnswer(const Keeping& keeping);
+    std::optional<uint64_t> stateBy(Question& question);
+    bool mayBeKept(const httpd::Request& request) const;
+    const ReadyAnswer* keptAnswer(std::string_view key, Question& question);
+    Keeping keepingOf(std::string_view key, UriKind kind, Question& question);
     void keep(const Keeping& keeping, httpd::Response& response);
     void noteOutcome(const std::string& watched, Outcome outcome, bool isAction);
     void submit(Task task, const std::string& watched);
@@ -87,7 +100,10 @@ private:
     Quarantine mQuarantine;
     CacheState mCacheState;
     KeptAnswers mKeptAnswers;
-    std::vector<Arrived> mArrived; // requests that answerArrived() is about to answer
+    std::string mKeyRoom;                       // of the request that is being answered
+    const httpd::Client* mLastClient = nullptr; // only to be compared
+    std::vector<Arrived> mArrived;              // what answerArrived() is about to answer
+    std::vector<Arrived> mAnswering;            // what it is answering
 };
 
 // The answer to a request that could not be read, by its status (httpd::ErrorPage).

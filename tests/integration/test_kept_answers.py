@@ -72,6 +72,13 @@ class KeptAnswers(unittest.TestCase):
                     self.assertEqual(service.get(target).status, status)
             self.assertEqual(self.figures(service)[:2], (0, 0))
 
+    def test_only_what_a_worker_was_asked_for_counts_as_not_there(self):
+        with self.service() as service:
+            for target, status in (("/redfish/v1/", 200), (thing(1) + "?$unknown=1", 501), (thing(1), 200)):
+                for _ in range(2):
+                    self.assertEqual(service.get(target).status, status)
+            self.assertEqual(self.figures(service), (1, 0, 2, 0))
+
     def test_options_are_told_apart(self):
         with self.service() as service:
             for _ in range(3):
