@@ -45,6 +45,9 @@ std::string_view trimmed(std::string_view text)
 
 size_t endOfElement(std::string_view text)
 {
+    if (text.find(',') == std::string_view::npos) { // most lists have one element
+        return text.size();
+    }
     bool isQuoted = false;
     for (size_t at = 0; at < text.size(); ++at) {
         isQuoted = isQuoted != (text[at] == '"');

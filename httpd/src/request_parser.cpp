@@ -4,6 +4,8 @@
 #include <boost/asio/buffer.hpp>
 #include <boost/beast/http/parser.hpp>
 
+#include <iterator>
+
 namespace httpd {
 
 namespace asio = boost::asio;
@@ -81,6 +83,7 @@ Request RequestParser::request() const
 {
     const auto& header = mImpl->parser.get();
     Request request = {std::string(header.method_string()), std::string(header.target()), {}, {}};
+    request.headers.reserve(static_cast<size_t>(std::distance(header.begin(), header.end())));
     for (const auto& field : header) {
         request.headers.push_back({std::string(field.name_string()), std::string(field.value())});
     }
