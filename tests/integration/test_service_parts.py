@@ -164,6 +164,14 @@ class Kept(ServiceTest):
                 for _ in range(3):
                     self.assertEqual(service.body()["Sum"], 2 * number)
 
+    def test_a_kept_answer_is_refused_for_the_same_reasons_as_any(self):
+        with ComposedService(chassis(A=of(THING, "A"))) as service:
+            for _ in range(3):
+                self.assertEqual(service.get(CHASSIS).status, 200)
+            self.assertEqual(service.get(CHASSIS, "-H", "Accept: text/html").status, 406)
+            self.assertEqual(service.get(CHASSIS, "-H", "OData-Version: 3.0").status, 412)
+            self.assertEqual(service.given_again(), 1)
+
     def test_queries_are_kept_apart(self):
         with ComposedService(chassis(A=of(THING, "A"), B=of(THING, "N"))) as service:
             for _ in range(4):
