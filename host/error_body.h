@@ -12,7 +12,7 @@ httpd::Response errorResponse(unsigned int status, const char* baseMessage,
                               const std::string& third = {});
 
 // Methods of resources that are read, and of actions.
-inline constexpr const char* kReadMethods = "GET, HEAD";
+inline constexpr const char* kReadMethods = "GET, HEAD, OPTIONS";
 inline constexpr const char* kActionMethods = "POST";
 
 // 405 with the methods that the resource has.

@@ -2,9 +2,10 @@
 
 #include "content_hash.h"
 #include "error_body.h"
-#include "front/accepted_types.h"
 #include "front/content_coding.h"
+#include "front/protocol.h"
 #include "front/refusals.h"
+#include "resource_headers.h"
 
 #include <ResourceMapper.h>
 #include <httpd/freed_memory.h>
@@ -17,24 +18,13 @@ namespace host {
 
 namespace {
 
-constexpr const char* kMethods = "GET, HEAD, OPTIONS";
-constexpr std::string_view kODataVersion = "4.0";
-
 // Clients may escape its "$".
 constexpr std::string_view kMetadata = "/redfish/v1/$metadata";
 constexpr std::string_view kEscapedMetadata = "/redfish/v1/%24metadata";
 
 const char* typeNameOf(native::MediaType type)
 {
-    return type == native::MediaType::Xml ? "application/xml" : "application/json";
-}
-
-httpd::Response methods(const char* allowed)
-{
-    httpd::Response response;
-    response.status = httpd::kNoContent;
-    response.headers.push_back({"Allow", allowed});
-    return response;
+    return type == native::MediaType::Xml ? "application/xml" : kJson;
 }
 
 // None is obeyed here: to pass one over would mislead.
@@ -58,7 +48,7 @@ std::optional<httpd::Response> refusalOfQuery(const httpd::Request& request)
     if (request.target.find('?') == std::string::npos) {
         return std::nullopt;
     }
-    if (std::optional<httpd::Response> response = refusalOf(request)) {
+    if (std::optional<httpd::Response> response = refusalOfTarget(request)) {
         return response;
     }
     odata::Scope scope = odata::Scope::ForRequest(request.target);
@@ -67,41 +57,21 @@ std::optional<httpd::Response> refusalOfQuery(const httpd::Request& request)
                              : std::nullopt;
 }
 
-// DSP0266, "Request headers".
-std::optional<httpd::Response> refusalOfHeaders(const httpd::Request& request,
-                                                native::MediaType type)
+std::optional<httpd::Response> refusalOf(const httpd::Request& request,
+                                         const native::Document& document)
 {
-    const std::string_view version = httpd::findHeader(request.headers, "OData-Version");
-    if (!version.empty() && version != kODataVersion) {
-        return errorResponse(httpd::kPreconditionFailed, "HeaderInvalid", "OData-Version");
+    if (std::optional<httpd::Response> response =
+            refusalOfHeaders(request, typeNameOf(document.type))) {
+        return response;
     }
-    if (!accepts(request.headers, typeNameOf(type))) {
-        return errorResponse(httpd::kNotAcceptable, "NotAcceptable");
-    }
-    return std::nullopt;
-}
-
-std::optional<httpd::Response> refusalOfRead(const httpd::Request& request,
-                                             const native::Document& document)
-{
-    const bool isRead = request.method == "GET" || request.method == "HEAD";
-    if (!isRead) {
-        return methodNotAllowed(kMethods);
-    }
-    std::optional<httpd::Response> response =
-        document.isResource ? refusalOf(request) : refusalOfQuery(request);
-    return response ? std::move(response) : refusalOfHeaders(request, document.type);
+    return document.isResource ? refusalOfTarget(request) : refusalOfQuery(request);
 }
 
 void addHeaders(httpd::Response& response, const native::Document& document, bool isGzip)
 {
-    response.headers.push_back(
-        {"Content-Type", std::string(typeNameOf(document.type)) + ";charset=utf-8"});
-    response.headers.push_back({"Allow", kMethods});
+    response.headers.push_back({"Content-Type", typeNameOf(document.type)});
+    completeHeaders(response, document.describedBy);
     response.headers.push_back({"ETag", entityTagOf(document.hash, isGzip)});
-    if (!document.describedBy.empty()) {
-        response.headers.push_back({"Link", "<" + document.describedBy + ">; rel=describedby"});
-    }
     if (isGzip) {
         response.headers.push_back({"Content-Encoding", "gzip"});
     }
@@ -111,19 +81,6 @@ void addHeaders(httpd::Response& response, const native::Document& document, boo
 }
 
 } // namespace
-
-std::optional<httpd::Response> answerOfProtocol(const httpd::Request& request, UriKind kind)
-{
-    const bool isAction = kind == UriKind::ComposedAction;
-    if (request.method == "OPTIONS") {
-        return methods(isAction ? kActionMethods : kMethods);
-    }
-    const bool isRead = request.method == "GET" || request.method == "HEAD";
-    if (isAction ? !isPost(request) : !isRead) {
-        return methodNotAllowed(isAction ? kActionMethods : kMethods);
-    }
-    return isAction ? std::nullopt : refusalOfHeaders(request, native::MediaType::Json);
-}
 
 NativeResources::NativeResources(native::Documents documents)
     : mDocuments(std::move(documents)),
@@ -151,10 +108,10 @@ std::optional<httpd::Response> NativeResources::answerTo(const httpd::Request& r
     if (document == nullptr) {
         return std::nullopt;
     }
-    if (request.method == "OPTIONS") {
-        return methods(kMethods);
+    if (!isRead(request)) {
+        return answerToOtherMethod(request, kReadMethods);
     }
-    if (std::optional<httpd::Response> response = refusalOfRead(request, *document)) {
+    if (std::optional<httpd::Response> response = refusalOf(request, *document)) {
         return response;
     }
     if (document->isResource && request.target.find('?') != std::string::npos) {

@@ -5,7 +5,6 @@
 #define HOST_FRONT_NATIVE_RESOURCES_H_
 
 #include "native/document.h"
-#include "wire/mapping_summary.h"
 
 #include <httpd/server.h>
 
@@ -14,10 +13,6 @@
 #include <string_view>
 
 namespace host {
-
-// What the protocol alone says to a request for a resource that workers compose, or its action;
-// nothing where it is for a worker.
-std::optional<httpd::Response> answerOfProtocol(const httpd::Request& request, UriKind kind);
 
 class NativeResources
 {

@@ -36,11 +36,11 @@ httpd::Response finalOf(httpd::Response response, const std::vector<httpd::Heade
     return response;
 }
 
-ReadyAnswer readyAnswerOf(httpd::Response& response, UriKind kind)
+ReadyAnswer readyAnswerOf(httpd::Response& response)
 {
     response.sharedBody = std::make_shared<const std::string>(std::move(response.body));
     return {std::string(httpd::findHeader(response.headers, "ETag")), readyOf(response),
-            readyOf(notModified(response)), kind};
+            readyOf(notModified(response))};
 }
 
 const httpd::Response& ReadyAnswer::finalFor(const std::vector<httpd::Header>& requestHeaders) const

@@ -2,8 +2,6 @@
 #ifndef HOST_FRONT_READY_ANSWER_H_
 #define HOST_FRONT_READY_ANSWER_H_
 
-#include "wire/mapping_summary.h"
-
 #include <httpd/server.h>
 
 #include <string>
@@ -23,13 +21,12 @@ struct ReadyAnswer
     std::string entityTag;
     httpd::Response whole;
     httpd::Response unmodified; // for clients that have it already
-    UriKind kind;               // of what it is the answer for
 
     const httpd::Response& finalFor(const std::vector<httpd::Header>& requestHeaders) const;
 };
 
 // Made of a 200; its body becomes a shared one.
-ReadyAnswer readyAnswerOf(httpd::Response& response, UriKind kind);
+ReadyAnswer readyAnswerOf(httpd::Response& response);
 
 } // namespace host
 

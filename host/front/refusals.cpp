@@ -2,6 +2,7 @@
 
 #include "error_body.h"
 #include "front/header_list.h"
+#include "front/protocol.h"
 #include "host_limits.h"
 
 #include <ResourceMapper.h>
@@ -25,12 +26,26 @@ httpd::Response withoutMemory()
     return response;
 }
 
-// The methods of a URI as far as its shape tells; which URIs there are is known to workers only.
-const char* methodsOf(const odata::URI& uri)
+bool isAction(const std::optional<UriKind>& kind)
 {
-    const unsigned int count = uri.GetSegmentCount();
-    const bool isAction = count >= 2 && std::string_view(uri.GetSegment(count - 2)) == "Actions";
-    return isAction ? kActionMethods : kReadMethods;
+    return kind == UriKind::Action || kind == UriKind::ComposedAction;
+}
+
+// Which of GET, HEAD and POST a mapped resource takes is the library's to say.
+bool takesMethod(const std::optional<UriKind>& kind, const httpd::Request& request)
+{
+    const bool mayBeAction = isAction(kind) || !kind || !isComposed(*kind);
+    const bool mayBeRead = kind != UriKind::ComposedAction;
+    return (mayBeRead && isRead(request)) || (mayBeAction && isPost(request));
+}
+
+// Whether there is an instance is known to workers only.
+httpd::Response answerToMethod(const httpd::Request& request, const std::optional<UriKind>& kind)
+{
+    if (!kind && request.method == "OPTIONS") {
+        return errorResponseOfCode(RM_INVALID_URI, "");
+    }
+    return answerToOtherMethod(request, isAction(kind) ? kActionMethods : kReadMethods);
 }
 
 // Asked for even of an empty body: without it, any page in a browser on this machine could act here
@@ -93,17 +108,26 @@ httpd::Response unreadable(unsigned int status)
     }
 }
 
-std::optional<httpd::Response> refusalOf(const httpd::Request& request)
+std::optional<httpd::Response> refusalOfTarget(const httpd::Request& request)
 {
     odata::Scope scope = odata::Scope::ForRequest(request.target);
-    const odata::URI uri = scope.NewURI();
-    if (request.method != "GET" && request.method != "HEAD" && !isPost(request)) {
-        return methodNotAllowed(methodsOf(uri));
+    return refusalOfUri(scope.NewURI(), request.target);
+}
+
+std::optional<httpd::Response> refusalOf(const httpd::Request& request,
+                                         const MappingSummary& mapping)
+{
+    const std::optional<UriKind> kind = mapping.knownKindOf(request.target);
+    if (!takesMethod(kind, request)) {
+        return answerToMethod(request, kind);
+    }
+    if (std::optional<httpd::Response> response = refusalOfHeaders(request, kJson)) {
+        return response;
     }
     if (isPost(request) && !hasJsonBody(request)) {
         return errorResponse(httpd::kUnsupportedMediaType, "UnsupportedMediaType");
     }
-    return refusalOfUri(uri, request.target);
+    return refusalOfTarget(request);
 }
 
 } // namespace host

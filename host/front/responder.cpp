@@ -2,6 +2,7 @@
 
 #include "error_body.h"
 #include "front/content_coding.h"
+#include "front/protocol.h"
 #include "front/refusals.h"
 #include "host_limits.h"
 #include "log.h"
@@ -147,10 +148,9 @@ void Responder::answer(Arrived& arrived, Question& question)
     const std::string_view key =
         mayBeKept(request) ? keptKeyOf(request.target, wantsGzip(request.headers), mKeyRoom) : "";
     const ReadyAnswer* kept = keptAnswer(key, question);
-    // The same target was a worker's before, so that only names are left to look at.
-    const bool isWorkers =
-        kept != nullptr && !isComposed(kept->kind) && key.ends_with(request.target);
-    if (auto own = isWorkers ? mOwnNames.refusalOf(request) : answerByFront(request)) {
+    // The same target was a worker's before, so that it is not looked at again.
+    const bool isWorkers = kept != nullptr && key.ends_with(request.target);
+    if (auto own = isWorkers ? refusalOfKept(request) : answerByFront(request)) {
         reply(finalOf(std::move(*own), request.headers));
     } else if (kept != nullptr) {
         mKeptAnswers.noteGiven();
@@ -235,10 +235,14 @@ std::optional<httpd::Response> Responder::answerByFront(const httpd::Request& re
     if (!response) {
         response = mNative.answerTo(request);
     }
-    if (const UriKind kind = mMapping.kindOf(request.target); !response && isComposed(kind)) {
-        response = answerOfProtocol(request, kind);
-    }
-    return response ? response : refusalOf(request);
+    return response ? response : refusalOf(request, mMapping);
+}
+
+// What a target that a worker has answered for leaves to be refused.
+std::optional<httpd::Response> Responder::refusalOfKept(const httpd::Request& request) const
+{
+    std::optional<httpd::Response> response = mOwnNames.refusalOf(request);
+    return response ? std::move(response) : refusalOfHeaders(request, kJson);
 }
 
 // Memory that is short costs what is kept, not the requests that wait.
@@ -262,7 +266,7 @@ std::optional<uint64_t> Responder::stateBy(Question& question)
 // As far as a request tells without being looked up.
 bool Responder::mayBeKept(const httpd::Request& request) const
 {
-    return mKeptAnswers.isOn() && (request.method == "GET" || request.method == "HEAD");
+    return mKeptAnswers.isOn() && isRead(request);
 }
 
 // Null where there is none of the state that the cache is in.
@@ -289,7 +293,7 @@ Responder::Keeping Responder::keepingOf(std::string_view key, UriKind kind, Ques
     if (state) {
         mKeptAnswers.noteMissing();
     }
-    return {std::string(key), state, kind};
+    return {std::string(key), state};
 }
 
 // The state before the worker began is the one now: what it has read is of this state.
@@ -302,7 +306,7 @@ void Responder::keep(const Keeping& keeping, httpd::Response& response)
         const auto now = std::chrono::steady_clock::now();
         if (mKeptAnswers.isAskedAgain(keeping.key, now) && cacheState() == keeping.state) {
             mKeptAnswers.enter(*keeping.state, now);
-            mKeptAnswers.keep(keeping.key, readyAnswerOf(response, keeping.kind));
+            mKeptAnswers.keep(keeping.key, readyAnswerOf(response));
         }
     } catch (const std::bad_alloc&) { // NOLINT(bugprone-empty-catch): the client has its answer
     }

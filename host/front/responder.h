@@ -57,7 +57,6 @@ private:
     {
         std::string key;
         std::optional<uint64_t> state; // of the data cache, before a worker begins
-        UriKind kind = UriKind::CachedRead;
     };
 
     // A request that has been read.
@@ -78,6 +77,7 @@ private:
 
     std::optional<httpd::Response> answerByFront(const httpd::Request& request) const;
     bool isAskedByOthersToo(const httpd::Client* client);
+    std::optional<httpd::Response> refusalOfKept(const httpd::Request& request) const;
     void answerArrived();
     void answer(Arrived& arrived, Question& question);
     void askWorker(Arrived& arrived, Keeping keeping, UriKind kind);

@@ -36,7 +36,7 @@ std::string_view pathOf(std::string_view target)
 
 } // namespace
 
-UriKind MappingSummary::kindOf(std::string_view target) const
+std::optional<UriKind> MappingSummary::knownKindOf(std::string_view target) const
 {
     const std::string_view path = pathOf(target);
     if (const auto registered = uris.find(path); registered != uris.end()) {
@@ -46,7 +46,7 @@ UriKind MappingSummary::kindOf(std::string_view target) const
     const auto parent =
         slash == std::string_view::npos ? uris.end() : uris.find(path.substr(0, slash));
     const bool isInstance = parent != uris.end() && parent->second.kind < UriKind::Action;
-    return isInstance ? parent->second.kind : UriKind::CachedRead;
+    return isInstance ? std::optional(parent->second.kind) : std::nullopt;
 }
 
 std::string encodeSummary(const MappingSummary& summary)

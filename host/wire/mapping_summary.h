@@ -4,6 +4,7 @@
 
 #include <cstdint>
 #include <map>
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -40,10 +41,16 @@ struct MappingSummary
     std::map<std::string, UriEntry, std::less<>> uris;
 
     // The kind of a request's target (path and query as they came): of a registered URI its own, of
-    // an instance that of the URI above it. What is not registered is a cached read: it costs a
-    // worker no more than that to find out. A worker decides by itself what it does; this only says
-    // what to expect.
-    UriKind kindOf(std::string_view target) const;
+    // an instance that of the URI above it; nothing where there is neither. A worker decides by
+    // itself what it does; this only says what to expect.
+    std::optional<UriKind> knownKindOf(std::string_view target) const;
+
+    // The same; what is not known is a cached read: it costs a worker no more than that to find
+    // out.
+    UriKind kindOf(std::string_view target) const
+    {
+        return knownKindOf(target).value_or(UriKind::CachedRead);
+    }
 };
 
 // A text for decodeSummary(), which is false when a text is none.

@@ -121,11 +121,12 @@ def connect_to(base, timeout=PATIENCE_S, **more):
     return socket.create_connection((host.strip("[]"), int(port)), timeout=timeout, **more)
 
 
-def ask(base, path, method="GET", headers=(), body=b""):
+def ask(base, path, method="GET", headers=(), body=b"", accept="*/*"):
     """The answer to one request on a connection of its own; its length must be what it says, and nothing may follow."""
     names_host = any(header.startswith("Host:") for header in headers)
     host = [] if names_host else [f"Host: {base.removeprefix('http://')}"]
-    head = [f"{method} {path} HTTP/1.1", *host, "Accept: */*", *headers]
+    accepts = [] if accept is None else [f"Accept: {accept}"]
+    head = [f"{method} {path} HTTP/1.1", *host, *accepts, *headers]
     if method != "GET":
         head.append(f"Content-Length: {len(body)}")
     with connect_to(base, 2 * PATIENCE_S) as connection, connection.makefile("rb") as stream:
@@ -148,7 +149,7 @@ def read_answer(stream, has_body=True):
             raise AssertionError(f"no answer, but {head!r}")
         head += line
     answer = Answer(head)
-    if not has_body:
+    if not has_body or answer.status in (204, 304):
         return answer
     length = int(answer.get("Content-Length"))
     answer.body = stream.read(length)

@@ -151,7 +151,7 @@ class Absence(Failures):
     def test_posting_to_an_instance(self):
         with ScriptedObjectManager(None) as manager, service_at(manager.url) as service:
             manager.release(found("XCIM_Live", InstanceID="L.1", A="a"))
-            self.check(service.post(LIVE), 405, [("Vexo.SYS402", [])], "GET, HEAD")
+            self.check(service.post(LIVE), 405, [("Vexo.SYS402", [])], "GET, HEAD, OPTIONS")
             manager.release(cim_error(6))
             self.check(service.post(LIVE), 404,
                        [("Vexo.SYS403", ["VexoLive"]), ("Base.ResourceMissingAtURI", ["VexoLive"])])

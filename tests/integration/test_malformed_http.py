@@ -19,7 +19,7 @@ SEED = 20240501
 SENDERS = 4
 
 # What a client's request may make of itself; 500 is the library's answer to a "$select" that is empty or too long.
-STATUSES = {200, 400, 404, 405, 408, 413, 414, 415, 417, 421, 431, 500, 501, 505}
+STATUSES = {200, 204, 400, 404, 405, 406, 408, 413, 414, 415, 417, 421, 431, 500, 501, 505}
 
 TARGETS = [A, A + "?$select=Value", f"{BASE}/VexoThingCollection?$top=2&$skip=1", "/", f"{BASE}/%56exoThing/A",
            f"http://host{A}", "*", f"{BASE}/Nope"]

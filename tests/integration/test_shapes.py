@@ -133,7 +133,7 @@ class Shapes(ServiceTest):
                             (f"{BASE}/VexoCachedCollection", "VexoCachedCollection"),
                             (f"{BASE}/VexoService", "VexoService.v1_0_0")):
             link = f"</redfish/v1/JsonSchemas/{schema}.json>; rel=describedby"
-            self.check_headers_of(self.shaped, uri, json_type, "GET, HEAD", link)
+            self.check_headers_of(self.shaped, uri, json_type, "GET, HEAD, OPTIONS", link)
             self.check_headers_of(self.verbatim, uri, "application/json", None, "")
             self.assertEqual(self.shaped.get(link[1:link.index(">")]).status, 200)
 

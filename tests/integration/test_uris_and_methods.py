@@ -5,7 +5,7 @@ import json
 import re
 import unittest
 
-from cimgate_host import BASE, Pending, Service, SharedServiceTest, collection_entry, member_entry
+from cimgate_host import BASE, Pending, Service, SharedServiceTest, ask, collection_entry, member_entry
 
 THING = f"{BASE}/VexoThing/T.1"
 THINGS = f"{BASE}/VexoThingCollection"
@@ -127,12 +127,55 @@ class UrisAndMethods(SharedServiceTest):
         self.check_headers(answer)
 
     def test_other_methods_are_not_allowed(self):
-        for method in ("PUT", "PATCH", "DELETE", "OPTIONS", "TRACE", "BREW", "post"):
+        for method in ("PUT", "PATCH", "DELETE", "TRACE", "BREW", "post"):
             for uri in (THING, THINGS, ACTION, f"{BASE}/Nope", "/", "/%zz"):
                 with self.subTest(method=method, uri=uri):
                     self.check_not_allowed(self.service.get(uri, "-X", method),
-                                           "POST" if uri == ACTION else "GET, HEAD",
+                                           "POST" if uri == ACTION else "GET, HEAD, OPTIONS",
                                            ("Vexo.SYS402", []), ("Base.OperationNotAllowed", []))
+
+    def test_options_tell_the_methods(self):
+        for uri, methods in ((THING, "GET, HEAD, OPTIONS"), (THINGS + "/", "GET, HEAD, OPTIONS"), (ACTION, "POST"),
+                             (f"{SERVICE}?$nonsense=1", "GET, HEAD, OPTIONS")):
+            answer = ask(self.service.base, uri, "OPTIONS", body=b"{")
+            self.assertEqual((answer.status, answer.get("Allow"), answer.body), (204, methods, b""), uri)
+            self.assertEqual((answer.get("OData-Version"), answer.get("Cache-Control")), ("4.0", "no-cache"), uri)
+        for uri in (f"{BASE}/Nope", f"{ACTION}/x", "/%zz"):
+            answer = ask(self.service.base, uri, "OPTIONS")
+            self.check_failed(answer, 404, ("Vexo.SYS403", [""]), ("Base.ResourceMissingAtURI", [""]))
+
+    # ---- Headers
+
+    def test_another_odata_version_is_refused(self):
+        for method, uri in (("GET", THING), ("HEAD", THINGS), ("POST", ACTION), ("GET", f"{BASE}/Nope")):
+            answer = self.service.get(uri, *(["-I"] if method == "HEAD" else ["-X", method]), "-H", "OData-Version: 4.1")
+            self.assertEqual(answer.status, 412, uri)
+            if method != "HEAD":
+                self.check_failed(answer, 412, ("Base.HeaderInvalid", ["OData-Version"]))
+        self.assertEqual(self.service.get(THING, "-H", "OData-Version: 4.0").status, 200)
+
+    def test_types_that_are_not_accepted_are_refused(self):
+        for accept, status in (("text/html", 406), ("application/xml, text/*", 406), ("application/json;q=0", 406),
+                               ("application/json", 200), ("application/*;q=0.1, text/html", 200), ("", 200),
+                               ("application/json;charset=utf-8", 200)):
+            for uri in (THING, THINGS, SERVICE):
+                for _ in range(3):  # the last one is an answer that was kept
+                    answer = ask(self.service.base, uri, headers=[f"Accept: {accept}"], accept=None)
+                    self.assertEqual(answer.status, status, accept)
+                    if status == 406:
+                        self.check_failed(answer, 406, ("Base.NotAcceptable", []))
+
+    def test_a_wrong_method_is_told_before_wrong_headers_and_these_before_the_body(self):
+        wrong = ["OData-Version: 5", "Accept: text/html"]
+        self.assertEqual(ask(self.service.base, THING, "PATCH", wrong, b"{").status, 405)
+        self.assertEqual(ask(self.service.base, ACTION, "POST", wrong, b"{").status, 412)
+        self.assertEqual(ask(self.service.base, ACTION, "POST", wrong[1:], b"{", accept=None).status, 406)
+        self.assertEqual(ask(self.service.base, ACTION, "POST", [], b"{").status, 415)
+
+    def test_headers_are_told_of_before_the_body_is_there(self):
+        answer = self.service.get(ACTION, "-X", "POST", "-H", "Content-Length: 1000000", "-H", "Expect: 100-continue",
+                                  "-H", "Accept: text/html", "-H", "Content-Type: application/json")
+        self.assertEqual(answer.status, 406)
 
     def test_body_of_a_refused_method_does_not_matter(self):
         for body in ("{}", "{", "x" * 100000):
@@ -144,7 +187,7 @@ class UrisAndMethods(SharedServiceTest):
 
     def test_posting_to_what_is_read_is_not_allowed(self):
         for uri in (THINGS, SERVICE, THINGS + "/", f"{SERVICE}?$select=A"):
-            self.check_not_allowed(self.post(uri), "GET, HEAD", ("Vexo.SYS402", []))
+            self.check_not_allowed(self.post(uri), "GET, HEAD, OPTIONS", ("Vexo.SYS402", []))
 
     def test_posting_to_nothing_is_not_found(self):
         for uri, argument in (("/", "/"), (f"{BASE}/Nope", ""), (f"{THINGS}/T.1", "VexoThingCollection"),

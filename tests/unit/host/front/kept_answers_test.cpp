@@ -13,7 +13,7 @@ const KeptAnswers::TimePoint kNow = KeptAnswers::TimePoint() + std::chrono::hour
 host::ReadyAnswer answerOf(const std::string& body)
 {
     httpd::Response response{200, {{"ETag", "\"1\""}}, body};
-    return host::readyAnswerOf(response, host::UriKind::CachedRead);
+    return host::readyAnswerOf(response);
 }
 
 std::string keyOf(std::string_view target, bool wantsGzip = false)
@@ -150,7 +150,7 @@ TEST(ReadyAnswer, IsWhatAResponseWouldBe)
 {
     httpd::Response response{
         200, {{"Allow", "GET"}, {"ETag", "\"1\""}, {"Vary", "Accept-Encoding"}}, "body"};
-    const host::ReadyAnswer answer = host::readyAnswerOf(response, host::UriKind::CachedRead);
+    const host::ReadyAnswer answer = host::readyAnswerOf(response);
     EXPECT_EQ(response.content(), "body");
     for (const char* known : {"\"1\"", "\"2\""}) {
         const std::vector<httpd::Header> headers = {{"If-None-Match", known}};
