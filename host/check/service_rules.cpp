@@ -154,9 +154,10 @@ void ServiceRules::checkValue(const Place& place)
 void ServiceRules::checkLink(const Place& place, const std::string& target)
 {
     if (!isThere(service_file::servedUri(target.substr(0, target.find('#'))))) {
-        mInspection.add(place,
-                        {quoted(target) + " is in neither file", "clients that follow it get 404",
-                         "link to a resource of the mapping or of this file"});
+        mInspection.add(place, {"nothing can be read at " + quoted(target),
+                                "clients that follow it get an error",
+                                "link to a resource of the mapping or of this file, to one of "
+                                "several instances with its key"});
     }
 }
 
@@ -177,9 +178,10 @@ void ServiceRules::checkSource(const Place& place)
         return;
     }
     for (const std::string& uri : source->uris) {
-        if (!mMapped.contains(uri)) {
-            mInspection.add(place, {quoted(uri) + " is no URI of the mapping", kNullAndTold,
-                                    "name a mapped resource or collection"});
+        if (!mMapped.canBeRead(uri.substr(0, uri.find('?')))) {
+            mInspection.add(place,
+                            {"no mapped resource can be read at " + quoted(uri), kNullAndTold,
+                             "name a mapped resource, with its key, or a collection"});
         } else if (!source->property.empty()) {
             checkProperty(place, *source, uri);
         }
@@ -345,7 +347,7 @@ void ServiceRules::checkParameter(const Place& place, const std::string& name,
 bool ServiceRules::isThere(const std::string& uri) const
 {
     const Json::Value& file = mInspection.mapping();
-    return !uri.starts_with('/') || uri == service_file::kRootUri || mMapped.contains(uri) ||
+    return !uri.starts_with('/') || uri == service_file::kRootUri || mMapped.canBeRead(uri) ||
            service_file::isServicesOwn(uri) || file.isMember(uri) || file.isMember(uri + "/");
 }
 

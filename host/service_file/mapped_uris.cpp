@@ -22,7 +22,9 @@ MappedUris::MappedUris(const Json::Value& file)
 {
     for (const mapping::RegisteredUri& registered : mapping::registeredUris(file)) {
         mRegistered.insert(registered.uri);
-        if (registered.method == mapping::Method::Get && hasInstances(file, registered.uri)) {
+        if (registered.method == mapping::Method::Post) {
+            mActions.insert(registered.uri);
+        } else if (hasInstances(file, registered.uri)) {
             mParents.insert(registered.uri);
         }
     }
@@ -31,6 +33,11 @@ MappedUris::MappedUris(const Json::Value& file)
 bool MappedUris::contains(std::string_view uri) const
 {
     return mRegistered.contains(uri) || mParents.contains(uri.substr(0, uri.rfind('/')));
+}
+
+bool MappedUris::canBeRead(std::string_view uri) const
+{
+    return contains(uri) && !mParents.contains(uri) && !mActions.contains(uri);
 }
 
 } // namespace host::service_file

@@ -20,8 +20,12 @@ public:
     // segment below.
     bool contains(std::string_view uri) const;
 
+    // Whether a GET is answered there: not at an action's target, nor right above instances.
+    bool canBeRead(std::string_view uri) const;
+
 private:
     std::set<std::string, std::less<>> mRegistered;
+    std::set<std::string, std::less<>> mActions;
     std::set<std::string, std::less<>> mParents; // of instances
 };
 

@@ -48,6 +48,7 @@ void CurrentRequest::end()
     mEntry.clear();
     mClass.clear();
     mReason.clear();
+    mFailedAt.clear();
     mLibraryErrors.clear();
     show();
 }
@@ -62,6 +63,7 @@ void CurrentRequest::concerns(const std::string& entry, const std::string& cimCl
 void CurrentRequest::fail(const std::string& reason)
 {
     mReason = reason;
+    mFailedAt = blame();
 }
 
 void CurrentRequest::libraryError(const std::string& message)
@@ -79,7 +81,7 @@ void CurrentRequest::libraryError(const std::string& message)
 
 std::string CurrentRequest::remark() const
 {
-    std::string remark = reasons() + blame();
+    std::string remark = reasons() + (mFailedAt.empty() ? blame() : mFailedAt);
     if (remark.empty()) {
         remark = "no reason is known";
     }

@@ -25,7 +25,8 @@ public:
     // What it is about, once that is known; cimClass may be empty.
     void concerns(const std::string& entry, const std::string& cimClass);
 
-    // Says why it fails, where the worker knows. It is a failure then whatever its status.
+    // Says why it fails, where the worker knows. It is a failure then whatever its status, and to
+    // be blamed on what it is about now, though others may follow.
     void fail(const std::string& reason);
     bool hasFailed() const { return !mReason.empty(); }
 
@@ -46,6 +47,7 @@ private:
     std::string mEntry;
     std::string mClass;
     std::string mReason;
+    std::string mFailedAt;                  // whom to blame for that
     std::deque<std::string> mLibraryErrors; // the last few
 };
 

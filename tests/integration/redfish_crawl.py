@@ -93,6 +93,7 @@ def deviations_in(test, native, bodies):
     documents = {uri: body for uri, body in native.items() if "$schema" in body}
     # The standard's types are not in the service.
     store = {**documents, "http://redfish.dmtf.org/schemas/v1/Job.v1_0_0.json": {"definitions": {"Job": {}}}}
+    resolver = jsonschema.RefResolver("", {}, store=store)
     found = set()
     checked = 0
     for uri, body in bodies.items():
@@ -100,9 +101,8 @@ def deviations_in(test, native, bodies):
         name_space = body["@odata.type"][1:].rpartition(".")[0]
         if not name_space.startswith("Vexo"):
             continue
-        schema = documents[f"{SCHEMAS}{name_space}.json"]
-        resolver = jsonschema.RefResolver(f"{SCHEMAS}{name_space}.json", schema, store=store)
-        validator = jsonschema.Draft7Validator(schema, resolver=resolver, format_checker=format_checker())
+        validator = jsonschema.Draft7Validator({"$ref": f"{SCHEMAS}{name_space}.json"}, resolver=resolver,
+                                               format_checker=format_checker())
         found |= {deviation(error) for error in validator.iter_errors(body)}
         checked += 1
     return found, checked

@@ -78,11 +78,13 @@ class Parts(ServiceTest):
             self.assertEqual(service.body()["Status"]["State"], "Absent")
 
     def test_one_that_is_not_ready_makes_it_unavailable_until_it_is(self):
-        with ComposedService(chassis(B=of(NOT_READY, "A"))) as service:
+        with ComposedService(chassis(B=of(NOT_READY, "A"), C=of(f"{BASE}/VexoThing/T.3", "A"))) as service:
             for _ in range(3):
                 body = service.body()
                 self.assertEqual((body["B"], body["Status"]["State"]), (None, "UnavailableOffline"))
                 self.assertEqual(missing(body["Status"]), [(["#/B"], "ServiceTemporarilyUnavailable")])
+            line = next(line for line in service.lines() if CHASSIS in line)
+            self.assertRegex(line, r"not ready in the data cache.*\(entry VexoLate, class XCIM_Late\)")
             with sqlite3.connect(service.cache_path) as writer:
                 writer.execute("insert into Tbl_CMPIReady values ('XCIM_Late')")
             writer.close()
@@ -97,7 +99,7 @@ class Parts(ServiceTest):
             self.assertEqual(answer.json()["Status"]["State"], "UnavailableOffline")
             # One line of the log says which, and why.
             [line] = [line for line in service.lines() if CHASSIS in line]
-            self.assertIn("object manager", line)
+            self.assertRegex(line, r"object manager.*\(entry VexoLive, class XCIM_Live\)")
 
     def test_a_cache_that_is_not_there_yet_costs_only_its_values(self):
         with ComposedService(chassis(A=of(THING, "A"))) as service:

@@ -44,6 +44,18 @@ TEST_F(CurrentRequestTest, NoteSaysWhomToBlameAndTheLibrarysLastErrors)
     EXPECT_EQ(mNote.text(), "GET /a (entry VexoA, class XCIM_A): two; three");
 }
 
+TEST_F(CurrentRequestTest, RemarkBlamesWhatItWasAboutWhenItFailed)
+{
+    mRequest.begin(host::ComposeRequest{{"/a"}});
+    mRequest.concerns("VexoA", "XCIM_A");
+    mRequest.fail("away");
+    mRequest.concerns("VexoB", "XCIM_B");
+    EXPECT_EQ(mRequest.remark(), "away (entry VexoA, class XCIM_A)");
+    EXPECT_EQ(mNote.text(), "GET /a (entry VexoB, class XCIM_B): away"); // what it is at
+    mRequest.fail("gone");
+    EXPECT_EQ(mRequest.remark(), "gone (entry VexoB, class XCIM_B)");
+}
+
 TEST_F(CurrentRequestTest, RemarkSaysWhyAndWhomToBlame)
 {
     mRequest.begin(host::ReadRequest{"/a"});
