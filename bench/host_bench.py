@@ -2,10 +2,12 @@
 """Throughput of the service and its processor time per request, by turns with its peers: the HTTP server alone with a
 constant body of the same size, and nginx with a file of that size:  host_bench.py BUILD_DIR [SECONDS]
 
-Then what keeping answers gives while a writer changes the cache. Says where a goal is missed.
+Then what keeping answers gives while a writer changes the cache, and what of the service's own resources there is: the root,
+and a system that is composed. Says where a goal is missed.
 """
 
 import contextlib
+import json
 import sqlite3
 import sys
 import threading
@@ -25,6 +27,7 @@ WRITER_CONNECTIONS = 16
 MIN_GAIN = 5
 COMMIT = "update Tbl_XCIM_Disk0 set rowid = rowid where rowid = 1"
 CACHE = "cache.db"
+SYSTEM = "/redfish/v1/Systems/1"
 
 
 def with_journal(mode, *options):
@@ -76,6 +79,21 @@ def compare_kept(build_dir, service, instance, page, seconds):
     compare(build_dir, service, "page, gzip", page, seconds, [("Accept-Encoding", "gzip")])
 
 
+def with_service_file(instance, page):
+    """A system of a standard type: properties of an instance, and what a collection of some pages amounts to."""
+    names = ("Manufacturer", "Model", "PartNumber", "SerialNumber")
+    system = {"@odata.type": "#ComputerSystem.v1_14_0.ComputerSystem", "Name": "System",
+              **{name: {"from": instance, "property": name} for name in names},
+              "Status": {"State": "Enabled", "HealthRollup": {"worst": page, "property": "HealthState"}},
+              "ProcessorSummary": {"Count": {"count": page}}}
+
+    def prepare(directory):
+        file = Path(directory, "service.json")
+        file.write_text(json.dumps({SYSTEM: system}), encoding="utf-8")
+        return [*with_journal("wal")(directory), "--service", str(file)]
+    return prepare
+
+
 @contextlib.contextmanager
 def writer(cache):
     """Commits a change again and again."""
@@ -125,6 +143,9 @@ def main():
         compare(build_dir, never, "never kept: instance", instance, seconds, max_cost=None)
         compare(build_dir, never, "never kept: page", page, seconds, max_cost=None)
         compare_written(kept, never, page, seconds)
+    with measured.running_service(build_dir, WORKERS, with_service_file(instance, page)) as (service, _, _):
+        compare(build_dir, service, "service root", "/redfish/v1/", seconds)
+        compare(build_dir, service, "composed system", SYSTEM, seconds)
 
 
 main()

@@ -121,15 +121,17 @@ Json::Value Composer::fill(const Json::Value& declared, const std::string& point
         const std::optional<Source> source = service_file::sourceOf(declared);
         return source ? valueOf(*source, pointer) : Json::Value();
     }
-    Json::Value filled = declared;
+    Json::Value filled(declared.type());
     if (declared.isObject()) {
-        for (auto member = filled.begin(); member != filled.end(); ++member) {
-            *member = fill(*member, pointer + "/" + member.name());
+        for (auto member = declared.begin(); member != declared.end(); ++member) {
+            filled[member.name()] = fill(*member, pointer + "/" + member.name());
         }
     } else if (declared.isArray()) {
-        for (Json::ArrayIndex i = 0; i < filled.size(); ++i) {
-            filled[i] = fill(filled[i], pointer + "/" + std::to_string(i));
+        for (Json::ArrayIndex i = 0; i < declared.size(); ++i) {
+            filled.append(fill(declared[i], pointer + "/" + std::to_string(i)));
         }
+    } else {
+        filled = declared;
     }
     return filled;
 }
