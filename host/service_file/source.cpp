@@ -79,8 +79,11 @@ std::optional<Source> sourceOf(const Json::Value& value)
     for (const auto& [word, kind] : kWords) {
         if (value.isMember(word)) {
             source.kind = kind;
-            source.uris = urisOf(value[word]);
-            source.container = textOf(value, kEmbed);
+            if (kind == Kind::Embedded) {
+                source.container = textOf(value, word);
+            } else {
+                source.uris = urisOf(value[word]);
+            }
             break;
         }
     }

@@ -89,6 +89,29 @@ TEST(NativeTree, LeavesTheUrisOfTheMappingToIt)
     EXPECT_THAT(documents, Contains(Key("/redfish/v1/odata")));
 }
 
+TEST(NativeTree, HasTheConstantResourcesOfTheServiceFile)
+{
+    const Json::Value mapping =
+        json(R"({"VexoFan": {"@odata.id": "/r/VexoFan", "UniqueSelector": "Id"}})");
+    const auto file =
+        host::service_file::readServiceFile(json(R"({"/redfish/v1": {"Name": "N", "Id": "own"},
+                 "/redfish/v1/Chassis": {"@odata.type": "#ChassisCollection.ChassisCollection", "Name": "C"},
+                 "/redfish/v1/Chassis/A": {"@odata.type": "#Chassis.v1_14_0.Chassis", "Name": "A",
+                                           "B": {"from": "/r/VexoFan/1", "property": "Id"}}})"),
+                                            mapping);
+    const Documents documents = host::native::documentsOf(mapping, {"", {}}, file);
+    const Json::Value root = bodyOf(documents, "/redfish/v1");
+    EXPECT_EQ(root["Name"].asString(), "N");
+    EXPECT_EQ(root["Id"].asString(), "RootService");
+    EXPECT_EQ(root["Chassis"]["@odata.id"].asString(), "/redfish/v1/Chassis");
+    EXPECT_EQ(bodyOf(documents, "/redfish/v1/Chassis")["Members"][0]["@odata.id"].asString(),
+              "/redfish/v1/Chassis/A");
+    EXPECT_TRUE(documents.at("/redfish/v1/Chassis").isResource);
+    EXPECT_FALSE(documents.at("/redfish/v1/$metadata").isResource);
+    EXPECT_THAT(documents, Not(Contains(Key("/redfish/v1/Chassis/A")))); // a worker's
+    EXPECT_THAT(documents, Contains(Key("/redfish/v1/JsonSchemas/Chassis")));
+}
+
 TEST(NativeDocuments, TravelAsTheyAre)
 {
     const Documents documents = documentsOf(std::string(R"({"VexoA": {)") + kType + "}}");
@@ -100,6 +123,7 @@ TEST(NativeDocuments, TravelAsTheyAre)
         EXPECT_EQ(got.at(uri).hash, document.hash) << uri;
         EXPECT_EQ(got.at(uri).type, document.type) << uri;
         EXPECT_EQ(got.at(uri).describedBy, document.describedBy) << uri;
+        EXPECT_EQ(got.at(uri).isResource, document.isResource) << uri;
         EXPECT_EQ(host::native::plainTextOf(got.at(uri)), host::native::plainTextOf(document));
     }
 }

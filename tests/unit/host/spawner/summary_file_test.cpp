@@ -57,6 +57,34 @@ TEST(SummaryFile, MappingWithoutCachedClassUsesNoCache)
         summaryOfText(R"({"VexoA": {"mappings": {"C_A": {"is_cached": false}}}})").usesCache);
 }
 
+TEST(SummaryFile, ComposedResourcesAreLiveWhereAPartIs)
+{
+    Json::Value mapping;
+    std::istringstream(R"({
+        "VexoFan": {"@odata.id": "/r/VexoFan", "UniqueSelector": "Id",
+                    "mappings": {"C_Fan": {"is_cached": true}}},
+        "VexoProbe": {"@odata.id": "/r/VexoProbe", "UniqueSelector": "Id",
+                      "mappings": {"C_Probe": {}}}})") >>
+        mapping;
+    host::service_file::ServiceFile file;
+    file.resources["/s/Constant"] = {};
+    file.resources["/s/Cached"].parts = {"/r/VexoFan/1"};
+    file.resources["/s/Live"].parts = {"/r/VexoFan/1", "/r/VexoProbe/1?$select=Id"};
+    file.resources["/s/Embedded"];
+    for (const char* uri : {"/s/Cached", "/s/Live", "/s/Embedded"}) {
+        file.resources[uri].isConstant = false;
+    }
+    file.actions["/s/Live/Actions/A.B"] = {};
+    MappingSummary summary = host::summaryOf(mapping);
+    host::addServiceFile(summary, file);
+    EXPECT_EQ(summary.uris.count("/s/Constant"), 0U); // the front has it as a document
+    EXPECT_EQ(summary.kindOf("/s/Cached"), UriKind::ComposedCached);
+    EXPECT_EQ(summary.kindOf("/s/Embedded"), UriKind::ComposedCached);
+    EXPECT_EQ(summary.kindOf("/s/Live"), UriKind::ComposedLive);
+    EXPECT_EQ(summary.kindOf("/s/Live/Actions/A.B"), UriKind::ComposedAction);
+    EXPECT_EQ(summary.kindOf("/r/VexoFan/1"), UriKind::CachedRead);
+}
+
 TEST(SummaryFile, HoldsMoreThanAPacketWould)
 {
     MappingSummary summary;

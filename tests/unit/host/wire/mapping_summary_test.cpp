@@ -47,6 +47,27 @@ TEST(MappingSummary, KindsOfTargets)
     }
 }
 
+TEST(MappingSummary, KindsOfTheServicesOwnResources)
+{
+    MappingSummary summary;
+    const std::pair<const char*, UriKind> own[] = {{"/r/A", UriKind::ComposedCached},
+                                                   {"/r/A/B", UriKind::ComposedLive},
+                                                   {"/r/A/Actions/A.C", UriKind::ComposedAction},
+                                                   {"/r", UriKind::Document}};
+    for (const auto& [uri, kind] : own) {
+        summary.uris[uri] = {kind};
+    }
+    MappingSummary got;
+    ASSERT_TRUE(host::decodeSummary(host::encodeSummary(summary), got));
+    for (const auto& [uri, kind] : own) {
+        EXPECT_EQ(got.kindOf(uri), kind) << uri;
+        EXPECT_EQ(got.kindOf(std::string(uri) + "/?only"), kind) << uri;
+        EXPECT_TRUE(host::isComposed(got.kindOf(uri))) << uri;
+    }
+    EXPECT_EQ(got.kindOf("/r/A/1"), UriKind::CachedRead); // they have no instances below them
+    EXPECT_FALSE(host::isComposed(UriKind::Action));
+}
+
 TEST(MappingSummary, WhatIsNotRegisteredIsACachedRead)
 {
     for (const char* target :

@@ -43,6 +43,20 @@ TEST(WorkerMessage, ReadMakesTheRoundTrip)
     }
 }
 
+TEST(WorkerMessage, RequestForAComposedResourceMakesTheRoundTripAndIsARead)
+{
+    for (const bool flag : {false, true}) {
+        host::WorkerRequest request = sent(host::ComposeRequest{{"/a?only", flag, !flag}});
+        ASSERT_TRUE(std::holds_alternative<host::ComposeRequest>(request));
+        const host::ReadRequest* const read = host::readOf(request);
+        EXPECT_EQ(read->target, "/a?only");
+        EXPECT_EQ(read->mayReadLive, flag);
+        EXPECT_EQ(read->wantsGzip, !flag);
+    }
+    host::WorkerRequest action = host::ActionRequest{"/a", "{}"};
+    EXPECT_EQ(host::readOf(action), nullptr);
+}
+
 TEST(WorkerMessage, FlagIsZeroOrOne)
 {
     const std::string frame = host::encodeRequest(host::ReadRequest{"/a", true});
