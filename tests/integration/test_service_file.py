@@ -6,6 +6,7 @@ Environment: as in cimgate_host.py and sample_system.py.
 """
 
 import json
+import re
 import unittest
 
 import cimgate_host
@@ -112,9 +113,8 @@ class Sample(cimgate_host.SharedServiceTest):
     def test_composed_resources_keep_to_the_protocol(self):
         for uri in (SYSTEM, SAMPLE_CHASSIS, MANAGER, f"{ROOT}/Systems"):
             answer = self.service.get(uri)
-            self.assertIn("GET, HEAD", answer.get("Allow"))
-            self.assertEqual((answer.get("OData-Version"), answer.get("Cache-Control"), answer.get("Content-Type")),
-                             ("4.0", "no-cache", "application/json;charset=utf-8"))
+            self.assertEqual((answer.get("Allow"), answer.get("OData-Version"), answer.get("Cache-Control"),
+                              answer.get("Content-Type")), ("GET, HEAD, OPTIONS", "4.0", "no-cache", "application/json;charset=utf-8"))
             name = answer.json()["@odata.type"][1:].rpartition(".")[0]
             self.assertEqual(answer.get("Link"), f"<http://redfish.dmtf.org/schemas/v1/{name}.json>; rel=describedby")
             self.assertRegex(answer.get("ETag"), '^"[0-9a-f]+"$')
@@ -327,6 +327,30 @@ class Faults(cimgate_host.ServiceTest):
                            str(service.directory / "none.db"), "--service", str(service.service_path))
         self.assertIn(f"{service.service_path}: sound\n", done.stdout)
         service.discard()
+
+
+class Document(unittest.TestCase):
+    """docs/service-file.md says what holds."""
+
+    TEXT = (SAMPLE_DIR.parent / "docs" / "service-file.md").read_text(encoding="utf-8")
+
+    def test_its_examples_are_sound(self):
+        examples = re.findall(r"^```json\n(.*?)^```$", self.TEXT, re.MULTILINE | re.DOTALL)
+        self.assertGreater(len(examples), 4)
+        for example in examples:
+            service = ComposedService(example)
+            done = run_program(*service.command[:1], "--check", "--rmf", str(SAMPLE_DIR / "resourcemapping.json"), "--cache",
+                               str(service.directory / "none.db"), "--service", str(service.service_path))
+            self.assertIn(f"{service.service_path}: sound\n", done.stdout, example)
+            service.discard()
+
+    def test_it_has_every_word(self):
+        folder = SAMPLE_DIR.parent / "host" / "service_file"
+        declared = "".join((folder / name).read_text(encoding="utf-8") for name in ("source.h", "service_file.h"))
+        words = set(re.findall(r'constexpr const char\* k\w+ = "([^"]+)"', declared))
+        self.assertGreater(len(words), 12)
+        explained = set(re.findall(r'^\| .*?\|', self.TEXT, re.MULTILINE))
+        self.assertEqual({word for word in words if not any(f'"{word}"' in cell or f"`{word}`" in cell for cell in explained)}, set())
 
 
 if __name__ == "__main__":
