@@ -10,6 +10,7 @@
 
 #include <JsonAccess.h>
 #include <ResourceMapper.h>
+#include <ResourceMapper/mapping/Entry.h>
 
 #include <utility>
 
@@ -17,8 +18,7 @@ namespace host::compose {
 
 namespace {
 
-constexpr const char* kId = "@odata.id";
-constexpr const char* kMembers = "Members";
+using service_file::kMembers;
 
 std::string pathOf(const std::string& target)
 {
@@ -37,7 +37,7 @@ Outcome onlyMember(Json::Value body, Expansion& expansion)
     if (body[kMembers].size() != 1) {
         return body;
     }
-    const std::string member = cimgate::textOf(body[kMembers][0], kId);
+    const std::string member = cimgate::textOf(body[kMembers][0], cimgate::mapping::kOdataId);
     std::optional<Json::Value> found = expansion.bodyAt(service_file::servedUri(member));
     return found ? Outcome(std::move(*found)) : errorResponseOfCode(RM_INVALID_URI, member);
 }

@@ -16,7 +16,7 @@ namespace {
 
 using service_file::Source;
 
-constexpr const char* kMembers = "Members";
+using service_file::kMembers;
 constexpr const char* kCount = "Members@odata.count";
 constexpr const char* kNextLink = "Members@odata.nextLink";
 constexpr const char* kStatus = "Status";

@@ -2,7 +2,7 @@
 
 #include "host_limits.h"
 
-#include <JsonAccess.h>
+#include <ResourceMapper/mapping/Entry.h>
 
 #include <algorithm>
 #include <numeric>
@@ -12,16 +12,16 @@ namespace host::compose {
 
 namespace {
 
-constexpr const char* kId = "@odata.id";
+using cimgate::mapping::kOdataId;
 constexpr const char* kLinks = "Links";
 
 // "{"@odata.id": "/redfish/v1/..."}"; nothing for any other value, and for a part of a resource.
 std::optional<std::string> targetOf(const Json::Value& value)
 {
-    if (!value.isObject() || value.size() != 1 || !value[kId].isString()) {
+    if (!value.isObject() || value.size() != 1 || !value[kOdataId].isString()) {
         return std::nullopt;
     }
-    const std::string target = service_file::servedUri(value[kId].asString());
+    const std::string target = service_file::servedUri(value[kOdataId].asString());
     const bool isResource = target.starts_with('/') && target.find('#') == std::string::npos;
     return isResource ? std::optional(target) : std::nullopt;
 }
@@ -54,7 +54,7 @@ std::optional<Json::Value> Expansion::bodyAt(const std::string& path)
 
 bool Expansion::expand(Json::Value& body, const Expand& how)
 {
-    mPath = {service_file::servedUri(cimgate::textOf(body, kId))};
+    mPath = {service_file::servedUri(cimgate::textOf(body, kOdataId))};
     mExpanded = 0;
     mValues = 0;
     return expandIn(body, how, how.levels, false);

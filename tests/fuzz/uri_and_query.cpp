@@ -2,14 +2,18 @@
 // each gets a well-formed answer.
 #include "checks.h"
 #include "sample_system.h"
+#include "service_file/service_file.h"
 #include "worker/request_handler.h"
 
+#include <JsonAccess.h>
+#include <ResourceMapper.h>
 #include <odata/odata.h>
 
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
+#include <fstream>
 #include <memory>
 #include <string>
 
@@ -46,14 +50,24 @@ bool isRefusedBefore(const odata::URI& uri)
            uri.GetSegmentCount() == 0;
 }
 
-void ask(const std::string& target, bool isPost)
+// The sample's resources of standard types.
+host::service_file::ServiceResources readOwnResources()
+{
+    odata::Scope scope = odata::Scope::New();
+    const odata::URI uri = scope.NewURI();
+    (void)ResourceMapper(nullptr, scope, uri, false).checkResource("", true); // loads the mapping
+    std::ifstream file("data/service.json");
+    Json::Value declared;
+    fuzz::require(cimgate::readJson(file, declared), "the sample's service file is read");
+    return {host::service_file::readServiceFile(declared, ResourceMapper::RmfObj), {}};
+}
+
+void ask(const host::WorkerRequest& request)
 {
     static host::CacheNotice notice;
-    static const host::service_file::ServiceResources ownResources;
+    static const host::service_file::ServiceResources ownResources = readOwnResources();
     static host::Sources sources(notice, ownResources);
-    const host::WorkerRequest request = isPost
-                                            ? host::WorkerRequest(host::ActionRequest{target, "{}"})
-                                            : host::WorkerRequest(host::ReadRequest{target});
+    const bool isPost = std::holds_alternative<host::ActionRequest>(request);
     const auto answer = host::handleRequest(request, sources);
     if (!answer) {
         return; // read from an object manager, which there is none here
@@ -79,8 +93,10 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
     const odata::URI uri = scope.NewURI();
     inspect(uri);
     if (!isRefusedBefore(uri)) {
-        ask(scope.GetRequestURL(), false);
-        ask(scope.GetRequestURL(), true);
+        const std::string url = scope.GetRequestURL();
+        ask(host::ReadRequest{url});
+        ask(host::ActionRequest{url, "{}"});
+        ask(host::ComposeRequest{{url}});
     }
     return 0;
 }
