@@ -114,6 +114,11 @@ void addCapabilities(XmlText& xml, const ResourceType& type)
 
 // ---- Properties
 
+std::string responseTypeOf(const Action& action)
+{
+    return action.name + "Response";
+}
+
 // CSDL names the members of an enumeration; other values stay texts.
 bool isEnumeration(const Property& property)
 {
@@ -160,13 +165,14 @@ void addFacts(XmlText& xml, const Property& property)
     }
 }
 
-void addProperty(XmlText& xml, const Property& property, const std::string& nameSpace)
+// prefix is as of csdlTypeOf().
+void addProperty(XmlText& xml, const Property& property, const std::string& prefix)
 {
     if (!isIdentifier(property.name)) {
         return; // CSDL has no such name
     }
     xml.begin("Property", {{"Name", property.name},
-                           {"Type", csdlTypeOf(property, nameSpace + ".")},
+                           {"Type", csdlTypeOf(property, prefix)},
                            {"Nullable", property.isNullable ? "true" : "false"}});
     addPermission(xml);
     addFacts(xml, property);
@@ -199,7 +205,7 @@ void addContent(XmlText& xml, const ResourceType& type)
 {
     const std::string nameSpace = type.name.versioned();
     for (const Property& property : type.properties) {
-        addProperty(xml, property, nameSpace);
+        addProperty(xml, property, nameSpace + ".");
     }
     if (type.hasLinks) {
         addStructure(xml, "Links", nameSpace);
@@ -253,7 +259,22 @@ void addEnumerations(XmlText& xml, const ResourceType& type)
         for (const Property& parameter : action.parameters) {
             addEnumeration(xml, parameter, action.name);
         }
+        for (const Property& output : action.outputs) {
+            addEnumeration(xml, output, responseTypeOf(action));
+        }
     }
+}
+
+void addResponse(XmlText& xml, const Action& action, const std::string& nameSpace)
+{
+    if (action.outputs.empty()) {
+        return;
+    }
+    xml.begin("ComplexType", {{"Name", responseTypeOf(action)}});
+    for (const Property& output : action.outputs) {
+        addProperty(xml, output, nameSpace + "." + responseTypeOf(action));
+    }
+    xml.end();
 }
 
 void addTypes(XmlText& xml, const ResourceType& type)
@@ -262,6 +283,9 @@ void addTypes(XmlText& xml, const ResourceType& type)
     if (!type.actions.empty()) {
         xml.begin("ComplexType", {{"Name", "Actions"}});
         xml.end();
+    }
+    for (const Action& action : type.actions) {
+        addResponse(xml, action, type.name.versioned());
     }
     addEnumerations(xml, type);
 }
@@ -286,6 +310,10 @@ void addActions(XmlText& xml, const ResourceType& type)
         xml.empty("Parameter", {{"Name", type.name.name}, {"Type", nameSpace + "Actions"}});
         for (const Property& parameter : action.parameters) {
             addParameter(xml, parameter, nameSpace + action.name);
+        }
+        if (!action.outputs.empty()) {
+            xml.empty("ReturnType",
+                      {{"Type", nameSpace + responseTypeOf(action)}, {"Nullable", "false"}});
         }
         xml.end();
     }

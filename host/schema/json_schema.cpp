@@ -246,10 +246,35 @@ void addParameters(JsonText& json, const Action& action)
     json.end();
 }
 
+std::string responseOf(const Action& action)
+{
+    return action.name + "Response";
+}
+
+// Not closed: what a method gives beside its declared outputs is shown too.
+void addResponse(JsonText& json, const Action& action)
+{
+    json.beginObject(responseOf(action));
+    json.member("type", "object");
+    json.beginObject("properties");
+    for (const Property& output : action.outputs) {
+        json.beginObject(output.name);
+        addContent(json, output);
+        json.end();
+    }
+    json.end();
+    json.end();
+}
+
 void addAction(JsonText& json, const Action& action)
 {
     beginClosedObject(json, action.name);
     addParameters(json, action);
+    if (!action.outputs.empty()) {
+        json.beginObject("actionResponse");
+        addReference(json, "#/definitions/" + responseOf(action));
+        json.end();
+    }
     json.beginObject("properties");
     addText(json, "target", "uri-reference");
     for (const Action::Member& member : action.members) {
@@ -274,6 +299,9 @@ void addActions(JsonText& json, const ResourceType& type)
     json.end();
     for (const Action& action : type.actions) {
         addAction(json, action);
+        if (!action.outputs.empty()) {
+            addResponse(json, action);
+        }
     }
 }
 

@@ -144,6 +144,14 @@ Property parameterOf(const std::string& name, const Json::Value& declared)
     return parameter;
 }
 
+Property outputOf(const std::string& name, const Json::Value& declared)
+{
+    Property output = propertyOf(name, declared, false);
+    output.name = shownText(name);
+    output.countName.clear();
+    return output;
+}
+
 void join(Property& property, const Property& other)
 {
     const bool isSameShape = property.type == other.type && property.isArray == other.isArray;

@@ -34,6 +34,9 @@ Property propertyOf(const std::string& cimName, const Json::Value& declared, boo
 // What an action takes.
 Property parameterOf(const std::string& name, const Json::Value& declared);
 
+// What an action answers, by the output's own name: no alias counts there.
+Property outputOf(const std::string& name, const Json::Value& declared);
+
 // Makes of one declaration what covers another one of the same name too.
 void join(Property& property, const Property& other);
 

@@ -4,6 +4,7 @@
 #include <ResourceMapper/mapping/Links.h>
 
 #include <algorithm>
+#include <iterator>
 #include <map>
 #include <utility>
 
@@ -45,6 +46,15 @@ const char* jsonTypeOf(const Json::Value& value)
     }
 }
 
+// An action's own message is told as an extended one, and a job by "Location".
+bool isInBody(const std::string& output, const Json::Value& declared)
+{
+    constexpr const char* kMessage[] = {"MessageID", "Message", "MessageArguments", "MessageArgs",
+                                        "MsgArgs"};
+    return !cimgate::flagOf(declared, mapping::kIsRefType) &&
+           std::find(std::begin(kMessage), std::end(kMessage), output) == std::end(kMessage);
+}
+
 // The method of "#VexoIndicatorService.SetIndicator" is what follows the first dot.
 std::string methodOf(const std::string& key)
 {
@@ -67,6 +77,13 @@ Action actionOf(const std::string& key, const Json::Value& declared, const Json:
         cimgate::memberOf(cimgate::memberOf(methods, action.name), mapping::kInputs));
     for (auto input = inputs.begin(); input != inputs.end(); ++input) {
         action.parameters.push_back(parameterOf(input.name(), *input));
+    }
+    const Json::Value& outputs = cimgate::objectOf(
+        cimgate::memberOf(cimgate::memberOf(methods, action.name), mapping::kOutputs));
+    for (auto output = outputs.begin(); output != outputs.end(); ++output) {
+        if (isInBody(output.name(), *output)) {
+            action.outputs.push_back(outputOf(output.name(), *output));
+        }
     }
     return action;
 }

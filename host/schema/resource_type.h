@@ -56,6 +56,7 @@ struct Action
     std::string key;  // "#VexoDiagnosticService.RunDiagnostics"
     std::vector<Member> members;
     std::vector<Property> parameters;
+    std::vector<Property> outputs; // without what is told as a message, or by "Location"
 };
 
 struct ResourceType

@@ -28,7 +28,10 @@ const char* const kMapping = R"({
                                 "Mode@Redfish.AllowableValues": ["Fast"]}},
       "methods": {"Go": {"inputs": {
         "Mode": {"redfish_type": "Edm.String", "isrequired": true, "value_mapping": {"1": "Fast"}},
-        "At": {"redfish_type": "Edm.DateTimeOffset"}}}}}}},
+        "At": {"redfish_type": "Edm.DateTimeOffset"}},
+        "outputs": {"MessageID": {"cim_type": "string"}, "Job": {"is_ref_type": true},
+                    "Speed": {"cim_type": "uint16", "value_mapping": {"1": "Low"}, "alias": "X"},
+                    "Times": {"cim_type": "uint32", "is_arraytype": true}}}}}}},
   "VexoAs": {"@odata.type": "#VexoAs.VexoAs", "@odata.id": "/r/VexoAs", "is_collection": true,
     "supports_nextlink": true, "mappings": {"VexoA": {}}}})";
 
@@ -215,6 +218,26 @@ TEST_F(SchemaDocuments, MetadataRefersToVendorsAndToStandardSchemas)
               "http://redfish.dmtf.org/schemas/v1/Job_v1.xml");
     EXPECT_EQ(in(xml, "//edmx:DataServices/Schema[1]/EntityContainer", "Extends"),
               "ServiceRoot.v1_5_0.ServiceContainer");
+}
+
+TEST_F(SchemaDocuments, JsonSchemaTellsWhatActionsAnswer)
+{
+    const Json::Value& definitions = mSchema["definitions"];
+    EXPECT_EQ(definitions["Go"]["actionResponse"]["$ref"], "#/definitions/GoResponse");
+    EXPECT_THAT(definitions["GoResponse"], IsJson(R"({"type": "object", "properties": {
+                    "Speed": {"type": ["string", "null"], "enum": ["Low", null]},
+                    "Times": {"type": "array", "items": {"type": ["integer", "null"], "minimum": 0}}}})"));
+}
+
+TEST_F(SchemaDocuments, CsdlTellsWhatActionsAnswer)
+{
+    EXPECT_EQ(inCsdl("//Action[@Name='Go']/ReturnType", "Type"), "VexoA.v1_0_0.GoResponse");
+    const std::string response =
+        "//Schema[@Namespace='VexoA.v1_0_0']/ComplexType[@Name='GoResponse']/Property";
+    EXPECT_EQ(inCsdl(response + "[@Name='Speed']", "Type"), "VexoA.v1_0_0.GoResponseSpeed");
+    EXPECT_EQ(inCsdl(response + "[@Name='Times']", "Type"), "Collection(Edm.Int64)");
+    EXPECT_EQ(inCsdl("//EnumType[@Name='GoResponseSpeed']/Member", "Name"), "Low");
+    EXPECT_EQ(inCsdl(response + "[@Name='Job']", "Name"), "");
 }
 
 } // namespace
