@@ -64,15 +64,18 @@ private:
     void makeQueue();
     void workersReady();
     void listen();
+    void awaitSchemas();
+    void schemasHaveCome();
     void compressResources();
     void damaged();
     void fail(const std::string& cause);
 
     const Options& mOptions;
-    int mChecked; // see Spawner
+    Spawner& mSpawned;
     asio::io_context mContext{1};
     asio::signal_set mSignals;
     asio::posix::stream_descriptor mAsked; // a signal asks for the counters
+    asio::posix::stream_descriptor mSchemas;
     asio::steady_timer mStopTimer;
     asio::steady_timer mRepeatsTimer;
     RequestLog mRequestLog;
@@ -82,6 +85,8 @@ private:
     httpd::Server mServer;
     std::unique_ptr<QueueFrontEnd> mQueue; // null without an endpoint
     int mExitStatus = EXIT_SUCCESS;
+    bool mHasSchemas = false;
+    bool mIsListening = false;
     bool mIsStopping = false;
     bool mIsDone = false;
     bool mIsDamaged = false; // a std::bad_alloc has left something undone
@@ -90,9 +95,10 @@ private:
 
 Front::Front(const Options& options, Spawner& spawner, const httpd::Limits& limits)
     : mOptions(options),
-      mChecked(spawner.checked.get()),
+      mSpawned(spawner),
       mSignals(mContext, SIGTERM, SIGINT, SIGHUP),
       mAsked(mContext, signalDescriptor(SIGUSR1)),
+      mSchemas(mContext, spawner.schemas.get()),
       mStopTimer(mContext),
       mRepeatsTimer(mContext),
       mSpawner(mContext, spawner.control.get(), [this](const std::string& cause) { fail(cause); }),
@@ -136,8 +142,10 @@ int Front::run()
     awaitSignal();
     awaitRepeats();
     awaitAsked();
+    awaitSchemas();
     mPool.start();
     serve();
+    (void)mSchemas.release(); // it is the spawner's
     mSpawner.stop();
     mServer.stop();
     if (mQueue != nullptr) {
@@ -179,6 +187,7 @@ void Front::recover()
     }
     awaitRepeats();
     awaitAsked();
+    awaitSchemas();
     log(Severity::Error, "was out of memory: what needed it has been given up");
     mIsDamaged = false;
 }
@@ -287,7 +296,7 @@ void Front::listen()
     if (mIsStopping) {
         return;
     }
-    check::awaitCheck(mChecked);
+    check::awaitCheck(mSpawned.checked.get());
     mResponder.open();
     std::string problem;
     if (!mServer.listen(mOptions.address, mOptions.port, problem)) {
@@ -307,7 +316,40 @@ void Front::listen()
     (void)std::printf("cimgated: listening on %s\n",
                       httpd::urlOf(mOptions.address, mServer.port()).c_str());
     (void)std::fflush(stdout);
-    compressResources();
+    mIsListening = true;
+    if (mHasSchemas) {
+        compressResources();
+    }
+}
+
+// Again where memory was short when they came: then they have not, and are told as missing.
+void Front::awaitSchemas()
+{
+    if (mHasSchemas) {
+        return;
+    }
+    boost::system::error_code ignored;
+    mSchemas.cancel(ignored); // one wait at a time
+    mSchemas.async_wait(asio::posix::stream_descriptor::wait_read,
+                        [this](boost::system::error_code error) {
+                            if (!error) {
+                                schemasHaveCome();
+                            }
+                        });
+}
+
+void Front::schemasHaveCome()
+{
+    std::optional<native::Documents> schemas = receiveSchemas(mSpawned);
+    if (!schemas) {
+        log(Severity::Error, "the schemas of the mapping file could not be made: requests for them "
+                             "are answered 404");
+    }
+    mResponder.addSchemas(std::move(schemas).value_or(native::Documents()));
+    mHasSchemas = true;
+    if (mIsListening) {
+        compressResources();
+    }
 }
 
 // One after the other, requests between them.

@@ -5,6 +5,7 @@
 #include "front/content_coding.h"
 #include "front/protocol.h"
 #include "front/refusals.h"
+#include "native/tree.h"
 #include "resource_headers.h"
 
 #include <ResourceMapper.h>
@@ -88,8 +89,21 @@ NativeResources::NativeResources(native::Documents documents)
       mCompressor(std::make_unique<Compressor>())
 {}
 
+bool NativeResources::isAwaited(std::string_view target) const
+{
+    return !mHasSchemas && native::isSchemaUri(target) && find(target) == nullptr;
+}
+
+void NativeResources::addSchemas(native::Documents schemas)
+{
+    mDocuments.merge(schemas);
+    mNext = mDocuments.begin();
+    mHasSchemas = true;
+}
+
 bool NativeResources::compressNext()
 {
+
     mNext = std::find_if(mNext, mDocuments.end(), [](const auto& document) {
         return native::isWorthCompressing(document.second);
     });

@@ -17,10 +17,17 @@ namespace host {
 class NativeResources
 {
 public:
+    // documents are all but the vendor's schemas, which come later.
     explicit NativeResources(native::Documents documents);
 
-    // Compresses the next document that is worth it; false where none is left. All of them together
-    // take longer than the start should, each by itself less than a request.
+    // Whether a target may be one of the schemas that have not come yet.
+    bool isAwaited(std::string_view target) const;
+
+    // The schemas have come, or will not: nothing then.
+    void addSchemas(native::Documents schemas);
+
+    // Compresses the next document that is worth it, once all have come; false where none is left.
+    // All of them together take longer than the start should, each by itself less than a request.
     bool compressNext();
 
     // The answer to a request for one of them, whatever it is; nothing where it is for another
@@ -32,6 +39,7 @@ private:
     const native::Document* find(std::string_view target) const;
 
     native::Documents mDocuments;
+    bool mHasSchemas = false;
     native::Documents::iterator mNext; // to be compressed
     std::unique_ptr<Compressor> mCompressor;
 };

@@ -111,6 +111,10 @@ void Responder::open()
 void Responder::handle(httpd::Request request, httpd::Reply reply)
 {
     Arrived arrived{std::move(request), std::move(reply)};
+    if (mNative.isAwaited(arrived.request.target)) {
+        mAwaiting.push_back(std::move(arrived));
+        return;
+    }
     if (!mayBeKept(arrived.request) || !isAskedByOthersToo(arrived.request.client.get())) {
         Question question;
         answer(arrived, question);
@@ -120,6 +124,14 @@ void Responder::handle(httpd::Request request, httpd::Reply reply)
         boost::asio::post(mContext, [this] { answerArrived(); });
     }
     mArrived.push_back(std::move(arrived));
+}
+
+void Responder::addSchemas(native::Documents schemas)
+{
+    mNative.addSchemas(std::move(schemas));
+    for (Arrived& arrived : std::exchange(mAwaiting, {})) {
+        handle(std::move(arrived.request), std::move(arrived.reply));
+    }
 }
 
 // Whether a question about the data cache may serve others: who has asked last too, and nobody

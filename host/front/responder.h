@@ -46,6 +46,9 @@ public:
     // Opens what it will have open, before clients use up the descriptors.
     void open();
 
+    // The vendor's schemas have come: who has asked for one is answered.
+    void addSchemas(native::Documents schemas);
+
     // One step of the work that is left for when clients can be served; false when nothing is left.
     bool compressNext() { return mNative.compressNext(); }
 
@@ -102,6 +105,7 @@ private:
     KeptAnswers mKeptAnswers;
     std::string mKeyRoom;                       // of the request that is being answered
     const httpd::Client* mLastClient = nullptr; // only to be compared
+    std::vector<Arrived> mAwaiting; // schemas that have not come yet
     std::vector<Arrived> mArrived;              // what answerArrived() is about to answer
     std::vector<Arrived> mAnswering;            // what it is answering
 };

@@ -49,6 +49,15 @@ std::string oneLine(const Json::Value& body)
     return text;
 }
 
+// The mapping wins.
+void addDocument(Documents& documents, const service_file::MappedUris& mapped,
+                 const std::string& uri, Document document)
+{
+    if (!mapped.contains(uri)) {
+        documents[uri] = std::move(document);
+    }
+}
+
 class Tree
 {
 public:
@@ -70,8 +79,6 @@ private:
     void addServiceDocument();
     void addRegistries();
     void addRegistry(const RegistryFile& file, const std::string& uri);
-    void addNameSpaces(const std::vector<ResourceType>& types);
-    void addNameSpace(const std::vector<const ResourceType*>& versions);
     void addSchemaFiles();
     void addSchemaFile(const TypeName& type, const std::string& uri);
     void addMetadata();
@@ -95,16 +102,17 @@ Tree::Tree(const Json::Value& mapping, const Service& service,
     addRoot();
     addServiceDocument();
     addRegistries();
-    addNameSpaces(schema::resourceTypesOf(mapping));
+    for (TypeName& type : schema::typeNamesOf(mapping)) {
+        mTypes.push_back(std::move(type));
+    }
     addSchemaFiles();
     addMetadata();
 }
 
 void Tree::add(const std::string& uri, MediaType type, std::string text, std::string describedBy)
 {
-    if (!mMapped.contains(uri)) {
-        mDocuments[uri] = makeDocument(type, std::move(text), std::move(describedBy));
-    }
+    addDocument(mDocuments, mMapped, uri,
+                makeDocument(type, std::move(text), std::move(describedBy)));
 }
 
 void Tree::addResource(const std::string& uri, const TypeName& type, JsonText& json)
@@ -263,35 +271,6 @@ void Tree::addRegistry(const RegistryFile& file, const std::string& uri)
     }
 }
 
-void Tree::addNameSpaces(const std::vector<ResourceType>& types)
-{
-    std::map<std::string, std::vector<const ResourceType*>> versions;
-    for (const ResourceType& type : types) {
-        mTypes.push_back(type.name);
-        if (type.name.isVendors()) {
-            versions[type.name.nameSpace].push_back(&type);
-        }
-    }
-    for (const auto& [nameSpace, all] : versions) {
-        addNameSpace(all);
-    }
-}
-
-void Tree::addNameSpace(const std::vector<const ResourceType*>& versions)
-{
-    const TypeName& first = versions.front()->name;
-    add(schema::csdlUriOf(first), MediaType::Xml, schema::csdlOf(versions));
-    std::vector<TypeName> names;
-    for (const ResourceType* type : versions) {
-        names.push_back(type->name);
-        add(schema::jsonSchemaUriOf(type->name), MediaType::Json, schema::jsonSchemaOf(*type));
-    }
-    if (!first.version.empty()) {
-        add(schema::unversionedSchemaUriOf(first), MediaType::Json,
-            schema::unversionedSchemaOf(names));
-    }
-}
-
 void Tree::addSchemaFiles()
 {
     std::map<std::string, TypeName> files; // by URI
@@ -328,12 +307,54 @@ void Tree::addMetadata()
     add(kMetadata, MediaType::Xml, schema::metadataOf(mTypes));
 }
 
+// The schemas of one name space, in all its versions.
+void addSchemas(Documents& documents, const service_file::MappedUris& mapped,
+                const std::vector<const ResourceType*>& versions)
+{
+    const auto add = [&](const std::string& uri, MediaType type, std::string text) {
+        addDocument(documents, mapped, uri, makeDocument(type, std::move(text)));
+    };
+    const TypeName& first = versions.front()->name;
+    add(schema::csdlUriOf(first), MediaType::Xml, schema::csdlOf(versions));
+    std::vector<TypeName> names;
+    for (const ResourceType* type : versions) {
+        names.push_back(type->name);
+        add(schema::jsonSchemaUriOf(type->name), MediaType::Json, schema::jsonSchemaOf(*type));
+    }
+    if (!first.version.empty()) {
+        add(schema::unversionedSchemaUriOf(first), MediaType::Json,
+            schema::unversionedSchemaOf(names));
+    }
+}
+
 } // namespace
 
 Documents documentsOf(const Json::Value& mapping, const Service& service,
                       const service_file::ServiceFile& file)
 {
     return Tree(mapping, service, file).take();
+}
+
+Documents schemasOf(const Json::Value& mapping)
+{
+    const std::vector<ResourceType> types = schema::resourceTypesOf(mapping);
+    std::map<std::string, std::vector<const ResourceType*>> versions;
+    for (const ResourceType& type : types) {
+        if (type.name.isVendors()) {
+            versions[type.name.nameSpace].push_back(&type);
+        }
+    }
+    const service_file::MappedUris mapped(mapping);
+    Documents documents;
+    for (const auto& [nameSpace, all] : versions) {
+        addSchemas(documents, mapped, all);
+    }
+    return documents;
+}
+
+bool isSchemaUri(std::string_view uri)
+{
+    return uri.starts_with(std::string_view(kSchemas)) || uri.starts_with(schema::kCsdlUri);
 }
 
 } // namespace host::native

@@ -5,7 +5,6 @@ namespace host::schema {
 namespace {
 
 constexpr const char* kStandardUri = "http://redfish.dmtf.org/schemas/v1/";
-constexpr const char* kCsdlUri = "/redfish/v1/Schemas/";
 
 std::string jsonSchemaBaseOf(const TypeName& type)
 {

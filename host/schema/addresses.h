@@ -9,6 +9,7 @@
 namespace host::schema {
 
 inline constexpr const char* kJsonSchemasUri = "/redfish/v1/JsonSchemas";
+inline constexpr const char* kCsdlUri = "/redfish/v1/Schemas/";
 
 // The CSDL file of a namespace, all its versions in it.
 std::string csdlUriOf(const TypeName& type);

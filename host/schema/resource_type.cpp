@@ -230,6 +230,22 @@ ResourceType resourceTypeOf(const Json::Value& file, const Json::Value& entry)
     return type;
 }
 
+std::vector<TypeName> typeNamesOf(const Json::Value& file)
+{
+    std::map<std::string, TypeName> found; // as below
+    for (const Json::Value& entry : cimgate::objectOf(file)) {
+        if (std::optional<TypeName> name = typeNameOf(cimgate::textOf(entry, kOdataType))) {
+            found.try_emplace(name->versioned(), std::move(*name));
+        }
+    }
+    std::vector<TypeName> names;
+    names.reserve(found.size());
+    for (auto& [nameSpace, name] : found) {
+        names.push_back(std::move(name));
+    }
+    return names;
+}
+
 std::vector<ResourceType> resourceTypesOf(const Json::Value& file)
 {
     std::map<std::string, ResourceType> found; // by name space: each has one type

@@ -112,6 +112,18 @@ ControlMessage summarize(const service_file::ServiceFile& file)
     return outcome;
 }
 
+ControlMessage madeOf(const native::Documents& documents)
+{
+    ControlMessage made;
+    made.kind = ControlKind::Made;
+    made.descriptor = writeMemoryFile("resources", native::encodeDocuments(documents));
+    if (!made.descriptor.isOpen()) {
+        made.kind = ControlKind::Failed;
+        made.text = "cannot pass on the service's own resources: " + service::errnoText();
+    }
+    return made;
+}
+
 // The service's own resources, which the mapping is part of.
 ControlMessage makeResources(const native::Service& service,
                              service_file::ServiceResources& resources)
@@ -124,14 +136,7 @@ ControlMessage makeResources(const native::Service& service,
             resources.constants.emplace(uri, document.body);
         }
     }
-    ControlMessage made;
-    made.kind = ControlKind::Made;
-    made.descriptor = writeMemoryFile("resources", native::encodeDocuments(documents));
-    if (!made.descriptor.isOpen()) {
-        made.kind = ControlKind::Failed;
-        made.text = "cannot pass on the service's own resources: " + service::errnoText();
-    }
-    return made;
+    return madeOf(documents);
 }
 
 struct Child
@@ -170,14 +175,26 @@ void logEnd(const Child& child, int status)
     runWorker(std::move(socket), note, cacheNotice, resources, isVerbatim);
 }
 
+// In a process that was forked for it: the vendor's schemas, which go to the front.
+[[noreturn]] void makeSchemas(int socket)
+{
+    const LibraryIsQuiet quiet;
+    (void)!nice(kCheckNiceness); // whoever wants one of them can wait, the start cannot
+    const bool isSent = sendControl(socket, madeOf(native::schemasOf(ResourceMapper::RmfObj)));
+    _exit(isSent ? EXIT_SUCCESS : EXIT_FAILURE);
+}
+
 // The spawner's side of the control socket, and the processes it has to answer for.
 class SpawnerProcess
 {
 public:
-    // checking is the other end of Spawner::checked.
+    // checking and schemas are the other ends of those of Spawner.
     SpawnerProcess(service::FileDescriptor control, service::FileDescriptor checking,
-                   bool isVerbatim)
-        : mControl(std::move(control)), mChecking(std::move(checking)), mIsVerbatim(isVerbatim)
+                   service::FileDescriptor schemas, bool isVerbatim)
+        : mControl(std::move(control)),
+          mChecking(std::move(checking)),
+          mSchemas(std::move(schemas)),
+          mIsVerbatim(isVerbatim)
     {}
 
     // problem is why it cannot; "" for none.
@@ -186,6 +203,7 @@ public:
 private:
     ControlMessage load(const std::string& problem, const std::string& servicePath);
     void startCheck(const std::string& servicePath, const Json::Value& file);
+    void startSchemas();
     void serve();
     void childrenEnded();
     void spawn(const ControlMessage& request);
@@ -196,6 +214,7 @@ private:
 
     service::FileDescriptor mControl;
     service::FileDescriptor mChecking; // until the check has been reaped
+    service::FileDescriptor mSchemas;  // until their maker has been forked
     bool mIsVerbatim;
     pid_t mCheck = -1;
     service::FileDescriptor mChildSignals;
@@ -234,7 +253,8 @@ ControlMessage SpawnerProcess::load(const std::string& problem, const std::strin
     }
     if (outcome.text.empty()) {
         startCheck(servicePath, file); // it shares what was loaded
-        const LibraryIsQuiet quiet;    // the check tells
+        startSchemas();
+        const LibraryIsQuiet quiet; // the check tells
         mResources.file = service_file::readServiceFile(file, ResourceMapper::RmfObj);
         outcome = summarize(mResources.file);
     }
@@ -248,6 +268,7 @@ void SpawnerProcess::startCheck(const std::string& servicePath, const Json::Valu
     note->write("mapping file and data cache");
     mCheck = forkChild();
     if (mCheck == 0) {
+        mSchemas.reset();
         check::runAtStart(mChecking.get(), servicePath, file);
     }
     if (mCheck > 0) {
@@ -255,6 +276,22 @@ void SpawnerProcess::startCheck(const std::string& servicePath, const Json::Valu
     } else {
         mChecking.reset();
     }
+}
+
+// Beside the start, which would take twice as long with it.
+void SpawnerProcess::startSchemas()
+{
+    auto note = std::make_unique<WorkNote>();
+    note->write("schemas of the mapping file");
+    const pid_t pid = forkChild();
+    if (pid == 0) {
+        mChecking.reset();
+        makeSchemas(mSchemas.get());
+    }
+    if (pid > 0) {
+        mChildren[++mLastId] = {pid, "maker of schemas ", std::move(note)};
+    }
+    mSchemas.reset();
 }
 
 void SpawnerProcess::serve()
@@ -439,7 +476,9 @@ bool startSpawner(Spawner& spawner, std::string& problem, const std::optional<Us
 {
     int ends[2] = {-1, -1};
     int checkEnds[2] = {-1, -1};
+    int schemaEnds[2] = {-1, -1};
     if (socketpair(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0, ends) != 0 ||
+        socketpair(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0, schemaEnds) != 0 ||
         pipe2(checkEnds, O_CLOEXEC) != 0) {
         problem = "cannot make a socket pair or a pipe: " + service::errnoText();
         return false;
@@ -448,6 +487,8 @@ bool startSpawner(Spawner& spawner, std::string& problem, const std::optional<Us
     service::FileDescriptor control(ends[1]);
     service::FileDescriptor checked(checkEnds[0]);
     service::FileDescriptor checking(checkEnds[1]);
+    service::FileDescriptor schemas(schemaEnds[0]);
+    service::FileDescriptor schemaMaker(schemaEnds[1]);
     const pid_t parent = getpid();
     spawner.pid = fork();
     if (spawner.pid < 0) {
@@ -457,19 +498,36 @@ bool startSpawner(Spawner& spawner, std::string& problem, const std::optional<Us
     if (spawner.pid == 0) {
         front.reset();
         checked.reset();
+        schemas.reset();
         (void)giveUpRights(user,
                            problem); // first: a process that becomes another user's is not watched
         (void)prctl(PR_SET_PDEATHSIG, SIGKILL);
         if (getppid() != parent) {
             _exit(EXIT_FAILURE); // the front ended before it could be watched
         }
-        SpawnerProcess(std::move(control), std::move(checking), isVerbatim).run(problem, service);
+        SpawnerProcess(std::move(control), std::move(checking), std::move(schemaMaker), isVerbatim)
+            .run(problem, service);
     }
     control.reset();
     checking.reset();
+    schemaMaker.reset();
     spawner.control = std::move(front);
     spawner.checked = std::move(checked);
+    spawner.schemas = std::move(schemas);
     return learnMapping(spawner, problem) && learnResources(spawner, problem);
+}
+
+std::optional<native::Documents> receiveSchemas(const Spawner& spawner)
+{
+    ControlMessage message;
+    if (receiveControl(spawner.schemas.get(), message) != Received::Message ||
+        message.kind != ControlKind::Made) {
+        return std::nullopt;
+    }
+    native::Documents documents;
+    const std::optional<std::string> text = readMemoryFile(message.descriptor);
+    return text && native::decodeDocuments(*text, documents) ? std::optional(std::move(documents))
+                                                             : std::nullopt;
 }
 
 void awaitSpawner(Spawner& spawner)

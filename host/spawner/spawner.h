@@ -21,8 +21,9 @@ struct Spawner
     pid_t pid = 0;
     service::FileDescriptor control; // see control.h
     service::FileDescriptor checked; // of the check of mapping and cache, see awaitCheck()
+    service::FileDescriptor schemas; // where they come from once, see receiveSchemas()
     MappingSummary mapping;
-    native::Documents documents; // the service's own resources
+    native::Documents documents; // the service's own resources, but for the vendor's schemas
 };
 
 // Forks the spawner and waits until it has loaded the mapping file (ResourceMapper::RmfPath), seen
@@ -32,6 +33,10 @@ struct Spawner
 // problem. Closing control ends the spawner and what it has forked.
 bool startSpawner(Spawner& spawner, std::string& problem, const std::optional<User>& user = {},
                   const native::Service& service = {}, bool isVerbatim = false);
+
+// Takes the vendor's schemas, which a process of the spawner makes while the service starts; once
+// spawner.schemas has something to read. Nothing where they could not be made.
+std::optional<native::Documents> receiveSchemas(const Spawner& spawner);
 
 // Waits until the spawner, and with it all that it has forked, has ended.
 void awaitSpawner(Spawner& spawner);

@@ -54,6 +54,21 @@ std::string headerOf(const std::optional<httpd::Response>& response, const char*
     return response ? std::string(httpd::findHeader(response->headers, name)) : "no answer";
 }
 
+TEST_F(NativeAnswers, SchemasAreAwaitedUntilTheyHaveCome)
+{
+    const char* const schema = "/redfish/v1/JsonSchemas/VexoA.json";
+    EXPECT_TRUE(mResources.isAwaited(schema));
+    EXPECT_TRUE(mResources.isAwaited("/redfish/v1/Schemas/VexoA_v1.xml"));
+    EXPECT_FALSE(mResources.isAwaited("/redfish/v1"));
+    EXPECT_FALSE(mResources.isAwaited("/redfish/v1/Systems/1"));
+    mResources.addSchemas(
+        {{schema, host::native::makeDocument(host::native::MediaType::Json, kLarge)}});
+    EXPECT_FALSE(mResources.isAwaited(schema));
+    EXPECT_FALSE(mResources.isAwaited("/redfish/v1/Schemas/VexoA_v1.xml"));
+    EXPECT_EQ(statusOf(schema), 200U);
+    EXPECT_EQ(statusOf("/redfish/v1"), 200U);
+}
+
 TEST_F(NativeAnswers, HaveTheHeadersOfAResource)
 {
     const auto response = ask("/redfish/v1");

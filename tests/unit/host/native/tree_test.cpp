@@ -18,13 +18,16 @@ using testing::Not;
 
 const char* const kType = R"("@odata.type": "#VexoA.v1_0_0.VexoA")";
 
+// All of them, schemas as well.
 Documents documentsOf(const std::string& mapping)
 {
-    return host::native::documentsOf(
+    Documents documents = host::native::documentsOf(
         json(mapping),
         {"",
          {{"Base.1.18", "Base messages", "Base.1.18", "en",
            "#MessageRegistry.v1_6_2.MessageRegistry", "{\"RegistryPrefix\": \"Base\"}\n"}}});
+    documents.merge(host::native::schemasOf(json(mapping)));
+    return documents;
 }
 
 Json::Value bodyOf(const Documents& documents, const std::string& uri)
@@ -52,6 +55,17 @@ TEST(NativeTree, HasRootRegistriesAndSchemas)
     EXPECT_THAT(documents, Contains(Key("/redfish/v1/$metadata")));
     EXPECT_EQ(documents.at("/redfish/v1").describedBy,
               "http://redfish.dmtf.org/schemas/v1/ServiceRoot.v1_5_0.json");
+}
+
+TEST(NativeTree, OnlySchemasAreAtTheirUris)
+{
+    for (const auto& [uri, document] :
+         host::native::schemasOf(json(std::string(R"({"VexoA": {)") + kType + "}}"))) {
+        EXPECT_TRUE(host::native::isSchemaUri(uri)) << uri;
+    }
+    for (const char* uri : {"/redfish/v1", "/redfish/v1/$metadata", "/redfish/v1/Systems"}) {
+        EXPECT_FALSE(host::native::isSchemaUri(uri)) << uri;
+    }
 }
 
 TEST(NativeTree, AnnouncesTheQueryOptionsOfItsResources)

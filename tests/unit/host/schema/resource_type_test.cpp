@@ -1,4 +1,5 @@
 // What schemas tell of a mapping: types, properties, links and actions.
+#include "check/mapping_text.h"
 #include "schema/property.h"
 #include "schema/resource_type.h"
 
@@ -274,6 +275,21 @@ TEST(MappedTypes, OfWhatIsNoMappingAreNone)
 {
     EXPECT_THAT(host::schema::resourceTypesOf(json(R"({"a": 1, "b": [], "c": {"mappings": 2}})")),
                 IsEmpty());
+}
+
+TEST(ResourceTypeNames, AloneAreThoseOfTheTypes)
+{
+    const Json::Value sample = json(host::check::readFile("data/resourcemapping.json").value());
+    for (const Json::Value& file : {sample, json(R"({"a": {"@odata.type": "#VexoX.v1_0_0.B"},
+                           "b": {"@odata.type": "#VexoX.v1_0_0.A"},
+                           "c": {"@odata.type": "#VexoX.v1_1_0.A"}, "d": {"@odata.type": "X"},
+                           "e": {"@odata.type": 3}, "f": 4})")}) {
+        std::vector<host::schema::TypeName> names;
+        for (const ResourceType& type : host::schema::resourceTypesOf(file)) {
+            names.push_back(type.name);
+        }
+        EXPECT_EQ(host::schema::typeNamesOf(file), names);
+    }
 }
 
 } // namespace

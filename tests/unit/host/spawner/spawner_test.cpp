@@ -187,6 +187,18 @@ TEST_F(SpawnerTest, CacheThatIsNoneIsToldInSqlitesWords)
 }
 
 // Each of its requests makes a worker look at the cache.
+TEST_F(SpawnerTest, SchemasComeOnceTheyAreMade)
+{
+    ASSERT_TRUE(start(R"({"VexoThing": {"@odata.type": "#VexoThing.v1_0_0.VexoThing"}})"))
+        << mProblem;
+    EXPECT_FALSE(mSpawner.documents.contains("/redfish/v1/JsonSchemas/VexoThing.json"));
+    EXPECT_TRUE(mSpawner.documents.contains("/redfish/v1/JsonSchemas/VexoThing"));
+    const auto schemas = host::receiveSchemas(mSpawner);
+    ASSERT_TRUE(schemas);
+    EXPECT_TRUE(schemas->contains("/redfish/v1/JsonSchemas/VexoThing.json"));
+    EXPECT_FALSE(host::receiveSchemas(mSpawner));
+}
+
 TEST_F(SpawnerTest, CacheThatCannotBeLookedAtIsToldOnceWhileItLasts)
 {
     const std::string directory = mDirectory.File("cache");
