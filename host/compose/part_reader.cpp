@@ -1,6 +1,9 @@
 #include "compose/part_reader.h"
 
+#include "library_quiet.h"
 #include "queue/container_id.h"
+#include "schema/resource_type.h"
+#include "service_file/service_file.h"
 #include "worker/current_request.h"
 
 #include <ResourceMapper/mapping/Entry.h>
@@ -19,6 +22,15 @@ void tellFailure(const std::string& name, const Part& part)
 {
     if (httpd::isServerFailure(part.status) && !currentRequest().hasFailed()) {
         currentRequest().fail("its part " + name + " is " + std::to_string(part.status));
+    }
+}
+
+// The message queue hands the same data out without.
+void nameType(const std::string& container, Json::Value& body)
+{
+    const LibraryIsQuiet quiet;
+    if (const auto type = schema::containerTypeOf(ResourceMapper::RmfObj, container)) {
+        body[service_file::kType] = "#" + type->qualified();
     }
 }
 
@@ -142,6 +154,7 @@ Part PartReader::readNewEmbedded(const std::string& container, const std::string
     for (auto resource = body.begin(); resource != body.end(); ++resource) {
         shape(resource.name(), *resource);
     }
+    nameType(container, body);
     return {httpd::kOk, std::move(body)};
 }
 

@@ -50,6 +50,21 @@ void beginDocument(XmlText& xml)
     xml.begin("edmx:Edmx", {{"xmlns:edmx", kEdmx}, {"Version", "4.0"}});
 }
 
+// The other resources that a type has in it.
+std::vector<TypeName> contentOf(const ResourceType& type)
+{
+    std::vector<TypeName> content;
+    if (type.members) {
+        content.push_back(*type.members);
+    }
+    for (const Embedded& embedded : type.embedded) {
+        if (embedded.type) {
+            content.push_back(*embedded.type);
+        }
+    }
+    return content;
+}
+
 void addReferences(XmlText& xml, const std::vector<const ResourceType*>& types)
 {
     addVocabulary(xml, "Org.OData.Core.V1", "OData");
@@ -59,8 +74,10 @@ void addReferences(XmlText& xml, const std::vector<const ResourceType*>& types)
     addReference(xml, kResource, {kResource.nameSpace, kResource.versioned()});
     std::set<std::string> referred;
     for (const ResourceType* type : types) {
-        if (type->members && referred.insert(type->members->nameSpace).second) {
-            addReference(xml, *type->members, {type->members->nameSpace});
+        for (const TypeName& content : contentOf(*type)) {
+            if (referred.insert(content.nameSpace).second) {
+                addReference(xml, content, {content.nameSpace});
+            }
         }
     }
 }
@@ -106,6 +123,9 @@ void addUris(XmlText& xml, const ResourceType& type)
 void addCapabilities(XmlText& xml, const ResourceType& type)
 {
     addDescription(xml, type.description);
+    if (type.isContainer) {
+        return; // no resource that could be inserted, updated or deleted
+    }
     addRestriction(xml, "Capabilities.InsertRestrictions", "Insertable");
     addRestriction(xml, "Capabilities.UpdateRestrictions", "Updatable");
     addRestriction(xml, "Capabilities.DeleteRestrictions", "Deletable");
@@ -185,6 +205,30 @@ void addStructure(XmlText& xml, const char* name, const std::string& nameSpace)
               {{"Name", name}, {"Type", nameSpace + "." + name}, {"Nullable", "false"}});
 }
 
+std::string navigationTypeOf(const std::optional<TypeName>& type)
+{
+    return type ? type->unversioned() : "Resource.Item";
+}
+
+// Other resources that stand in it as they are, and not as links.
+void addInPlace(XmlText& xml, const std::string& name, const std::string& type, bool isNullable)
+{
+    xml.begin("NavigationProperty",
+              {{"Name", name}, {"Type", type}, {"Nullable", isNullable ? "true" : "false"}});
+    addPermission(xml);
+    xml.empty("Annotation", {{"Term", "OData.AutoExpand"}});
+    xml.end();
+}
+
+void addEmbedded(XmlText& xml, const ResourceType& type)
+{
+    for (const Embedded& embedded : type.embedded) {
+        if (isIdentifier(embedded.name)) {
+            addInPlace(xml, embedded.name, navigationTypeOf(embedded.type), true);
+        }
+    }
+}
+
 void addMembers(XmlText& xml, const ResourceType& type)
 {
     if (type.hasId) {
@@ -192,13 +236,7 @@ void addMembers(XmlText& xml, const ResourceType& type)
         addPermission(xml);
         xml.end();
     }
-    const std::string members = type.members ? type.members->unversioned() : "Resource.Item";
-    xml.begin(
-        "NavigationProperty",
-        {{"Name", "Members"}, {"Type", "Collection(" + members + ")"}, {"Nullable", "false"}});
-    addPermission(xml);
-    xml.empty("Annotation", {{"Term", "OData.AutoExpand"}});
-    xml.end();
+    addInPlace(xml, "Members", "Collection(" + navigationTypeOf(type.members) + ")", false);
 }
 
 void addContent(XmlText& xml, const ResourceType& type)
@@ -216,6 +254,7 @@ void addContent(XmlText& xml, const ResourceType& type)
     if (type.isCollection) {
         addMembers(xml, type);
     }
+    addEmbedded(xml, type);
 }
 
 // ---- What a type needs beside itself
@@ -321,8 +360,16 @@ void addActions(XmlText& xml, const ResourceType& type)
 
 // ---- Name spaces
 
+const char* elementOf(const ResourceType& type)
+{
+    return type.isContainer ? "ComplexType" : "EntityType";
+}
+
 std::string baseTypeOf(const ResourceType& type)
 {
+    if (type.isContainer) {
+        return "Resource.OemObject";
+    }
     return type.isCollection ? "Resource.v1_0_0.ResourceCollection" : "Resource.v1_0_0.Resource";
 }
 
@@ -334,7 +381,7 @@ void beginSchema(XmlText& xml, const std::string& nameSpace)
 // What all versions of a type have in common: the last of them has the most.
 void addAbstractType(XmlText& xml, const ResourceType& type)
 {
-    xml.begin("EntityType",
+    xml.begin(elementOf(type),
               {{"Name", type.name.name}, {"BaseType", baseTypeOf(type)}, {"Abstract", "true"}});
     addCapabilities(xml, type);
     xml.end();
@@ -344,7 +391,7 @@ void addAbstractType(XmlText& xml, const ResourceType& type)
 void addVersion(XmlText& xml, const ResourceType& type)
 {
     beginSchema(xml, type.name.versioned());
-    xml.begin("EntityType", {{"Name", type.name.name}, {"BaseType", type.name.unversioned()}});
+    xml.begin(elementOf(type), {{"Name", type.name.name}, {"BaseType", type.name.unversioned()}});
     addContent(xml, type);
     xml.end();
     addTypes(xml, type);

@@ -113,14 +113,19 @@ void addCount(JsonText& json, const std::string& name)
     json.end();
 }
 
-void addCommonProperties(JsonText& json, const ResourceType& type)
+void addTypeName(JsonText& json, const ResourceType& type)
 {
-    addText(json, "@odata.context", "uri-reference");
-    addText(json, "@odata.id", "uri-reference");
     json.beginObject("@odata.type");
     json.member("type", "string");
     json.member("const", "#" + type.name.qualified());
     json.end();
+}
+
+void addCommonProperties(JsonText& json, const ResourceType& type)
+{
+    addText(json, "@odata.context", "uri-reference");
+    addText(json, "@odata.id", "uri-reference");
+    addTypeName(json, type);
     addText(json, "Description");
     if (type.hasId) {
         addText(json, "Id");
@@ -194,6 +199,29 @@ void addResource(JsonText& json, const ResourceType& type)
     }
     addProperties(json, type);
     json.memberList("required", {"@odata.id", "@odata.type"}); // what no $select leaves out
+    json.end();
+}
+
+// What does not apply is left out of it.
+void addContainer(JsonText& json, const ResourceType& type)
+{
+    beginClosedObject(json, type.name.name);
+    if (!type.description.empty()) {
+        json.member("description", type.description);
+    }
+    json.beginObject("properties");
+    addTypeName(json, type);
+    for (const Embedded& embedded : type.embedded) {
+        json.beginObject(embedded.name);
+        if (embedded.type) {
+            addReference(json, definitionOf(*embedded.type));
+        } else {
+            json.member("type", "object");
+        }
+        json.end();
+    }
+    json.end();
+    json.memberList("required", {"@odata.type"});
     json.end();
 }
 
@@ -328,7 +356,11 @@ std::string jsonSchemaOf(const ResourceType& type)
 {
     JsonText json;
     beginDocument(json, jsonSchemaUriOf(type.name), type.name.name);
-    addResource(json, type);
+    if (type.isContainer) {
+        addContainer(json, type);
+    } else {
+        addResource(json, type);
+    }
     if (type.hasLinks) {
         addLinks(json, type);
     }

@@ -15,6 +15,8 @@ namespace mapping = cimgate::mapping;
 namespace {
 
 constexpr const char* kOdataType = "@odata.type";
+constexpr const char* kDescription = "Description";
+constexpr const char* kVendor = "Vexo"; // makes of a name one that hasVendorWord()
 
 bool isVersion(std::string_view text)
 {
@@ -25,7 +27,7 @@ bool isVersion(std::string_view text)
 // What annotations make of every answer; a property that is shown by such a name is not seen.
 bool isCommon(const std::string& name)
 {
-    return name == "Id" || name == "Name" || name == "Description";
+    return name == "Id" || name == "Name" || name == kDescription;
 }
 
 const char* jsonTypeOf(const Json::Value& value)
@@ -154,6 +156,32 @@ ResourceType collectionOf(const Json::Value& file, const Json::Value& entry)
     return type;
 }
 
+ResourceType dataOf(const Json::Value& file, const Json::Value& container)
+{
+    ResourceType type;
+    type.isContainer = true;
+    type.description = shownText(cimgate::textOf(container, kDescription));
+    const Json::Value& instances = cimgate::memberOf(container, mapping::kInstances);
+    for (auto resource = instances.begin(); resource != instances.end(); ++resource) {
+        const Json::Value& entry = cimgate::memberOf(file, resource.name());
+        if (entry.isObject() && !shownText(resource.name()).empty()) {
+            type.embedded.push_back(
+                {resource.name(), typeNameOf(cimgate::textOf(entry, kOdataType))});
+        }
+    }
+    return type;
+}
+
+// Whether resources have types in this name space.
+bool isDeclared(const Json::Value& file, const std::string& nameSpace)
+{
+    const std::string begin = "#" + nameSpace + ".";
+    const Json::Value& entries = cimgate::objectOf(file);
+    return std::any_of(entries.begin(), entries.end(), [&begin](const Json::Value& entry) {
+        return cimgate::textOf(entry, kOdataType).starts_with(begin);
+    });
+}
+
 void addUri(ResourceType& type, const Json::Value& entry)
 {
     std::string uri = shownText(cimgate::textOf(entry, mapping::kOdataId));
@@ -161,6 +189,28 @@ void addUri(ResourceType& type, const Json::Value& entry)
         const bool hasKey =
             !type.isCollection && !cimgate::textOf(entry, mapping::kUniqueSelector).empty();
         type.uris.push_back(hasKey ? uri + "/{Id}" : std::move(uri));
+    }
+}
+
+// What tells of a type.
+struct Described
+{
+    const Json::Value& entry;
+    bool isContainer;
+};
+
+// Calls use(name, Described) for every type that entries have: some come several times.
+template <typename Use>
+void forEachType(const Json::Value& file, const Use& use)
+{
+    const Json::Value& entries = cimgate::objectOf(file);
+    for (auto entry = entries.begin(); entry != entries.end(); ++entry) {
+        if (const auto name = typeNameOf(cimgate::textOf(*entry, kOdataType))) {
+            use(*name, Described{*entry, false});
+        }
+        if (const auto name = containerTypeOf(file, entry.name())) {
+            use(*name, Described{*entry, true});
+        }
     }
 }
 
@@ -191,6 +241,7 @@ void merge(ResourceType& type, ResourceType other)
     addAll(type.properties, std::move(other.properties), join);
     addAll(type.links, std::move(other.links), keepFirst);
     addAll(type.actions, std::move(other.actions), keepFirst);
+    addAll(type.embedded, std::move(other.embedded), keepFirst);
 }
 
 } // namespace
@@ -225,19 +276,26 @@ ResourceType resourceTypeOf(const Json::Value& file, const Json::Value& entry)
     ResourceType type = cimgate::flagOf(entry, mapping::kIsCollection) ? collectionOf(file, entry)
                                                                        : resourceOf(entry);
     type.name = typeNameOf(cimgate::textOf(entry, kOdataType)).value_or(TypeName());
-    type.description = shownText(cimgate::textOf(entry, "Description"));
+    type.description = shownText(cimgate::textOf(entry, kDescription));
     addUri(type, entry);
     return type;
+}
+
+std::optional<TypeName> containerTypeOf(const Json::Value& file, const std::string& container)
+{
+    const Json::Value& entry = cimgate::memberOf(file, container);
+    const std::string name = mapping::hasVendorWord(container) ? container : kVendor + container;
+    const bool hasType = cimgate::memberOf(entry, mapping::kInstances).isObject() &&
+                         isIdentifier(name) && !isDeclared(file, name);
+    return hasType ? std::optional(TypeName{name, "v1_0_0", name}) : std::nullopt;
 }
 
 std::vector<TypeName> typeNamesOf(const Json::Value& file)
 {
     std::map<std::string, TypeName> found; // as below
-    for (const Json::Value& entry : cimgate::objectOf(file)) {
-        if (std::optional<TypeName> name = typeNameOf(cimgate::textOf(entry, kOdataType))) {
-            found.try_emplace(name->versioned(), std::move(*name));
-        }
-    }
+    forEachType(file, [&found](const TypeName& name, const Described& /*by*/) {
+        found.try_emplace(name.versioned(), name);
+    });
     std::vector<TypeName> names;
     names.reserve(found.size());
     for (auto& [nameSpace, name] : found) {
@@ -249,18 +307,17 @@ std::vector<TypeName> typeNamesOf(const Json::Value& file)
 std::vector<ResourceType> resourceTypesOf(const Json::Value& file)
 {
     std::map<std::string, ResourceType> found; // by name space: each has one type
-    for (const Json::Value& entry : cimgate::objectOf(file)) {
-        if (!typeNameOf(cimgate::textOf(entry, kOdataType))) {
-            continue;
-        }
-        ResourceType type = resourceTypeOf(file, entry);
-        const auto same = found.find(type.name.versioned());
+    forEachType(file, [&](const TypeName& name, const Described& by) {
+        ResourceType type =
+            by.isContainer ? dataOf(file, by.entry) : resourceTypeOf(file, by.entry);
+        type.name = name;
+        const auto same = found.find(name.versioned());
         if (same == found.end()) {
-            found.emplace(type.name.versioned(), std::move(type));
-        } else if (same->second.name == type.name) {
+            found.emplace(name.versioned(), std::move(type));
+        } else if (same->second.name == name) {
             merge(same->second, std::move(type));
         }
-    }
+    });
     std::vector<ResourceType> types;
     types.reserve(found.size());
     for (auto& [nameSpace, type] : found) {

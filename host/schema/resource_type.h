@@ -59,6 +59,13 @@ struct Action
     std::vector<Property> outputs; // without what is told as a message, or by "Location"
 };
 
+// A resource in what a container embeds.
+struct Embedded
+{
+    std::string name;
+    std::optional<TypeName> type;
+};
+
 struct ResourceType
 {
     TypeName name;
@@ -72,10 +79,16 @@ struct ResourceType
     bool isCollection = false;
     bool hasNextLink = false;        // of a collection
     std::optional<TypeName> members; // of a collection
+    bool isContainer = false;        // no resource, but what a container embeds: an object in "Oem"
+    std::vector<Embedded> embedded;
 };
 
 // What the answers of one entry of a mapping file can hold; without a name where it has no type.
 ResourceType resourceTypeOf(const Json::Value& file, const Json::Value& entry);
+
+// What the data that a container embeds is called, by its entry's name: containers declare no type.
+// Nothing for what is no container, and where the name is none of a type or one of a resource's.
+std::optional<TypeName> containerTypeOf(const Json::Value& file, const std::string& container);
 
 // What a mapping file describes, in the order of their names: one of each name, whichever entries
 // have it, and one in each version of a name space. Types of the standard are among them.

@@ -116,6 +116,10 @@ class Sample(Crawl):
                 self.check_targets(service, bodies, declared_actions=6)
             self.check_types(bodies)
             self.check_validity(bodies, at_least=300)
+            embedded = bodies[f"{ROOT}Chassis/System.Embedded.1"]["Oem"]["Vexo"]["DriveOfBay0"]
+            self.assertEqual(embedded["@odata.type"], "#VexoDriveOem.v1_0_0.VexoDriveOem")
+            self.assertEqual(len(embedded), 6)
+            self.check_validity({**bodies, "DriveOfBay0": embedded}, at_least=301)
             with SampleService(manager, "--service", str(SERVICE_FILE), *NOTHING_KEPT) as service:
                 self.check_same(service, answers)
 

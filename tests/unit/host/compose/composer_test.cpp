@@ -33,7 +33,8 @@ constexpr const char* kPartsMapping = R"({
                  "mappings": {"XCIM_Late": {"is_cached": true, "properties": {"Text": {"cim_type": "string"}}}}},
     "VexoLive": {"@odata.id": "/r/VexoLive", "UniqueSelector": "Key",
                  "mappings": {"XCIM_Live": {"properties": {"Text": {"cim_type": "string"}}}}},
-    "Rack": {"instances": {"VexoPart": {"KeyRegex": "", "QueryClause": ""}}}})";
+    "Rack": {"instances": {"VexoPart": {"KeyRegex": "", "QueryClause": ""}}},
+    "Rack 2": {"instances": {}}})";
 
 class ComposedAnswer : public testing::Test
 {
@@ -130,7 +131,17 @@ TEST_F(ComposedAnswer, HasTheValuesOfItsParts)
     for (const auto& [source, value] : cases) {
         EXPECT_THAT(valueOf(source), IsJson(value)) << source;
     }
-    EXPECT_EQ(valueOf(R"({"embed": "Rack", "id": "P.1"})")["VexoPart"]["Text"].asString(), "one");
+}
+
+TEST_F(ComposedAnswer, HasWhatAContainerEmbedsWithItsType)
+{
+    ASSERT_THAT(valueOf(R"({"count": "/r/VexoParts"})"), IsJson("3")); // loads the mapping
+    const Json::Value value = valueOf(R"({"embed": "Rack", "id": "P.1"})");
+    EXPECT_EQ(value["@odata.type"].asString(), "#VexoRack.v1_0_0.VexoRack");
+    EXPECT_EQ(value["VexoPart"]["Text"].asString(), "one");
+    EXPECT_THAT(valueOf(R"({"embed": "Rack", "id": "none"})"),
+                IsJson(R"({"@odata.type": "#VexoRack.v1_0_0.VexoRack"})"));
+    EXPECT_THAT(valueOf(R"({"embed": "Rack 2", "id": "none"})"), IsJson("{}")); // no type's name
 }
 
 TEST_F(ComposedAnswer, FillsSourcesHoweverDeepAndLeavesTheRest)

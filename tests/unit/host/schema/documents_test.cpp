@@ -33,7 +33,9 @@ const char* const kMapping = R"({
                     "Speed": {"cim_type": "uint16", "value_mapping": {"1": "Low"}, "alias": "X"},
                     "Times": {"cim_type": "uint32", "is_arraytype": true}}}}}}},
   "VexoAs": {"@odata.type": "#VexoAs.VexoAs", "@odata.id": "/r/VexoAs", "is_collection": true,
-    "supports_nextlink": true, "mappings": {"VexoA": {}}}})";
+    "supports_nextlink": true, "mappings": {"VexoA": {}}},
+  "Box": {"Description": "Of a bay.", "instances": {"VexoA": {}, "Plain": {}}},
+  "Plain": {}})";
 
 class SchemaDocuments : public testing::Test
 {
@@ -41,6 +43,7 @@ protected:
     const std::vector<ResourceType> mTypes = host::schema::resourceTypesOf(json(kMapping));
     const ResourceType& mResource = mTypes[0];
     const ResourceType& mCollection = mTypes[1];
+    const ResourceType& mContainer = mTypes[2];
     const Json::Value mSchema = json(host::schema::jsonSchemaOf(mResource));
 
     [[nodiscard]] const Json::Value& propertyOf(const char* name) const
@@ -238,6 +241,38 @@ TEST_F(SchemaDocuments, CsdlTellsWhatActionsAnswer)
     EXPECT_EQ(inCsdl(response + "[@Name='Times']", "Type"), "Collection(Edm.Int64)");
     EXPECT_EQ(inCsdl("//EnumType[@Name='GoResponseSpeed']/Member", "Name"), "Low");
     EXPECT_EQ(inCsdl(response + "[@Name='Job']", "Name"), "");
+}
+
+TEST_F(SchemaDocuments, JsonSchemaOfAContainerHasEachResourceThatItEmbeds)
+{
+    const Json::Value schema = json(host::schema::jsonSchemaOf(mContainer));
+    EXPECT_EQ(schema["$id"].asString(), "/redfish/v1/JsonSchemas/VexoBox.v1_0_0.json");
+    EXPECT_THAT(schema["definitions"], IsJson(R"({"VexoBox": {
+        "type": "object", "additionalProperties": false, "description": "Of a bay.",
+        "properties": {
+            "@odata.type": {"type": "string", "const": "#VexoBox.v1_0_0.VexoBox"},
+            "Plain": {"type": "object"},
+            "VexoA": {"$ref": "/redfish/v1/JsonSchemas/VexoA.v1_0_0.json#/definitions/VexoA"}},
+        "required": ["@odata.type"]}})"));
+}
+
+TEST_F(SchemaDocuments, CsdlOfAContainerIsAnObjectOfOem)
+{
+    const std::string xml = host::schema::csdlOf({&mContainer});
+    const std::string abstract = "//Schema[@Namespace='VexoBox']/ComplexType[@Name='VexoBox']";
+    EXPECT_EQ(in(xml, abstract, "BaseType"), "Resource.OemObject");
+    EXPECT_EQ(in(xml, abstract, "Abstract"), "true");
+    EXPECT_EQ(in(xml, abstract + "/Annotation", "String"), "Of a bay.");
+    const std::string type = "//Schema[@Namespace='VexoBox.v1_0_0']/ComplexType[@Name='VexoBox']";
+    EXPECT_EQ(in(xml, type, "BaseType"), "VexoBox.VexoBox");
+    const std::string embedded = type + "/NavigationProperty[@Name='VexoA']";
+    EXPECT_EQ(in(xml, embedded, "Type"), "VexoA.VexoA");
+    EXPECT_EQ(in(xml, embedded, "Nullable"), "true");
+    EXPECT_EQ(in(xml, embedded + "/Annotation[2]", "Term"), "OData.AutoExpand");
+    EXPECT_EQ(in(xml, type + "/NavigationProperty[@Name='Plain']", "Type"), "Resource.Item");
+    EXPECT_EQ(in(xml, "//edmx:Reference[edmx:Include/@Namespace='VexoA']", "Uri"),
+              "/redfish/v1/Schemas/VexoA_v1.xml");
+    EXPECT_EQ(in(xml, "//EntityType", "Name"), "");
 }
 
 } // namespace

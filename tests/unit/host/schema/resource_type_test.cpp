@@ -236,7 +236,7 @@ std::vector<ResourceType> collectionAndMember(const std::string& isCached)
             "VexoAs": {"@odata.type": "#VexoAs.VexoAs", "is_collection": true,
                        "@odata.id": "/r/VexoAs", "supports_nextlink": true,
                        "mappings": {"VexoA": {}}},
-            "Box": {"instances": {}}})"));
+            "Box": {"C": {}}})"));
 }
 
 TEST(MappedCollection, KnowsItsMembers)
@@ -269,6 +269,47 @@ TEST(MappedTypes, OfOneNameAreOne)
     EXPECT_THAT(namesOf(types.front()), ElementsAre("B", "D"));
     EXPECT_THAT(types.front().uris, ElementsAre("/r/VexoA", "/r/VexoB"));
     EXPECT_TRUE(types.front().hasLinks);
+}
+
+constexpr const char* kContainers = R"({
+    "VexoA": {"@odata.type": "#VexoA.v1_0_0.VexoA", "instances": {"VexoB": {}}},
+    "VexoB": {"@odata.type": "#VexoB.v1_0_0.VexoB"},
+    "Box": {"Description": "Of a bay.", "instances": {"VexoA": {}, "Plain": {}, "None": {}}},
+    "VexoBox": {"instances": {"VexoB": {}}},
+    "Box 2": {"instances": {}},
+    "Plain": {},
+    "NoObject": {"instances": 5}})";
+
+std::string containerTypeOf(const char* name)
+{
+    const auto type = host::schema::containerTypeOf(json(kContainers), name);
+    return type ? type->qualified() : "";
+}
+
+TEST(MappedContainer, HasATypeByItsNameWhereThatIsFree)
+{
+    EXPECT_EQ(containerTypeOf("Box"), "VexoBox.v1_0_0.VexoBox");
+    EXPECT_EQ(containerTypeOf("VexoBox"), "VexoBox.v1_0_0.VexoBox");
+    EXPECT_EQ(containerTypeOf("VexoA"), ""); // that of a resource
+    EXPECT_EQ(containerTypeOf("Box 2"), ""); // no identifier
+    EXPECT_EQ(containerTypeOf("Plain"), ""); // no container
+    EXPECT_EQ(containerTypeOf("NoObject"), "");
+}
+
+TEST(MappedContainer, HasWhatAnyOfItsNameEmbeds)
+{
+    const auto types = host::schema::resourceTypesOf(json(kContainers));
+    ASSERT_EQ(types.size(), 3U);
+    const ResourceType& box = types[2];
+    EXPECT_TRUE(box.isContainer);
+    EXPECT_EQ(box.name.qualified(), "VexoBox.v1_0_0.VexoBox");
+    EXPECT_EQ(box.description, "Of a bay.");
+    std::vector<std::string> embedded;
+    for (const host::schema::Embedded& one : box.embedded) {
+        embedded.push_back(one.name + " " + (one.type ? one.type->qualified() : ""));
+    }
+    EXPECT_THAT(embedded,
+                ElementsAre("Plain ", "VexoA VexoA.v1_0_0.VexoA", "VexoB VexoB.v1_0_0.VexoB"));
 }
 
 TEST(MappedTypes, OfWhatIsNoMappingAreNone)
