@@ -11,6 +11,8 @@
 
 #include <algorithm>
 #include <optional>
+#include <set>
+#include <utility>
 
 namespace host::check {
 
@@ -42,6 +44,9 @@ private:
     void checkSource(const Place& place);
     void checkWords(const Place& place, const Source& source);
     void checkProperty(const Place& place, const Source& source, const std::string& uri);
+    void checkValues(const Place& place, const Source& source);
+    std::optional<schema::Property> shownProperty(const std::string& uri,
+                                                  const std::string& name) const;
     void checkEmbedded(const Place& place, const Source& source);
     void checkActions(const Place& resource, const std::string& uri);
     void checkAction(const Place& place, const Json::Value& inputs);
@@ -186,6 +191,7 @@ void ServiceRules::checkSource(const Place& place)
             checkProperty(place, *source, uri);
         }
     }
+    checkValues(place, *source);
 }
 
 // What stands beside the word.
@@ -238,28 +244,62 @@ const Json::Value* ServiceRules::readEntryAt(const std::string& uri) const
     return &mapping::memberEntryOf(mMapping, mMapping[name]);
 }
 
-void ServiceRules::checkProperty(const Place& place, const Source& source, const std::string& uri)
+// The property of the mapping by which answers at a URI have what a source names; nothing where
+// they have none, or have it without one.
+std::optional<schema::Property> ServiceRules::shownProperty(const std::string& uri,
+                                                            const std::string& name) const
 {
     const Json::Value* entry = readEntryAt(uri);
+    if (entry == nullptr) {
+        return std::nullopt;
+    }
+    const std::string cimClass = mapping::classNameOf(*entry);
+    const bool isCached = mapping::sourceOf(*entry, cimClass, false) == mapping::Source::DataCache;
+    std::optional<schema::Property> found;
+    forEachMember(mapping::propertiesOf(*entry, cimClass),
+                  [&](const std::string& cimName, const Json::Value& declared) {
+                      schema::Property shown = schema::propertyOf(cimName, declared, isCached);
+                      if (shown.name == name || shown.countName == name) {
+                          found = std::move(shown);
+                      }
+                  });
+    return found;
+}
+
+void ServiceRules::checkProperty(const Place& place, const Source& source, const std::string& uri)
+{
     const std::string name = source.property.substr(0, source.property.find('/'));
     constexpr const char* kCommon[] = {"Id", "Name", "Description", "Links", "Actions"};
     const bool isCommon = name.starts_with('@') || std::find(std::begin(kCommon), std::end(kCommon),
                                                              name) != std::end(kCommon);
-    if (entry == nullptr || isCommon) {
-        return;
-    }
-    const std::string cimClass = mapping::classNameOf(*entry);
-    const bool isCached = mapping::sourceOf(*entry, cimClass, false) == mapping::Source::DataCache;
-    bool isShown = false;
-    forEachMember(mapping::propertiesOf(*entry, cimClass), [&](const std::string& cimName,
-                                                               const Json::Value& declared) {
-        const schema::Property shown = schema::propertyOf(cimName, declared, isCached);
-        isShown = isShown || shown.name == name || shown.countName == name;
-    });
-    if (!isShown) {
+    if (!isCommon && readEntryAt(uri) != nullptr && !shownProperty(uri, name)) {
         mInspection.add(place, {"answers of " + quoted(uri) + " have no property " + quoted(name),
                                 kNull, "name a property as the mapping shows it, by its alias"});
     }
+}
+
+// Where all that a source reads has a value map, "values" can only name what stands there.
+void ServiceRules::checkValues(const Place& place, const Source& source)
+{
+    std::set<std::string> known;
+    for (const std::string& uri : source.uris) {
+        const std::optional<schema::Property> property = shownProperty(uri, source.property);
+        if (!property || property->values.empty()) {
+            return;
+        }
+        known.insert(property->values.begin(), property->values.end());
+    }
+    if (source.values == nullptr) {
+        return;
+    }
+    forEachMember(*source.values, [&](const std::string& value, const Json::Value& shown) {
+        if (!known.contains(value)) {
+            mInspection.add(place.at(shown),
+                            {quoted(value) + " is in no value map of " + quoted(source.property),
+                             "nothing ever becomes what stands here",
+                             "name a text that the mapping shows"});
+        }
+    });
 }
 
 void ServiceRules::checkEmbedded(const Place& place, const Source& source)

@@ -127,9 +127,11 @@ Part PartReader::readResolved(ResourceMapper& mapper, const odata::Scope& scope)
     if (!canReadLinks(mapper, mSources.cache)) {
         return unavailable(kCacheIsUnreadable);
     }
-    return partOf(mapper, scope,
-                  source == mapping::Source::Cim ? readLive(mapper, mSources.cim)
-                                                 : readFromMapping(mapper));
+    if (source != mapping::Source::Cim) {
+        return partOf(mapper, scope, readFromMapping(mapper));
+    }
+    mCacheRead.reset(); // which resources that were expanded meanwhile may have begun again
+    return partOf(mapper, scope, readLive(mapper, mSources.cim));
 }
 
 Part PartReader::readNewEmbedded(const std::string& container, const std::string& id)

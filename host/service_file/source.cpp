@@ -48,7 +48,7 @@ bool isComplete(const Source& source)
     case Kind::Property:
         return source.uris.size() == 1 && !source.property.empty();
     default:
-        return !source.uris.empty() && !source.property.empty() && source.divisor != 0;
+        return !source.uris.empty() && !source.property.empty();
     }
 }
 
@@ -89,7 +89,7 @@ std::optional<Source> sourceOf(const Json::Value& value)
     }
     source.property = textOf(value, kProperty);
     source.id = textOf(value, kId);
-    if (const Json::Value& divisor = value[kDivide]; divisor.isNumeric()) {
+    if (const Json::Value& divisor = value[kDivide]; divisor.isNumeric() && divisor.asDouble() != 0) {
         source.divisor = divisor.asDouble();
     }
     if (const Json::Value& values = value[kValues]; values.isObject()) {

@@ -19,6 +19,7 @@ using testing::HasSubstr;
 constexpr const char* kRuleMapping = R"({
     "VexoFan": {"@odata.id": "/r/VexoFan", "UniqueSelector": "Key", "mappings": {"C_Fan": {"is_cached": true,
         "properties": {"Speed": {"cim_type": "uint32", "alias": "SpeedRPM"},
+                       "Health": {"cim_type": "uint16", "value_mapping": {"5": "Good", "10": "Bad"}},
                        "Words": {"cim_type": "string", "is_arraytype": true}}}}},
     "VexoFans": {"@odata.id": "/r/VexoFans", "is_collection": true, "mappings": {"VexoFan": {}}},
     "VexoPower": {"@odata.id": "/r/VexoPower", "mappings": {"C_Power": {
@@ -159,6 +160,12 @@ TEST(CheckedServiceFile, LinksAndSources)
          "\"value\"", kPropertyA, "\"value\" means nothing here", "passed over"},
         {tray("\"A\": {\"from\": \"/r/VexoFan/1\", \"property\": \"Id\",\n\"values\": 5}"),
          "\"values\"", kPropertyA, "is no object", "as they are"},
+        {tray("\"A\": {\"from\": \"/r/VexoFan/1\", \"property\": \"Health\",\n\"values\": "
+              "{\"Good\": "
+              "1,\n\"Fine\": \"OK\"}}"),
+         "\"Fine", kPropertyA, "\"Fine\" is in no value map of \"Health\"", "nothing ever becomes"},
+        {tray("\"A\": {\"from\": \"/r/VexoFan/1\", \"property\": \"SpeedRPM\",\n\"divide\": 0}"),
+         "\"divide\"", kPropertyA, "is no number", "as they are"},
         {tray("\"A\": {\"from\": \"/r/VexoFan/1\", \"property\": \"Id\",\n\"divide\": \"2\"}"),
          "\"divide\"", kPropertyA, "is no number", "as they are"},
         {tray(R"("A": {"from": "/r/VexoFan/1", "count": "/r/VexoFans", "property": "Id"})"),

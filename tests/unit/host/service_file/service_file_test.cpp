@@ -206,10 +206,20 @@ TEST(ServiceSource, ThatDoesNotSayEnoughIsNone)
          {R"({"from": "/r"})", R"({"property": "A", "from": 5})",
           R"({"from": ["/r", "/s"], "property": "A"})", R"({"from": "/r", "property": ""})",
           R"({"count": []})", R"({"count": ["/r", 5]})", R"({"sum": "/r"})",
-          R"({"worst": {}, "property": "A"})", R"({"sum": "/r", "property": "A", "divide": 0})",
-          R"({"embed": "Rack"})", R"({"embed": 5, "id": "1"})", R"({"embed": "Rack", "id": 1})"}) {
+          R"({"worst": {}, "property": "A"})", R"({"embed": "Rack"})", R"({"embed": 5, "id": "1"})",
+          R"({"embed": "Rack", "id": 1})"}) {
         EXPECT_TRUE(host::service_file::isSource(json(text))) << text;
         EXPECT_FALSE(host::service_file::sourceOf(json(text))) << text;
+    }
+}
+
+TEST(ServiceSource, IsDividedByNumbersAlone)
+{
+    for (const char* divisor : {"0", "0.0", "\"2\"", "null"}) {
+        const std::string text = R"({"from": "/r", "property": "A", "divide": )";
+        const Json::Value value = json(text + divisor + "}");
+        ASSERT_TRUE(host::service_file::sourceOf(value)) << divisor;
+        EXPECT_EQ(host::service_file::sourceOf(value)->divisor, 1) << divisor;
     }
 }
 
