@@ -1,7 +1,7 @@
 // JSON Schema (draft 7, as DSP0266 has it) of resource types.
 //
-// A document refers to nothing outside but the types of a collection's members and of what a container
-// embeds, so that answers can be checked without the Internet.
+// A document refers to nothing outside but the types of a collection's members and of what a
+// container embeds, so that answers can be checked without the Internet.
 #ifndef HOST_SCHEMA_JSON_SCHEMA_H_
 #define HOST_SCHEMA_JSON_SCHEMA_H_
 
