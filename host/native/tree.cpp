@@ -317,9 +317,13 @@ void addSchemas(Documents& documents, const service_file::MappedUris& mapped,
     const TypeName& first = versions.front()->name;
     add(schema::csdlUriOf(first), MediaType::Xml, schema::csdlOf(versions));
     std::vector<TypeName> names;
+    std::map<std::string, std::vector<const ResourceType*>> documentTypes; // by URI
     for (const ResourceType* type : versions) {
         names.push_back(type->name);
-        add(schema::jsonSchemaUriOf(type->name), MediaType::Json, schema::jsonSchemaOf(*type));
+        documentTypes[schema::jsonSchemaUriOf(type->name)].push_back(type);
+    }
+    for (const auto& [uri, types] : documentTypes) {
+        add(uri, MediaType::Json, schema::jsonSchemaOf(types));
     }
     if (!first.version.empty()) {
         add(schema::unversionedSchemaUriOf(first), MediaType::Json,

@@ -134,9 +134,9 @@ void addCapabilities(XmlText& xml, const ResourceType& type)
 
 // ---- Properties
 
-std::string responseTypeOf(const Action& action)
+std::string responseTypeOf(const ResourceType& type, const Action& action)
 {
-    return action.name + "Response";
+    return type.prefix + action.name + "Response";
 }
 
 // CSDL names the members of an enumeration; other values stay texts.
@@ -199,10 +199,10 @@ void addProperty(XmlText& xml, const Property& property, const std::string& pref
     xml.end();
 }
 
-void addStructure(XmlText& xml, const char* name, const std::string& nameSpace)
+// prefix is as of csdlTypeOf().
+void addStructure(XmlText& xml, const char* name, const std::string& prefix)
 {
-    xml.empty("Property",
-              {{"Name", name}, {"Type", nameSpace + "." + name}, {"Nullable", "false"}});
+    xml.empty("Property", {{"Name", name}, {"Type", prefix + name}, {"Nullable", "false"}});
 }
 
 std::string navigationTypeOf(const std::optional<TypeName>& type)
@@ -241,15 +241,15 @@ void addMembers(XmlText& xml, const ResourceType& type)
 
 void addContent(XmlText& xml, const ResourceType& type)
 {
-    const std::string nameSpace = type.name.versioned();
+    const std::string prefix = type.name.versioned() + "." + type.prefix;
     for (const Property& property : type.properties) {
-        addProperty(xml, property, nameSpace + ".");
+        addProperty(xml, property, prefix);
     }
     if (type.hasLinks) {
-        addStructure(xml, "Links", nameSpace);
+        addStructure(xml, "Links", prefix);
     }
     if (!type.actions.empty()) {
-        addStructure(xml, "Actions", nameSpace);
+        addStructure(xml, "Actions", prefix);
     }
     if (type.isCollection) {
         addMembers(xml, type);
@@ -264,7 +264,7 @@ void addLinks(XmlText& xml, const ResourceType& type)
     if (!type.hasLinks) {
         return;
     }
-    xml.begin("ComplexType", {{"Name", "Links"}, {"BaseType", "Resource.Links"}});
+    xml.begin("ComplexType", {{"Name", type.prefix + "Links"}, {"BaseType", "Resource.Links"}});
     for (const Link& link : type.links) {
         xml.begin("NavigationProperty",
                   {{"Name", link.name},
@@ -292,26 +292,27 @@ void addEnumeration(XmlText& xml, const Property& property, const std::string& p
 void addEnumerations(XmlText& xml, const ResourceType& type)
 {
     for (const Property& property : type.properties) {
-        addEnumeration(xml, property, "");
+        addEnumeration(xml, property, type.prefix);
     }
     for (const Action& action : type.actions) {
         for (const Property& parameter : action.parameters) {
-            addEnumeration(xml, parameter, action.name);
+            addEnumeration(xml, parameter, type.prefix + action.name);
         }
         for (const Property& output : action.outputs) {
-            addEnumeration(xml, output, responseTypeOf(action));
+            addEnumeration(xml, output, responseTypeOf(type, action));
         }
     }
 }
 
-void addResponse(XmlText& xml, const Action& action, const std::string& nameSpace)
+void addResponse(XmlText& xml, const ResourceType& type, const Action& action)
 {
     if (action.outputs.empty()) {
         return;
     }
-    xml.begin("ComplexType", {{"Name", responseTypeOf(action)}});
+    const std::string name = responseTypeOf(type, action);
+    xml.begin("ComplexType", {{"Name", name}});
     for (const Property& output : action.outputs) {
-        addProperty(xml, output, nameSpace + "." + responseTypeOf(action));
+        addProperty(xml, output, type.name.versioned() + "." + name);
     }
     xml.end();
 }
@@ -320,11 +321,11 @@ void addTypes(XmlText& xml, const ResourceType& type)
 {
     addLinks(xml, type);
     if (!type.actions.empty()) {
-        xml.begin("ComplexType", {{"Name", "Actions"}});
+        xml.begin("ComplexType", {{"Name", type.prefix + "Actions"}});
         xml.end();
     }
     for (const Action& action : type.actions) {
-        addResponse(xml, action, type.name.versioned());
+        addResponse(xml, type, action);
     }
     addEnumerations(xml, type);
 }
@@ -344,15 +345,16 @@ void addParameter(XmlText& xml, const Property& parameter, const std::string& pr
 void addActions(XmlText& xml, const ResourceType& type)
 {
     const std::string nameSpace = type.name.versioned() + ".";
+    const std::string prefix = nameSpace + type.prefix;
     for (const Action& action : type.actions) {
         xml.begin("Action", {{"Name", action.name}, {"IsBound", "true"}});
-        xml.empty("Parameter", {{"Name", type.name.name}, {"Type", nameSpace + "Actions"}});
+        xml.empty("Parameter", {{"Name", type.name.name}, {"Type", prefix + "Actions"}});
         for (const Property& parameter : action.parameters) {
-            addParameter(xml, parameter, nameSpace + action.name);
+            addParameter(xml, parameter, prefix + action.name);
         }
         if (!action.outputs.empty()) {
             xml.empty("ReturnType",
-                      {{"Type", nameSpace + responseTypeOf(action)}, {"Nullable", "false"}});
+                      {{"Type", nameSpace + responseTypeOf(type, action)}, {"Nullable", "false"}});
         }
         xml.end();
     }
@@ -388,14 +390,12 @@ void addAbstractType(XmlText& xml, const ResourceType& type)
     addActions(xml, type);
 }
 
-void addVersion(XmlText& xml, const ResourceType& type)
+void addVersionOf(XmlText& xml, const ResourceType& type)
 {
-    beginSchema(xml, type.name.versioned());
     xml.begin(elementOf(type), {{"Name", type.name.name}, {"BaseType", type.name.unversioned()}});
     addContent(xml, type);
     xml.end();
     addTypes(xml, type);
-    xml.end();
 }
 
 void addTypeWithoutVersion(XmlText& xml, const ResourceType& type)
@@ -418,21 +418,25 @@ std::string csdlOf(const std::vector<const ResourceType*>& types)
     xml.begin("edmx:DataServices");
     beginSchema(xml, types.front()->name.nameSpace);
     std::map<std::string, const ResourceType*> latest;
+    std::map<std::string, std::vector<const ResourceType*>> versions;
     for (const ResourceType* type : types) {
         if (type->name.version.empty()) {
             addTypeWithoutVersion(xml, *type);
         } else {
             latest[type->name.name] = type;
+            versions[type->name.versioned()].push_back(type);
         }
     }
     for (const auto& [name, type] : latest) {
         addAbstractType(xml, *type);
     }
     xml.end();
-    for (const ResourceType* type : types) {
-        if (!type->name.version.empty()) {
-            addVersion(xml, *type);
+    for (const auto& [nameSpace, ofVersion] : versions) {
+        beginSchema(xml, nameSpace);
+        for (const ResourceType* type : ofVersion) {
+            addVersionOf(xml, *type);
         }
+        xml.end();
     }
     xml.end();
     xml.end();

@@ -3,16 +3,27 @@
 #include "schema/addresses.h"
 #include "schema/json_text.h"
 
+#include <set>
+
 namespace host::schema {
 
 namespace {
 
 constexpr const char* kDraft = "http://json-schema.org/draft-07/schema#";
+constexpr const char* kDefinitions = "#/definitions/";
 constexpr const char* kLink = "#/definitions/idRef";
 
 void addReference(JsonText& json, const std::string& target)
 {
     json.member("$ref", target);
+}
+
+// An element of an array.
+void addElement(JsonText& json, const std::string& target)
+{
+    json.beginObject();
+    addReference(json, target);
+    json.end();
 }
 
 std::string definitionOf(const TypeName& type)
@@ -170,12 +181,12 @@ void addProperties(JsonText& json, const ResourceType& type)
     }
     if (type.hasLinks) {
         json.beginObject("Links");
-        addReference(json, "#/definitions/Links");
+        addReference(json, kDefinitions + type.prefix + "Links");
         json.end();
     }
     if (!type.actions.empty()) {
         json.beginObject("Actions");
-        addReference(json, "#/definitions/Actions");
+        addReference(json, kDefinitions + type.prefix + "Actions");
         json.end();
     }
     if (type.isCollection) {
@@ -250,8 +261,7 @@ void addLink(JsonText& json, const Link& link)
 
 void addLinks(JsonText& json, const ResourceType& type)
 {
-    addLinkDefinition(json);
-    beginClosedObject(json, "Links");
+    beginClosedObject(json, type.prefix + "Links");
     json.beginObject("properties");
     for (const Link& link : type.links) {
         addLink(json, link);
@@ -274,15 +284,15 @@ void addParameters(JsonText& json, const Action& action)
     json.end();
 }
 
-std::string responseOf(const Action& action)
+std::string responseOf(const ResourceType& type, const Action& action)
 {
-    return action.name + "Response";
+    return type.prefix + action.name + "Response";
 }
 
 // Not closed: what a method gives beside its declared outputs is shown too.
-void addResponse(JsonText& json, const Action& action)
+void addResponse(JsonText& json, const ResourceType& type, const Action& action)
 {
-    json.beginObject(responseOf(action));
+    json.beginObject(responseOf(type, action));
     json.member("type", "object");
     json.beginObject("properties");
     for (const Property& output : action.outputs) {
@@ -294,13 +304,13 @@ void addResponse(JsonText& json, const Action& action)
     json.end();
 }
 
-void addAction(JsonText& json, const Action& action)
+void addAction(JsonText& json, const ResourceType& type, const Action& action)
 {
-    beginClosedObject(json, action.name);
+    beginClosedObject(json, type.prefix + action.name);
     addParameters(json, action);
     if (!action.outputs.empty()) {
         json.beginObject("actionResponse");
-        addReference(json, "#/definitions/" + responseOf(action));
+        addReference(json, kDefinitions + responseOf(type, action));
         json.end();
     }
     json.beginObject("properties");
@@ -316,28 +326,37 @@ void addAction(JsonText& json, const Action& action)
 
 void addActions(JsonText& json, const ResourceType& type)
 {
-    beginClosedObject(json, "Actions");
+    beginClosedObject(json, type.prefix + "Actions");
     json.beginObject("properties");
     for (const Action& action : type.actions) {
         json.beginObject(action.key);
-        addReference(json, "#/definitions/" + action.name);
+        addReference(json, kDefinitions + type.prefix + action.name);
         json.end();
     }
     json.end();
     json.end();
     for (const Action& action : type.actions) {
-        addAction(json, action);
+        addAction(json, type, action);
         if (!action.outputs.empty()) {
-            addResponse(json, action);
+            addResponse(json, type, action);
         }
     }
 }
 
-void beginDocument(JsonText& json, const std::string& uri, const std::string& definition)
+// It stands for any of these definitions.
+void beginDocument(JsonText& json, const std::string& uri, const std::set<std::string>& definitions)
 {
     json.beginObject();
     json.member("$id", uri);
-    json.member("$ref", "#/definitions/" + definition);
+    if (definitions.size() == 1) {
+        json.member("$ref", kDefinitions + *definitions.begin());
+    } else {
+        json.beginArray("anyOf");
+        for (const std::string& definition : definitions) {
+            addElement(json, kDefinitions + definition);
+        }
+        json.end();
+    }
     json.member("$schema", kDraft);
     json.beginObject("definitions");
 }
@@ -350,12 +369,23 @@ std::string endDocument(JsonText& json, const std::string& title)
     return json.take();
 }
 
-} // namespace
-
-std::string jsonSchemaOf(const ResourceType& type)
+// A link, or a resource of any version.
+void addAnyVersion(JsonText& json, const std::string& name, const std::vector<TypeName>& types)
 {
-    JsonText json;
-    beginDocument(json, jsonSchemaUriOf(type.name), type.name.name);
+    json.beginObject(name);
+    json.beginArray("anyOf");
+    addElement(json, kLink);
+    for (const TypeName& type : types) {
+        if (type.name == name) {
+            addElement(json, definitionOf(type));
+        }
+    }
+    json.end();
+    json.end();
+}
+
+void addDefinitions(JsonText& json, const ResourceType& type)
+{
     if (type.isContainer) {
         addContainer(json, type);
     } else {
@@ -367,26 +397,42 @@ std::string jsonSchemaOf(const ResourceType& type)
     if (!type.actions.empty()) {
         addActions(json, type);
     }
-    return endDocument(json, type.name.qualified());
 }
 
-std::string unversionedSchemaOf(const std::vector<TypeName>& versions)
+} // namespace
+
+std::string jsonSchemaOf(const std::vector<const ResourceType*>& types)
 {
-    const TypeName& first = versions.front();
-    JsonText json;
-    beginDocument(json, unversionedSchemaUriOf(first), first.name);
-    json.beginObject(first.name);
-    json.beginArray("anyOf");
-    json.beginObject();
-    addReference(json, kLink);
-    json.end();
-    for (const TypeName& version : versions) {
-        json.beginObject();
-        addReference(json, definitionOf(version));
-        json.end();
+    std::set<std::string> names;
+    bool hasLinks = false;
+    for (const ResourceType* type : types) {
+        names.insert(type->name.name);
+        hasLinks = hasLinks || type->hasLinks;
     }
-    json.end();
-    json.end();
+    const TypeName& first = types.front()->name;
+    JsonText json;
+    beginDocument(json, jsonSchemaUriOf(first), names);
+    for (const ResourceType* type : types) {
+        addDefinitions(json, *type);
+    }
+    if (hasLinks) {
+        addLinkDefinition(json);
+    }
+    return endDocument(json, first.qualified());
+}
+
+std::string unversionedSchemaOf(const std::vector<TypeName>& types)
+{
+    std::set<std::string> names;
+    for (const TypeName& type : types) {
+        names.insert(type.name);
+    }
+    const TypeName& first = types.front();
+    JsonText json;
+    beginDocument(json, unversionedSchemaUriOf(first), names);
+    for (const std::string& name : names) {
+        addAnyVersion(json, name, types);
+    }
     addLinkDefinition(json);
     return endDocument(json, first.unversioned());
 }

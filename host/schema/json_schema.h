@@ -12,11 +12,12 @@
 
 namespace host::schema {
 
-// What an answer of the type can hold, and nothing else.
-std::string jsonSchemaOf(const ResourceType& type);
+// The document of the types of one version of a name space: what an answer of each can hold, and
+// nothing else.
+std::string jsonSchemaOf(const std::vector<const ResourceType*>& types);
 
-// The document of a namespace whose types have versions: a link, or a resource of any of them.
-std::string unversionedSchemaOf(const std::vector<TypeName>& versions);
+// The document of a name space whose types have versions: a link, or a resource of any of them.
+std::string unversionedSchemaOf(const std::vector<TypeName>& types);
 
 } // namespace host::schema
 

@@ -244,6 +244,17 @@ void merge(ResourceType& type, ResourceType other)
     addAll(type.embedded, std::move(other.embedded), keepFirst);
 }
 
+// Types of one version follow each other.
+void setPrefixes(std::vector<ResourceType>& types)
+{
+    for (size_t i = 1; i < types.size(); ++i) {
+        if (types[i - 1].name.versioned() == types[i].name.versioned()) {
+            types[i - 1].prefix = types[i - 1].name.name;
+            types[i].prefix = types[i].name.name;
+        }
+    }
+}
+
 } // namespace
 
 std::string TypeName::versioned() const
@@ -294,11 +305,11 @@ std::vector<TypeName> typeNamesOf(const Json::Value& file)
 {
     std::map<std::string, TypeName> found; // as below
     forEachType(file, [&found](const TypeName& name, const Described& /*by*/) {
-        found.try_emplace(name.versioned(), name);
+        found.try_emplace(name.qualified(), name);
     });
     std::vector<TypeName> names;
     names.reserve(found.size());
-    for (auto& [nameSpace, name] : found) {
+    for (auto& [qualified, name] : found) {
         names.push_back(std::move(name));
     }
     return names;
@@ -306,23 +317,24 @@ std::vector<TypeName> typeNamesOf(const Json::Value& file)
 
 std::vector<ResourceType> resourceTypesOf(const Json::Value& file)
 {
-    std::map<std::string, ResourceType> found; // by name space: each has one type
+    std::map<std::string, ResourceType> found; // by qualified name
     forEachType(file, [&](const TypeName& name, const Described& by) {
         ResourceType type =
             by.isContainer ? dataOf(file, by.entry) : resourceTypeOf(file, by.entry);
         type.name = name;
-        const auto same = found.find(name.versioned());
+        const auto same = found.find(name.qualified());
         if (same == found.end()) {
-            found.emplace(name.versioned(), std::move(type));
-        } else if (same->second.name == name) {
+            found.emplace(name.qualified(), std::move(type));
+        } else {
             merge(same->second, std::move(type));
         }
     });
     std::vector<ResourceType> types;
     types.reserve(found.size());
-    for (auto& [nameSpace, type] : found) {
+    for (auto& [qualified, type] : found) {
         types.push_back(std::move(type));
     }
+    setPrefixes(types);
     return types;
 }
 

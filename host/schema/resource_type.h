@@ -79,7 +79,10 @@ struct ResourceType
     bool isCollection = false;
     bool hasNextLink = false;        // of a collection
     std::optional<TypeName> members; // of a collection
-    bool isContainer = false;        // no resource, but what a container embeds: an object in "Oem"
+    // What the names of the structures and enumerations that it needs beside itself begin with,
+    // where its version of the name space has other types too: its name.
+    std::string prefix;
+    bool isContainer = false; // no resource, but what a container embeds: an object in "Oem"
     std::vector<Embedded> embedded;
 };
 
@@ -91,7 +94,7 @@ ResourceType resourceTypeOf(const Json::Value& file, const Json::Value& entry);
 std::optional<TypeName> containerTypeOf(const Json::Value& file, const std::string& container);
 
 // What a mapping file describes, in the order of their names: one of each name, whichever entries
-// have it, and one in each version of a name space. Types of the standard are among them.
+// have it. Types of the standard are among them.
 std::vector<ResourceType> resourceTypesOf(const Json::Value& file);
 
 // Their names alone, which takes far less time.

@@ -68,6 +68,17 @@ TEST(NativeTree, OnlySchemasAreAtTheirUris)
     }
 }
 
+TEST(NativeTree, HasAllTypesThatAVersionOfANameSpaceHas)
+{
+    const Documents documents = documentsOf(R"({"VexoA": {"@odata.type": "#VexoX.v1_0_0.A"},
+                        "VexoB": {"@odata.type": "#VexoX.v1_0_0.B"}})");
+    for (const char* uri :
+         {"/redfish/v1/JsonSchemas/VexoX.v1_0_0.json", "/redfish/v1/JsonSchemas/VexoX.json"}) {
+        const Json::Value definitions = bodyOf(documents, uri)["definitions"];
+        EXPECT_TRUE(definitions.isMember("A") && definitions.isMember("B")) << uri;
+    }
+}
+
 TEST(NativeTree, AnnouncesTheQueryOptionsOfItsResources)
 {
     const Json::Value features =

@@ -6,6 +6,9 @@
 #include <gmock/gmock.h>
 #include <pugixml.hpp>
 
+#include <algorithm>
+#include <set>
+
 namespace {
 
 using host::schema::ResourceType;
@@ -44,7 +47,7 @@ protected:
     const ResourceType& mResource = mTypes[0];
     const ResourceType& mCollection = mTypes[1];
     const ResourceType& mContainer = mTypes[2];
-    const Json::Value mSchema = json(host::schema::jsonSchemaOf(mResource));
+    const Json::Value mSchema = json(host::schema::jsonSchemaOf({&mResource}));
 
     [[nodiscard]] const Json::Value& propertyOf(const char* name) const
     {
@@ -128,7 +131,7 @@ TEST_F(SchemaDocuments, JsonSchemaOfLinksHasEachByItsName)
 
 TEST_F(SchemaDocuments, JsonSchemaOfACollectionHasItsMembersInPlace)
 {
-    const Json::Value schema = json(host::schema::jsonSchemaOf(mCollection));
+    const Json::Value schema = json(host::schema::jsonSchemaOf({&mCollection}));
     const Json::Value& properties = schema["definitions"]["VexoAs"]["properties"];
     EXPECT_THAT(properties["Members"],
                 IsJson(R"({"type": "array", "readonly": true, "items": {"$ref":
@@ -245,7 +248,7 @@ TEST_F(SchemaDocuments, CsdlTellsWhatActionsAnswer)
 
 TEST_F(SchemaDocuments, JsonSchemaOfAContainerHasEachResourceThatItEmbeds)
 {
-    const Json::Value schema = json(host::schema::jsonSchemaOf(mContainer));
+    const Json::Value schema = json(host::schema::jsonSchemaOf({&mContainer}));
     EXPECT_EQ(schema["$id"].asString(), "/redfish/v1/JsonSchemas/VexoBox.v1_0_0.json");
     EXPECT_THAT(schema["definitions"], IsJson(R"({"VexoBox": {
         "type": "object", "additionalProperties": false, "description": "Of a bay.",
@@ -273,6 +276,76 @@ TEST_F(SchemaDocuments, CsdlOfAContainerIsAnObjectOfOem)
     EXPECT_EQ(in(xml, "//edmx:Reference[edmx:Include/@Namespace='VexoA']", "Uri"),
               "/redfish/v1/Schemas/VexoA_v1.xml");
     EXPECT_EQ(in(xml, "//EntityType", "Name"), "");
+}
+
+// An entry of a name of one letter, for "~".
+std::string sharingEntry(char name)
+{
+    std::string entry = R"("Vexo~": {"@odata.type": "#VexoX.v1_0_0.~", "UniqueSelector": "Key",
+        "Links": {"ComputerSystem": {}}, "mappings": {"C": {"is_cached": true,
+            "properties": {"State": {"value_mapping": {"1": "Of~"}}},
+            "Actions": {"#VexoX.Go": {"target": "/r"}},
+            "methods": {"Go": {"inputs": {"At": {"value_mapping": {"1": "On"}}},
+                               "outputs": {"Speed": {"value_mapping": {"1": "Low"}}}}}}}})";
+    std::replace(entry.begin(), entry.end(), '~', name);
+    return entry;
+}
+
+// Two types of one version, each with a link, an action and an enumeration of the same name.
+class SharedNameSpace : public testing::Test
+{
+protected:
+    const std::vector<ResourceType> mTypes = host::schema::resourceTypesOf(
+        json("{" + sharingEntry('A') + ", " + sharingEntry('B') + "}"));
+};
+
+TEST_F(SharedNameSpace, HasAllTypesInOneJsonSchema)
+{
+    ASSERT_EQ(mTypes.size(), 2U);
+    const Json::Value schema = json(host::schema::jsonSchemaOf({&mTypes[0], &mTypes[1]}));
+    EXPECT_THAT(schema["anyOf"],
+                IsJson(R"([{"$ref": "#/definitions/A"}, {"$ref": "#/definitions/B"}])"));
+    EXPECT_FALSE(schema.isMember("$ref"));
+    const Json::Value& definitions = schema["definitions"];
+    EXPECT_THAT(definitions.getMemberNames(),
+                testing::ElementsAre("A", "AActions", "AGo", "AGoResponse", "ALinks", "B",
+                                     "BActions", "BGo", "BGoResponse", "BLinks", "idRef"));
+    EXPECT_EQ(definitions["B"]["properties"]["Links"]["$ref"], "#/definitions/BLinks");
+    EXPECT_EQ(definitions["B"]["properties"]["Actions"]["$ref"], "#/definitions/BActions");
+    EXPECT_EQ(definitions["BActions"]["properties"]["#VexoX.Go"]["$ref"], "#/definitions/BGo");
+    EXPECT_EQ(definitions["BGo"]["actionResponse"]["$ref"], "#/definitions/BGoResponse");
+}
+
+TEST_F(SharedNameSpace, HasAllTypesInTheUnversionedJsonSchema)
+{
+    const Json::Value schema =
+        json(host::schema::unversionedSchemaOf({mTypes[0].name, mTypes[1].name}));
+    EXPECT_EQ(schema["anyOf"].size(), 2U);
+    EXPECT_THAT(schema["definitions"]["B"]["anyOf"], IsJson(R"([{"$ref": "#/definitions/idRef"},
+                    {"$ref": "/redfish/v1/JsonSchemas/VexoX.v1_0_0.json#/definitions/B"}])"));
+}
+
+TEST_F(SharedNameSpace, HasAllTypesInOneSchemaOfCsdl)
+{
+    pugi::xml_document document;
+    ASSERT_TRUE(document.load_string(host::schema::csdlOf({&mTypes[0], &mTypes[1]}).c_str()));
+    EXPECT_EQ(document.select_nodes("//Schema").size(), 2U);
+    std::set<std::string> names;
+    for (const auto& node : document.select_nodes("//Schema[@Namespace='VexoX.v1_0_0']/*")) {
+        EXPECT_TRUE(names.insert(node.node().attribute("Name").value()).second);
+    }
+    EXPECT_THAT(names,
+                testing::ElementsAre("A", "AActions", "AGoAt", "AGoResponse", "AGoResponseSpeed",
+                                     "ALinks", "AState", "B", "BActions", "BGoAt", "BGoResponse",
+                                     "BGoResponseSpeed", "BLinks", "BState"));
+    const auto typeOf = [&document](const char* path) {
+        return std::string(document.select_node(path).node().attribute("Type").value());
+    };
+    EXPECT_EQ(typeOf("//EntityType[@Name='B']/Property[@Name='State']"), "VexoX.v1_0_0.BState");
+    EXPECT_EQ(typeOf("//EntityType[@Name='B']/Property[@Name='Links']"), "VexoX.v1_0_0.BLinks");
+    EXPECT_EQ(typeOf("//Action/Parameter[@Name='B']"), "VexoX.v1_0_0.BActions");
+    EXPECT_EQ(typeOf("//Action[Parameter[@Name='B']]/Parameter[@Name='At']"), "VexoX.v1_0_0.BGoAt");
+    EXPECT_EQ(typeOf("//Action[Parameter[@Name='B']]/ReturnType"), "VexoX.v1_0_0.BGoResponse");
 }
 
 } // namespace
