@@ -80,6 +80,21 @@ void addCimOptions(std::vector<cli::Option>& all, service::CimAccess& access)
     all.insert(std::next(cache), more.begin(), more.end());
 }
 
+// Switches without a value.
+std::vector<cli::Option> modes(Options& options)
+{
+    return {
+        {"--verbatim", "",
+         "answers of mapped resources as the library makes them, where that differs from "
+         "Redfish",
+         cli::flag(options.isVerbatim)},
+        {"--check", "",
+         "only tell what is wrong with mapping file, service file and data cache; exit "
+         "status 0: nothing, 1: something",
+         cli::flag(options.isCheck)},
+    };
+}
+
 } // namespace
 
 cli::Command commandLine(Options& options)
@@ -129,19 +144,13 @@ cli::Command commandLine(Options& options)
                  cli::number(options.keptAnswersBytes, 0, kMaxKeptAnswersBytes)},
                 {"--request-timeout", "SECONDS", "what a request may take, 1 to 3600",
                  cli::number(options.requestTimeoutS, 1, kMaxRequestTimeoutS)},
-                {"--verbatim", "",
-                 "answers of mapped resources as the library makes them, where that differs from "
-                 "Redfish",
-                 cli::flag(options.isVerbatim)},
-                {"--check", "",
-                 "only tell what is wrong with mapping file, service file and data cache; exit "
-                 "status 0: nothing, 1: something",
-                 cli::flag(options.isCheck)},
             },
         .notes = "Prints \"cimgated: listening on URL\" to standard output when it is ready and "
                  "stops on SIGTERM, SIGINT or SIGHUP. Exit status: 0 stopped, 1 could not start or "
                  "go on, 2 wrong options.",
     };
+    const auto more = modes(options);
+    command.options.insert(command.options.end(), more.begin(), more.end());
     addCimOptions(command.options, options.cim);
     return command;
 }
