@@ -105,7 +105,7 @@ private:
     KeptAnswers mKeptAnswers;
     std::string mKeyRoom;                       // of the request that is being answered
     const httpd::Client* mLastClient = nullptr; // only to be compared
-    std::vector<Arrived> mAwaiting; // schemas that have not come yet
+    std::vector<Arrived> mAwaiting;             // schemas that have not come yet
     std::vector<Arrived> mArrived;              // what answerArrived() is about to answer
     std::vector<Arrived> mAnswering;            // what it is answering
 };

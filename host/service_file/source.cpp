@@ -89,7 +89,8 @@ std::optional<Source> sourceOf(const Json::Value& value)
     }
     source.property = textOf(value, kProperty);
     source.id = textOf(value, kId);
-    if (const Json::Value& divisor = value[kDivide]; divisor.isNumeric() && divisor.asDouble() != 0) {
+    if (const Json::Value& divisor = value[kDivide];
+        divisor.isNumeric() && divisor.asDouble() != 0) {
         source.divisor = divisor.asDouble();
     }
     if (const Json::Value& values = value[kValues]; values.isObject()) {
