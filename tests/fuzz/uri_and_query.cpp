@@ -65,8 +65,8 @@ host::service_file::ServiceResources readOwnResources()
 void ask(const host::WorkerRequest& request)
 {
     static host::CacheNotice notice;
-    static const host::service_file::ServiceResources ownResources = readOwnResources();
-    static host::Sources sources(notice, ownResources);
+    static const host::service_file::ServiceResources kOwnResources = readOwnResources();
+    static host::Sources sources(notice, kOwnResources);
     const bool isPost = std::holds_alternative<host::ActionRequest>(request);
     const auto answer = host::handleRequest(request, sources);
     if (!answer) {
