@@ -27,6 +27,8 @@ Name nameOf(ProcessKind kind)
         return {"cimgated-spawn", "spawner", "spawner"};
     case ProcessKind::Check:
         return {"cimgated-check", "check", ""};
+    case ProcessKind::Schemas:
+        return {"cimgated-schema", "schemas", ""};
     case ProcessKind::Worker:
         return {"cimgated-worker", "worker", "worker"};
     case ProcessKind::Queue:

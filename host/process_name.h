@@ -6,7 +6,7 @@
 
 namespace host {
 
-enum class ProcessKind { Front, Spawner, Check, Worker, Queue };
+enum class ProcessKind { Front, Spawner, Check, Schemas, Worker, Queue };
 
 // Makes room for titles where the kernel shows the command line: to be called first of all, by
 // main(). Without it processes have a name only.

@@ -178,6 +178,7 @@ void logEnd(const Child& child, int status)
 // In a process that was forked for it: the vendor's schemas, which go to the front.
 [[noreturn]] void makeSchemas(int socket)
 {
+    nameProcess(ProcessKind::Schemas);
     const LibraryIsQuiet quiet;
     (void)!nice(kCheckNiceness); // whoever wants one of them can wait, the start cannot
     const bool isSent = sendControl(socket, madeOf(native::schemasOf(ResourceMapper::RmfObj)));

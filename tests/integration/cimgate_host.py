@@ -325,8 +325,8 @@ class Service(Program):
         return pid
 
     def workers(self):
-        """Without the check at the start, which may go on for a while."""
-        return sorted(pid for pid in children_of(self.spawner()) if name_of(pid) != "cimgated-check")
+        """Without what is at work for the start, which may go on for a while."""
+        return sorted(pid for pid in children_of(self.spawner()) if name_of(pid) not in ("cimgated-check", "cimgated-schema"))
 
     def pids(self):
         return [self.process.pid, self.spawner(), *self.workers()]
