@@ -10,7 +10,7 @@ import signal
 import sqlite3
 from pathlib import Path
 
-from cimgate_host import Service, children_of, wait_until, without_stamps
+from cimgate_host import VERBATIM, Service, children_of, wait_until, without_stamps
 from program import PATIENCE_S, Program, state_of
 
 CIMGATE_CACHED = os.environ["CIMGATE_CACHED"]
@@ -153,8 +153,8 @@ class Filler(Program):
 
 
 def reading_service(filler, *options, kind=Service):
-    """A service that has a filler's mapping and reads its file."""
-    service = kind(None, options=options)
+    """A service that has a filler's mapping and reads its file. What it shows is what the library makes of the cells."""
+    service = kind(None, options=(*VERBATIM, *options))
     for option, path in (("--rmf", filler.mapping_path), ("--cache", filler.cache_path)):
         service.command[service.command.index(option) + 1] = str(path)
     return service

@@ -8,8 +8,8 @@ from program import state_of
 
 # What an allocator keeps of memory that it was given back, and a little more.
 GROWTH_KIB = 2048
-# An address sanitizer keeps freed memory from reuse, by default this much.
-SANITIZER_KIB = 300 * 1024
+# An address sanitizer keeps 256 MiB of freed memory from reuse, with what surrounds each piece.
+SANITIZER_KIB = 400 * 1024
 
 
 def resident_kib(pid):
