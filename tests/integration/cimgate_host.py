@@ -31,6 +31,8 @@ NO_OBJECT_MANAGER = "http://127.0.0.1:1"
 VERBATIM = ("--verbatim",)
 # Longer than any test runs: what ends a request is then never its deadline.
 NO_DEADLINE = ("--request-timeout", "3600")
+# Children of the spawner that are no workers. One that was just forked has its name still.
+AT_THE_START = ("cimgated-check", "cimgated-schema", "cimgated-spawn")
 STRING_ARRAY = 1
 OTHER_ARRAY = 2
 
@@ -325,8 +327,8 @@ class Service(Program):
         return pid
 
     def workers(self):
-        """Without what is at work for the start, which may go on for a while."""
-        return sorted(pid for pid in children_of(self.spawner()) if name_of(pid) not in ("cimgated-check", "cimgated-schema"))
+        """Without what is at work for the start, which may go on for a while, or not have begun."""
+        return sorted(pid for pid in children_of(self.spawner()) if name_of(pid) not in AT_THE_START)
 
     def pids(self):
         return [self.process.pid, self.spawner(), *self.workers()]
