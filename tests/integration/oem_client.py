@@ -224,7 +224,7 @@ class OemService(Service):
                           "a new process at the endpoint")
 
     def pids(self):
-        return [self.process.pid, self.spawner(), *children_of(self.spawner())]
+        return [self.process.pid, self.spawner(), *super().workers()]
 
 
 class OemTest(ServiceTest):
