@@ -103,7 +103,6 @@ void NativeResources::addSchemas(native::Documents schemas)
 
 bool NativeResources::compressNext()
 {
-
     mNext = std::find_if(mNext, mDocuments.end(), [](const auto& document) {
         return native::isWorthCompressing(document.second);
     });

@@ -29,8 +29,8 @@ struct Spawner
 // Forks the spawner and waits until it has loaded the mapping file (ResourceMapper::RmfPath), seen
 // that the data cache can be opened where it is there, and made the service's own resources. It has
 // no rights but those of the user, or of whoever has started it. isVerbatim: workers leave answers
-// as the library makes them. Returns false with the cause in
-// problem. Closing control ends the spawner and what it has forked.
+// as the library makes them. Returns false with the cause in problem. Closing control ends the
+// spawner and what it has forked.
 bool startSpawner(Spawner& spawner, std::string& problem, const std::optional<User>& user = {},
                   const native::Service& service = {}, bool isVerbatim = false);
 
