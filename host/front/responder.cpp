@@ -100,7 +100,9 @@ Responder::Responder(boost::asio::io_context& context, const Options& options,
       mOwnNames(options.hosts),
       mNative(std::move(documents)),
       mCacheState(options.cachePath),
-      mKeptAnswers(options.keptAnswersBytes)
+      mKeptAnswers(options.keptAnswersBytes),
+      mPatience(context),
+      mMaxPatience(std::chrono::seconds(options.requestTimeoutS) / 2)
 {}
 
 void Responder::open()
@@ -112,7 +114,7 @@ void Responder::handle(httpd::Request request, httpd::Reply reply)
 {
     Arrived arrived{std::move(request), std::move(reply)};
     if (mNative.isAwaited(arrived.request.target)) {
-        mAwaiting.push_back(std::move(arrived));
+        awaitSchemas(std::move(arrived));
         return;
     }
     if (!mayBeKept(arrived.request) || !isAskedByOthersToo(arrived.request.client.get())) {
@@ -126,8 +128,32 @@ void Responder::handle(httpd::Request request, httpd::Reply reply)
     mArrived.push_back(std::move(arrived));
 }
 
+// For as long as others wait for a worker: what makes the schemas may be stuck.
+void Responder::awaitSchemas(Arrived arrived)
+{
+    if (mAwaiting.empty()) {
+        mPatience.expires_after(mMaxPatience);
+        mPatience.async_wait([this](boost::system::error_code error) {
+            if (!error) {
+                refuseAwaiting();
+            }
+        });
+    }
+    mAwaiting.push_back(std::move(arrived));
+}
+
+void Responder::refuseAwaiting()
+{
+    for (const Arrived& arrived : std::exchange(mAwaiting, {})) {
+        httpd::Response response = temporarilyUnavailable(kRetryAfterS);
+        response.remark = "the schemas of the mapping file are not made yet";
+        arrived.reply(finalOf(std::move(response), arrived.request.headers));
+    }
+}
+
 void Responder::addSchemas(native::Documents schemas)
 {
+    mPatience.cancel();
     mNative.addSchemas(std::move(schemas));
     for (Arrived& arrived : std::exchange(mAwaiting, {})) {
         handle(std::move(arrived.request), std::move(arrived.reply));

@@ -17,8 +17,10 @@
 #include "wire/mapping_summary.h"
 
 #include <boost/asio/io_context.hpp>
+#include <boost/asio/steady_timer.hpp>
 #include <httpd/server.h>
 
+#include <chrono>
 #include <cstdint>
 #include <functional>
 #include <optional>
@@ -78,6 +80,8 @@ private:
         std::optional<uint64_t> state;
     };
 
+    void awaitSchemas(Arrived arrived);
+    void refuseAwaiting();
     std::optional<httpd::Response> answerByFront(const httpd::Request& request) const;
     bool isAskedByOthersToo(const httpd::Client* client);
     std::optional<httpd::Response> refusalOfKept(const httpd::Request& request) const;
@@ -106,8 +110,10 @@ private:
     std::string mKeyRoom;                       // of the request that is being answered
     const httpd::Client* mLastClient = nullptr; // only to be compared
     std::vector<Arrived> mAwaiting;             // schemas that have not come yet
-    std::vector<Arrived> mArrived;              // what answerArrived() is about to answer
-    std::vector<Arrived> mAnswering;            // what it is answering
+    boost::asio::steady_timer mPatience;        // of those
+    std::chrono::milliseconds mMaxPatience;
+    std::vector<Arrived> mArrived;   // what answerArrived() is about to answer
+    std::vector<Arrived> mAnswering; // what it is answering
 };
 
 // The answer to a request that could not be read, by its status (httpd::ErrorPage).

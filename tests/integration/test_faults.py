@@ -25,6 +25,8 @@ TEXT = {"cim_type": "string"}
 MAX_TOLD = 20
 # Entries of a mapping whose check is not waited for.
 LARGE = 3000
+# Entries of a mapping whose schemas take some tenths of a second.
+OTHERS = 150
 
 
 def things(*names):
@@ -109,6 +111,62 @@ class Start(ServiceTest):
             wait_until(lambda: "cimgated-check" not in map(name_of, children_of(service.spawner())), "its end")
             service.stop()
             self.assertEqual(self.told(service), told)
+
+
+class Schemas(ServiceTest):
+    """Who asks for the schemas of the mapping file before they are made, or when they cannot be."""
+
+    SCHEMA = "/redfish/v1/JsonSchemas/VexoThing.v1_0_0.json"
+
+    def service(self, *options):
+        """One that listens while their maker is stopped; its process."""
+        mapping, cache = things("VexoThing", *(f"VexoOther{number}" for number in range(OTHERS)))
+        service = Service(mapping, cache, options=options)
+        self.addCleanup(service.discard)
+        service.launch()
+        pid = wait_until(lambda: self.maker_of(service), "the maker of schemas")
+        os.kill(pid, signal.SIGSTOP)
+        return service.await_listening(), pid
+
+    @staticmethod
+    def maker_of(service):
+        return next((pid for spawner in children_of(service.process.pid) for pid in children_of(spawner)
+                     if name_of(pid) == "cimgated-schema"), None)
+
+    def test_maker_of_schemas_that_takes_long(self):
+        service, maker = self.service()
+        pending = service.start_get(self.SCHEMA)
+        for _ in range(3):
+            self.check_value(service, f"{BASE}/VexoThing/T.1")
+        self.assertEqual(service.get("/redfish/v1/JsonSchemas").status, 200)
+        self.assertFalse(pending.is_done())
+        os.kill(maker, signal.SIGCONT)
+        self.assertEqual(pending.answer().json()["title"], "#VexoThing.v1_0_0.VexoThing")
+        service.stop()
+        self.assertNotIn("schemas", service.log())
+
+    def test_maker_of_schemas_that_is_stuck(self):
+        service, maker = self.service("--request-timeout", "1")
+        answer = service.get(self.SCHEMA)
+        self.check_failed(answer, 503, ("Base.ServiceTemporarilyUnavailable", ["5"]))
+        self.assertEqual(answer.get("Retry-After"), "5")
+        wait_until(lambda: f"cimgated: GET {self.SCHEMA}: 503: the schemas of the mapping file are not made yet" in service.log(),
+                   "the log's line")
+        self.check_value(service, f"{BASE}/VexoThing/T.1")
+        os.kill(maker, signal.SIGCONT)
+        wait_until(lambda: service.get(self.SCHEMA).status == 200, "the schemas")
+        service.stop()
+
+    def test_maker_of_schemas_that_is_killed(self):
+        service, maker = self.service()
+        pending = service.start_get(self.SCHEMA)
+        os.kill(maker, signal.SIGKILL)
+        for answer in (pending.answer(), service.get(self.SCHEMA)):
+            self.assertEqual((answer.status, answer.messages()[0][0]), (404, "Vexo.SYS403"))
+        self.check_value(service, f"{BASE}/VexoThing/T.1")
+        service.stop()
+        self.assertIn(f"maker of schemas {maker} ended by signal 9 at schemas of the mapping file\n", service.log())
+        self.assertEqual(service.log().count("the schemas of the mapping file could not be made: requests for them are answered 404\n"), 1)
 
 
 class Check(ServiceTest):

@@ -50,6 +50,9 @@ class Program:
     def start(self):
         """Starts it and waits until it listens."""
         self.launch()
+        return self.await_listening()
+
+    def await_listening(self):
         line = self.process.stdout.readline()
         start = f"{self.NAME}: listening on "
         if not line.startswith(start + "http://"):
