@@ -34,6 +34,10 @@ class Browsers(SharedServiceTest):
             self.assertEqual((answer.status, answer.messages()), (421, [("Base.HeaderInvalid", ["Host"])]), host)
             self.check_headers(answer)
 
+    def test_answer_that_is_kept_is_for_the_service_s_names_only(self):
+        for host in ("localhost",) * 3 + ("evil.example", "localhost"):
+            self.assertEqual(self.get(host).status, 421 if host == "evil.example" else 200, host)
+
     def test_action_for_a_page_of_another_host_is_forbidden(self):
         for header in ("Origin: http://evil.example", "Origin: null", "Sec-Fetch-Site: cross-site"):
             answer = self.post("Host: localhost", header)

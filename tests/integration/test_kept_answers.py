@@ -33,11 +33,18 @@ class KeptAnswers(unittest.TestCase):
 
     def figures(self, service):
         """Answers that are kept, requests that were given one, those that were not, and what was dropped."""
+        kept = r"kept answers (\d+) of \d+ bytes, given (\d+), not there (\d+), dropped (\d+)"
+        return tuple(int(figure) for figure in re.search(kept, self.counters(service)).groups())
+
+    def busy(self, service):
+        return int(re.search(r", busy (\d+)", self.counters(service)).group(1))
+
+    def counters(self, service):
+        """The line of the log, as it is now."""
         before = service.log().count("counters:")
         os.kill(service.process.pid, signal.SIGUSR1)
         wait_until(lambda: service.log().count("counters:") > before, "the counters")
-        last = re.findall(r"kept answers (\d+) of \d+ bytes, given (\d+), not there (\d+), dropped (\d+)", service.log())[-1]
-        return tuple(int(figure) for figure in last)
+        return [line for line in service.lines() if "counters:" in line][-1]
 
     def test_third_request_needs_no_worker_until_the_cache_changes(self):
         with self.service() as service, sqlite3.connect(service.cache_path, isolation_level=None) as writer:
@@ -88,6 +95,14 @@ class KeptAnswers(unittest.TestCase):
                     self.assertEqual(len(service.get(f"{BASE}/VexoThingCollection?%24top={count}").json()["Members"]),
                                      len(service.get(f"{BASE}/VexoThingCollection?%24top={count}&y").json()["Members"]))
 
+    def test_what_changes_no_answer_is_refused_all_the_same(self):
+        with self.service() as service:
+            for _ in range(3):
+                self.assertEqual(service.get(thing(1) + "?x=1").status, 200)
+            for query, status in (("x=%2", 400), ("x=" + "1" * 8190, 414)):
+                self.assertEqual(service.get(f"{thing(1)}?{query}").status, status, query[:9])
+            self.assertEqual(self.figures(service), (1, 1, 2, 0))
+
     def test_file_that_takes_the_place_is_read(self):
         with self.service() as service:
             for value in range(1, 6):
@@ -136,6 +151,19 @@ class KeptAnswers(unittest.TestCase):
                     for _ in range(2):
                         self.assertIn(status_and_value(service.get(thing(1))), outcomes)
                     self.assertEqual(service.process.poll(), None)
+
+    def test_answer_that_was_overtaken_by_a_commit_is_not_kept(self):
+        with self.service("--workers", "1") as service:
+            self.assertEqual(service.get(thing(1)).json()["N"], 0)
+            [worker] = service.workers()
+            os.kill(worker, signal.SIGSTOP)
+            pending = service.start_get(thing(1))
+            wait_until(lambda: self.busy(service) == 1, "the request with the worker")
+            with contextlib.closing(sqlite3.connect(service.cache_path, isolation_level=None)) as writer:
+                writer.execute("update Tbl_XCIM_Thing set N = 1")
+            os.kill(worker, signal.SIGCONT)
+            self.assertEqual(pending.answer().json()["N"], 1)
+            self.assertEqual(self.figures(service)[0], 0)
 
     def test_exclusive_lock_sends_requests_to_a_worker(self):
         for journal in JOURNALS:

@@ -172,6 +172,7 @@ class Kept(ServiceTest):
                 self.assertEqual(service.get(CHASSIS).status, 200)
             self.assertEqual(service.get(CHASSIS, "-H", "Accept: text/html").status, 406)
             self.assertEqual(service.get(CHASSIS, "-H", "OData-Version: 3.0").status, 412)
+            self.assertEqual(service.get(CHASSIS, "-H", "Host: evil.example").status, 421)
             self.assertEqual(service.given_again(), 1)
 
     def test_queries_are_kept_apart(self):

@@ -3,7 +3,12 @@
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
+#include <chrono>
+#include <csignal>
+#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 
@@ -30,6 +35,13 @@ public:
             << sql << ": " << sqlite3_errmsg(mHandle);
     }
     void commit() { run("INSERT INTO T VALUES (1)"); }
+    // The log and its index stay when the last one who has the file open closes it.
+    void leaveLog()
+    {
+        int isWanted = 1;
+        EXPECT_EQ(sqlite3_file_control(mHandle, "main", SQLITE_FCNTL_PERSIST_WAL, &isWanted),
+                  SQLITE_OK);
+    }
 
 private:
     sqlite3* mHandle = nullptr;
@@ -197,6 +209,12 @@ protected:
         const service::FileDescriptor file(open((mPath + "-shm").c_str(), O_WRONLY | O_CLOEXEC));
         EXPECT_EQ(pwrite(file.get(), &byte, 1, offset), 1);
     }
+    void overwriteBothCopies(off_t offset) const
+    {
+        overwrite(offset, 0);
+        overwrite(48 + offset, 0);
+    }
+    std::string log() const { return mPath + "-wal"; }
 
     support::TempDirectory mDirectory;
     std::string mPath;
@@ -210,13 +228,60 @@ TEST_F(CacheStateByLog, CopiesThatDifferTellNothing)
     EXPECT_EQ(mState.current(), std::nullopt);
 }
 
-TEST_F(CacheStateByLog, IndexOfAnotherVersionOrThatIsNotMadeTellsNothing)
+TEST_F(CacheStateByLog, IndexOfAnotherVersionTellsNothing)
 {
-    for (const off_t offset : {0, 12}) {
-        overwrite(offset, 0);
-        overwrite(48 + offset, 0);
-        EXPECT_EQ(mState.current(), std::nullopt) << offset;
-    }
+    overwriteBothCopies(0);
+    EXPECT_EQ(mState.current(), std::nullopt);
+}
+
+TEST_F(CacheStateByLog, IndexThatIsNotMadeTellsNothing)
+{
+    overwriteBothCopies(12);
+    EXPECT_EQ(mState.current(), std::nullopt);
+}
+
+// The log is written from its beginning again once all of it is in the database, and times have the
+// clock's ticks.
+TEST_F(CacheStateByLog, CommitThatLeavesSizeAndTimeOfTheLogIsAnotherState)
+{
+    mWriter.run("PRAGMA wal_checkpoint");
+    const auto before = mState.current();
+    ASSERT_TRUE(before);
+    const auto size = std::filesystem::file_size(log());
+    const auto time = std::filesystem::last_write_time(log());
+    mWriter.commit();
+    ASSERT_EQ(std::filesystem::file_size(log()), size);
+    std::filesystem::last_write_time(log(), time);
+    const auto after = mState.current();
+    EXPECT_TRUE(after);
+    EXPECT_NE(after, before);
+}
+
+TEST_F(CacheStateByLog, LogThatChangesUnderTheSameHeaderIsAnotherState)
+{
+    const auto before = mState.current();
+    const auto time = std::filesystem::last_write_time(log());
+    std::filesystem::last_write_time(log(), time + std::chrono::milliseconds(1));
+    const auto touched = mState.current();
+    EXPECT_TRUE(touched);
+    EXPECT_NE(touched, before);
+    std::filesystem::resize_file(log(), std::filesystem::file_size(log()) + 1);
+    std::filesystem::last_write_time(log(), time + std::chrono::milliseconds(1));
+    const auto longer = mState.current();
+    EXPECT_TRUE(longer);
+    EXPECT_NE(longer, touched);
+}
+
+TEST_F(CacheStateByLog, LogThatTakesThePlaceUnderTheSameHeaderIsAnotherState)
+{
+    const auto before = mState.current();
+    const std::string another = mDirectory.File("another");
+    std::filesystem::copy_file(log(), another);
+    std::filesystem::last_write_time(another, std::filesystem::last_write_time(log()));
+    std::filesystem::rename(another, log());
+    const auto after = mState.current();
+    EXPECT_TRUE(after);
+    EXPECT_NE(after, before);
 }
 
 TEST_F(CacheStateByLog, IndexThatIsCutOffOrGoneTellsNothingAndEndsNothing)
@@ -246,6 +311,70 @@ TEST_F(CacheStateByLog, IndexWithASecondNameIsToldFromTheFileThatTakesItsPlace)
     std::filesystem::copy_file(index, mDirectory.File("another"));
     std::filesystem::rename(mDirectory.File("another"), index);
     EXPECT_NE(mState.current(), second);
+}
+
+// One that is moved away keeps its only name, which is another one.
+TEST_F(CacheStateByLog, IndexThatIsMovedAwayIsToldFromTheFileThatTakesItsPlace)
+{
+    const std::string index = mPath + "-shm";
+    ASSERT_TRUE(mState.current());
+    std::filesystem::rename(index, mDirectory.File("former"));
+    std::ofstream(index) << "no index";
+    EXPECT_EQ(mState.current(), std::nullopt);
+}
+
+// Keeps a file for itself, as another process: of its own locks a process is told nothing.
+class LoneWriterProcess
+{
+public:
+    explicit LoneWriterProcess(const std::string& path)
+    {
+        int ends[2] = {-1, -1};
+        EXPECT_EQ(pipe2(ends, O_CLOEXEC), 0);
+        const service::FileDescriptor ready(ends[0]);
+        service::FileDescriptor mine(ends[1]);
+        mPid = fork();
+        if (mPid == 0) {
+            CacheStateWriter writer(path);
+            writer.run("PRAGMA locking_mode = EXCLUSIVE; INSERT INTO T VALUES (3)");
+            (void)!write(mine.get(), "", 1);
+            (void)pause();
+            _exit(EXIT_SUCCESS);
+        }
+        mine.reset();
+        char byte = 0;
+        EXPECT_EQ(read(ready.get(), &byte, 1), 1);
+    }
+    ~LoneWriterProcess()
+    {
+        (void)kill(mPid, SIGKILL);
+        (void)waitpid(mPid, nullptr, 0);
+    }
+    LoneWriterProcess(const LoneWriterProcess&) = delete;
+    LoneWriterProcess& operator=(const LoneWriterProcess&) = delete;
+
+private:
+    pid_t mPid = -1;
+};
+
+// It writes the log without the index, which may lie there still.
+TEST(CacheStateByLeftIndex, WriterThatHasTheFileForItselfLeavesNoState)
+{
+    const support::TempDirectory directory;
+    const std::string path = directory.File("cache.db");
+    {
+        CacheStateWriter writer(path);
+        writer.run("PRAGMA journal_mode = WAL; CREATE TABLE T (a)");
+        writer.leaveLog();
+    }
+    CacheState state(path);
+    ASSERT_TRUE(state.current());
+    {
+        const LoneWriterProcess writer(path);
+        ASSERT_TRUE(std::filesystem::exists(path + "-shm"));
+        EXPECT_EQ(state.current(), std::nullopt);
+    }
+    EXPECT_TRUE(state.current());
 }
 
 } // namespace

@@ -34,7 +34,7 @@ TEST(GzipIsWanted, NotByAWeightThatIsNone)
 {
     for (const char* accepted :
          {"gzip;q=", "gzip;q=2", "gzip;q=1.001", "gzip;q=0.1234", "gzip;q=.5", "gzip;q=0,5",
-          "gzip;q=-1", "gzip;q=abc", "gzip;level=9"}) {
+          "gzip;q=-1", "gzip;q=1x0", "gzip;q=0x5", "gzip;q=abc", "gzip;level=9"}) {
         EXPECT_FALSE(wants(accepted)) << accepted;
     }
 }

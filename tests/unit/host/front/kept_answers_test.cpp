@@ -108,6 +108,35 @@ TEST(KeptAnswers, OneTakesASixteenthAtMost)
     EXPECT_EQ(kept.figures().bytes, 0U);
 }
 
+TEST(KeptAnswers, OneMayTakeASixteenth)
+{
+    KeptAnswers kept(kRoom);
+    keep(kept, "/a", 1, "");
+    const std::string largest(kRoom / host::kLargestKeptPart - kept.figures().bytes, 'x');
+    keep(kept, "/b", 2, largest + "x");
+    EXPECT_EQ(kept.find("/b"), nullptr);
+    keep(kept, "/b", 3, largest);
+    EXPECT_EQ(bodyOf(kept, "/b"), largest);
+    EXPECT_EQ(kept.figures().bytes, kRoom / host::kLargestKeptPart);
+}
+
+TEST(KeptAnswers, CountWhatTheyTakeBesideTheirBodies)
+{
+    constexpr size_t kTagBytes = 1000;
+    KeptAnswers kept(kRoom);
+    kept.enter(1, kNow);
+    httpd::Response response{200, {{"ETag", std::string(kTagBytes, 't')}}, ""};
+    kept.keep("/a", host::readyAnswerOf(response));
+    // To be compared, with the body, and without it.
+    EXPECT_GE(kept.figures().bytes, 3 * kTagBytes);
+    for (int i = 0; i < 1000; ++i) {
+        kept.keep("/" + std::to_string(i), answerOf(""));
+    }
+    constexpr size_t kLeastOfOne = 256; // two places, and what memory is cut into
+    EXPECT_LE(kept.figures().answers, kRoom / kLeastOfOne);
+    EXPECT_GT(kept.figures().dropped, 0U);
+}
+
 TEST(KeptAnswers, AreWantedAtTheSecondRequestWithinAWhile)
 {
     KeptAnswers kept(kRoom);
