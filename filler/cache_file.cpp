@@ -151,9 +151,7 @@ CacheFile::CacheFile(const std::string& path) : mPath(path), mDatabase(withFile(
     const int64_t id = mDatabase.integerOf("PRAGMA application_id");
     const bool isEmpty = mDatabase.integerOf("SELECT count(*) FROM sqlite_master") == 0;
     if (id != kApplicationId && !isEmpty) {
-        throw DatabaseError("another program has made it: remove it, or name another file with "
-                            "--cache",
-                            SQLITE_NOTADB);
+        throw DatabaseError("another program has made it", SQLITE_NOTADB);
     }
     makeLog();
     if (id != kApplicationId) {

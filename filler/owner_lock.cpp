@@ -6,6 +6,8 @@
 #include <service/errno_text.h>
 #include <sys/stat.h>
 
+#include <cerrno>
+
 namespace filler {
 
 namespace {
@@ -35,8 +37,10 @@ bool OwnerLock::take(const std::string& cache, std::string& problem)
     const std::string path = lockFileOf(cache);
     mFile = service::FileDescriptor(open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, kMode));
     if (!mFile.isOpen()) {
-        problem = "cannot open " + path + ": " + service::errnoText() +
-                  "; make its directory, or name another file with --cache";
+        const char* const hint =
+            errno == ENOENT ? "; make its directory" : "; let this user write there";
+        problem = "cannot open " + path + ": " + service::errnoText() + hint +
+                  ", or name another file with --cache";
         return false;
     }
     (void)fchmod(mFile.get(), kMode); // for all to ask who has it, whatever the umask says

@@ -256,7 +256,9 @@ Plan planOf(const Json::Value& all, unsigned int intervalS)
 std::optional<Plan> readPlan(const std::string& path, unsigned int intervalS, std::string& problem)
 {
     std::ifstream in(path);
-    if (!in) {
+    // A directory can be opened.
+    (void)in.peek();
+    if (!in.is_open() || in.bad()) {
         problem = "cannot read the mapping file " + path + ": " + service::errnoText() +
                   "; name a readable file with --rmf";
         return std::nullopt;

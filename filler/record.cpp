@@ -256,6 +256,9 @@ void Record::write(TimePoint now, bool isIdle)
 
 std::string Record::summary() const
 {
+    if (mStatus.classes.empty()) {
+        return "there is nothing to fill: no entry of the mapping file is cached\n";
+    }
     std::string text;
     for (const ClassStatus& status : mStatus.classes) {
         text += status.name + ": ";

@@ -30,7 +30,8 @@ std::unique_ptr<CacheFile> openFile(const std::string& path, const Plan& plan, G
         }
         return file;
     } catch (const std::exception& error) {
-        greeting.problem = "cannot keep the data cache " + path + ": " + error.what();
+        greeting.problem = "cannot keep the data cache " + path + ": " + error.what() +
+                           "; mend that or name another file with --cache";
         return nullptr;
     }
 }

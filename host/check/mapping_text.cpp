@@ -31,6 +31,15 @@ size_t utf8Length(char first)
     return byte < 0xE0U ? 2 : byte < 0xF0U ? 3 : 4;
 }
 
+// As part of a sentence.
+std::string withoutFullStop(std::string text)
+{
+    if (text.ends_with('.')) {
+        text.pop_back();
+    }
+    return text;
+}
+
 } // namespace
 
 MappingText::MappingText(std::string text) : mText(std::move(text)), mLineBegins{0}
@@ -50,7 +59,8 @@ std::optional<TextProblem> MappingText::parse(Json::Value& root) const
         if (!reader.parse(mText, root, false)) {
             const std::vector<Json::Reader::StructuredError> errors = reader.getStructuredErrors();
             const Json::Reader::StructuredError& first = errors.front();
-            return TextProblem{positionAt(static_cast<size_t>(first.offset_start)), first.message};
+            return TextProblem{positionAt(static_cast<size_t>(first.offset_start)),
+                               withoutFullStop(first.message)};
         }
     } catch (const std::exception&) { // nesting beyond the reader's limit
         return TextProblem{{}, "it is nested too deeply"};

@@ -45,17 +45,17 @@ std::string problemOfMapping()
     const odata::URI uri = scope.NewURI();
     ResourceMapper mapper(nullptr, scope, uri, false);
     // No entry has an empty name: looking one up only loads the file.
-    switch (mapper.checkResource("", true)) {
-    case RM_RMF_NOT_PRESENT:
-        return "cannot read the mapping file " + ResourceMapper::RmfPath +
-               ": name a readable file with --rmf";
-    case RM_MALFORMED_JSON:
-        return "the mapping file " + ResourceMapper::RmfPath +
-               " is not a JSON object: " + check::jsonProblemOf(ResourceMapper::RmfPath) +
-               "; correct it or name another one with --rmf";
-    default:
+    const int code = mapper.checkResource("", true);
+    if (code != RM_RMF_NOT_PRESENT && code != RM_MALFORMED_JSON) {
         return {};
     }
+    const std::string& path = ResourceMapper::RmfPath;
+    if (!check::readFile(path)) {
+        return "cannot read the mapping file " + path + ": " + service::errnoText() +
+               "; name a readable file with --rmf";
+    }
+    return "the mapping file " + path + " is not a JSON object: " + check::jsonProblemOf(path) +
+           "; correct it or name another one with --rmf";
 }
 
 // A data cache that is not there yet comes with its writer, which may start later. One that cannot

@@ -38,6 +38,11 @@ def things(*names):
     return mapping, {"classes": classes}
 
 
+def lost_things():
+    """A mapping that takes long to check: all of its entries have a mistake."""
+    return {f"VexoLost{number:04}": {} for number in range(LARGE)}
+
+
 def line_of(text, part):
     return text[:text.index(part)].count("\n") + 1
 
@@ -99,7 +104,7 @@ class Start(ServiceTest):
 
     def test_mapping_that_takes_long_to_check(self):
         mapping, cache = things("VexoThing")
-        mapping |= {f"VexoLost{number:04}": {} for number in range(LARGE)}
+        mapping |= lost_things()
         with Service(mapping, cache) as service:
             self.assertIn("cimgated-check", map(name_of, children_of(service.spawner())))
             self.check_value(service, f"{BASE}/VexoThing/T.1")
@@ -118,20 +123,21 @@ class Schemas(ServiceTest):
 
     SCHEMA = "/redfish/v1/JsonSchemas/VexoThing.v1_0_0.json"
 
-    def service(self, *options):
-        """One that listens while their maker is stopped; its process."""
+    def service(self, *options, more=None, stopped=("cimgated-schema",)):
+        """One that listens while their maker, and what else is named before it, is stopped; the maker's process."""
         mapping, cache = things("VexoThing", *(f"VexoOther{number}" for number in range(OTHERS)))
-        service = Service(mapping, cache, options=options)
+        service = Service(mapping | (more or {}), cache, options=options)
         self.addCleanup(service.discard)
         service.launch()
-        pid = wait_until(lambda: self.maker_of(service), "the maker of schemas")
-        os.kill(pid, signal.SIGSTOP)
+        for name in stopped:
+            pid = wait_until(lambda name=name: self.process_of(service, name), name)
+            os.kill(pid, signal.SIGSTOP)
         return service.await_listening(), pid
 
     @staticmethod
-    def maker_of(service):
+    def process_of(service, name):
         return next((pid for spawner in children_of(service.process.pid) for pid in children_of(spawner)
-                     if name_of(pid) == "cimgated-schema"), None)
+                     if name_of(pid) == name), None)
 
     def test_maker_of_schemas_that_takes_long(self):
         service, maker = self.service()
@@ -158,12 +164,14 @@ class Schemas(ServiceTest):
         service.stop()
 
     def test_maker_of_schemas_that_is_killed(self):
-        service, maker = self.service()
+        # The check, which goes on beside it, has nothing to do with that.
+        service, maker = self.service(more=lost_things(), stopped=("cimgated-check", "cimgated-schema"))
         pending = service.start_get(self.SCHEMA)
         os.kill(maker, signal.SIGKILL)
         for answer in (pending.answer(), service.get(self.SCHEMA)):
             self.assertEqual((answer.status, answer.messages()[0][0]), (404, "Vexo.SYS403"))
         self.check_value(service, f"{BASE}/VexoThing/T.1")
+        os.kill(self.process_of(service, "cimgated-check"), signal.SIGCONT)
         service.stop()
         self.assertIn(f"maker of schemas {maker} ended by signal 9 at schemas of the mapping file\n", service.log())
         self.assertEqual(service.log().count("the schemas of the mapping file could not be made: requests for them are answered 404\n"), 1)

@@ -104,7 +104,7 @@ class Once(FillerTest):
 
     def test_mapping_that_caches_nothing_makes_a_file_all_the_same(self):
         filler = self.filler({}, NO_OBJECT_MANAGER)
-        self.assertEqual(filler.once(), (0, "", []))
+        self.assertEqual(filler.once(), (0, "there is nothing to fill: no entry of the mapping file is cached\n", []))
         self.assertEqual(filler.ready(), [])
 
     def test_a_class_that_is_empty_is_ready(self):
@@ -534,6 +534,8 @@ class Refusals(FillerTest):
         filler = self.filler("{}", NO_OBJECT_MANAGER)
         filler.mapping_path.unlink()
         self.check_fails(filler, 1, str(filler.mapping_path), "No such file", "--rmf")
+        filler.mapping_path.mkdir()
+        self.check_fails(filler, 1, f"cannot read the mapping file {filler.mapping_path}: Is a directory; ", "--rmf")
 
     def test_directory_that_is_not_there(self):
         filler = self.filler(thing_entry({}), NO_OBJECT_MANAGER, cache="/nowhere/cache.db")
@@ -550,11 +552,13 @@ class Refusals(FillerTest):
     def test_directory_that_cannot_be_written(self):
         filler = self.filler(thing_entry({}), NO_OBJECT_MANAGER, cache="/proc/cache.db")
         self.check_fails(filler, 1, "/proc/cache.db", "--cache")
+        filler = self.filler(thing_entry({}), NO_OBJECT_MANAGER, cache="/sys/cache.db")
+        self.check_fails(filler, 1, "/sys/cache.db", "; let this user write there, or name another file with --cache")
 
     def test_directory_in_place_of_the_file(self):
         filler = self.filler(thing_entry({}), NO_OBJECT_MANAGER)
         filler.cache_path.mkdir()
-        self.check_fails(filler, 1, str(filler.cache_path), "unable to open database file")
+        self.check_fails(filler, 1, str(filler.cache_path), "unable to open database file", "; mend that or name another file with --cache")
 
     def check_refused_unchanged(self, filler, *hints):
         before = filler.cache_path.read_bytes()
@@ -571,7 +575,7 @@ class Refusals(FillerTest):
             connection.execute("insert into Tbl_XCIM_Thing values ('theirs')")
         self.check_refused_unchanged(filler, "another program has made it", "--cache")
         filler.cache_path.write_bytes(b"no database" * 1000)
-        self.check_refused_unchanged(filler, "file is not a database")
+        self.check_refused_unchanged(filler, "file is not a database; mend that or name another file with --cache")
 
     def test_empty_file_is_taken(self):
         manager = self.manager(*thing_class().elements([{"InstanceID": "T"}]))

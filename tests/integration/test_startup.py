@@ -57,7 +57,15 @@ class CannotStart(unittest.TestCase):
 
     def test_missing_mapping_file(self):
         service = Service(None, cache())
-        self.check_fails(service, "cannot read the mapping file", str(service.mapping_path), "--rmf")
+        self.check_fails(service, f"cannot read the mapping file {service.mapping_path}: No such file or directory; ", "--rmf")
+
+    def test_mapping_file_that_is_a_directory(self):
+        service = Service(None, cache())
+        service.mapping_path.mkdir()
+        self.check_fails(service, f"cannot read the mapping file {service.mapping_path}: Is a directory; ", "--rmf")
+
+    def test_mapping_file_that_is_empty(self):
+        self.check_fails(Service("", cache()), "line 1, column 1: Syntax error: value, object or array expected; correct it")
 
     def test_mapping_file_that_is_no_json_object(self):
         for text in ("", "{", "nonsense", "[]", "5", "null", '{"a": }', "[" * 5000):

@@ -177,7 +177,6 @@ TEST_F(FillerCacheFile, FileOfAnotherProgramIsLeftAlone)
         FAIL();
     } catch (const DatabaseError& error) {
         EXPECT_THAT(error.what(), HasSubstr("another program has made it"));
-        EXPECT_THAT(error.what(), HasSubstr("--cache"));
     }
     Database theirs(path());
     EXPECT_EQ(theirs.textOf("PRAGMA journal_mode"), "delete");
