@@ -104,6 +104,8 @@ private:
     std::string readerProblem();
     bool isReadable();
     void learnTables();
+    // Its writer makes the tables when it comes to them. At the start that is no fault.
+    bool hasJustBegun() const { return mDepth == Depth::Tables && mReady.empty(); }
     bool hasTable(const std::string& name) const { return mTables.contains(lower(name)); }
     void checkPages();
     void checkReadiness();
@@ -224,7 +226,8 @@ void CacheRules::checkLinks()
     for (const AssociationLink& link : associationLinks(mInspection.mapping())) {
         const std::string problem = mReader->problemOf(mapping::associationQuery(link.name));
         const std::string table = mapping::associationTableOf(link.name);
-        if (!problem.empty() && told.insert(table).second) {
+        const bool isMissed = !hasJustBegun() || hasTable(table);
+        if (!problem.empty() && isMissed && told.insert(table).second) {
             std::string wrong = "the data cache's table of the link, " + table;
             wrong.append(", cannot be read: ").append(problem);
             mInspection.add(link.place,
@@ -247,14 +250,14 @@ void CacheRules::checkClass(const mapping::CachedClass& cached)
     if (cached.columns.empty()) {
         mInspection.add(place, {"the class has neither properties nor a key",
                                 "reads of it are answered 500", "map at least one property"});
-    } else if (!hasTable(tableOf(cached.name))) {
+    } else if (hasTable(tableOf(cached.name))) {
+        checkTable(cached, place);
+    } else if (!hasJustBegun()) {
         const bool isReady = mReady.contains(lower(cached.name));
         mInspection.add(place, {"the data cache has no table " + tableOf(cached.name),
                                 isReady ? "reads of it are answered 500"
                                         : "reads of it are answered 503 until it is there",
                                 "correct the name of the class, or have the table made"});
-    } else {
-        checkTable(cached, place);
     }
 }
 

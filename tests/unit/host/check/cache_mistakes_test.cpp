@@ -144,6 +144,17 @@ TEST(CheckedCache, FileWithoutTables)
     EXPECT_THAT(onlyFault(files).finding.wrong, HasSubstr("no tables yet"));
 }
 
+TEST(CheckedCache, TablesThatItsWriterHasNotMadeYetAreMissedByTheCheckAlone)
+{
+    SampleFiles files;
+    std::filesystem::remove(files.cachePath());
+    files.runSql("CREATE TABLE Tbl_CMPIReady (ClassName TEXT)");
+    EXPECT_THAT(files.check(host::check::Depth::Tables).faults, testing::IsEmpty());
+    EXPECT_THAT(files.check().faults, testing::Not(testing::IsEmpty()));
+    files.runSql("INSERT INTO Tbl_CMPIReady VALUES ('XCIM_PowerSupply')");
+    EXPECT_THAT(files.check(host::check::Depth::Tables).faults, testing::Not(testing::IsEmpty()));
+}
+
 TEST(CheckedCache, DamagedPages)
 {
     SampleFiles files;
