@@ -1,13 +1,12 @@
 #include "compose/part_reader.h"
 
 #include "library_quiet.h"
-#include "queue/container_id.h"
 #include "schema/resource_type.h"
 #include "service_file/service_file.h"
 #include "worker/current_request.h"
+#include "worker/embedded_read.h"
 
 #include <ResourceMapper/mapping/Entry.h>
-#include <sqlite3.h>
 
 #include <utility>
 
@@ -117,7 +116,7 @@ Part PartReader::readResolved(ResourceMapper& mapper, const odata::Scope& scope)
     const mapping::Source source =
         mapping::sourceOf(mapper.mResourceObj, mapper.mCimClass, mapper.mIsCollection);
     if (source == mapping::Source::DataCache) {
-        return beginCacheRead()
+        return beginRead(mCacheRead, mSources.cache)
                    ? partOf(mapper, scope, readFromCache(mapper, *mCacheRead, mSources.cache))
                    : unavailable(kCacheIsUnreadable);
     }
@@ -136,41 +135,23 @@ Part PartReader::readResolved(ResourceMapper& mapper, const odata::Scope& scope)
 
 Part PartReader::readNewEmbedded(const std::string& container, const std::string& id)
 {
-    if (!isContainerId(id) || !ResourceMapper::RmfObj.isMember(container)) {
+    EmbeddedRead read = host::readEmbedded(container, id, mCacheRead, mSources.cache);
+    mIsOfCache = mIsOfCache && read.mayBeKept;
+    switch (read.result) {
+    case EmbeddedRead::Result::InvalidId:
+    case EmbeddedRead::Result::UnknownContainer:
         return {httpd::kNotFound, {}};
+    case EmbeddedRead::Result::NotReady:
+    case EmbeddedRead::Result::Failed:
+        return {httpd::kServiceUnavailable, {}};
+    case EmbeddedRead::Result::Done:
+        break;
     }
-    if (!beginCacheRead()) {
-        return unavailable(kCacheIsUnreadable);
-    }
-    odata::Scope scope = odata::Scope::New();
-    const odata::URI uri = scope.NewURI();
-    ResourceMapper mapper(nullptr, scope, uri, true);
-    Json::Value body(Json::objectValue);
-    const _ResourceMapperError rc = mapper.GetMappedResources(container.c_str(), id.c_str(), body);
-    const std::optional<CacheFault> fault = mCacheRead->fault();
-    if (rc == RM_DATA_NOT_CACHED || (fault && fault->code != SQLITE_ERROR)) {
-        return unavailable(std::string(mapper.GetOemResourceName()) +
-                           " is not ready in the data cache");
-    }
-    mIsOfCache = mIsOfCache && !fault;
-    for (auto resource = body.begin(); resource != body.end(); ++resource) {
+    for (auto resource = read.data.begin(); resource != read.data.end(); ++resource) {
         shape(resource.name(), *resource);
     }
-    nameType(container, body);
-    return {httpd::kOk, std::move(body)};
-}
-
-// The transaction begins with the first part that needs it.
-bool PartReader::beginCacheRead()
-{
-    if (mCacheRead) {
-        return true;
-    }
-    if (!mSources.cache.open()) {
-        return false;
-    }
-    mCacheRead.emplace();
-    return true;
+    nameType(container, read.data);
+    return {httpd::kOk, std::move(read.data)};
 }
 
 // Not kept: what is away now may be there in a moment without a change that the cache shows.

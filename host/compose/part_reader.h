@@ -50,7 +50,6 @@ private:
     Part readNewEmbedded(const std::string& container, const std::string& id);
     Part partOf(ResourceMapper& mapper, const odata::Scope& scope, MappedRead read);
     void shape(const std::string& entryName, Json::Value& body);
-    bool beginCacheRead();
     Part unavailable(const std::string& why);
     const Part& keep(const std::string& name, Part part);
 

@@ -6,8 +6,6 @@
 #include <ResourceMapper/mapping/Links.h>
 #include <sqlite3.h>
 
-#include <optional>
-
 namespace host {
 
 namespace mapping = cimgate::mapping;
@@ -42,6 +40,14 @@ bool isOfTheCache(const CacheFault& fault, _ResourceMapperError rc)
 }
 
 } // namespace
+
+bool beginRead(std::optional<CacheRead>& transaction, DataCache& cache)
+{
+    if (!transaction && cache.open()) {
+        transaction.emplace();
+    }
+    return transaction.has_value();
+}
 
 MappedRead readFromCache(ResourceMapper& mapper, const CacheRead& transaction, DataCache& cache)
 {

@@ -9,6 +9,8 @@
 #include <ResourceMapper.h>
 #include <json/json.h>
 
+#include <optional>
+
 namespace host {
 
 // Why a resource cannot be read now. The current request has been told the cause.
@@ -26,6 +28,10 @@ struct MappedRead
     Json::Value body;                // where rc is RM_OK
     bool mayBeKept = false;          // it shows the state of the data cache, and that alone
 };
+
+// Opens the cache and begins the transaction, where that has not been done. False where the cache
+// cannot be opened.
+bool beginRead(std::optional<CacheRead>& transaction, DataCache& cache);
 
 // Of a resource that ParseUri() has found. The cache is open, and the transaction on it has begun.
 MappedRead readFromCache(ResourceMapper& mapper, const CacheRead& transaction, DataCache& cache);

@@ -152,6 +152,21 @@ protected:
         return host::handleRequest(host::EmbeddedDataRequest{"Rack", id}, mSources)->body;
     }
 
+    // The answer of a resource that shows what the container embeds.
+    httpd::Response composed(const std::string& id)
+    {
+        const std::string uri = "/redfish/v1/Chassis/A";
+        Json::Value file;
+        file[uri] = parsed(R"({"@odata.type": "#Chassis.v1_14_0.Chassis"})");
+        file[uri]["Oem"] = parsed(R"({"embed": "Rack"})");
+        file[uri]["Oem"]["id"] = id;
+        mOwnResources.file = host::service_file::readServiceFile(file, parsed(kBoxMapping));
+        std::optional<httpd::Response> response =
+            host::handleRequest(host::ComposeRequest{{uri}}, mSources);
+        EXPECT_TRUE(response.has_value());
+        return response.value_or(httpd::Response());
+    }
+
     // Expects that nothing keeps a writer with a rollback journal from its work.
     void expectNoLock() const
     {
@@ -325,6 +340,11 @@ TEST_F(UnreadableCache, WithADamagedPageHasNoAnswerForWhoNeedsIt)
     expectUnavailable("/r/VexoBox/Filler.399", remark);
     expectUnavailable("/r/VexoBox/never.was", remark);
     EXPECT_EQ(get("/r/VexoBox/B.1").status, 200U);
+    const httpd::Response shown = composed("Filler.399");
+    EXPECT_TRUE(parsed(shown.body)["Oem"].isNull()) << shown.body;
+    EXPECT_THAT(shown.remark, StartsWith("VexoBox: cannot read Tbl_XCIM_Box: database disk image "
+                                         "is malformed"));
+    EXPECT_FALSE(shown.mayBeKept);
 }
 
 TEST_F(UnreadableCache, WithoutReadinessIsToldOnce)
@@ -346,6 +366,21 @@ TEST_F(UnreadableCache, WithoutReadinessIsToldOnce)
     EXPECT_EQ(told.find(cache), gone);
     EXPECT_EQ(told.find(cache, gone + 1), back);
     EXPECT_EQ(told.find(cache, back + 1), std::string::npos);
+}
+
+// Whoever asks for what a container embeds.
+TEST_F(UnreadableCache, WithoutReadinessIsToldByReadsOfContainers)
+{
+    write("alter table Tbl_CMPIReady rename to Elsewhere");
+    const httpd::Response shown = composed("B.1");
+    EXPECT_TRUE(parsed(shown.body)["Oem"].isNull()) << shown.body;
+    EXPECT_THAT(shown.remark, StartsWith("VexoBox is not ready in the data cache"));
+    EXPECT_FALSE(shown.mayBeKept);
+    const std::string problem = "cannot be read: no such table: Tbl_CMPIReady";
+    EXPECT_THAT(mErrors->text(), HasSubstr(problem));
+    EXPECT_EQ(parsed(embedded("B.1"))["error"]["reason"].asString(), "NotCached");
+    const std::string told = mErrors->text();
+    EXPECT_EQ(told.find(problem), told.rfind(problem)) << told;
 }
 
 TEST_F(CachedRequests, WithoutACacheAreUnavailableAndNoOthers)
