@@ -2,9 +2,9 @@
 
 #include "error_body.h"
 #include "host_limits.h"
+#include "query_options.h"
 
 #include <JsonAccess.h>
-#include <ResourceMapper.h>
 
 #include <algorithm>
 #include <map>
@@ -43,19 +43,6 @@ bool hasOnly(std::string_view target)
         rest.remove_prefix(std::min(rest.size(), parameter.size() + 1));
     }
     return false;
-}
-
-// None of them means anything here: to pass one over would mislead.
-const char* unsupportedOf(const odata::URI& uri)
-{
-    constexpr std::pair<unsigned int, const char*> kUnsupported[] = {
-        {OL_OPTION_FILTER, "$filter"}, {OL_OPTION_TOP, "$top"}, {OL_OPTION_SKIP, "$skip"}};
-    for (const auto& [option, name] : kUnsupported) {
-        if (hasOption(uri, option)) {
-            return name;
-        }
-    }
-    return nullptr;
 }
 
 httpd::Response malformed(const std::string& value, const char* name)
@@ -164,8 +151,8 @@ void narrow(Json::Value& value, const Wanted& wanted, const std::string& path,
 
 std::variant<Query, httpd::Response> readQuery(std::string_view target, const odata::URI& uri)
 {
-    if (const char* unsupported = unsupportedOf(uri)) {
-        return errorResponseOfCode(RM_QUERY_NOT_SUPPORTED, unsupported);
+    if (auto refused = refusalOfOptions(uri, OL_OPTION_FILTER | OL_OPTION_TOP | OL_OPTION_SKIP)) {
+        return std::move(*refused);
     }
     Query query;
     query.isOnly = hasOnly(target);

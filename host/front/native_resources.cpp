@@ -6,9 +6,9 @@
 #include "front/protocol.h"
 #include "front/refusals.h"
 #include "native/tree.h"
+#include "query_options.h"
 #include "resource_headers.h"
 
-#include <ResourceMapper.h>
 #include <httpd/freed_memory.h>
 
 #include <algorithm>
@@ -28,22 +28,6 @@ const char* typeNameOf(native::MediaType type)
     return type == native::MediaType::Xml ? "application/xml" : kJson;
 }
 
-// None is obeyed here: to pass one over would mislead.
-const char* unsupportedOptionOf(const odata::URI& uri)
-{
-    constexpr std::pair<unsigned int, const char*> kOptions[] = {{OL_OPTION_FILTER, "$filter"},
-                                                                 {OL_OPTION_EXPAND, "$expand"},
-                                                                 {OL_OPTION_SELECT, "$select"},
-                                                                 {OL_OPTION_TOP, "$top"},
-                                                                 {OL_OPTION_SKIP, "$skip"}};
-    for (const auto& [bit, name] : kOptions) {
-        if ((uri.GetOptionMask() & bit) != 0) {
-            return name;
-        }
-    }
-    return nullptr;
-}
-
 std::optional<httpd::Response> refusalOfQuery(const httpd::Request& request)
 {
     if (request.target.find('?') == std::string::npos) {
@@ -53,9 +37,7 @@ std::optional<httpd::Response> refusalOfQuery(const httpd::Request& request)
         return response;
     }
     odata::Scope scope = odata::Scope::ForRequest(request.target);
-    const char* option = unsupportedOptionOf(scope.NewURI());
-    return option != nullptr ? std::optional(errorResponseOfCode(RM_QUERY_NOT_SUPPORTED, option))
-                             : std::nullopt;
+    return refusalOfOptions(scope.NewURI(), kAllOptions);
 }
 
 std::optional<httpd::Response> refusalOf(const httpd::Request& request,
