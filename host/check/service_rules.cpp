@@ -4,6 +4,7 @@
 #include "schema/property.h"
 #include "schema/resource_type.h"
 #include "service_file/mapped_uris.h"
+#include "service_file/own_uris.h"
 #include "service_file/service_file.h"
 #include "service_file/source.h"
 

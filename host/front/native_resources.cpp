@@ -8,6 +8,7 @@
 #include "native/tree.h"
 #include "query_options.h"
 #include "resource_headers.h"
+#include "schema/addresses.h"
 
 #include <httpd/freed_memory.h>
 
@@ -19,8 +20,7 @@ namespace host {
 
 namespace {
 
-// Clients may escape its "$".
-constexpr std::string_view kMetadata = "/redfish/v1/$metadata";
+// Of schema::kMetadataUri: clients may escape its "$".
 constexpr std::string_view kEscapedMetadata = "/redfish/v1/%24metadata";
 
 const char* typeNameOf(native::MediaType type)
@@ -127,7 +127,7 @@ const native::Document* NativeResources::find(std::string_view target) const
     if (path.ends_with('/')) {
         path.remove_suffix(1);
     }
-    const auto found = mDocuments.find(path == kEscapedMetadata ? kMetadata : path);
+    const auto found = mDocuments.find(path == kEscapedMetadata ? schema::kMetadataUri : path);
     return found == mDocuments.end() ? nullptr : &found->second;
 }
 

@@ -6,6 +6,7 @@
 #include "schema/json_schema.h"
 #include "schema/json_text.h"
 #include "service_file/mapped_uris.h"
+#include "service_file/own_uris.h"
 
 #include <JsonAccess.h>
 
@@ -21,9 +22,9 @@ using schema::JsonText;
 using schema::ResourceType;
 using schema::TypeName;
 
-constexpr const char* kRoot = "/redfish/v1/";
-constexpr const char* kMetadata = "/redfish/v1/$metadata";
-constexpr const char* kRegistries = "/redfish/v1/Registries";
+constexpr const char* kRoot = "/redfish/v1/"; // as it names itself
+constexpr const char* kMetadata = schema::kMetadataUri;
+constexpr const char* kRegistries = service_file::kRegistriesUri;
 constexpr const char* kSchemas = schema::kJsonSchemasUri;
 constexpr const char* kRedfishVersion = "1.6.0";
 
@@ -215,7 +216,7 @@ void Tree::addRoot()
     for (const auto& [name, uri] : rootLinks()) {
         root[name]["@odata.id"] = uri;
     }
-    addResource("/redfish/v1", kServiceRoot, oneLine(root));
+    addResource(service_file::kRootUri, kServiceRoot, oneLine(root));
 }
 
 void Tree::addServiceDocument()
@@ -235,7 +236,7 @@ void Tree::addServiceDocument()
     }
     json.end();
     json.end();
-    add("/redfish/v1/odata", MediaType::Json, json.take());
+    add(service_file::kServiceDocumentUri, MediaType::Json, json.take());
 }
 
 void Tree::addRegistries()
@@ -358,7 +359,8 @@ Documents schemasOf(const Json::Value& mapping)
 
 bool isSchemaUri(std::string_view uri)
 {
-    return uri.starts_with(std::string_view(kSchemas)) || uri.starts_with(schema::kCsdlUri);
+    return service_file::isBelow(uri, schema::kJsonSchemasUri) ||
+           service_file::isBelow(uri, schema::kCsdlUri);
 }
 
 } // namespace host::native

@@ -6,9 +6,10 @@ namespace {
 
 constexpr const char* kStandardUri = "http://redfish.dmtf.org/schemas/v1/";
 
-std::string jsonSchemaBaseOf(const TypeName& type)
+// The folder of a type's schemas, where the vendor's are in ours.
+std::string folderOf(const TypeName& type, const char* ours)
 {
-    return type.isVendors() ? std::string(kJsonSchemasUri) + "/" : kStandardUri;
+    return type.isVendors() ? std::string(ours) + "/" : kStandardUri;
 }
 
 } // namespace
@@ -16,17 +17,17 @@ std::string jsonSchemaBaseOf(const TypeName& type)
 std::string csdlUriOf(const TypeName& type)
 {
     // The standard's files have their major version in their name.
-    return (type.isVendors() ? kCsdlUri : kStandardUri) + type.nameSpace + "_v1.xml";
+    return folderOf(type, kCsdlUri) + type.nameSpace + "_v1.xml";
 }
 
 std::string jsonSchemaUriOf(const TypeName& type)
 {
-    return jsonSchemaBaseOf(type) + type.versioned() + ".json";
+    return folderOf(type, kJsonSchemasUri) + type.versioned() + ".json";
 }
 
 std::string unversionedSchemaUriOf(const TypeName& type)
 {
-    return jsonSchemaBaseOf(type) + type.nameSpace + ".json";
+    return folderOf(type, kJsonSchemasUri) + type.nameSpace + ".json";
 }
 
 } // namespace host::schema

@@ -9,7 +9,8 @@
 namespace host::schema {
 
 inline constexpr const char* kJsonSchemasUri = "/redfish/v1/JsonSchemas";
-inline constexpr const char* kCsdlUri = "/redfish/v1/Schemas/";
+inline constexpr const char* kCsdlUri = "/redfish/v1/Schemas";
+inline constexpr const char* kMetadataUri = "/redfish/v1/$metadata"; // says where all of them are
 
 // The CSDL file of a namespace, all its versions in it.
 std::string csdlUriOf(const TypeName& type);

@@ -1,6 +1,8 @@
 #include "service_file/service_file.h"
 
+#include "schema/addresses.h"
 #include "service_file/mapped_uris.h"
+#include "service_file/own_uris.h"
 #include "service_file/source.h"
 
 #include <ResourceMapper/mapping/Entry.h>
@@ -156,7 +158,7 @@ void Reader::addResource(const std::string& uri, const Json::Value& declared)
     resource.type = *type;
     resource.body = declared;
     resource.body["@odata.id"] = uri;
-    resource.body["@odata.context"] = std::string(kRootUri) + "/$metadata#" + type->unversioned();
+    resource.body["@odata.context"] = std::string(schema::kMetadataUri) + "#" + type->unversioned();
     if (!type->version.empty() && !resource.body.isMember("Id")) { // collections have none
         resource.body["Id"] = lastSegmentOf(uri);
     }
@@ -254,16 +256,6 @@ bool isUsableUri(std::string_view uri)
            uri.find("//") == std::string_view::npos &&
            uri.find("/Actions/") == std::string_view::npos &&
            std::all_of(uri.begin(), uri.end(), isPlain);
-}
-
-bool isServicesOwn(std::string_view uri)
-{
-    constexpr std::string_view kOwn[] = {"/redfish/v1/Registries", "/redfish/v1/JsonSchemas",
-                                         "/redfish/v1/Schemas", "/redfish/v1/odata",
-                                         "/redfish/v1/$metadata"};
-    return std::any_of(std::begin(kOwn), std::end(kOwn), [uri](std::string_view own) {
-        return uri == own || (uri.starts_with(own) && uri[own.size()] == '/');
-    });
 }
 
 std::string actionUri(const std::string& resourceUri, const std::string& key)

@@ -19,7 +19,6 @@
 
 namespace host::service_file {
 
-inline constexpr const char* kRootUri = "/redfish/v1";
 inline constexpr const char* kType = "@odata.type";
 inline constexpr const char* kMembers = "Members";
 inline constexpr const char* kActions = "Actions";
@@ -70,9 +69,6 @@ std::string servedUri(const std::string& declared);
 
 // Whether a resource may have this URI: below the root, of segments that need no escaping.
 bool isUsableUri(std::string_view uri);
-
-// Whether a URI is among those that the service makes by itself: registries and schemas.
-bool isServicesOwn(std::string_view uri);
 
 // "#ComputerSystem.Reset" has the target URI/Actions/ComputerSystem.Reset.
 std::string actionUri(const std::string& resourceUri, const std::string& key);
