@@ -327,7 +327,7 @@ void ServiceRules::checkActions(const Place& resource, const std::string& uri)
         }
         const Json::Value& target = cimgate::memberOf(declared, service_file::kAction);
         const Json::Value* inputs =
-            target.isString() ? service_file::inputsOfAction(mMapping, target.asString()) : nullptr;
+            target.isString() ? mMapped.inputsOf(target.asString()) : nullptr;
         if (inputs == nullptr) {
             mInspection.add(place, {"it stands for no action of the mapping", kNoAction,
                                     "give the \"target\" of a mapped action as \"action\""});

@@ -1,7 +1,5 @@
 #include "compose/part_reader.h"
 
-#include "library_quiet.h"
-#include "schema/resource_type.h"
 #include "service_file/service_file.h"
 #include "worker/current_request.h"
 #include "worker/embedded_read.h"
@@ -21,15 +19,6 @@ void tellFailure(const std::string& name, const Part& part)
 {
     if (httpd::isServerFailure(part.status) && !currentRequest().hasFailed()) {
         currentRequest().fail("its part " + name + " is " + std::to_string(part.status));
-    }
-}
-
-// The message queue hands the same data out without.
-void nameType(const std::string& container, Json::Value& body)
-{
-    const LibraryIsQuiet quiet;
-    if (const auto type = schema::containerTypeOf(ResourceMapper::RmfObj, container)) {
-        body[service_file::kType] = "#" + type->qualified();
     }
 }
 
@@ -155,6 +144,15 @@ Part PartReader::readNewEmbedded(const std::string& container, const std::string
 }
 
 // Not kept: what is away now may be there in a moment without a change that the cache shows.
+// The message queue hands the same data out without.
+void PartReader::nameType(const std::string& container, Json::Value& data)
+{
+    const auto& types = mSources.service.file.dataTypes;
+    if (const auto type = types.find(container); type != types.end()) {
+        data[service_file::kType] = type->second;
+    }
+}
+
 Part PartReader::unavailable(const std::string& why)
 {
     mIsOfCache = false;

@@ -53,6 +53,7 @@ private:
     Part unavailable(const std::string& why);
     const Part& keep(const std::string& name, Part part);
 
+    void nameType(const std::string& container, Json::Value& data);
     Sources& mSources;
     bool mIsLiveTime = false;
     bool mWaitsForLive = false;

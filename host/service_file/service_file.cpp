@@ -116,7 +116,8 @@ private:
     Json::Value actionsOf(const std::string& uri, const Json::Value& declared);
     void addMembers();
     Json::Value membersBelow(const std::string& path) const;
-    static void addParts(Resource& resource);
+    void addParts(Resource& resource);
+    void addDataType(const std::string& container);
 
     const Json::Value& mFile;
     const Json::Value& mMapping;
@@ -174,7 +175,7 @@ Json::Value Reader::actionsOf(const std::string& uri, const Json::Value& declare
     for (auto member = declared.begin(); member != declared.end(); ++member) {
         const Json::Value& target = cimgate::memberOf(*member, kAction);
         const Json::Value* inputs =
-            target.isString() ? inputsOfAction(mMapping, target.asString()) : nullptr;
+            target.isString() ? mMapped.inputsOf(target.asString()) : nullptr;
         const std::string own = actionUri(uri, member.name());
         if (inputs == nullptr || own.empty()) {
             continue;
@@ -225,9 +226,19 @@ Json::Value Reader::membersBelow(const std::string& path) const
 void Reader::addParts(Resource& resource)
 {
     resource.isConstant = !hasSource(resource.body);
-    forEachSource(resource.body, [&resource](const Source& source) {
+    forEachSource(resource.body, [&](const Source& source) {
         resource.parts.insert(resource.parts.end(), source.uris.begin(), source.uris.end());
+        if (source.kind == Source::Kind::Embedded) {
+            addDataType(source.container);
+        }
     });
+}
+
+void Reader::addDataType(const std::string& container)
+{
+    if (const auto type = schema::containerTypeOf(mMapping, container)) {
+        mRead.dataTypes.emplace(container, "#" + type->qualified());
+    }
 }
 
 } // namespace
@@ -263,21 +274,6 @@ std::string actionUri(const std::string& resourceUri, const std::string& key)
     const bool isAction = key.size() > 1 && key.front() == '#' &&
                           isUsableUri(std::string(kRootUri) + "/" + key.substr(1));
     return isAction ? resourceUri + "/Actions/" + key.substr(1) : "";
-}
-
-const Json::Value* inputsOfAction(const Json::Value& mappingFile, const std::string& target)
-{
-    for (const mapping::RegisteredUri& registered : mapping::registeredUris(mappingFile)) {
-        if (registered.method != mapping::Method::Post || registered.uri != target) {
-            continue;
-        }
-        const std::string method = target.substr(target.rfind('.') + 1);
-        const Json::Value& methods = cimgate::memberOf(
-            mapping::classOf(*registered.entry, mapping::classNameOf(*registered.entry)),
-            mapping::kMethods);
-        return &cimgate::memberOf(cimgate::memberOf(methods, method), mapping::kInputs);
-    }
-    return nullptr;
 }
 
 } // namespace host::service_file

@@ -59,6 +59,8 @@ struct ServiceFile
     Json::Value root; // what the service root shows beside its own
     std::map<std::string, Resource, std::less<>> resources; // by URI, without "/" at its end
     std::map<std::string, Action, std::less<>> actions;     // by the URI of their target
+    // "@odata.type" of what containers embed, by container: of those that sources name.
+    std::map<std::string, std::string, std::less<>> dataTypes;
 };
 
 // What a file declares. Resources at URIs of the mapping are not among them: it wins.
@@ -72,10 +74,6 @@ bool isUsableUri(std::string_view uri);
 
 // "#ComputerSystem.Reset" has the target URI/Actions/ComputerSystem.Reset.
 std::string actionUri(const std::string& resourceUri, const std::string& key);
-
-// What the mapping says of an action with this target: its inputs; null for a target that it has
-// not.
-const Json::Value* inputsOfAction(const Json::Value& mapping, const std::string& target);
 
 } // namespace host::service_file
 

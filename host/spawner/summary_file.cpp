@@ -51,13 +51,13 @@ MappingSummary summaryOf(const Json::Value& file)
 
 void addServiceFile(MappingSummary& summary, const service_file::ServiceFile& file)
 {
-    const MappingSummary mapped = summary;
+    const auto isReadLive = [&summary](const std::string& part) {
+        return summary.kindOf(part) == UriKind::LiveRead;
+    };
     for (const auto& [uri, resource] : file.resources) {
-        const bool isLive =
-            std::any_of(resource.parts.begin(), resource.parts.end(), [&mapped](const auto& part) {
-                return mapped.kindOf(part) == UriKind::LiveRead;
-            });
         if (!resource.isConstant) {
+            const bool isLive =
+                std::any_of(resource.parts.begin(), resource.parts.end(), isReadLive);
             summary.uris[uri].kind = isLive ? UriKind::ComposedLive : UriKind::ComposedCached;
         }
     }

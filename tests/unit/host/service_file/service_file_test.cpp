@@ -237,7 +237,8 @@ TEST(ServiceSource, IsAnObjectWithOneOfTheWords)
 
 TEST(MappedUris, ReadableAreResourcesAndInstances)
 {
-    const host::service_file::MappedUris mapped(json(kDeclaredMapping));
+    const Json::Value mapping = json(kDeclaredMapping);
+    const host::service_file::MappedUris mapped(mapping);
     for (const char* uri :
          {"/redfish/v1/Vexo/VexoFans", "/r/VexoFan/1", "/redfish/v1/Vexo/VexoPower"}) {
         EXPECT_TRUE(mapped.contains(uri)) << uri;
@@ -253,3 +254,13 @@ TEST(MappedUris, ReadableAreResourcesAndInstances)
 }
 
 } // namespace
+TEST(MappedUris, ActionsAreKnownWithTheirInputs)
+{
+    const Json::Value mapping = json(kDeclaredMapping);
+    const host::service_file::MappedUris mapped(mapping);
+    const Json::Value* inputs = mapped.inputsOf(kChange);
+    ASSERT_NE(inputs, nullptr);
+    EXPECT_THAT(inputs->getMemberNames(), ElementsAre("State", "Why"));
+    EXPECT_EQ(mapped.inputsOf("/redfish/v1/Vexo/VexoPower"), nullptr);
+}
+
