@@ -90,6 +90,11 @@ void ServiceRules::checkResource(const std::string& declared, const Json::Value&
                                 "choose another URI, or take it out of the mapping"});
         return;
     }
+    if (service_file::isRepeated(mInspection.mapping(), declared)) {
+        mInspection.add(place, {"it is declared as " + quoted(uri) + " too",
+                                "clients get what stands there", "keep one of the two"});
+        return;
+    }
     if (uri == service_file::kRootUri) {
         checkRoot(place);
     } else {

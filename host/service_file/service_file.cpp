@@ -131,7 +131,7 @@ ServiceFile Reader::read()
     for (auto member = mFile.begin(); member != mFile.end(); ++member) {
         const std::string uri = servedUri(member.name());
         if (!member->isObject() || !isUsableUri(uri) || isServicesOwn(uri) ||
-            mMapped.contains(uri)) {
+            mMapped.contains(uri) || isRepeated(mFile, member.name())) {
             continue;
         }
         if (uri == kRootUri) {
@@ -251,6 +251,11 @@ ServiceFile readServiceFile(const Json::Value& file, const Json::Value& mapping)
 std::string servedUri(const std::string& declared)
 {
     return declared.ends_with('/') ? declared.substr(0, declared.size() - 1) : declared;
+}
+
+bool isRepeated(const Json::Value& file, const std::string& declared)
+{
+    return declared.ends_with('/') && file.isMember(servedUri(declared));
 }
 
 bool isUsableUri(std::string_view uri)

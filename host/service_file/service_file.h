@@ -69,6 +69,10 @@ ServiceFile readServiceFile(const Json::Value& file, const Json::Value& mapping)
 // The URI of a declared resource as it is served: without "/" at its end.
 std::string servedUri(const std::string& declared);
 
+// Whether a resource is declared a second time: with "/" at its end, which counts only where it is
+// not declared without.
+bool isRepeated(const Json::Value& file, const std::string& declared);
+
 // Whether a resource may have this URI: below the root, of segments that need no escaping.
 bool isUsableUri(std::string_view uri);
 

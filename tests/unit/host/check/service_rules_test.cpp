@@ -117,6 +117,13 @@ TEST(CheckedServiceFile, FormOfResources)
          "/redfish/v1/A", "no \"@odata.type\"", "the resource is not served"},
         {"{\n\"/redfish/v1/A\":\n{\"@odata.type\": \"#T.v1_0_0.T\", \"Name\": \"\"}}", "\"/redfish",
          "/redfish/v1/A", "no \"Name\"", "clients may refuse"},
+        {"{\"/redfish/v1/A\": {\"@odata.type\": \"#T.v1_0_0.T\", \"Name\": "
+         "\"A\"},\n\"/redfish/v1/A/\":" +
+             body,
+         "{\"@odata.type\": \"#T.v1_0_0.T\", \"Name\": \"A\"}}", "/redfish/v1/A/",
+         "it is declared as \"/redfish/v1/A\" too", "clients get what stands there"},
+        {"{\"/redfish/v1\": {},\n\"/redfish/v1/\": {\"Name\": \"N\"}}", "{\"Name", "/redfish/v1/",
+         "it is declared as \"/redfish/v1\" too", "clients get what stands there"},
         {"{\"/redfish/v1\": {\n\"UUID\": \"1\"}}", "\"UUID", "/redfish/v1, property UUID",
          "the root has it of its own", "is not shown"},
         {"{\"/redfish/v1\": {\n\"A\": [{\"from\": \"/r/VexoFan/1\", \"property\": \"Id\"}]}}",

@@ -61,6 +61,22 @@ TEST(ServiceFile, ResourcesNameThemselves)
     EXPECT_EQ(chassisWith(R"("Id": "other")").body["Id"].asString(), "other");
 }
 
+TEST(ServiceFile, ResourcesAreTakenOnceWithTheSlashAtTheirEndOrWithout)
+{
+    const std::string chassis = R"({"@odata.type": "#Chassis.v1_14_0.Chassis", "Name": )";
+    const std::string action =
+        R"(, "Actions": {"#Chassis.Reset": {"action": ")" + std::string(kChange) + "\"}}}";
+    const ServiceFile file =
+        read(R"({"/redfish/v1": {"Name": "root"}, "/redfish/v1/": {"Name": "other"},
+                 "/redfish/v1/Chassis/A": )" +
+             chassis + R"("A"}, "/redfish/v1/Chassis/A/": )" + chassis + R"("other")" + action +
+             R"(, "/redfish/v1/Chassis/B/": )" + chassis + R"("B"}})");
+    EXPECT_EQ(file.root["Name"].asString(), "root");
+    EXPECT_EQ(file.resources.at("/redfish/v1/Chassis/A").body["Name"].asString(), "A");
+    EXPECT_EQ(file.resources.at("/redfish/v1/Chassis/B").body["Name"].asString(), "B");
+    EXPECT_THAT(file.actions, IsEmpty());
+}
+
 TEST(ServiceFile, CollectionsHaveWhatIsDeclaredRightBelowThem)
 {
     const ServiceFile file = read(R"({
@@ -253,7 +269,6 @@ TEST(MappedUris, ReadableAreResourcesAndInstances)
     }
 }
 
-} // namespace
 TEST(MappedUris, ActionsAreKnownWithTheirInputs)
 {
     const Json::Value mapping = json(kDeclaredMapping);
@@ -264,3 +279,4 @@ TEST(MappedUris, ActionsAreKnownWithTheirInputs)
     EXPECT_EQ(mapped.inputsOf("/redfish/v1/Vexo/VexoPower"), nullptr);
 }
 
+} // namespace
