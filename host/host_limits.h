@@ -43,7 +43,7 @@ inline constexpr std::chrono::milliseconds kMemoryRetry{10};
 
 // ---- Composed resources ----
 
-// Rows of collections that one value is made of: of more, the value is not known.
+// Rows of each collection that a value is made of: of more, the value is not known.
 inline constexpr size_t kMaxAggregatedRows = 1000;
 
 // What "$expand" may put into one answer: resources, and JSON values in all of them, about 5 MB.

@@ -1,6 +1,7 @@
 #include "compose/composer.h"
 
 #include "host_limits.h"
+#include "worker/current_request.h"
 
 #include <ExtendedErrorInfoHandling.h>
 #include <JsonAccess.h>
@@ -81,6 +82,16 @@ int rankOf(const Json::Value& health)
         std::find_if(std::begin(kHealths), std::end(kHealths),
                      [&](auto name) { return health.isString() && health.asString() == name; });
     return found == std::end(kHealths) ? -1 : static_cast<int>(found - std::begin(kHealths));
+}
+
+// The page behind the one with the members up to this number; "" where there is none. The last one
+// of a collection may have a link too.
+std::string nextPageOf(const Json::Value& page, size_t known)
+{
+    const Json::Value& count = cimgate::memberOf(page, kCount);
+    const Json::Value& next = cimgate::memberOf(page, kNextLink);
+    const bool isLast = !next.isString() || (count.isUInt64() && known >= count.asUInt64());
+    return isLast ? "" : next.asString();
 }
 
 void addMessage(ExtendedErrorInfoHandling& info, unsigned int status, const std::string& pointer,
@@ -218,41 +229,43 @@ Json::Value Composer::embeddedOf(const Source& source, const std::string& pointe
     return part.body;
 }
 
-// The property's value in all members of all collections, page by page. False, which has been noted
-// then, where a page cannot be read, or there are more than may be.
+// The property's value in all members of all collections. False, which has been noted then, where
+// they are not all known.
 bool Composer::readRows(const Source& source, const std::string& pointer,
                         std::vector<Json::Value>& rows)
 {
-    for (const std::string& first : source.uris) {
-        const Part* page = read(first, pointer);
-        if (page != nullptr && !page->body.isMember(kMembers)) {
-            rows.push_back(memberAt(page->body, source.property));
-            continue;
+    return std::all_of(source.uris.begin(), source.uris.end(), [&](const std::string& uri) {
+        return readMembers(uri, source.property, pointer, rows);
+    });
+}
+
+// Of one collection, page by page; what is none stands for itself.
+bool Composer::readMembers(const std::string& first, const std::string& property,
+                           const std::string& pointer, std::vector<Json::Value>& rows)
+{
+    size_t known = 0;
+    for (const Part* page = read(first, pointer); page != nullptr;) {
+        if (!page->body.isMember(kMembers)) {
+            rows.push_back(memberAt(page->body, property));
+            return true;
         }
-        const size_t before = rows.size();
-        while (page != nullptr) {
-            for (const Json::Value& member : cimgate::memberOf(page->body, kMembers)) {
-                rows.push_back(memberAt(member, source.property));
-            }
-            const Json::Value& count = cimgate::memberOf(page->body, kCount);
-            const Json::Value& next = cimgate::memberOf(page->body, kNextLink);
-            // The last page of a collection may have a link too.
-            const bool isLast =
-                !next.isString() || (count.isUInt64() && rows.size() - before >= count.asUInt64());
-            if (isLast || rows.size() > kMaxAggregatedRows) {
-                break;
-            }
-            page = read(next.asString(), pointer);
+        for (const Json::Value& member : cimgate::memberOf(page->body, kMembers)) {
+            rows.push_back(memberAt(member, property));
+            ++known;
         }
-        if (page == nullptr) {
-            return false;
+        if (known > kMaxAggregatedRows) {
+            return missMembers(pointer, first, *page, "has too many members");
         }
-        if (rows.size() > kMaxAggregatedRows) {
-            miss(pointer, first, httpd::kServiceUnavailable);
-            return false;
+        const std::string next = nextPageOf(page->body, known);
+        if (next.empty()) {
+            return true;
         }
+        if (!page->obeysSkip) {
+            return missMembers(pointer, first, *page, "shows no more than its first page");
+        }
+        page = read(next, pointer);
     }
-    return true;
+    return false;
 }
 
 // Null where it is not there, which has been noted then.
@@ -264,6 +277,18 @@ const Part* Composer::read(const std::string& uri, const std::string& pointer)
     }
     miss(pointer, uri, part.status);
     return nullptr;
+}
+
+// Of a collection that has been read, but not to its end.
+bool Composer::missMembers(const std::string& pointer, const std::string& uri, const Part& page,
+                           const char* why)
+{
+    if (!currentRequest().hasFailed()) {
+        currentRequest().concerns(page.entry, page.cimClass);
+        currentRequest().fail("its part " + uri + " " + why);
+    }
+    miss(pointer, uri, httpd::kServiceUnavailable);
+    return false;
 }
 
 void Composer::miss(const std::string& pointer, const std::string& uri, unsigned int status)

@@ -40,6 +40,10 @@ private:
     Json::Value embeddedOf(const service_file::Source& source, const std::string& pointer);
     bool readRows(const service_file::Source& source, const std::string& pointer,
                   std::vector<Json::Value>& rows);
+    bool readMembers(const std::string& first, const std::string& property,
+                     const std::string& pointer, std::vector<Json::Value>& rows);
+    bool missMembers(const std::string& pointer, const std::string& uri, const Part& page,
+                     const char* why);
     const Part* read(const std::string& uri, const std::string& pointer);
     void miss(const std::string& pointer, const std::string& uri, unsigned int status);
     void showMissing(Json::Value& body, size_t sources) const;

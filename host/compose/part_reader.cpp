@@ -86,7 +86,8 @@ Part PartReader::partOf(ResourceMapper& mapper, const odata::Scope& scope, Mappe
     }
     if (read.rc == RM_OK) {
         shape(mapper.mOemResourceName, read.body);
-        return {httpd::kOk, std::move(read.body)};
+        return {httpd::kOk, std::move(read.body), mapper.mSupportsTopSkip, mapper.mOemResourceName,
+                mapper.mCimClass};
     }
     mapper.SendExtendedErrorResponse(read.rc);
     return {static_cast<unsigned int>(scope.GetStatus()), {}};
@@ -143,7 +144,6 @@ Part PartReader::readNewEmbedded(const std::string& container, const std::string
     return {httpd::kOk, std::move(read.data)};
 }
 
-// Not kept: what is away now may be there in a moment without a change that the cache shows.
 // The message queue hands the same data out without.
 void PartReader::nameType(const std::string& container, Json::Value& data)
 {
@@ -153,6 +153,7 @@ void PartReader::nameType(const std::string& container, Json::Value& data)
     }
 }
 
+// Not kept: what is away now may be there in a moment without a change that the cache shows.
 Part PartReader::unavailable(const std::string& why)
 {
     mIsOfCache = false;

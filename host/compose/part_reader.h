@@ -20,7 +20,10 @@ namespace host::compose {
 struct Part
 {
     unsigned int status = 0;
-    Json::Value body; // where the status is 200
+    Json::Value body;       // where the status is 200
+    bool obeysSkip = false; // of a collection: "$skip", which its next links have
+    std::string entry = {}; // of the mapping, and its class
+    std::string cimClass = {};
 };
 
 class PartReader
@@ -50,10 +53,10 @@ private:
     Part readNewEmbedded(const std::string& container, const std::string& id);
     Part partOf(ResourceMapper& mapper, const odata::Scope& scope, MappedRead read);
     void shape(const std::string& entryName, Json::Value& body);
+    void nameType(const std::string& container, Json::Value& data);
     Part unavailable(const std::string& why);
     const Part& keep(const std::string& name, Part part);
 
-    void nameType(const std::string& container, Json::Value& data);
     Sources& mSources;
     bool mIsLiveTime = false;
     bool mWaitsForLive = false;

@@ -35,6 +35,8 @@ def mapping():
         made |= member_entry(f"Vexo{name}", f"XCIM_{name}", {"N": NUMBER}) | collection_entry(f"Vexo{name}")
     for name in ("Few", "Many"):
         made |= member_entry(f"Vexo{name}", f"XCIM_{name}", {"N": NUMBER}) | collection_entry(f"Vexo{name}")
+    for name in ("Page", "Stuck"):  # whose next links lead to the first page again
+        made |= member_entry(f"Vexo{name}", f"XCIM_{name}", {"N": NUMBER}) | collection_entry(f"Vexo{name}", top_skip=False)
     made |= member_entry("VexoLate", "XCIM_Late", {"A": TEXT}) | collection_entry("VexoLate")
     made |= member_entry("VexoLive", "XCIM_Live", {"A": TEXT}, cached=False)
     made |= member_entry("VexoDeadly", "XCIM_Deadly", {"A": NUMBER})
@@ -58,6 +60,8 @@ def cache():
                "XCIM_Left": (key_and_number, [("L", 0)]), "XCIM_Right": (key_and_number, [("R", 0)]),
                "XCIM_Few": (key_and_number, [(f"F.{i}", 1) for i in range(1000)]),
                "XCIM_Many": (key_and_number, [(f"M.{i}", 1) for i in range(1001)]),
+               "XCIM_Page": (key_and_number, [(f"P.{i}", 1) for i in range(50)]),
+               "XCIM_Stuck": (key_and_number, [(f"S.{i}", 1) for i in range(51)]),
                "XCIM_Late": (["InstanceID", "A"], [("L.1", "late")]),
                "XCIM_Deadly": (["InstanceID", "A"], [("D.1", 1.5)])}
     return {"classes": classes, "ready": [name for name in classes if name != "XCIM_Late"]}

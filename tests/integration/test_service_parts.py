@@ -42,11 +42,11 @@ class Values(ServiceTest):
         self.assertEqual(
             self.values(Count={"count": many}, Both={"count": [few, THINGS]}, One={"count": THING},
                         Sum={"sum": few, "property": "N"}, Kilo={"sum": THINGS, "property": "N", "divide": 1000},
-                        Sums={"sum": [THING, THINGS], "property": "N"},
+                        Sums={"sum": [THING, THINGS], "property": "N"}, Together={"sum": [few, THINGS], "property": "N"},
                         Worst={"worst": THINGS, "property": "Health", "values": HEALTHS},
                         WorstOfOne={"worst": [THING], "property": "Health", "values": HEALTHS},
                         WorstOfNone={"worst": f"{BASE}/VexoThing/T.3", "property": "Health", "values": HEALTHS}),
-            {"Count": 1001, "Both": 1003, "One": 1, "Sum": 1000, "Kilo": 2, "Sums": 3500, "Worst": "Warning",
+            {"Count": 1001, "Both": 1003, "One": 1, "Sum": 1000, "Kilo": 2, "Sums": 3500, "Together": 3000, "Worst": "Warning",
              "WorstOfOne": "OK", "WorstOfNone": None})
 
     def test_of_more_rows_than_may_be_are_null_and_told(self):
@@ -54,6 +54,21 @@ class Values(ServiceTest):
         values = self.values(A=of(THING, "A"), Sum={"sum": many, "property": "N"}, Status={"State": "Enabled"})
         self.assertEqual((values["A"], values["Sum"], values["Status"]["State"]), ("first", None, "Enabled"))
         self.assertEqual(missing(values["Status"]), [(["#/Sum"], "ServiceTemporarilyUnavailable")])
+
+    def test_of_collections_whose_pages_cannot_be_asked_for_are_null_and_told(self):
+        page, stuck = f"{BASE}/VexoPageCollection", f"{BASE}/VexoStuckCollection"
+        values = self.values(Count={"count": stuck}, Page={"sum": page, "property": "N"}, Sum={"sum": stuck, "property": "N"})
+        self.assertEqual((values["Count"], values["Page"], values["Sum"]), (51, 50, None))
+        self.assertEqual(missing(values["Status"]), [(["#/Sum"], "ServiceTemporarilyUnavailable")])
+
+    def test_that_not_all_members_are_known_for_are_in_the_log(self):
+        for collection, why in (("VexoMany", "has too many members"), ("VexoStuck", "shows no more than its first page")):
+            uri = f"{BASE}/{collection}Collection"
+            declared = chassis(Count={"count": uri}, Last=of(THING, "A"), Sum={"sum": uri, "property": "N"})
+            with ComposedService(declared) as service:
+                service.body()
+                [line] = [line for line in service.lines() if CHASSIS in line]
+            self.assertRegex(line, rf"its part {uri} {why}\W.*\(entry {collection}Collection, class XCIM_{collection[4:]}\)")
 
     def test_are_embedded_data_of_a_container(self):
         thing = {"embed": "ThingOem", "id": "T.1"}
