@@ -310,25 +310,23 @@ void Tree::addMetadata()
 
 // The schemas of one name space, in all its versions.
 void addSchemas(Documents& documents, const service_file::MappedUris& mapped,
-                const std::vector<const ResourceType*>& versions)
+                const schema::Types& versions)
 {
     const auto add = [&](const std::string& uri, MediaType type, std::string text) {
         addDocument(documents, mapped, uri, makeDocument(type, std::move(text)));
     };
     const TypeName& first = versions.front()->name;
     add(schema::csdlUriOf(first), MediaType::Xml, schema::csdlOf(versions));
-    std::vector<TypeName> names;
-    std::map<std::string, std::vector<const ResourceType*>> documentTypes; // by URI
+    add(schema::unversionedSchemaUriOf(first), MediaType::Json,
+        schema::unversionedSchemaOf(versions));
+    std::map<std::string, schema::Types> documentTypes; // by URI
     for (const ResourceType* type : versions) {
-        names.push_back(type->name);
-        documentTypes[schema::jsonSchemaUriOf(type->name)].push_back(type);
+        if (!type->name.version.empty()) {
+            documentTypes[schema::jsonSchemaUriOf(type->name)].push_back(type);
+        }
     }
     for (const auto& [uri, types] : documentTypes) {
         add(uri, MediaType::Json, schema::jsonSchemaOf(types));
-    }
-    if (!first.version.empty()) {
-        add(schema::unversionedSchemaUriOf(first), MediaType::Json,
-            schema::unversionedSchemaOf(names));
     }
 }
 
@@ -343,7 +341,7 @@ Documents documentsOf(const Json::Value& mapping, const Service& service,
 Documents schemasOf(const Json::Value& mapping)
 {
     const std::vector<ResourceType> types = schema::resourceTypesOf(mapping);
-    std::map<std::string, std::vector<const ResourceType*>> versions;
+    std::map<std::string, schema::Types> versions;
     for (const ResourceType& type : types) {
         if (type.name.isVendors()) {
             versions[type.name.nameSpace].push_back(&type);

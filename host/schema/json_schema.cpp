@@ -3,6 +3,8 @@
 #include "schema/addresses.h"
 #include "schema/json_text.h"
 
+#include <algorithm>
+#include <map>
 #include <set>
 
 namespace host::schema {
@@ -195,31 +197,28 @@ void addProperties(JsonText& json, const ResourceType& type)
     json.end();
 }
 
-void beginClosedObject(JsonText& json, const std::string& name)
+// Of an object that has nothing but what is declared.
+void addClosedType(JsonText& json)
 {
-    json.beginObject(name);
     json.member("type", "object");
     json.member("additionalProperties", false);
 }
 
+void beginClosedObject(JsonText& json, const std::string& name)
+{
+    json.beginObject(name);
+    addClosedType(json);
+}
+
 void addResource(JsonText& json, const ResourceType& type)
 {
-    beginClosedObject(json, type.name.name);
-    if (!type.description.empty()) {
-        json.member("description", type.description);
-    }
     addProperties(json, type);
     json.memberList("required", {"@odata.id", "@odata.type"}); // what no $select leaves out
-    json.end();
 }
 
 // What does not apply is left out of it.
 void addContainer(JsonText& json, const ResourceType& type)
 {
-    beginClosedObject(json, type.name.name);
-    if (!type.description.empty()) {
-        json.member("description", type.description);
-    }
     json.beginObject("properties");
     addTypeName(json, type);
     for (const Embedded& embedded : type.embedded) {
@@ -233,7 +232,20 @@ void addContainer(JsonText& json, const ResourceType& type)
     }
     json.end();
     json.memberList("required", {"@odata.type"});
-    json.end();
+}
+
+// What defines a type, in the object that is begun.
+void addTypeDefinition(JsonText& json, const ResourceType& type)
+{
+    addClosedType(json);
+    if (!type.description.empty()) {
+        json.member("description", type.description);
+    }
+    if (type.isContainer) {
+        addContainer(json, type);
+    } else {
+        addResource(json, type);
+    }
 }
 
 void addLinkDefinition(JsonText& json)
@@ -369,28 +381,9 @@ std::string endDocument(JsonText& json, const std::string& title)
     return json.take();
 }
 
-// A link, or a resource of any version.
-void addAnyVersion(JsonText& json, const std::string& name, const std::vector<TypeName>& types)
+// Structures that a type's definition refers to.
+void addParts(JsonText& json, const ResourceType& type)
 {
-    json.beginObject(name);
-    json.beginArray("anyOf");
-    addElement(json, kLink);
-    for (const TypeName& type : types) {
-        if (type.name == name) {
-            addElement(json, definitionOf(type));
-        }
-    }
-    json.end();
-    json.end();
-}
-
-void addDefinitions(JsonText& json, const ResourceType& type)
-{
-    if (type.isContainer) {
-        addContainer(json, type);
-    } else {
-        addResource(json, type);
-    }
     if (type.hasLinks) {
         addLinks(json, type);
     }
@@ -399,9 +392,51 @@ void addDefinitions(JsonText& json, const ResourceType& type)
     }
 }
 
+void addDefinitions(JsonText& json, const ResourceType& type)
+{
+    json.beginObject(type.name.name);
+    addTypeDefinition(json, type);
+    json.end();
+    addParts(json, type);
+}
+
+bool hasVersion(const ResourceType* type)
+{
+    return !type->name.version.empty();
+}
+
+// A link, or a resource of a type in any of its versions, of which one may be none.
+void addAnyVersion(JsonText& json, const std::string& name, const Types& types)
+{
+    const ResourceType* own = nullptr;
+    json.beginObject(name);
+    json.beginArray("anyOf");
+    addElement(json, kLink);
+    for (const ResourceType* type : types) {
+        if (hasVersion(type)) {
+            addElement(json, definitionOf(type->name));
+            continue;
+        }
+        own = type;
+        json.beginObject();
+        addTypeDefinition(json, *type);
+        json.end();
+    }
+    json.end();
+    json.end();
+    if (own != nullptr) {
+        addParts(json, *own);
+    }
+}
+
+bool needsLinks(const ResourceType* type)
+{
+    return type->hasLinks || hasVersion(type);
+}
+
 } // namespace
 
-std::string jsonSchemaOf(const std::vector<const ResourceType*>& types)
+std::string jsonSchemaOf(const Types& types)
 {
     std::set<std::string> names;
     bool hasLinks = false;
@@ -421,19 +456,27 @@ std::string jsonSchemaOf(const std::vector<const ResourceType*>& types)
     return endDocument(json, first.qualified());
 }
 
-std::string unversionedSchemaOf(const std::vector<TypeName>& types)
+std::string unversionedSchemaOf(const Types& types)
 {
+    std::map<std::string, Types> versions; // by name of the type
     std::set<std::string> names;
-    for (const TypeName& type : types) {
-        names.insert(type.name);
+    for (const ResourceType* type : types) {
+        versions[type->name.name].push_back(type);
+        names.insert(type->name.name);
     }
-    const TypeName& first = types.front();
+    const TypeName& first = types.front()->name;
     JsonText json;
     beginDocument(json, unversionedSchemaUriOf(first), names);
-    for (const std::string& name : names) {
-        addAnyVersion(json, name, types);
+    for (const auto& [name, all] : versions) {
+        if (std::any_of(all.begin(), all.end(), hasVersion)) {
+            addAnyVersion(json, name, all);
+        } else {
+            addDefinitions(json, *all.front());
+        }
     }
-    addLinkDefinition(json);
+    if (std::any_of(types.begin(), types.end(), needsLinks)) {
+        addLinkDefinition(json);
+    }
     return endDocument(json, first.unversioned());
 }
 

@@ -12,12 +12,16 @@
 
 namespace host::schema {
 
+// At least one.
+using Types = std::vector<const ResourceType*>;
+
 // The document of the types of one version of a name space: what an answer of each can hold, and
 // nothing else.
-std::string jsonSchemaOf(const std::vector<const ResourceType*>& types);
+std::string jsonSchemaOf(const Types& types);
 
-// The document of a name space whose types have versions: a link, or a resource of any of them.
-std::string unversionedSchemaOf(const std::vector<TypeName>& types);
+// The document of a name space: each of its types that has no version, and of those that have one
+// a link, or a resource of any of them.
+std::string unversionedSchemaOf(const Types& types);
 
 } // namespace host::schema
 

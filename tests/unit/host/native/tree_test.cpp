@@ -79,6 +79,19 @@ TEST(NativeTree, HasAllTypesThatAVersionOfANameSpaceHas)
     }
 }
 
+TEST(NativeTree, HasTheTypesOfANameSpaceWithAndWithoutAVersion)
+{
+    const Documents documents = documentsOf(R"({"VexoA": {"@odata.type": "#VexoX.v1_0_0.VexoX"},
+                        "VexoB": {"@odata.type": "#VexoX.VexoX"}})");
+    const Json::Value all = bodyOf(documents, "/redfish/v1/JsonSchemas/VexoX.json");
+    const Json::Value& choices = all["definitions"]["VexoX"]["anyOf"];
+    ASSERT_EQ(choices.size(), 3U);
+    EXPECT_EQ(choices[1]["properties"]["@odata.type"]["const"].asString(), "#VexoX.VexoX");
+    EXPECT_EQ(choices[2]["$ref"].asString(),
+              "/redfish/v1/JsonSchemas/VexoX.v1_0_0.json#/definitions/VexoX");
+    EXPECT_THAT(documents, Contains(Key("/redfish/v1/JsonSchemas/VexoX.v1_0_0.json")));
+}
+
 TEST(NativeTree, AnnouncesTheQueryOptionsOfItsResources)
 {
     const Json::Value features =

@@ -144,12 +144,38 @@ TEST_F(SchemaDocuments, JsonSchemaOfACollectionHasItsMembersInPlace)
 
 TEST_F(SchemaDocuments, UnversionedJsonSchemaRefersToEachVersion)
 {
-    const Json::Value schema = json(host::schema::unversionedSchemaOf(
-        {{"VexoA", "v1_0_0", "VexoA"}, {"VexoA", "v1_1_0", "VexoA"}}));
+    ResourceType next;
+    next.name = {"VexoA", "v1_1_0", "VexoA"};
+    const Json::Value schema = json(host::schema::unversionedSchemaOf({&mResource, &next}));
     EXPECT_EQ(schema["$id"].asString(), "/redfish/v1/JsonSchemas/VexoA.json");
     EXPECT_THAT(schema["definitions"]["VexoA"]["anyOf"], IsJson(R"([{"$ref": "#/definitions/idRef"},
                     {"$ref": "/redfish/v1/JsonSchemas/VexoA.v1_0_0.json#/definitions/VexoA"},
                     {"$ref": "/redfish/v1/JsonSchemas/VexoA.v1_1_0.json#/definitions/VexoA"}])"));
+}
+
+TEST_F(SchemaDocuments, UnversionedJsonSchemaHasWhatHasNoVersionBesideEachVersion)
+{
+    ResourceType own = mResource;
+    own.name.version = "";
+    ResourceType other;
+    other.name = {"VexoA", "", "Other"};
+    const Json::Value schema = json(host::schema::unversionedSchemaOf({&other, &own, &mResource}));
+    EXPECT_THAT(schema["anyOf"], IsJson(R"([{"$ref": "#/definitions/Other"},
+                                            {"$ref": "#/definitions/VexoA"}])"));
+    const Json::Value& definitions = schema["definitions"];
+    const Json::Value& all = definitions["VexoA"]["anyOf"];
+    ASSERT_EQ(all.size(), 3U);
+    EXPECT_EQ(all[0]["$ref"].asString(), "#/definitions/idRef");
+    Json::Value expected = mSchema["definitions"]["VexoA"];
+    expected["properties"]["@odata.type"]["const"] = "#VexoA.VexoA";
+    EXPECT_EQ(all[1], expected);
+    EXPECT_EQ(all[2]["$ref"].asString(),
+              "/redfish/v1/JsonSchemas/VexoA.v1_0_0.json#/definitions/VexoA");
+    for (const char* part : {"Links", "Actions", "Go", "idRef"}) {
+        EXPECT_EQ(definitions[part], mSchema["definitions"][part]) << part;
+    }
+    EXPECT_EQ(definitions["Other"]["properties"]["@odata.type"]["const"].asString(),
+              "#VexoA.Other");
 }
 
 TEST_F(SchemaDocuments, CsdlHasEachPropertyWithItsType)
@@ -318,8 +344,7 @@ TEST_F(SharedNameSpace, HasAllTypesInOneJsonSchema)
 
 TEST_F(SharedNameSpace, HasAllTypesInTheUnversionedJsonSchema)
 {
-    const Json::Value schema =
-        json(host::schema::unversionedSchemaOf({mTypes[0].name, mTypes[1].name}));
+    const Json::Value schema = json(host::schema::unversionedSchemaOf({&mTypes[0], &mTypes[1]}));
     EXPECT_EQ(schema["anyOf"].size(), 2U);
     EXPECT_THAT(schema["definitions"]["B"]["anyOf"], IsJson(R"([{"$ref": "#/definitions/idRef"},
                     {"$ref": "/redfish/v1/JsonSchemas/VexoX.v1_0_0.json#/definitions/B"}])"));
