@@ -1,5 +1,6 @@
 #include "cache_file.h"
 
+#include <ResourceMapper/mapping/CacheNames.h>
 #include <ResourceMapper/mapping/CachedClasses.h>
 #include <fcntl.h>
 #include <service/errno_text.h>
@@ -15,6 +16,8 @@ namespace filler {
 namespace {
 
 using cimgate::mapping::kReadinessTable;
+using cimgate::mapping::lower;
+using cimgate::mapping::quotedName;
 using cimgate::mapping::tableOf;
 
 // "cimc": tells the files that this program fills from others.
@@ -216,9 +219,9 @@ void CacheFile::makeAssociationTable(const std::string& association)
         columns.append(columns.empty() ? "" : ", ").append(column);
     }
     const std::string table = tableOf(association);
-    mDatabase.run("CREATE TABLE IF NOT EXISTS " + quoted(table) + " (" + columns + ")");
+    mDatabase.run("CREATE TABLE IF NOT EXISTS " + quotedName(table) + " (" + columns + ")");
     for (const char* const key : {"__LeftClassKey", "__RightClassKey"}) {
-        makeIndex(indexName(table, key), quoted(table) + " (" + key + ")", false);
+        makeIndex(indexName(table, key), quotedName(table) + " (" + key + ")", false);
     }
 }
 
@@ -240,15 +243,15 @@ bool CacheFile::makeTable(const WantedClass& wanted, bool hasIntegerKey)
     std::string columns;
     for (const WantedColumn& column : wanted.columns) {
         const bool isIntegerKey = hasIntegerKey && column.name == wanted.key;
-        columns.append(columns.empty() ? "" : ", ").append(quoted(column.name));
+        columns.append(columns.empty() ? "" : ", ").append(quotedName(column.name));
         columns.append(isIntegerKey ? " INTEGER" : "");
         known.insert(lower(column.name));
     }
-    const std::string table = quoted(tableOf(wanted.name));
+    const std::string table = quotedName(tableOf(wanted.name));
     if (isThere) {
         // Readers that have a former mapping do without rows, not without columns.
         for (const std::string& name : columnsOf(wanted.name)) {
-            columns += known.contains(lower(name)) ? "" : ", " + quoted(name);
+            columns += known.contains(lower(name)) ? "" : ", " + quotedName(name);
         }
         mDatabase.run("DROP TABLE " + table);
     }
@@ -285,12 +288,12 @@ bool CacheFile::hasUntypedNumbers(const WantedClass& wanted)
 {
     const auto hasSome = [&](const WantedColumn& column) {
         const auto& plain = column.reading.plain;
-        const std::string name = quoted(column.name);
+        const std::string name = quotedName(column.name);
         return std::find(plain.begin(), plain.end(), std::nullopt) != plain.end() &&
-               mDatabase.integerOf("SELECT EXISTS (SELECT 1 FROM " + quoted(tableOf(wanted.name)) +
-                                   " WHERE typeof(" + name + ") = 'integer' OR (typeof(" + name +
-                                   ") = 'blob' AND substr(" + name + ", 1, 4) <> x'01000000'))") !=
-                   0;
+               mDatabase.integerOf("SELECT EXISTS (SELECT 1 FROM " +
+                                   quotedName(tableOf(wanted.name)) + " WHERE typeof(" + name +
+                                   ") = 'integer' OR (typeof(" + name + ") = 'blob' AND substr(" +
+                                   name + ", 1, 4) <> x'01000000'))") != 0;
     };
     return std::any_of(wanted.columns.begin(), wanted.columns.end(), hasSome);
 }
@@ -306,14 +309,14 @@ bool CacheFile::hasIntegerKey(const WantedClass& wanted)
 
 void CacheFile::addColumns(const WantedClass& wanted)
 {
-    const std::string table = quoted(tableOf(wanted.name));
+    const std::string table = quotedName(tableOf(wanted.name));
     std::set<std::string> known;
     for (const std::string& name : columnsOf(wanted.name)) {
         known.insert(lower(name));
     }
     for (const WantedColumn& column : wanted.columns) {
         if (!known.contains(lower(column.name))) {
-            mDatabase.run("ALTER TABLE " + table + " ADD COLUMN " + quoted(column.name));
+            mDatabase.run("ALTER TABLE " + table + " ADD COLUMN " + quotedName(column.name));
             forgetReady(wanted.name);
         }
     }
@@ -324,14 +327,14 @@ void CacheFile::makeKeyIndex(const WantedClass& wanted)
 {
     const std::string table = tableOf(wanted.name);
     const std::string name = indexName(table, "_key");
-    const std::string what = quoted(table) + " (" + quoted(wanted.key) + ")";
+    const std::string what = quotedName(table) + " (" + quotedName(wanted.key) + ")";
     try {
         makeIndex(name, what, true);
     } catch (const DatabaseError& error) {
         if (error.code() != SQLITE_CONSTRAINT) {
             throw;
         }
-        mDatabase.run("DELETE FROM " + quoted(table));
+        mDatabase.run("DELETE FROM " + quotedName(table));
         forgetReady(wanted.name);
         makeIndex(name, what, true);
     }
@@ -342,7 +345,7 @@ void CacheFile::makeIndexes(const WantedClass& wanted)
     makeKeyIndex(wanted);
     const std::string table = tableOf(wanted.name);
     for (const std::string& key : wanted.moreKeys) {
-        makeIndex(indexName(table, key), quoted(table) + " (" + quoted(key) + ")", false);
+        makeIndex(indexName(table, key), quotedName(table) + " (" + quotedName(key) + ")", false);
     }
 }
 
@@ -350,7 +353,7 @@ void CacheFile::makeIndexes(const WantedClass& wanted)
 void CacheFile::makeIndex(const std::string& name, const std::string& what, bool isUnique)
 {
     const std::string sql = std::string("CREATE ") + (isUnique ? "UNIQUE " : "") + "INDEX " +
-                            quoted(name) + " ON " + what;
+                            quotedName(name) + " ON " + what;
     Statement find(mDatabase, "SELECT sql FROM sqlite_master WHERE type = 'index' AND "
                               "name = ? COLLATE NOCASE");
     find.bind(0, name);
@@ -360,7 +363,7 @@ void CacheFile::makeIndex(const std::string& name, const std::string& what, bool
         return;
     }
     if (!known.empty()) {
-        mDatabase.run("DROP INDEX " + quoted(name));
+        mDatabase.run("DROP INDEX " + quotedName(name));
     }
     mDatabase.run(sql);
 }
@@ -380,7 +383,7 @@ void CacheFile::indexConditions(const Plan& plan)
 
 void CacheFile::indexCondition(const std::string& table, const std::string& condition)
 {
-    const std::string sql = "SELECT 1 FROM " + quoted(table) + " WHERE " + condition;
+    const std::string sql = "SELECT 1 FROM " + quotedName(table) + " WHERE " + condition;
     ColumnsRead read{table, {}};
     sqlite3_set_authorizer(mDatabase.handle(), noteColumn, &read);
     bool isSlow = false;
@@ -396,7 +399,8 @@ void CacheFile::indexCondition(const std::string& table, const std::string& cond
         for (const std::string& column : read.names) {
             if (isSlow) {
                 makeIndex(indexName(table, column + "_" + collation),
-                          quoted(table) + " (" + quoted(column) + " COLLATE " + collation + ")",
+                          quotedName(table) + " (" + quotedName(column) + " COLLATE " + collation +
+                              ")",
                           false);
                 isSlow = isScanned(mDatabase, sql);
             }
@@ -432,7 +436,7 @@ void CacheFile::forgetReady(const std::string& cimClass)
 int64_t CacheFile::rowsOf(const std::string& cimClass)
 {
     return hasTable(cimClass)
-               ? mDatabase.integerOf("SELECT count(*) FROM " + quoted(tableOf(cimClass)))
+               ? mDatabase.integerOf("SELECT count(*) FROM " + quotedName(tableOf(cimClass)))
                : 0;
 }
 

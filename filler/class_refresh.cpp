@@ -2,6 +2,7 @@
 
 #include "table.h"
 
+#include <ResourceMapper/mapping/CacheNames.h>
 #include <ResourceMapper/mapping/CachedClasses.h>
 
 #include <algorithm>
@@ -13,6 +14,7 @@ namespace {
 
 using cimgate::CimHandle;
 using cimgate::CimStatus;
+using cimgate::mapping::lower;
 using cimgate::mapping::tableOf;
 
 constexpr size_t kEnds = 2;

@@ -1,5 +1,6 @@
 #include "cache_file.h"
 
+#include <ResourceMapper/mapping/CacheNames.h>
 #include <ResourceMapper/mapping/CachedClasses.h>
 
 #include <algorithm>
@@ -11,6 +12,8 @@ namespace {
 
 using cimgate::mapping::kReadinessTable;
 using cimgate::mapping::kTablePrefix;
+using cimgate::mapping::lower;
+using cimgate::mapping::quotedName;
 using cimgate::mapping::tableOf;
 
 // Table to columns that are wanted, in lower case; without columns, all of them.
@@ -53,7 +56,7 @@ void dropIndexes(Database& database, const std::string& table)
     }
     names.reset();
     for (const std::string& name : indexes) {
-        database.run("DROP INDEX " + quoted(name));
+        database.run("DROP INDEX " + quotedName(name));
     }
 }
 
@@ -93,7 +96,7 @@ std::vector<std::string> removeUnwanted(CacheFile& file, const Plan& plan)
         const auto known = wanted.find(lower(table));
         if (known == wanted.end() || outdated.contains(lower(table))) {
             file.forgetReady(classOf(table));
-            database.run("DROP TABLE " + quoted(table));
+            database.run("DROP TABLE " + quotedName(table));
             removed.push_back(table);
             continue;
         }
@@ -102,7 +105,7 @@ std::vector<std::string> removeUnwanted(CacheFile& file, const Plan& plan)
             dropIndexes(database, table);
         }
         for (const std::string& column : columns) {
-            database.run("ALTER TABLE " + quoted(table) + " DROP COLUMN " + quoted(column));
+            database.run("ALTER TABLE " + quotedName(table) + " DROP COLUMN " + quotedName(column));
             removed.push_back(table + "." + column);
         }
     }

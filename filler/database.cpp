@@ -18,15 +18,6 @@ bool isBytes(const void* stored, int size, const std::string& bytes)
 
 } // namespace
 
-std::string quoted(const std::string& name)
-{
-    std::string text = "\"";
-    for (const char c : name) {
-        text += c == '"' ? "\"\"" : std::string(1, c);
-    }
-    return text + '"';
-}
-
 // ---- Statement ----
 
 Statement::Statement(Database& database, const std::string& sql) : mDatabase(database)

@@ -23,9 +23,6 @@ private:
     int mCode;
 };
 
-// A name as SQL takes it.
-std::string quoted(const std::string& name);
-
 class Database;
 
 class Statement

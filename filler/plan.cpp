@@ -1,13 +1,14 @@
 #include "plan.h"
 
 #include <JsonAccess.h>
+#include <JsonMembers.h>
+#include <ResourceMapper/mapping/CacheNames.h>
 #include <ResourceMapper/mapping/CachedClasses.h>
 #include <ResourceMapper/mapping/Entry.h>
 #include <ResourceMapper/mapping/Links.h>
 #include <service/errno_text.h>
 
 #include <algorithm>
-#include <cctype>
 #include <fstream>
 #include <set>
 #include <sstream>
@@ -18,15 +19,15 @@ namespace {
 
 namespace mapping = cimgate::mapping;
 
+using mapping::lower;
+
 // ---- Columns ----
 
+// What is no object is logged.
 template <typename Function>
 void forEachMember(const Json::Value& object, const Function& function)
 {
-    const Json::Value& members = cimgate::objectOf(object);
-    for (auto member = members.begin(); member != members.end(); ++member) {
-        function(member.name(), *member);
-    }
+    cimgate::forEachMember(cimgate::objectOf(object), function);
 }
 
 // Letter case makes no other column.
@@ -200,14 +201,6 @@ bool showsIntegers(const ColumnReading& reading)
     };
     return (reading.isMapped || !reading.plain.empty()) &&
            std::all_of(reading.plain.begin(), reading.plain.end(), isInteger);
-}
-
-std::string lower(std::string_view name)
-{
-    std::string letters(name);
-    std::transform(letters.begin(), letters.end(), letters.begin(),
-                   [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
-    return letters;
 }
 
 std::vector<std::string> Plan::associations() const

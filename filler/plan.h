@@ -49,9 +49,6 @@ inline constexpr const char* kPathColumn = "__Path";
 // Whether all readers take the column's cells for integers.
 bool showsIntegers(const ColumnReading& reading);
 
-// Letters in lower case: CIM and SQLite take names without regard to case.
-std::string lower(std::string_view name);
-
 Plan planOf(const Json::Value& mapping, unsigned int intervalS);
 
 // Reads the mapping file. Returns nothing, with what to do in problem, where it cannot be used.

@@ -1,15 +1,19 @@
 #include "table.h"
 
+#include <ResourceMapper/mapping/CacheNames.h>
+
 namespace filler {
 
 namespace {
+
+using cimgate::mapping::quotedName;
 
 std::string joined(const std::vector<std::string>& columns, const char* between,
                    const char* behind = "")
 {
     std::string text;
     for (const std::string& column : columns) {
-        text.append(text.empty() ? "" : between).append(quoted(column)).append(behind);
+        text.append(text.empty() ? "" : between).append(quotedName(column)).append(behind);
     }
     return text;
 }
@@ -23,7 +27,7 @@ std::string findQuery(const std::string& table, const std::vector<std::string>& 
     for (const size_t column : identity) {
         names.push_back(columns[column]);
     }
-    return "SELECT rowid, " + joined(columns, ", ") + " FROM " + quoted(table) + " WHERE " +
+    return "SELECT rowid, " + joined(columns, ", ") + " FROM " + quotedName(table) + " WHERE " +
            joined(names, " AND ", " IS ?");
 }
 
@@ -33,13 +37,14 @@ std::string insertQuery(const std::string& table, const std::vector<std::string>
     for (size_t i = 0; i < columns.size(); ++i) {
         marks += marks.empty() ? "?" : ", ?";
     }
-    return "INSERT INTO " + quoted(table) + " (" + joined(columns, ", ") + ") VALUES (" + marks +
-           ")";
+    return "INSERT INTO " + quotedName(table) + " (" + joined(columns, ", ") + ") VALUES (" +
+           marks + ")";
 }
 
 std::string updateQuery(const std::string& table, const std::vector<std::string>& columns)
 {
-    return "UPDATE " + quoted(table) + " SET " + joined(columns, ", ", " = ?") + " WHERE rowid = ?";
+    return "UPDATE " + quotedName(table) + " SET " + joined(columns, ", ", " = ?") +
+           " WHERE rowid = ?";
 }
 
 } // namespace
@@ -47,7 +52,7 @@ std::string updateQuery(const std::string& table, const std::vector<std::string>
 TableRefresh::TableRefresh(Database& database, const std::string& table,
                            const std::vector<std::string>& columns, std::vector<size_t> identity)
     : mDatabase(database),
-      mTable(quoted(table)),
+      mTable(quotedName(table)),
       mIdentity(std::move(identity)),
       mFind(database, findQuery(table, columns, mIdentity)),
       mInsert(database, insertQuery(table, columns)),

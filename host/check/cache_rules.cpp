@@ -2,6 +2,7 @@
 
 #include "check/cache_reader.h"
 
+#include <ResourceMapper/mapping/CacheNames.h>
 #include <ResourceMapper/mapping/CachedClasses.h>
 #include <ResourceMapper/mapping/CimType.h>
 #include <ResourceMapper/mapping/Links.h>
@@ -9,7 +10,6 @@
 #include <sys/stat.h>
 
 #include <algorithm>
-#include <cctype>
 #include <optional>
 #include <set>
 
@@ -20,29 +20,14 @@ namespace {
 namespace mapping = cimgate::mapping;
 
 using mapping::kReadinessTable;
+using mapping::lower;
+using mapping::quotedName;
 using mapping::tableOf;
 
 // A writer holds its lock for moments; a check at the start waits for one, one that was asked for
 // as long as workers do.
 constexpr int kBusyMsAtStart = 200;
 constexpr int kBusyMs = 10000;
-
-std::string lower(std::string_view text)
-{
-    std::string letters(text);
-    std::transform(letters.begin(), letters.end(), letters.begin(),
-                   [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
-    return letters;
-}
-
-std::string inQuotes(std::string_view name)
-{
-    std::string text = "\"";
-    for (const char c : name) {
-        text += c == '"' ? "\"\"" : std::string(1, c);
-    }
-    return text + '"';
-}
 
 std::string joined(const std::vector<std::string>& items)
 {
@@ -273,7 +258,7 @@ void CacheRules::checkTable(const mapping::CachedClass& cached, const Place& pla
         return;
     }
     mColumns.clear();
-    for (const auto& row : mReader->rowsOf("pragma table_info(" + inQuotes(table) + ")")) {
+    for (const auto& row : mReader->rowsOf("pragma table_info(" + quotedName(table) + ")")) {
         mColumns.insert(lower(row[1]));
     }
     for (const mapping::NamedEntry& entry : cached.entries) {

@@ -5,6 +5,7 @@
 #include "check/fault.h"
 #include "check/mapping_text.h"
 
+#include <JsonMembers.h>
 #include <ResourceMapper/mapping/Entry.h>
 
 #include <set>
@@ -63,19 +64,9 @@ private:
     std::vector<Fault> mFaults;
 };
 
-// Calls use(place) for each entry that is an object of the right form, use(name, value) for each
-// member of an object.
-template <typename Use>
-void forEachMember(const Json::Value& object, const Use& use)
-{
-    if (!object.isObject()) {
-        return;
-    }
-    for (auto member = object.begin(); member != object.end(); ++member) {
-        use(member.name(), *member);
-    }
-}
+using cimgate::forEachMember;
 
+// Calls use(name, entry) for each entry that is an object of the right form.
 template <typename Use>
 void forEachEntry(const Inspection& inspection, const Use& use)
 {
