@@ -167,6 +167,9 @@ httpd::Response handlePost(ResourceMapper& mapper, const odata::Scope& scope,
     if (code != RM_OK) {
         return refuseAction(mapper, scope, code, errorArgs);
     }
+    if (sources.shapes) {
+        sources.shapes->shapeOutputs(mapper.mOemResourceName, mapper.mCimMethodName, outputs);
+    }
     sendOutcome(mapper, scope, returnValue, outputs);
     return responseOf(scope);
 }

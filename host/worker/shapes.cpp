@@ -62,6 +62,27 @@ void shapeDateTimes(Json::Value& value)
     }
 }
 
+// Of an object's members with these names.
+void shapeDateTimes(Json::Value& object, const std::vector<std::string>& names)
+{
+    for (const std::string& name : names) {
+        if (cimgate::hasMember(object, name)) {
+            shapeDateTimes(object[name]);
+        }
+    }
+}
+
+std::vector<std::string> dateTimesAmong(const std::vector<schema::Property>& properties)
+{
+    std::vector<std::string> names;
+    for (const schema::Property& property : properties) {
+        if (property.type == schema::ValueType::DateTime) {
+            names.push_back(property.name);
+        }
+    }
+    return names;
+}
+
 // Puts a value in the place of a null.
 void replaceNull(Json::Value& object, const std::string& name, Json::ValueType type)
 {
@@ -82,6 +103,15 @@ void Shapes::shape(const std::string& entryName, Json::Value& body)
         for (Json::Value& member : body[kMembers]) {
             shapeResource(shape, member);
         }
+    }
+}
+
+void Shapes::shapeOutputs(const std::string& entryName, const std::string& method,
+                          Json::Value& outputs)
+{
+    const auto& dateTimes = shapeOf(entryName).outputDateTimes;
+    if (const auto found = dateTimes.find(method); found != dateTimes.end()) {
+        shapeDateTimes(outputs, found->second);
     }
 }
 
@@ -109,10 +139,8 @@ Shapes::Shape Shapes::makeShape(const Json::Value& mapping, const Json::Value& e
     shape.isCollection = type.isCollection;
     const schema::ResourceType resource =
         schema::resourceTypeOf(mapping, mapping::memberEntryOf(mapping, entry));
+    shape.dateTimes = dateTimesAmong(resource.properties);
     for (const schema::Property& property : resource.properties) {
-        if (property.type == schema::ValueType::DateTime) {
-            shape.dateTimes.push_back(property.name);
-        }
         if (property.isArray) {
             shape.arrays.push_back(property.name);
         }
@@ -123,16 +151,15 @@ Shapes::Shape Shapes::makeShape(const Json::Value& mapping, const Json::Value& e
             shape.linkArrays.push_back(link.name);
         }
     }
+    for (const schema::Action& action : resource.actions) {
+        shape.outputDateTimes[action.name] = dateTimesAmong(action.outputs);
+    }
     return shape;
 }
 
 void Shapes::shapeResource(const Shape& shape, Json::Value& resource)
 {
-    for (const std::string& name : shape.dateTimes) {
-        if (cimgate::hasMember(resource, name)) {
-            shapeDateTimes(resource[name]);
-        }
-    }
+    shapeDateTimes(resource, shape.dateTimes);
     for (const std::string& name : shape.arrays) {
         replaceNull(resource, name, Json::arrayValue);
     }

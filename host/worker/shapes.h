@@ -1,7 +1,7 @@
 // The shape that Redfish (DSP0266) wants of the answers of mapped resources, where the library's
 // own differs: date-times have a colon in their offset, an array without a value is empty and not
 // null, and so is "Links" without a link. What is a date-time, an array or a link is known by its
-// declaration in the mapping, as schemas tell it.
+// declaration in the mapping, as schemas tell it. Of what actions answer, date-times alone.
 #ifndef HOST_WORKER_SHAPES_H_
 #define HOST_WORKER_SHAPES_H_
 
@@ -27,6 +27,10 @@ public:
     // members in place. It may be incomplete.
     void shape(const std::string& entryName, Json::Value& body);
 
+    // Brings what a method has answered into shape: its date-times alone.
+    void shapeOutputs(const std::string& entryName, const std::string& method,
+                      Json::Value& outputs);
+
     // The address of the JSON Schema of an entry's answers; "" where it has no type.
     const std::string& schemaUriOf(const std::string& entryName);
 
@@ -41,6 +45,7 @@ private:
         std::vector<std::string> arrays;
         bool hasLinks = false;
         std::vector<std::string> linkArrays;
+        std::map<std::string, std::vector<std::string>> outputDateTimes; // by method
     };
 
     const Shape& shapeOf(const std::string& entryName);

@@ -33,13 +33,22 @@ class Outputs(unittest.TestCase):
     @classmethod
     def setUpClass(cls):
         levels = {"value_mapping": {"0": "OK", "1": "Error", "-1": "Odd", "on": "On"}}
-        mapping = action_mapping(outputs={"Level": levels, "Levels": levels, "More": levels, "Plain": {}})
+        time = {"cim_type": "datetime"}
+        mapping = action_mapping(outputs={"Level": levels, "Levels": levels, "More": levels, "Plain": {}, "When": time, "Whens": time})
         cls.manager = cls.enterClassContext(ScriptedObjectManager(None))
         cls.service = cls.enterClassContext(ActionService(cls.manager.url, mapping))
 
     def run_action(self, *outputs, **more):
         self.manager.release(method_result("Run", *outputs, **more))
         return self.service.run()
+
+
+class Verbatim(unittest.TestCase):
+    def test_date_times_are_as_the_library_makes_them(self):
+        mapping = action_mapping(outputs={"When": {"cim_type": "datetime"}})
+        answer = method_result("Run", parameter("When", "datetime", "20240501102030.000000+000"))
+        with ScriptedObjectManager(lambda _: answer) as manager, ActionService(manager.url, mapping, "--verbatim") as service:
+            self.assertEqual(service.run().json()["When"], "2024-05-01T10:20:30+0000")
 
 
 class Values(Outputs):
@@ -81,6 +90,12 @@ class Values(Outputs):
     def test_date_times(self):
         self.check_types([("datetime", "20240501102030.000000+120", {"A": "2024-05-01T08:20:30+0000"}),
                           ("datetime", "00000001000000.000000:000", {"A": "1970-01-02T00:00:00+0000"})])
+
+    def test_date_times_that_are_declared_have_a_colon_in_their_offset(self):
+        time = "20240501102030.000000+000"
+        self.check({"When": "2024-05-01T10:20:30+00:00", "Whens": ["2024-05-01T10:20:30+00:00"], "Whens@odata.count": 1,
+                    "A": "2024-05-01T10:20:30+0000"},
+                   parameter("When", "datetime", time), parameter("Whens", "datetime", [time]), parameter("A", "datetime", time))
 
     def test_single_character_is_left_out(self):
         self.check_types([("char16", "x", {})])

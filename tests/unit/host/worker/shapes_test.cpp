@@ -31,6 +31,13 @@ constexpr const char* kShapedMapping = R"({
     "VexoFans": {"@odata.id": "/r/VexoFans", "@odata.type": "#VexoFans.VexoFans", "is_collection": true,
                  "mappings": {"VexoFan": {}}},
     "VexoPlain": {"@odata.id": "/r/VexoPlain", "@odata.type": "no type", "mappings": {}},
+    "VexoClock": {"@odata.id": "/r/VexoClock", "mappings": {"XCIM_Clock": {
+        "Actions": {"#VexoClock.Ask": {"target": "/r/VexoClock/Actions/VexoClock.Ask"},
+                    "#VexoClock.Set": {"target": "/r/VexoClock/Actions/VexoClock.Set"}},
+        "methods": {"Ask": {"outputs": {"Now": {"cim_type": "datetime", "alias": "Time"},
+                                        "Next": {"cim_type": "datetime", "is_arraytype": true},
+                                        "Told": {"redfish_type": "Edm.DateTimeOffset"},
+                                        "Text": {"cim_type": "string"}}}}}}},
     "VexoJob": {"@odata.id": "/r/VexoJob", "@odata.type": "#Job.v1_0_0.Job", "mappings": {}}})";
 
 class ShapedAnswer : public testing::Test
@@ -83,6 +90,24 @@ TEST_F(ShapedAnswer, HasEmptyArraysInPlaceOfNull)
               jsonOf(R"({"Words": [], "Checks": [], "Text": null})"));
     EXPECT_EQ(shaped("VexoFan", "{}"), jsonOf("{}")); // as $select leaves it
     EXPECT_EQ(shaped("VexoFan", R"({"Words": "x"})"), jsonOf(R"({"Words": "x"})"));
+}
+
+TEST_F(ShapedAnswer, OfAnActionHasAColonInTheOffsetOfItsDateTimes)
+{
+    const std::string time = R"("2024-05-01T10:20:30+0000")";
+    const std::string shapedTime = R"("2024-05-01T10:20:30+00:00")";
+    const std::string kept = R"("Text": )" + time + R"(, "Undeclared": )" + time + "}";
+    const Json::Value outputs =
+        jsonOf("{\"Now\": " + time + ", \"Next\": [" + time + "], \"Told\": " + time + ", " + kept);
+    Json::Value answer = outputs;
+    mShapes.shapeOutputs("VexoClock", "Ask", answer);
+    EXPECT_EQ(answer, jsonOf("{\"Now\": " + shapedTime + ", \"Next\": [" + shapedTime +
+                             "], \"Told\": " + shapedTime + ", " + kept));
+    for (const char* method : {"Set", "Unknown"}) { // declare no outputs
+        answer = outputs;
+        mShapes.shapeOutputs("VexoClock", method, answer);
+        EXPECT_EQ(answer, outputs) << method;
+    }
 }
 
 TEST_F(ShapedAnswer, HasLinksThatAreObjects)
