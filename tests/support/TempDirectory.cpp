@@ -1,11 +1,20 @@
 #include "TempDirectory.h"
 
 #include <stdlib.h>
+#include <unistd.h>
 
 #include <cerrno>
 #include <system_error>
 
 namespace support {
+
+namespace {
+
+// Children that tests fork have copies of this process's static objects, and destroy them when they
+// exit.
+const pid_t kOwner = getpid();
+
+} // namespace
 
 TempDirectory::TempDirectory()
 {
@@ -18,8 +27,10 @@ TempDirectory::TempDirectory()
 
 TempDirectory::~TempDirectory()
 {
-    std::error_code ignored;
-    std::filesystem::remove_all(mPath, ignored);
+    if (getpid() == kOwner) {
+        std::error_code ignored;
+        std::filesystem::remove_all(mPath, ignored);
+    }
 }
 
 } // namespace support
