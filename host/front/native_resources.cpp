@@ -3,6 +3,7 @@
 #include "content_hash.h"
 #include "error_body.h"
 #include "front/content_coding.h"
+#include "front/parsed_target.h"
 #include "front/protocol.h"
 #include "front/refusals.h"
 #include "native/tree.h"
@@ -36,8 +37,7 @@ std::optional<httpd::Response> refusalOfQuery(const httpd::Request& request)
     if (std::optional<httpd::Response> response = refusalOfTarget(request)) {
         return response;
     }
-    odata::Scope scope = odata::Scope::ForRequest(request.target);
-    return refusalOfOptions(scope.NewURI(), kAllOptions);
+    return refusalOfOptions(parsedTarget(request.target), kAllOptions);
 }
 
 std::optional<httpd::Response> refusalOf(const httpd::Request& request,

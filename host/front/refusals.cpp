@@ -2,6 +2,7 @@
 
 #include "error_body.h"
 #include "front/header_list.h"
+#include "front/parsed_target.h"
 #include "front/protocol.h"
 #include "host_limits.h"
 
@@ -110,8 +111,7 @@ httpd::Response unreadable(unsigned int status)
 
 std::optional<httpd::Response> refusalOfTarget(const httpd::Request& request)
 {
-    odata::Scope scope = odata::Scope::ForRequest(request.target);
-    return refusalOfUri(scope.NewURI(), request.target);
+    return refusalOfUri(parsedTarget(request.target), request.target);
 }
 
 std::optional<httpd::Response> refusalOf(const httpd::Request& request,

@@ -1,5 +1,7 @@
 #include "front/spawner_link.h"
 
+#include <new>
+
 namespace host {
 
 namespace asio = boost::asio;
@@ -26,7 +28,12 @@ void SpawnerLink::spawn(ControlKind kind, const std::string& text, Spawned spawn
     message.kind = kind;
     message.text = text;
     mWanted.push_back(std::move(spawned));
-    send(message);
+    try {
+        send(message);
+    } catch (const std::bad_alloc&) {
+        mWanted.pop_back(); // no answer will come to it
+        throw;
+    }
 }
 
 void SpawnerLink::end(uint32_t id)

@@ -2,6 +2,7 @@
 
 #include "host_limits.h"
 
+#include <new>
 #include <utility>
 
 namespace host {
@@ -74,19 +75,25 @@ void QueueFrontEnd::stop()
 
 void QueueFrontEnd::addProcess(ControlMessage& forked)
 {
+    const auto process = std::make_shared<Child>(mContext, mSpawner, forked);
+    try {
+        process->start({[this] {
+                            mProcess->watch();
+                            mSupervisor.childReady();
+                        },
+                        [this](const std::string& payload) { frameRead(payload); },
+                        [this] { answerSent(); },
+                        // A path on a file system that hangs is never opened.
+                        [this] { mProcess->end(); },
+                        [this] {
+                            processGone();
+                        }});
+    } catch (const std::bad_alloc&) {
+        process->close(); // its events would come for another one
+        throw;
+    }
+    mProcess = process;
     mUnanswered = 0;
-    mProcess = std::make_shared<Child>(mContext, mSpawner, forked);
-    mProcess->start({[this] {
-                         mProcess->watch();
-                         mSupervisor.childReady();
-                     },
-                     [this](const std::string& payload) { frameRead(payload); },
-                     [this] { answerSent(); },
-                     // A path on a file system that hangs is never opened.
-                     [this] { mProcess->end(); },
-                     [this] {
-                         processGone();
-                     }});
 }
 
 void QueueFrontEnd::frameRead(const std::string& payload)

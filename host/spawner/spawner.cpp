@@ -45,7 +45,7 @@ std::string problemOfMapping()
     const odata::URI uri = scope.NewURI();
     ResourceMapper mapper(nullptr, scope, uri, false);
     // No entry has an empty name: looking one up only loads the file.
-    const int code = mapper.checkResource("", true);
+    const _ResourceMapperError code = mapper.checkResource("", true);
     if (code != RM_RMF_NOT_PRESENT && code != RM_MALFORMED_JSON) {
         return {};
     }
