@@ -53,11 +53,13 @@ int hexValue(char digit)
     return lower >= 'a' && lower <= 'f' ? lower - 'a' + 10 : -1;
 }
 
+constexpr size_t kEscapeSize = 3; // "%2F"
+
 // The byte that text, which begins with "%", encodes; 0 when it encodes none. "%00" is none either:
 // its NUL would cut the text short for every reader of a C string.
 char escapedByte(std::string_view text)
 {
-    if (text.size() < 3) {
+    if (text.size() < kEscapeSize) {
         return '\0';
     }
     const int high = hexValue(text[1]);
@@ -69,17 +71,20 @@ std::string decode(OL_URI& uri, std::string_view text)
 {
     std::string decoded;
     decoded.reserve(text.size());
-    for (size_t i = 0; i < text.size(); ++i) {
-        const char byte = text[i] == '%' ? escapedByte(text.substr(i)) : text[i];
+    while (true) {
+        const size_t escape = text.find('%');
+        decoded += text.substr(0, escape);
+        if (escape == std::string_view::npos) {
+            return decoded;
+        }
+        text.remove_prefix(escape);
+        const char byte = escapedByte(text);
         if (byte == '\0') {
             noteFault(uri, OL_URI_BAD_ENCODING);
-            decoded += '%';
-            continue;
         }
-        decoded += byte;
-        i += text[i] == '%' ? 2U : 0U;
+        decoded += byte == '\0' ? '%' : byte;
+        text.remove_prefix(byte == '\0' ? 1 : kEscapeSize);
     }
-    return decoded;
 }
 
 template <typename Visit>
