@@ -3,8 +3,11 @@
 #include "Log.h"
 
 #include <algorithm>
+#include <array>
 #include <exception>
 #include <istream>
+#include <limits>
+#include <utility>
 
 namespace cimgate {
 
@@ -16,11 +19,21 @@ void logUnexpectedType(const char* wanted, const Json::Value& value)
            wanted);
 }
 
-// Whether text stands in JSON as it is, between quotation marks.
+// Which bytes stand in a JSON text as they are.
+using Bytes = std::array<bool, std::numeric_limits<unsigned char>::max() + 1>;
+
+constexpr Bytes kPlainBytes = [] {
+    Bytes plain{};
+    for (unsigned char byte = ' '; byte <= '~'; ++byte) {
+        plain[byte] = byte != '"' && byte != '\\';
+    }
+    return plain;
+}();
+
 bool isPlain(std::string_view text)
 {
     return std::all_of(text.begin(), text.end(),
-                       [](char c) { return c >= ' ' && c <= '~' && c != '"' && c != '\\'; });
+                       [](char c) { return kPlainBytes[static_cast<unsigned char>(c)]; });
 }
 
 Json::Value& asType(Json::Value& value, Json::ValueType type)
@@ -81,6 +94,9 @@ void append(const Json::Value& value, std::string& out)
     const char* begin = nullptr;
     const char* end = nullptr;
     switch (value.type()) {
+    case Json::nullValue:
+        out += "null";
+        break;
     case Json::objectValue:
         appendObject(value, out);
         break;
@@ -130,6 +146,12 @@ const Json::Value& arrayOf(const Json::Value& value)
 const Json::Value* findMember(const Json::Value& value, std::string_view key)
 {
     return objectOf(value).find(key.data(), key.data() + key.size());
+}
+
+Json::Value* findMember(Json::Value& value, std::string_view key)
+{
+    // NOLINTNEXTLINE(cppcoreguidelines-pro-type-const-cast): the object it is in may be written to
+    return const_cast<Json::Value*>(findMember(std::as_const(value), key));
 }
 
 const Json::Value& memberOf(const Json::Value& value, std::string_view key)

@@ -18,6 +18,7 @@ const Json::Value& memberOf(const Json::Value& value, std::string_view key);
 
 // The same by pointer, which tells an absent member (nullptr) from one that is null.
 const Json::Value* findMember(const Json::Value& value, std::string_view key);
+Json::Value* findMember(Json::Value& value, std::string_view key);
 
 // Whether value is an object with this member.
 bool hasMember(const Json::Value& value, std::string_view key);

@@ -18,6 +18,7 @@
 #include <memory>
 #include <new>
 #include <optional>
+#include <utility>
 #include <vector>
 
 namespace cimgate {
@@ -289,10 +290,8 @@ void textCellToJson(sqlite3_stmt* stmt, int index, Column& column, const std::st
 }
 
 void cellToJson(sqlite3_stmt* stmt, int index, Column& column, const std::string& className,
-                int status, Json::Value& row)
+                int status, Json::Value& out, Json::Value& row)
 {
-    Json::Value unseen;
-    Json::Value& out = column.isShown ? memberIn(row, column.key) : unseen;
     switch (sqlite3_column_type(stmt, index)) {
     case SQLITE_INTEGER:
         integerCellToJson(stmt, index, column, className, out);
@@ -315,15 +314,71 @@ void cellToJson(sqlite3_stmt* stmt, int index, Column& column, const std::string
     }
 }
 
-Json::Value rowToJson(sqlite3_stmt* stmt, std::vector<Column>& columns,
-                      const std::string& className, int status)
+// The members of a row that the columns go to, in their order; null for one that is not shown.
+using Cells = std::vector<Json::Value*>;
+
+Cells cellsIn(Json::Value& row, const std::vector<Column>& columns)
 {
-    Json::Value row;
-    for (size_t i = 0; i < columns.size(); ++i) {
-        cellToJson(stmt, static_cast<int>(i), columns[i], className, status, row);
+    Cells cells;
+    cells.reserve(columns.size());
+    for (const Column& column : columns) {
+        cells.push_back(column.isShown ? &memberIn(row, column.key) : nullptr);
     }
-    return row;
+    return cells;
 }
+
+void rowToJson(sqlite3_stmt* stmt, std::vector<Column>& columns, const std::string& className,
+               int status, const Cells& cells, Json::Value& row)
+{
+    Json::Value unseen;
+    for (size_t i = 0; i < columns.size(); ++i) {
+        cellToJson(stmt, static_cast<int>(i), columns[i], className, status,
+                   cells[i] != nullptr ? *cells[i] : unseen, row);
+    }
+}
+
+// Makes one row after the other. All have the same members: copying an object that has them takes a
+// fourth of what inserting them by name does.
+class RowMaker
+{
+public:
+    explicit RowMaker(const std::vector<Column>& columns)
+    {
+        const Cells cells = cellsIn(mEmpty, columns);
+        const Cells members = membersOf(mEmpty);
+        for (const Json::Value* cell : cells) {
+            const auto place = std::find(members.begin(), members.end(), cell);
+            mPlaces.push_back(static_cast<size_t>(place - members.begin()));
+        }
+    }
+
+    Json::Value next(Cells& cells) const
+    {
+        Json::Value row = mEmpty;
+        const Cells members = membersOf(row);
+        cells.clear();
+        for (const size_t place : mPlaces) {
+            cells.push_back(members[place]);
+        }
+        return row;
+    }
+
+private:
+    // In the order of their names, and a null behind them.
+    static Cells membersOf(Json::Value& row)
+    {
+        Cells members;
+        members.reserve(row.size() + size_t{1});
+        for (Json::Value& member : row) {
+            members.push_back(&member);
+        }
+        members.push_back(nullptr);
+        return members;
+    }
+
+    Json::Value mEmpty;
+    std::vector<size_t> mPlaces; // of the columns, among the members
+};
 
 } // namespace
 
@@ -339,15 +394,21 @@ int rowsToJson(sqlite3_stmt* stmt, Json::Value& out, const Json::Value& entry,
             LOG_AT(LOG_ERROR, "Rows returned is = 0 for get instance request");
             return 1;
         }
-        out = rowToJson(stmt, columns, className, status);
+        Json::Value row;
+        rowToJson(stmt, columns, className, status, cellsIn(row, columns), row);
+        out = std::move(row);
         return 0;
     }
     if (status == SQLITE_DONE) {
         return 0;
     }
     Json::Value& members = writableArray(writableObject(out)["Members"]);
+    const RowMaker rows(columns);
+    Cells cells;
     while (status != SQLITE_DONE) {
-        members.append(rowToJson(stmt, columns, className, status));
+        Json::Value row = rows.next(cells);
+        rowToJson(stmt, columns, className, status, cells, row);
+        members.append(std::move(row));
         status = sqlite3_step(stmt);
     }
     return 0;
