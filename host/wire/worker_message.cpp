@@ -7,7 +7,9 @@
 #include <strings.h>
 
 #include <algorithm>
+#include <array>
 #include <iterator>
+#include <limits>
 #include <utility>
 
 namespace host {
@@ -73,16 +75,32 @@ constexpr std::string_view kServersOwn[] = {
     "TE",         "Trailer",        "Upgrade", "Transfer-Encoding",
 };
 
-bool isTokenCharacter(char c)
-{
-    return (c >= '0' && c <= '9') || (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') ||
-           std::string_view("!#$%&'*+-.^_`|~").find(c) != std::string_view::npos;
-}
+// Which bytes a part of a header may have. Each byte of each worker's headers is looked up here.
+using Bytes = std::array<bool, std::numeric_limits<unsigned char>::max() + 1>;
 
-bool isValueCharacter(char c)
+constexpr Bytes kTokenBytes = [] {
+    Bytes bytes{};
+    for (const char c : std::string_view("!#$%&'*+-.^_`|~0123456789abcdefghijklmnopqrstuvwxyz"
+                                         "ABCDEFGHIJKLMNOPQRSTUVWXYZ")) {
+        bytes[static_cast<unsigned char>(c)] = true;
+    }
+    return bytes;
+}();
+
+constexpr Bytes kValueBytes = [] {
+    constexpr unsigned char kDelete = 0x7f;
+    Bytes bytes{};
+    for (size_t byte = ' '; byte < bytes.size(); ++byte) {
+        bytes[byte] = byte != kDelete;
+    }
+    bytes['\t'] = true;
+    return bytes;
+}();
+
+bool hasOnly(const Bytes& allowed, std::string_view text)
 {
-    const auto byte = static_cast<unsigned char>(c);
-    return c == '\t' || (byte >= ' ' && byte != 0x7f);
+    return std::all_of(text.begin(), text.end(),
+                       [&](char c) { return allowed[static_cast<unsigned char>(c)]; });
 }
 
 bool isServersOwn(const std::string& name)
@@ -132,10 +150,9 @@ std::string encodeDeclined(Declined reason)
 bool isAnswerHeader(const httpd::Header& header)
 {
     const auto& [name, value] = header;
-    return !name.empty() && name.size() <= kMaxHeaderTextBytes &&
-           std::all_of(name.begin(), name.end(), isTokenCharacter) && !isServersOwn(name) &&
-           value.size() <= kMaxHeaderTextBytes &&
-           std::all_of(value.begin(), value.end(), isValueCharacter);
+    return !name.empty() && name.size() <= kMaxHeaderTextBytes && hasOnly(kTokenBytes, name) &&
+           !isServersOwn(name) && value.size() <= kMaxHeaderTextBytes &&
+           hasOnly(kValueBytes, value);
 }
 
 bool decodeRequest(std::string_view payload, WorkerRequest& request)
