@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <chrono>
 #include <thread>
+#include <utility>
 
 namespace host {
 
@@ -41,9 +42,44 @@ void noteMessage(void* /*context*/, int code, const char* /*message*/)
     }
 }
 
-bool run(const char* statement)
+// A statement without rows that matter. It stays prepared: each request that reads the cache runs
+// three of them, and parsing them takes longer than running them.
+class KeptStatement
 {
-    return sqlite3_exec(dbhandle, statement, nullptr, nullptr, nullptr) == SQLITE_OK;
+public:
+    explicit KeptStatement(const char* sql) : mSql(sql) {}
+    ~KeptStatement() { sqlite3_finalize(mStatement); }
+    KeptStatement(const KeptStatement&) = delete;
+    KeptStatement& operator=(const KeptStatement&) = delete;
+
+    bool run()
+    {
+        if (mStatement == nullptr || sqlite3_db_handle(mStatement) != dbhandle) {
+            sqlite3_finalize(std::exchange(mStatement, nullptr));
+            (void)sqlite3_prepare_v3(dbhandle, mSql, -1, SQLITE_PREPARE_PERSISTENT, &mStatement,
+                                     nullptr);
+        }
+        (void)sqlite3_step(mStatement);
+        return mStatement != nullptr && sqlite3_reset(mStatement) == SQLITE_OK;
+    }
+
+private:
+    const char* mSql;
+    sqlite3_stmt* mStatement = nullptr;
+};
+
+struct Statements
+{
+    KeptStatement begin{"BEGIN"}; // takes no lock yet
+    KeptStatement takeState{"PRAGMA schema_version"};
+    KeptStatement commit{"COMMIT"};
+    KeptStatement rollback{"ROLLBACK"};
+};
+
+Statements& statements()
+{
+    static Statements kept;
+    return kept;
 }
 
 // How long the index of the cache's log may be half written: a writer does that in microseconds,
@@ -58,7 +94,7 @@ void takeState()
 {
     const auto end = std::chrono::steady_clock::now() + kIndexPatience;
     auto pause = kFirstPause;
-    while (!run("PRAGMA schema_version") &&
+    while (!statements().takeState.run() &&
            sqlite3_extended_errcode(dbhandle) == SQLITE_READONLY_RECOVERY &&
            std::chrono::steady_clock::now() < end) {
         std::this_thread::sleep_for(pause);
@@ -82,7 +118,7 @@ void CacheRead::watchSqlite()
 CacheRead::CacheRead()
 {
     notedCode = SQLITE_OK;
-    (void)run("BEGIN"); // takes no lock yet; where it fails, the connection says why
+    (void)statements().begin.run(); // where it fails, the connection says why
     takeState();
 }
 
@@ -99,8 +135,8 @@ std::optional<CacheFault> CacheRead::fault() const
 void CacheRead::end()
 {
     // A fault may have ended it already.
-    if (sqlite3_get_autocommit(dbhandle) == 0 && !run("COMMIT")) {
-        (void)run("ROLLBACK");
+    if (sqlite3_get_autocommit(dbhandle) == 0 && !statements().commit.run()) {
+        (void)statements().rollback.run();
     }
 }
 

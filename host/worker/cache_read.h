@@ -18,7 +18,9 @@ struct CacheFault
 // What the log says of a fault.
 std::string faultText(const std::string& table, const CacheFault& fault);
 
-// A read transaction on the library's connection, which must be open. It holds a lock.
+// A read transaction on the library's connection, which must be open. It holds a lock. Its own
+// statements stay prepared until another connection is read: who closes one does so with
+// sqlite3_close_v2().
 class CacheRead
 {
 public:

@@ -15,7 +15,7 @@ namespace {
 
 void closeLibraryConnection()
 {
-    sqlite3_close(dbhandle);
+    sqlite3_close_v2(dbhandle);
     dbhandle = nullptr;
 }
 

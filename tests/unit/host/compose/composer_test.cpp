@@ -61,7 +61,7 @@ protected:
 
     void TearDown() override
     {
-        sqlite3_close(dbhandle);
+        sqlite3_close_v2(dbhandle);
         dbhandle = nullptr;
         ResourceMapper::RmfFileLoaded = false;
         ResourceMapper::RmfObj = Json::Value();

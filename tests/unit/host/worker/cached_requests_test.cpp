@@ -17,6 +17,7 @@
 #include <iterator>
 #include <memory>
 #include <optional>
+#include <set>
 #include <sstream>
 #include <string>
 #include <utility>
@@ -78,7 +79,7 @@ protected:
 
     void TearDown() override
     {
-        sqlite3_close(dbhandle);
+        sqlite3_close_v2(dbhandle);
         dbhandle = nullptr;
         forgetMapping();
         ResourceMapper::RmfPath = mRmfPath;
@@ -261,6 +262,34 @@ TEST_F(CachedAnswer, OfEmbeddedDataIsOfOneState)
                   linkTo(box["State"]));
     }
     EXPECT_GT(ready, 0);
+}
+
+std::set<sqlite3_stmt*> openStatements()
+{
+    std::set<sqlite3_stmt*> statements;
+    for (sqlite3_stmt* statement = sqlite3_next_stmt(dbhandle, nullptr); statement != nullptr;
+         statement = sqlite3_next_stmt(dbhandle, statement)) {
+        statements.insert(statement);
+    }
+    return statements;
+}
+
+TEST_F(CachedAnswer, IsReadInATransactionWhoseStatementsStayPrepared)
+{
+    const std::set<sqlite3_stmt*> ofTheFirst = openStatements();
+    EXPECT_THAT(ofTheFirst, testing::SizeIs(3)); // begin, take the state, commit
+    EXPECT_EQ(get("/r/VexoBox/none").status, 404U);
+    EXPECT_EQ(get("/r/VexoBox/none").status, 404U);
+    EXPECT_EQ(openStatements(), ofTheFirst);
+}
+
+TEST_F(CachedAnswer, OfAnotherConnectionIsReadByStatementsOfItsOwn)
+{
+    sqlite3_close_v2(dbhandle);
+    ASSERT_EQ(LoadDatabase(), SQLITE_OK);
+    EXPECT_EQ(get("/r/VexoBox/B.1").status, 200U);
+    EXPECT_THAT(openStatements(), testing::SizeIs(3));
+    expectNoLock();
 }
 
 TEST_F(CachedRequests, LeaveNoTransactionOpen)
