@@ -8,7 +8,6 @@
 #include <ResourceMapper/mapping/Entry.h>
 
 #include <algorithm>
-#include <cctype>
 #include <string_view>
 
 namespace host {
@@ -22,7 +21,7 @@ constexpr size_t kColonFromEnd = 2; // "+02:00"
 
 bool isDigit(char c)
 {
-    return std::isdigit(static_cast<unsigned char>(c)) != 0;
+    return c >= '0' && c <= '9';
 }
 
 // "2024-05-01T10:20:30+0200", with or without a fraction of the second.
@@ -45,8 +44,8 @@ void shapeDateTime(Json::Value& value)
     if (!value.isString() || !value.getString(&begin, &end)) {
         return;
     }
-    std::string text(begin, end);
-    if (hasOffsetWithoutColon(text)) {
+    if (hasOffsetWithoutColon({begin, static_cast<size_t>(end - begin)})) {
+        std::string text(begin, end);
         value = text.insert(text.size() - kColonFromEnd, ":");
     }
 }
@@ -66,8 +65,8 @@ void shapeDateTimes(Json::Value& value)
 void shapeDateTimes(Json::Value& object, const std::vector<std::string>& names)
 {
     for (const std::string& name : names) {
-        if (cimgate::hasMember(object, name)) {
-            shapeDateTimes(object[name]);
+        if (Json::Value* value = cimgate::findMember(object, name)) {
+            shapeDateTimes(*value);
         }
     }
 }
@@ -84,11 +83,10 @@ std::vector<std::string> dateTimesAmong(const std::vector<schema::Property>& pro
 }
 
 // Puts a value in the place of a null.
-void replaceNull(Json::Value& object, const std::string& name, Json::ValueType type)
+void replaceNull(Json::Value* member, Json::ValueType type)
 {
-    const Json::Value* member = cimgate::findMember(object, name);
     if (member != nullptr && member->isNull()) {
-        object[name] = Json::Value(type);
+        *member = Json::Value(type);
     }
 }
 
@@ -99,8 +97,8 @@ void Shapes::shape(const std::string& entryName, Json::Value& body)
     const Shape& shape = shapeOf(entryName);
     if (!shape.isCollection) {
         shapeResource(shape, body);
-    } else if (cimgate::hasMember(body, kMembers)) {
-        for (Json::Value& member : body[kMembers]) {
+    } else if (Json::Value* members = cimgate::findMember(body, kMembers)) {
+        for (Json::Value& member : *members) {
             shapeResource(shape, member);
         }
     }
@@ -161,15 +159,15 @@ void Shapes::shapeResource(const Shape& shape, Json::Value& resource)
 {
     shapeDateTimes(resource, shape.dateTimes);
     for (const std::string& name : shape.arrays) {
-        replaceNull(resource, name, Json::arrayValue);
+        replaceNull(cimgate::findMember(resource, name), Json::arrayValue);
     }
-    if (!shape.hasLinks || !cimgate::hasMember(resource, mapping::kLinks)) {
+    Json::Value* links = shape.hasLinks ? cimgate::findMember(resource, mapping::kLinks) : nullptr;
+    if (links == nullptr) {
         return;
     }
-    replaceNull(resource, mapping::kLinks, Json::objectValue);
-    Json::Value& links = resource[mapping::kLinks];
+    replaceNull(links, Json::objectValue);
     for (const std::string& name : shape.linkArrays) {
-        replaceNull(links, name, Json::arrayValue);
+        replaceNull(cimgate::findMember(*links, name), Json::arrayValue);
     }
 }
 
