@@ -115,9 +115,8 @@ std::optional<httpd::Response> refusalOfTarget(const httpd::Request& request)
 }
 
 std::optional<httpd::Response> refusalOf(const httpd::Request& request,
-                                         const MappingSummary& mapping)
+                                         const std::optional<UriKind>& kind)
 {
-    const std::optional<UriKind> kind = mapping.knownKindOf(request.target);
     if (!takesMethod(kind, request)) {
         return answerToMethod(request, kind);
     }

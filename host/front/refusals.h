@@ -17,9 +17,9 @@ bool isPost(const httpd::Request& request);
 httpd::Response unreadable(unsigned int status);
 
 // The answer to a request for a resource that workers answer for, where no worker is needed;
-// nothing when one is.
+// nothing when one is. kind: what the mapping knows of the target.
 std::optional<httpd::Response> refusalOf(const httpd::Request& request,
-                                         const MappingSummary& mapping);
+                                         const std::optional<UriKind>& kind);
 
 // The refusal of a target that is no URI of a resource, or has a query option that none takes.
 std::optional<httpd::Response> refusalOfTarget(const httpd::Request& request);

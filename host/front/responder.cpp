@@ -188,7 +188,8 @@ void Responder::answer(Arrived& arrived, Question& question)
     const ReadyAnswer* kept = keptAnswer(key, question);
     // The same target was a worker's before, so that it is not looked at again.
     const bool isWorkers = kept != nullptr && key.ends_with(request.target);
-    if (auto own = isWorkers ? refusalOfKept(request) : answerByFront(request)) {
+    std::optional<UriKind> kind;
+    if (auto own = isWorkers ? refusalOfKept(request) : answerByFront(request, kind)) {
         reply(finalOf(std::move(*own), request.headers));
     } else if (kept != nullptr) {
         mKeptAnswers.noteGiven();
@@ -196,8 +197,8 @@ void Responder::answer(Arrived& arrived, Question& question)
     } else if (!mQuarantine.admits(watchedName(request), std::chrono::steady_clock::now())) {
         reply(finalOf(closedTarget(), request.headers));
     } else {
-        const UriKind kind = mMapping.kindOf(request.target);
-        askWorker(arrived, keepingOf(key, kind, question), kind);
+        const UriKind expected = expectedKind(kind);
+        askWorker(arrived, keepingOf(key, expected, question), expected);
     }
 }
 
@@ -266,14 +267,20 @@ void Responder::handleQueue(const std::string& text, const QueueFrontEnd::Reply&
            watched);
 }
 
-// What the mapping has no say in: refusals, and the service's own resources.
-std::optional<httpd::Response> Responder::answerByFront(const httpd::Request& request) const
+// What the mapping has no say in: refusals, and the service's own resources. kind becomes what the
+// mapping knows of a target that is neither.
+std::optional<httpd::Response> Responder::answerByFront(const httpd::Request& request,
+                                                        std::optional<UriKind>& kind) const
 {
     std::optional<httpd::Response> response = mOwnNames.refusalOf(request);
     if (!response) {
         response = mNative.answerTo(request);
     }
-    return response ? response : refusalOf(request, mMapping);
+    if (response) {
+        return response;
+    }
+    kind = mMapping.knownKindOf(request.target);
+    return refusalOf(request, kind);
 }
 
 // What a target that a worker has answered for leaves to be refused.
@@ -368,7 +375,8 @@ void Responder::noteOutcome(const std::string& watched, Outcome outcome, bool is
 
 std::optional<httpd::Response> Responder::answerToHead(const httpd::Request& request) const
 {
-    std::optional<httpd::Response> response = answerByFront(request);
+    std::optional<UriKind> kind;
+    std::optional<httpd::Response> response = answerByFront(request, kind);
     if (response) {
         addCommonHeaders(*response);
     }

@@ -82,7 +82,8 @@ private:
 
     void awaitSchemas(Arrived arrived);
     void refuseAwaiting();
-    std::optional<httpd::Response> answerByFront(const httpd::Request& request) const;
+    std::optional<httpd::Response> answerByFront(const httpd::Request& request,
+                                                 std::optional<UriKind>& kind) const;
     bool isAskedByOthersToo(const httpd::Client* client);
     std::optional<httpd::Response> refusalOfKept(const httpd::Request& request) const;
     void answerArrived();

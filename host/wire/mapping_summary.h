@@ -35,6 +35,12 @@ struct UriEntry
     UriKind kind = UriKind::CachedRead;
 };
 
+// What is not known is a cached read: it costs a worker no more than that to find out.
+constexpr UriKind expectedKind(const std::optional<UriKind>& known)
+{
+    return known.value_or(UriKind::CachedRead);
+}
+
 struct MappingSummary
 {
     bool usesCache = false; // whether workers open the data cache
@@ -45,12 +51,7 @@ struct MappingSummary
     // itself what it does; this only says what to expect.
     std::optional<UriKind> knownKindOf(std::string_view target) const;
 
-    // The same; what is not known is a cached read: it costs a worker no more than that to find
-    // out.
-    UriKind kindOf(std::string_view target) const
-    {
-        return knownKindOf(target).value_or(UriKind::CachedRead);
-    }
+    UriKind kindOf(std::string_view target) const { return expectedKind(knownKindOf(target)); }
 };
 
 // A text for decodeSummary(), which is false when a text is none.
