@@ -145,7 +145,7 @@ class SampleActions(unittest.TestCase):
                            Comment="Ünï & <co>")
         self.check_done(answer, OverallResult="Passed", Results=["Passed", "Passed", "Passed", "Passed", "Skipped"],
                         Durations=[2, 14, 5, 1, 0], LogCleared=True)
-        self.assertRegex(answer.json()["CompletedAt"], "^20[0-9-]{8}T[0-9:]{8}[+]0000$")
+        self.assertRegex(answer.json()["CompletedAt"], "^20[0-9-]{8}T[0-9:]{8}[+]00:00$")
 
     def test_diagnostics_that_fail_have_a_list_with_a_gap(self):
         self.check_done(self.post(DIAGNOSTICS, Tests=["Fans"], ExtendedTest=True), OverallResult="Failed",
@@ -176,7 +176,7 @@ class SampleActions(unittest.TestCase):
                            Tasks=["SelfTest"], Recipients=["a@example.net", "b@example.net"], RetryMinutes=[5, 10],
                            NotifyUsers=True, Priority=3)
         self.check_done(answer, Days=["Sunday", "Friday"], RetryMinutes=[5, 10], ScheduleNumber=2**64 - 1,
-                        NextRun="2024-05-01T10:20:30+0000", ClockOffset=-1843, Load=0.25, Approved=True,
+                        NextRun="2024-05-01T10:20:30+00:00", ClockOffset=-1843, Load=0.25, Approved=True,
                         Substitute=None)
         controller = self.read(CONTROLLER)
         self.assertEqual({name: controller[name] for name in controller if name.startswith("Maintenance")
