@@ -15,6 +15,7 @@ from pathlib import Path
 
 BENCH_DIR = Path(__file__).resolve().parent
 REGISTRIES = BENCH_DIR.parent / "data" / "registries"
+UNIT = BENCH_DIR.parent / "data" / "systemd" / "cimgated.service.in"
 CLOCK_TICKS = os.sysconf("SC_CLK_TCK")
 # How long a program may take to start or to stop.
 PATIENCE_S = 30
@@ -63,10 +64,17 @@ def pss_bytes(pid):
     return int(re.search(r"^Pss: +(\d+) kB$", rollup, re.MULTILINE).group(1)) * 1024
 
 
+def environment_of(unit):
+    """What a systemd unit sets."""
+    lines = [line for line in unit.read_text(encoding="utf-8").splitlines() if line.startswith("Environment=")]
+    return dict(line.removeprefix("Environment=").split("=", 1) for line in lines)
+
+
 @contextlib.contextmanager
-def running(command):
+def running(command, environment=()):
     """Starts a program and waits until it listens; log lines, one for each request, go nowhere."""
-    with subprocess.Popen(command, stdout=subprocess.PIPE, stderr=subprocess.DEVNULL, text=True) as process:
+    with subprocess.Popen(command, stdout=subprocess.PIPE, stderr=subprocess.DEVNULL, text=True,
+                          env=os.environ | dict(environment)) as process:
         try:
             line = process.stdout.readline()
             if "listening on " not in line:
@@ -79,7 +87,7 @@ def running(command):
 
 @contextlib.contextmanager
 def running_service(build_dir, workers, prepare=lambda directory: []):
-    """The service; yields it with the paths of the instance and the page. prepare(directory) may change the mapping and
+    """The service, as its unit starts it; yields it with the paths of the instance and the page. prepare(directory) may change the mapping and
     the cache that lie there, and returns more options."""
     with tempfile.TemporaryDirectory(prefix="cimgate-bench-") as directory:
         written = subprocess.run([f"{build_dir}/bench/write_bench_system", directory], check=True,
@@ -87,7 +95,7 @@ def running_service(build_dir, workers, prepare=lambda directory: []):
         instance, page = written.stdout.split()
         command = [f"{build_dir}/host/cimgated", "--listen", "127.0.0.1:0", "--rmf", f"{directory}/mapping.json",
                    "--cache", f"{directory}/cache.db", "--registries", str(REGISTRIES), "--workers", str(workers), *prepare(directory)]
-        with running(command) as service:
+        with running(command, environment_of(UNIT)) as service:
             service.directory = directory
             yield service, instance, page
 
