@@ -289,9 +289,17 @@ void textCellToJson(sqlite3_stmt* stmt, int index, Column& column, const std::st
     textToJson({text, text == nullptr ? 0 : bytes}, false, column, className, out);
 }
 
-void cellToJson(sqlite3_stmt* stmt, int index, Column& column, const std::string& className,
-                int status, Json::Value& out, Json::Value& row)
+// Where a cell goes: a member, and the row that it is in, which shows how long an array is too.
+struct Place
 {
+    Json::Value& member;
+    Json::Value& row;
+};
+
+void cellToJson(sqlite3_stmt* stmt, int index, Column& column, const std::string& className,
+                int status, const Place& place)
+{
+    Json::Value& out = place.member;
     switch (sqlite3_column_type(stmt, index)) {
     case SQLITE_INTEGER:
         integerCellToJson(stmt, index, column, className, out);
@@ -300,7 +308,7 @@ void cellToJson(sqlite3_stmt* stmt, int index, Column& column, const std::string
         textCellToJson(stmt, index, column, className, out);
         break;
     case SQLITE_BLOB:
-        blobCellToJson(stmt, index, column, className, out, row);
+        blobCellToJson(stmt, index, column, className, out, place.row);
         break;
     case SQLITE_NULL:
         out = Json::Value::nullSingleton();
@@ -333,7 +341,7 @@ void rowToJson(sqlite3_stmt* stmt, std::vector<Column>& columns, const std::stri
     Json::Value unseen;
     for (size_t i = 0; i < columns.size(); ++i) {
         cellToJson(stmt, static_cast<int>(i), columns[i], className, status,
-                   cells[i] != nullptr ? *cells[i] : unseen, row);
+                   {cells[i] != nullptr ? *cells[i] : unseen, row});
     }
 }
 

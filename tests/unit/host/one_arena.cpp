@@ -8,9 +8,11 @@ namespace {
 class OneArena : public testing::Environment
 {
 protected:
+    // NOLINTNEXTLINE(concurrency-mt-unsafe): before any other thread
     void SetUp() override { (void)mallopt(M_ARENA_MAX, 1); }
 };
 
+// NOLINTNEXTLINE(cppcoreguidelines-avoid-non-const-global-variables): GoogleTest owns it
 [[maybe_unused]] testing::Environment* const kOneArena =
     testing::AddGlobalTestEnvironment(new OneArena);
 
