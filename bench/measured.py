@@ -87,8 +87,8 @@ def running(command, environment=()):
 
 @contextlib.contextmanager
 def running_service(build_dir, workers, prepare=lambda directory: []):
-    """The service, as its unit starts it; yields it with the paths of the instance and the page. prepare(directory) may change the mapping and
-    the cache that lie there, and returns more options."""
+    """The service, as its unit starts it; yields it with the paths of the instance and the page. prepare(directory) may
+    change the mapping and the cache that lie there, and returns more options."""
     with tempfile.TemporaryDirectory(prefix="cimgate-bench-") as directory:
         written = subprocess.run([f"{build_dir}/bench/write_bench_system", directory], check=True,
                                  stdout=subprocess.PIPE, text=True)

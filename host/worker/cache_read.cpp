@@ -54,16 +54,24 @@ public:
 
     bool run()
     {
-        if (mStatement == nullptr || sqlite3_db_handle(mStatement) != dbhandle) {
-            sqlite3_finalize(std::exchange(mStatement, nullptr));
-            (void)sqlite3_prepare_v3(dbhandle, mSql, -1, SQLITE_PREPARE_PERSISTENT, &mStatement,
-                                     nullptr);
+        if (!isPrepared()) {
+            return false;
         }
-        (void)sqlite3_step(mStatement);
-        return mStatement != nullptr && sqlite3_reset(mStatement) == SQLITE_OK;
+        (void)sqlite3_step(mStatement); // whether it has failed, the reset says
+        return sqlite3_reset(mStatement) == SQLITE_OK;
     }
 
 private:
+    bool isPrepared()
+    {
+        if (mStatement != nullptr && sqlite3_db_handle(mStatement) == dbhandle) {
+            return true;
+        }
+        sqlite3_finalize(std::exchange(mStatement, nullptr));
+        return sqlite3_prepare_v3(dbhandle, mSql, -1, SQLITE_PREPARE_PERSISTENT, &mStatement,
+                                  nullptr) == SQLITE_OK;
+    }
+
     const char* mSql;
     sqlite3_stmt* mStatement = nullptr;
 };

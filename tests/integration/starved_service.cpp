@@ -4,6 +4,7 @@
 #include "options.h"
 #include "service.h"
 
+#include <FailingAllocations.h>
 #include <fcntl.h>
 #include <service/file_descriptor.h>
 #include <sys/mman.h>
@@ -11,7 +12,6 @@
 
 #include <cstdint>
 #include <cstdlib>
-#include <new>
 
 namespace {
 
@@ -33,47 +33,13 @@ void openFile()
     failsEach = static_cast<const volatile uint32_t*>(page);
 }
 
-bool isMissing()
+} // namespace
+
+bool allocationFails()
 {
     const uint32_t each = failsEach == nullptr ? 0 : *failsEach;
     return each != 0 && getpid() == front && ++allocations % each == 0;
 }
-
-} // namespace
-
-// NOLINTBEGIN(cppcoreguidelines-no-malloc): what operator new itself is made of
-void* operator new(std::size_t size)
-{
-    void* const memory = isMissing() ? nullptr : std::malloc(size != 0 ? size : 1);
-    if (memory == nullptr) {
-        throw std::bad_alloc();
-    }
-    return memory;
-}
-
-void* operator new(std::size_t size, const std::nothrow_t& /*tag*/) noexcept
-{
-    return isMissing() ? nullptr : std::malloc(size != 0 ? size : 1);
-}
-
-void operator delete(void* memory) noexcept
-{
-    std::free(memory);
-}
-
-void operator delete(void* memory, std::size_t /*size*/) noexcept
-{
-    std::free(memory);
-}
-
-// What Boost.Asio takes for its operations.
-extern "C" void* aligned_alloc(std::size_t alignment, std::size_t size) noexcept
-{
-    void* memory = nullptr;
-    const bool isThere = !isMissing() && posix_memalign(&memory, alignment, size) == 0;
-    return isThere ? memory : nullptr;
-}
-// NOLINTEND(cppcoreguidelines-no-malloc)
 
 int main(int argc, char** argv)
 {
