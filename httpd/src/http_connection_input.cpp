@@ -125,7 +125,7 @@ void HttpConnection::parseHead(size_t bytes)
         return;
     }
     mBuffer.consume(bytes);
-    mRequest = mParser->request();
+    mRequest = mParser->takeRequest();
     mVersion = mParser->version();
     mKeepAlive = mParser->isKeptAlive();
     mIsHead = mParser->isHeadRequest();

@@ -2,9 +2,9 @@
 #include "request_parser.h"
 
 #include <boost/asio/buffer.hpp>
-#include <boost/beast/http/parser.hpp>
+#include <boost/beast/http/basic_parser.hpp>
 
-#include <iterator>
+#include <utility>
 
 namespace httpd {
 
@@ -22,48 +22,66 @@ unsigned int statusOf(error_code error)
 
 } // namespace
 
-class RequestParser::Impl
+// Takes what Beast finds where it is wanted. Beast's own message would copy all of it once more,
+// and take memory for a body that was only announced.
+class RequestParser::Impl : public http::basic_parser<true>
 {
 public:
-    // A body as it is put together. Unlike Beast's own it takes no memory for what was only
-    // announced.
-    struct GrowingBody
+    Request request;  // without its body
+    std::string body; // what has come of it
+    unsigned int version = 0;
+    bool isHead = false;
+
+private:
+    using Text = boost::core::string_view;
+
+    void on_request_impl(http::verb verb, Text method, Text target, int httpVersion,
+                         error_code& /*error*/) override
     {
-        using value_type = std::string;
+        request.method = method;
+        request.target = target;
+        request.headers.reserve(kUsualHeaders);
+        version = static_cast<unsigned int>(httpVersion);
+        isHead = verb == http::verb::head;
+    }
 
-        class reader // NOLINT(readability-identifier-naming): what Beast looks for
-        {
-        public:
-            template <bool kIsRequest, class Fields>
-            reader(http::header<kIsRequest, Fields>& /*header*/, value_type& body) : mBody(body)
-            {}
+    void on_field_impl(http::field /*known*/, Text name, Text value, error_code& /*error*/) override
+    {
+        if (!is_header_done()) { // trailers come later
+            request.headers.push_back({name, value});
+        }
+    }
 
-            void init(const boost::optional<uint64_t>& /*length*/, error_code& error)
-            {
-                error = {};
-            }
+    size_t on_body_impl(Text piece, error_code& /*error*/) override
+    {
+        body.append(piece.data(), piece.size());
+        return piece.size();
+    }
 
-            size_t put(const asio::const_buffer& piece, error_code& error)
-            {
-                error = {};
-                mBody.append(static_cast<const char*>(piece.data()), piece.size());
-                return piece.size();
-            }
+    size_t on_chunk_body_impl(uint64_t /*left*/, Text piece, error_code& error) override
+    {
+        return on_body_impl(piece, error);
+    }
 
-            void finish(error_code& error) { error = {}; }
+    void on_response_impl(int /*status*/, Text /*reason*/, int /*version*/,
+                          error_code& /*error*/) override
+    {}
+    void on_header_impl(error_code& /*error*/) override {}
+    void on_body_init_impl(const boost::optional<uint64_t>& /*length*/,
+                           error_code& /*error*/) override
+    {}
+    void on_chunk_header_impl(uint64_t /*size*/, Text /*extensions*/,
+                              error_code& /*error*/) override
+    {}
+    void on_finish_impl(error_code& /*error*/) override {}
 
-        private:
-            value_type& mBody;
-        };
-    };
-
-    http::request_parser<GrowingBody> parser;
+    static constexpr size_t kUsualHeaders = 8;
 };
 
 RequestParser::RequestParser(const Limits& limits) : mImpl(std::make_unique<Impl>())
 {
-    mImpl->parser.header_limit(limits.headerBytes + 1);
-    mImpl->parser.body_limit(limits.bodyBytes);
+    mImpl->header_limit(limits.headerBytes + 1);
+    mImpl->body_limit(limits.bodyBytes);
 }
 
 RequestParser::~RequestParser() = default;
@@ -71,43 +89,37 @@ RequestParser::~RequestParser() = default;
 unsigned int RequestParser::putHead(std::string_view head)
 {
     error_code error;
-    (void)mImpl->parser.put(asio::buffer(head), error);
-    if (error || !mImpl->parser.is_header_done()) {
+    (void)mImpl->put(asio::buffer(head), error);
+    if (error || !mImpl->is_header_done()) {
         return statusOf(error);
     }
-    mImpl->parser.eager(true);
+    mImpl->eager(true);
     return 0;
 }
 
-Request RequestParser::request() const
+Request RequestParser::takeRequest()
 {
-    const auto& header = mImpl->parser.get();
-    Request request = {std::string(header.method_string()), std::string(header.target()), {}, {}};
-    request.headers.reserve(static_cast<size_t>(std::distance(header.begin(), header.end())));
-    for (const auto& field : header) {
-        request.headers.push_back({std::string(field.name_string()), std::string(field.value())});
-    }
-    return request;
+    return std::move(mImpl->request);
 }
 
 unsigned int RequestParser::version() const
 {
-    return mImpl->parser.get().version();
+    return mImpl->version;
 }
 
 bool RequestParser::isKeptAlive() const
 {
-    return mImpl->parser.get().keep_alive();
+    return mImpl->keep_alive();
 }
 
 bool RequestParser::isHeadRequest() const
 {
-    return mImpl->parser.get().method() == http::verb::head;
+    return mImpl->isHead;
 }
 
 std::optional<uint64_t> RequestParser::announcedBytes() const
 {
-    const auto length = mImpl->parser.content_length();
+    const auto length = mImpl->content_length();
     return length ? std::optional<uint64_t>(*length) : std::nullopt;
 }
 
@@ -117,7 +129,7 @@ unsigned int RequestParser::putBody(std::string_view bytes, size_t& used)
     size_t last = 1;
     used = 0;
     while (used < bytes.size() && !isDone() && !error && last > 0) {
-        last = mImpl->parser.put(asio::buffer(bytes.substr(used)), error);
+        last = mImpl->put(asio::buffer(bytes.substr(used)), error);
         used += last;
     }
     return error && error != http::error::need_more ? statusOf(error) : 0;
@@ -125,12 +137,12 @@ unsigned int RequestParser::putBody(std::string_view bytes, size_t& used)
 
 bool RequestParser::isDone() const
 {
-    return mImpl->parser.is_done();
+    return mImpl->is_done();
 }
 
 std::string& RequestParser::body()
 {
-    return mImpl->parser.get().body();
+    return mImpl->body;
 }
 
 } // namespace httpd

@@ -24,8 +24,8 @@ public:
     // Takes a head, the whole of it. The status that refuses it, 0 when it is one.
     unsigned int putHead(std::string_view head);
 
-    // What a head said: the request without its body, and what it is about.
-    Request request() const;
+    // What a head said: the request without its body, once, and what it is about.
+    Request takeRequest();
     unsigned int version() const; // 10 or 11
     bool isKeptAlive() const;
     bool isHeadRequest() const; // also where the rest of the head is refused
