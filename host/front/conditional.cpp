@@ -18,18 +18,25 @@ bool isTag(std::string_view element, std::string_view tag)
 // What a 304 repeats of the 200 (RFC 9110, 15.4.5).
 bool isRepeated(const httpd::Header& header)
 {
-    return isSameWord(header.name, "ETag") || isSameWord(header.name, "Vary");
+    return httpd::isSameWord(header.name, "ETag") || httpd::isSameWord(header.name, "Vary");
 }
 
 } // namespace
 
 bool isListed(const std::vector<httpd::Header>& requestHeaders, std::string_view entityTag)
 {
-    bool isFound = false;
-    forEachElement(requestHeaders, "If-None-Match", [&](std::string_view element) {
-        isFound = isFound || isTag(element, entityTag);
-    });
-    return isFound && !entityTag.empty();
+    constexpr std::string_view kName = "If-None-Match";
+    if (entityTag.empty()) {
+        return false;
+    }
+    // Nearly always it is the one tag that the client was given: a list alone is taken apart.
+    bool isFound = httpd::findHeader(requestHeaders, kName) == entityTag;
+    if (!isFound) {
+        forEachElement(requestHeaders, kName, [&](std::string_view element) {
+            isFound = isFound || isTag(element, entityTag);
+        });
+    }
+    return isFound;
 }
 
 bool isKnown(const std::vector<httpd::Header>& requestHeaders, const httpd::Response& response)

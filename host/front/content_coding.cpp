@@ -17,9 +17,9 @@ struct Weights
     void take(std::string_view element)
     {
         const auto [coding, weight] = weighed(element);
-        if (isSameWord(coding, "gzip") || isSameWord(coding, "x-gzip")) {
+        if (httpd::isSameWord(coding, "gzip") || httpd::isSameWord(coding, "x-gzip")) {
             gzip = weight;
-        } else if (isSameWord(coding, "identity")) {
+        } else if (httpd::isSameWord(coding, "identity")) {
             plain = weight;
         } else if (coding == "*") {
             others = weight;

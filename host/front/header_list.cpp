@@ -1,7 +1,5 @@
 #include "front/header_list.h"
 
-#include <strings.h>
-
 #include <algorithm>
 
 namespace host {
@@ -31,18 +29,6 @@ std::optional<unsigned int> weightOf(std::string_view text)
 
 } // namespace
 
-bool isSameWord(std::string_view left, std::string_view right)
-{
-    return left.size() == right.size() && strncasecmp(left.data(), right.data(), left.size()) == 0;
-}
-
-std::string_view trimmed(std::string_view text)
-{
-    constexpr std::string_view kBlanks = " \t";
-    text.remove_prefix(std::min(text.find_first_not_of(kBlanks), text.size()));
-    return text.substr(0, text.find_last_not_of(kBlanks) + 1);
-}
-
 size_t endOfElement(std::string_view text)
 {
     if (text.find(',') == std::string_view::npos) { // most lists have one element
@@ -64,9 +50,9 @@ Weighed weighed(std::string_view element)
     while (semicolon != std::string_view::npos) {
         const size_t next = element.find(';', semicolon + 1);
         const std::string_view parameter =
-            trimmed(element.substr(semicolon + 1, next - semicolon - 1));
+            httpd::trimmed(element.substr(semicolon + 1, next - semicolon - 1));
         if (parameter.starts_with("q=") || parameter.starts_with("Q=")) {
-            return {trimmed(element.substr(0, semicolon)), weightOf(parameter.substr(2))};
+            return {httpd::trimmed(element.substr(0, semicolon)), weightOf(parameter.substr(2))};
         }
         semicolon = next;
     }

@@ -2,6 +2,7 @@
 #ifndef HOST_FRONT_HEADER_LIST_H_
 #define HOST_FRONT_HEADER_LIST_H_
 
+#include <httpd/field_text.h>
 #include <httpd/server.h>
 
 #include <optional>
@@ -9,11 +10,6 @@
 #include <vector>
 
 namespace host {
-
-bool isSameWord(std::string_view left, std::string_view right);
-
-// Without the blanks around it.
-std::string_view trimmed(std::string_view text);
 
 // Where the element at the beginning of the text ends: at a comma that is not within quotes.
 size_t endOfElement(std::string_view text);
@@ -24,7 +20,7 @@ void forEachElement(std::string_view line, const Call& call)
 {
     while (!line.empty()) {
         const size_t end = endOfElement(line);
-        const std::string_view element = trimmed(line.substr(0, end));
+        const std::string_view element = httpd::trimmed(line.substr(0, end));
         if (!element.empty()) {
             call(element);
         }
@@ -38,7 +34,7 @@ void forEachElement(const std::vector<httpd::Header>& headers, std::string_view 
                     const Call& call)
 {
     for (const httpd::Header& header : headers) {
-        if (isSameWord(header.name, name)) {
+        if (httpd::isSameWord(header.name, name)) {
             forEachElement(header.value, call);
         }
     }

@@ -1,10 +1,10 @@
 #include "front/own_names.h"
 
 #include "error_body.h"
-#include "front/header_list.h"
 #include "front/refusals.h"
 
 #include <arpa/inet.h>
+#include <httpd/field_text.h>
 #include <httpd/host_field.h>
 
 #include <algorithm>
@@ -43,8 +43,8 @@ bool isForAnotherSite(const httpd::Request& request)
 {
     const std::string_view origin = httpd::findHeader(request.headers, "Origin");
     const auto host = hostOfOrigin(origin);
-    return isSameWord(httpd::findHeader(request.headers, "Sec-Fetch-Site"), "cross-site") ||
-           (!origin.empty() && (!host || !isSameWord(*host, hostAskedFor(request))));
+    return httpd::isSameWord(httpd::findHeader(request.headers, "Sec-Fetch-Site"), "cross-site") ||
+           (!origin.empty() && (!host || !httpd::isSameWord(*host, hostAskedFor(request))));
 }
 
 } // namespace
@@ -66,9 +66,9 @@ std::optional<httpd::Response> OwnNames::refusalOf(const httpd::Request& request
 
 bool OwnNames::isOwn(std::string_view host) const
 {
-    return isAddress(host) || isSameWord(host, "localhost") ||
+    return isAddress(host) || httpd::isSameWord(host, "localhost") ||
            std::any_of(mNames.begin(), mNames.end(),
-                       [host](const std::string& name) { return isSameWord(host, name); });
+                       [host](const std::string& name) { return httpd::isSameWord(host, name); });
 }
 
 } // namespace host

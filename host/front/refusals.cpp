@@ -1,12 +1,12 @@
 #include "front/refusals.h"
 
 #include "error_body.h"
-#include "front/header_list.h"
 #include "front/parsed_target.h"
 #include "front/protocol.h"
 #include "host_limits.h"
 
 #include <ResourceMapper.h>
+#include <httpd/field_text.h>
 
 #include <string_view>
 
@@ -54,7 +54,7 @@ httpd::Response answerToMethod(const httpd::Request& request, const std::optiona
 bool hasJsonBody(const httpd::Request& request)
 {
     const std::string_view type = httpd::findHeader(request.headers, "Content-Type");
-    return isSameWord(trimmed(type.substr(0, type.find(';'))), "application/json");
+    return httpd::isSameWord(httpd::trimmed(type.substr(0, type.find(';'))), "application/json");
 }
 
 std::optional<httpd::Response> refusalOfUri(const odata::URI& uri, const std::string& target)

@@ -4,7 +4,7 @@
 #include "wire/fields.h"
 #include "wire/frame.h"
 
-#include <strings.h>
+#include <httpd/field_text.h>
 
 #include <algorithm>
 #include <array>
@@ -105,9 +105,8 @@ bool hasOnly(const Bytes& allowed, std::string_view text)
 
 bool isServersOwn(const std::string& name)
 {
-    return std::any_of(std::begin(kServersOwn), std::end(kServersOwn), [&](std::string_view own) {
-        return own.size() == name.size() && strncasecmp(own.data(), name.data(), own.size()) == 0;
-    });
+    return std::any_of(std::begin(kServersOwn), std::end(kServersOwn),
+                       [&](std::string_view own) { return httpd::isSameWord(own, name); });
 }
 
 bool takeHeader(FieldReader& reader, httpd::Header& header)

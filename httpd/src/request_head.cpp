@@ -1,8 +1,7 @@
 #include "request_head.h"
 
+#include "httpd/field_text.h"
 #include "httpd/host_field.h"
-
-#include <strings.h>
 
 #include <algorithm>
 
@@ -17,24 +16,11 @@ bool isDigit(char c)
     return c >= '0' && c <= '9';
 }
 
-bool equalsIgnoringCase(std::string_view a, std::string_view b)
-{
-    return a.size() == b.size() && strncasecmp(a.data(), b.data(), a.size()) == 0;
-}
-
 size_t countHeaders(const std::vector<Header>& headers, std::string_view name)
 {
     return static_cast<size_t>(
-        std::count_if(headers.begin(), headers.end(), [name](const Header& header) {
-            return equalsIgnoringCase(header.name, name);
-        }));
-}
-
-std::string_view trimmed(std::string_view text)
-{
-    constexpr std::string_view kBlanks = " \t";
-    text.remove_prefix(std::min(text.find_first_not_of(kBlanks), text.size()));
-    return text.substr(0, text.find_last_not_of(kBlanks) + 1);
+        std::count_if(headers.begin(), headers.end(),
+                      [name](const Header& header) { return isSameWord(header.name, name); }));
 }
 
 // RFC 9112, sections 6.1 and 6.3: a body whose last coding is not "chunked" has no end that can be
@@ -46,7 +32,7 @@ unsigned int refusalOfCoding(std::string_view coding, unsigned int version)
     if (version < 11) {
         return kBadRequest;
     }
-    if (equalsIgnoringCase(coding, kChunked)) {
+    if (isSameWord(coding, kChunked)) {
         return 0;
     }
     bool isLast = true;
@@ -54,7 +40,7 @@ unsigned int refusalOfCoding(std::string_view coding, unsigned int version)
     while (!coding.empty()) {
         const size_t comma = coding.rfind(',');
         const size_t begin = comma == std::string_view::npos ? 0 : comma + 1;
-        const bool isChunked = equalsIgnoringCase(trimmed(coding.substr(begin)), kChunked);
+        const bool isChunked = isSameWord(trimmed(coding.substr(begin)), kChunked);
         isLegal = isLegal && isChunked == isLast;
         isLast = false;
         coding = coding.substr(0, begin == 0 ? 0 : comma);
@@ -88,9 +74,8 @@ unsigned int refusalOfCodings(const Request& request, unsigned int version)
 bool hasContentCoding(const Request& request)
 {
     return std::any_of(request.headers.begin(), request.headers.end(), [](const Header& header) {
-        return equalsIgnoringCase(header.name, "Content-Encoding") &&
-               !trimmed(header.value).empty() &&
-               !equalsIgnoringCase(trimmed(header.value), "identity");
+        return isSameWord(header.name, "Content-Encoding") && !trimmed(header.value).empty() &&
+               !isSameWord(trimmed(header.value), "identity");
     });
 }
 
@@ -197,13 +182,13 @@ bool expectsContinue(const Request& request, unsigned int version)
 {
     constexpr std::string_view kExpect = "Expect";
     return version >= 11 && countHeaders(request.headers, kExpect) == 1 &&
-           equalsIgnoringCase(trimmed(findHeader(request.headers, kExpect)), "100-continue");
+           isSameWord(trimmed(findHeader(request.headers, kExpect)), "100-continue");
 }
 
 std::string originForm(std::string_view target)
 {
     for (const std::string_view scheme : {"http://", "https://"}) {
-        if (equalsIgnoringCase(target.substr(0, scheme.size()), scheme)) {
+        if (isSameWord(target.substr(0, scheme.size()), scheme)) {
             target.remove_prefix(scheme.size());
             target.remove_prefix(std::min(target.find_first_of("/?"), target.size()));
             return target.starts_with('/') ? std::string(target) : "/" + std::string(target);

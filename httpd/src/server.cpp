@@ -3,6 +3,7 @@
 #include "address_share.h"
 #include "connection_set.h"
 #include "handler_memory.h"
+#include "httpd/field_text.h"
 #include "httpd/freed_memory.h"
 
 #include <boost/asio/bind_allocator.hpp>
@@ -13,7 +14,6 @@
 #include <sys/resource.h>
 
 #include <algorithm>
-#include <cctype>
 #include <deque>
 #include <new>
 #include <optional>
@@ -516,17 +516,10 @@ void Server::stop()
 
 std::string_view findHeader(const std::vector<Header>& headers, std::string_view name)
 {
-    const auto sameLetter = [](char a, char b) {
-        return std::tolower(static_cast<unsigned char>(a)) ==
-               std::tolower(static_cast<unsigned char>(b));
-    };
-    for (const Header& header : headers) {
-        if (std::equal(header.name.begin(), header.name.end(), name.begin(), name.end(),
-                       sameLetter)) {
-            return header.value;
-        }
-    }
-    return {};
+    const auto found = std::find_if(headers.begin(), headers.end(), [name](const Header& header) {
+        return isSameWord(header.name, name);
+    });
+    return found == headers.end() ? std::string_view() : found->value;
 }
 
 } // namespace httpd
