@@ -1,5 +1,7 @@
 #include "httpd/freed_memory.h"
 
+#include <cstdlib> // says whether this is glibc
+
 #ifdef __GLIBC__
 #include <malloc.h>
 #endif
