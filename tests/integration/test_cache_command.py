@@ -141,6 +141,16 @@ class CacheCommand(unittest.TestCase):
             self.status_path.write_text(text, encoding="utf-8")
             check("no status")
 
+    def test_of_a_status_that_may_not_be_read_it_says_who_may(self):
+        self.status_path.write_text(json.dumps(status(cim_class())), encoding="utf-8")
+        self.status_path.chmod(0)
+        # An administrator may read any file, unless he gives that right up.
+        in_front = ["setpriv", "--bounding-set=-all"] if os.geteuid() == 0 else []
+        done = run_program(*in_front, CIMGATE, "cache", "--cache", self.cache)
+        self.assertEqual((done.returncode, done.stdout, done.stderr),
+                         (1, "", f"cimgate cache: {self.status_path}: Permission denied; ask as a user who may read this file and "
+                                 "search its directory\n"))
+
     def test_the_data_cache_is_that_of_the_service_unless_it_is_named(self):
         default = "/var/run/cmpidatacache/CMPI_DataCache.db"
         for command in ((CIMGATED,), (CIMGATE, "cache")):

@@ -4,6 +4,7 @@
 #include <fcntl.h>
 #include <service/file_descriptor.h>
 #include <status_file.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <array>
@@ -201,13 +202,21 @@ std::string classesText(const Status& status, filler::Time now)
     return tableText(rows) + lossesText(status);
 }
 
+// What to do where there is no status to be had from this file.
+std::string adviceFor(const std::string& statusFile)
+{
+    const bool isForbidden = access(statusFile.c_str(), R_OK) != 0 && errno == EACCES;
+    return isForbidden ? "ask as a user who may read this file and search its directory"
+                       : "start cimgate-cached with this --cache, or name the one that it fills";
+}
+
 int run(const Options& options)
 {
+    const std::string statusFile = filler::statusFileOf(options.cache);
     std::string problem;
-    const auto status = filler::readStatus(filler::statusFileOf(options.cache), problem);
+    const auto status = filler::readStatus(statusFile, problem);
     if (!status) {
-        return complain(problem + "; start cimgate-cached with this --cache, or name the one that "
-                                  "it fills");
+        return complain(problem + "; " + adviceFor(statusFile));
     }
     const Filler filler = fillerOf(options.cache);
     const auto now = std::chrono::system_clock::now();
