@@ -5,6 +5,7 @@
 
 #include <ExtendedErrorInfoHandling.h>
 #include <JsonAccess.h>
+#include <odata/odata.h>
 
 #include <algorithm>
 #include <cmath>
@@ -84,14 +85,19 @@ int rankOf(const Json::Value& health)
     return found == std::end(kHealths) ? -1 : static_cast<int>(found - std::begin(kHealths));
 }
 
-// The page behind the one with the members up to this number; "" where there is none. The last one
-// of a collection may have a link too.
-std::string nextPageOf(const Json::Value& page, size_t known)
+// The page behind this one; "" where there is none. The last one of what was asked for may have a
+// link too: behind the last member, or to no members at all.
+std::string nextPageOf(const Json::Value& page)
 {
+    const std::string next = cimgate::textOf(page, kNextLink);
+    odata::Scope scope = odata::Scope::ForRequest(next);
+    const odata::URI uri = scope.NewURI();
     const Json::Value& count = cimgate::memberOf(page, kCount);
-    const Json::Value& next = cimgate::memberOf(page, kNextLink);
-    const bool isLast = !next.isString() || (count.isUInt64() && known >= count.asUInt64());
-    return isLast ? "" : next.asString();
+    const bool isBehind =
+        count.isUInt64() && uri.GetOptionUInt32(OL_OPTION_SKIP) >= count.asUInt64();
+    const bool isOfNone =
+        (uri.GetOptionMask() & OL_OPTION_TOP) != 0 && uri.GetOptionUInt32(OL_OPTION_TOP) == 0;
+    return isBehind || isOfNone ? "" : next;
 }
 
 void addMessage(ExtendedErrorInfoHandling& info, unsigned int status, const std::string& pointer,
@@ -256,7 +262,7 @@ bool Composer::readMembers(const std::string& first, const std::string& property
         if (known > kMaxAggregatedRows) {
             return missMembers(pointer, first, *page, "has too many members");
         }
-        const std::string next = nextPageOf(page->body, known);
+        const std::string next = nextPageOf(page->body);
         if (next.empty()) {
             return true;
         }

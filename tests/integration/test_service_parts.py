@@ -49,6 +49,12 @@ class Values(ServiceTest):
             {"Count": 1001, "Both": 1003, "One": 1, "Sum": 1000, "Kilo": 2, "Sums": 3500, "Together": 3000, "Worst": "Warning",
              "WorstOfOne": "OK", "WorstOfNone": None})
 
+    def test_of_a_part_of_a_collection_end_where_that_ends(self):
+        few = f"{BASE}/VexoFewCollection"
+        parts = {"?$skip=950": 50, "?$skip=900": 100, "?$skip=990": 10, "?$top=50": 50, "?$top=120": 120,
+                 "?$skip=800&$top=100": 100, "?$skip=900&$top=100": 100, "?$skip=940&$top=100": 60}
+        self.assertEqual(self.values(**{part: {"sum": few + part, "property": "N"} for part in parts}), parts)
+
     def test_of_more_rows_than_may_be_are_null_and_told(self):
         many = f"{BASE}/VexoManyCollection"
         values = self.values(A=of(THING, "A"), Sum={"sum": many, "property": "N"}, Status={"State": "Enabled"})
