@@ -218,7 +218,8 @@ void HttpConnection::takeBody()
 bool HttpConnection::hasRoomForBody()
 {
     const size_t come = mParser->body().size() + mBuffer.size();
-    const size_t whole = mParser->announcedBytes().value_or(mLimits.bodyBytes);
+    const uint64_t announced = mParser->announcedBytes().value_or(mLimits.bodyBytes);
+    const auto whole = static_cast<size_t>(std::min<uint64_t>(announced, mLimits.bodyBytes));
     if (std::min(come, whole) <= kSmallBytes) {
         return mRequestMemory->resize(mHeadMemory + std::min(whole, kSmallBytes), Holding::Small);
     }
