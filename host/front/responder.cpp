@@ -102,7 +102,7 @@ Responder::Responder(boost::asio::io_context& context, const Options& options,
       mCacheState(options.cachePath),
       mKeptAnswers(options.keptAnswersBytes),
       mPatience(context),
-      mMaxPatience(std::chrono::seconds(options.requestTimeoutS) / 2)
+      mMaxPatience(std::chrono::milliseconds(std::chrono::seconds(options.requestTimeoutS)) / 2)
 {}
 
 void Responder::open()
@@ -128,6 +128,19 @@ void Responder::handle(httpd::Request request, httpd::Reply reply)
     mArrived.push_back(std::move(arrived));
 }
 
+// One that memory is short for loses its connection; the others do not.
+template <typename Serve>
+void Responder::serveEach(std::vector<Arrived>& requests, Serve serve)
+{
+    for (Arrived& arrived : requests) {
+        try {
+            serve(arrived);
+        } catch (const std::bad_alloc&) {
+            mDamaged();
+        }
+    }
+}
+
 // For as long as others wait for a worker: what makes the schemas may be stuck.
 void Responder::awaitSchemas(Arrived arrived)
 {
@@ -144,20 +157,22 @@ void Responder::awaitSchemas(Arrived arrived)
 
 void Responder::refuseAwaiting()
 {
-    for (const Arrived& arrived : std::exchange(mAwaiting, {})) {
+    std::vector<Arrived> refused = std::exchange(mAwaiting, {});
+    serveEach(refused, [](const Arrived& arrived) {
         httpd::Response response = temporarilyUnavailable(kRetryAfterS);
         response.remark = "the schemas of the mapping file are not made yet";
         arrived.reply(finalOf(std::move(response), arrived.request.headers));
-    }
+    });
 }
 
 void Responder::addSchemas(native::Documents schemas)
 {
     mPatience.cancel();
     mNative.addSchemas(std::move(schemas));
-    for (Arrived& arrived : std::exchange(mAwaiting, {})) {
+    std::vector<Arrived> served = std::exchange(mAwaiting, {});
+    serveEach(served, [this](Arrived& arrived) {
         handle(std::move(arrived.request), std::move(arrived.reply));
-    }
+    });
 }
 
 // Whether a question about the data cache may serve others: who has asked last too, and nobody
@@ -171,12 +186,7 @@ void Responder::answerArrived()
 {
     mAnswering.swap(mArrived);
     Question question;
-    for (Arrived& arrived : mAnswering) {
-        try {
-            answer(arrived, question);
-        } catch (const std::bad_alloc&) { // NOLINT(bugprone-empty-catch): its connection has ended
-        }
-    }
+    serveEach(mAnswering, [&](Arrived& arrived) { answer(arrived, question); });
     mAnswering.clear();
 }
 

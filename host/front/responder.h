@@ -34,7 +34,7 @@ class Responder
 {
 public:
     // What it is made with must outlive it. damaged is called where a std::bad_alloc has left the
-    // pool with something undone.
+    // pool with something undone, or goes no further.
     Responder(boost::asio::io_context& context, const Options& options,
               const MappingSummary& mapping, native::Documents documents, WorkerPool& pool,
               RequestLog& log, std::function<void()> damaged);
@@ -80,6 +80,8 @@ private:
         std::optional<uint64_t> state;
     };
 
+    template <typename Serve>
+    void serveEach(std::vector<Arrived>& requests, Serve serve);
     void awaitSchemas(Arrived arrived);
     void refuseAwaiting();
     std::optional<httpd::Response> answerByFront(const httpd::Request& request,

@@ -6,13 +6,14 @@ Environment: as in cimgate_host.py; STARVED_SERVICE, a cimgated whose front can 
 """
 
 import contextlib
+import itertools
 import os
 import signal
 import unittest
 import unittest.mock
 
 from action_service import DONE
-from cimgate_host import BASE, ServiceTest, connect_to, member_entry, wait_until
+from cimgate_host import BASE, ServiceTest, children_of, connect_to, member_entry, name_of, wait_until
 from footprint import is_sanitized
 from oem_client import BY_ID, Client, OemService, container_entry, embedded_data, embedded_entry, request_text
 from scripted_object_manager import ScriptedObjectManager, found
@@ -20,6 +21,7 @@ from things import request
 
 TEXT = {"cim_type": "string"}
 THING, LIVE, NONE = (f"{BASE}/{name}" for name in ("VexoThing/T.1", "VexoLive/L.1", "VexoThing/none"))
+SCHEMA = "/redfish/v1/JsonSchemas/VexoThing.v1_0_0.json"
 WORKERS = 2
 # Which allocations fail: all of them, each second one and so on.
 STARVATIONS = (1, 2, 3, 4, 7, 17, 31)
@@ -33,12 +35,12 @@ def object_manager():
 
 
 class StarvedService(OemService):
-    def __init__(self, url):
+    def __init__(self, url, more=None, options=()):
         mapping = (embedded_entry("VexoThing", "XCIM_Thing", {"A": TEXT})
                    | member_entry("VexoLive", "XCIM_Live", {"InstanceID": TEXT, "A": TEXT}, cached=False)
-                   | container_entry("ThingOem", VexoThing=BY_ID))
+                   | container_entry("ThingOem", VexoThing=BY_ID) | (more or {}))
         super().__init__(mapping, {"classes": {"XCIM_Thing": (["InstanceID", "A"], [("T.1", "fine")])}},
-                         ("--workers", str(WORKERS), "--cim", url))
+                         ("--workers", str(WORKERS), "--cim", url, *options))
         self.command[0] = os.environ["STARVED_SERVICE"]
         self.file = self.directory / "starved"
         self.starve(0)
@@ -75,7 +77,7 @@ class StarvedFront(ServiceTest):
 
     def ask_in_vain(self):
         """Requests of every kind, of whose answers there may be none."""
-        for uri in (THING, LIVE, NONE, "/redfish/v1/", "/redfish/v1/JsonSchemas/VexoThing.v1_0_0.json"):
+        for uri in (THING, LIVE, NONE, "/redfish/v1/", SCHEMA):
             with contextlib.suppress(OSError), connect_to(self.service.base, timeout=SHORT_S) as connection:
                 connection.sendall(request(uri, "Connection: close"))
                 while connection.recv(65536):
@@ -101,6 +103,44 @@ class StarvedFront(ServiceTest):
                 self.check_all()
         self.assertIn("was out of memory: what needed it has been given up", self.service.log())
         self.assertEqual((self.service.process.pid, self.service.process.poll()), (pid, None))
+
+
+class AwaitedSchemas(ServiceTest):
+    """Of clients that wait for schemas, one for which memory is short loses its connection, and no other does."""
+
+    def setUp(self):
+        # Their schemas take some tenths of a second.
+        more = {}
+        for number in range(150):
+            more |= member_entry(f"VexoOther{number}", f"XCIM_Other{number}", {"A": TEXT}, cached=False)
+        service = StarvedService(self.enterContext(object_manager()).url, more, ("--request-timeout", "1"))
+        self.addCleanup(service.discard)
+        service.launch()
+        os.kill(wait_until(lambda: self.maker_of_schemas(service), "their maker"), signal.SIGSTOP)
+        self.service = service.await_listening()
+
+    @staticmethod
+    def maker_of_schemas(service):
+        return next((pid for spawner in children_of(service.process.pid) for pid in children_of(spawner)
+                     if name_of(pid) == "cimgated-schema"), None)
+
+    def answered(self, each, count=10):
+        """Of each client, in the order in which they came, whether it gets an answer while allocations fail."""
+        with contextlib.ExitStack() as stack:
+            clients = [stack.enter_context(connect_to(self.service.base)) for _ in range(count)]
+            for client in clients:
+                client.sendall(request(SCHEMA, "Connection: close"))
+            self.check_value(self.service, THING)
+            self.service.starve(each)
+            answered = [stack.enter_context(client.makefile("rb")).readline() != b"" for client in clients]
+            self.service.starve(0)
+        return answered
+
+    def test_that_do_not_come(self):
+        # More than an answer takes, so that one that goes without is between others.
+        for each in (40, 42, 50, 54):
+            answered = self.answered(each)
+            self.assertFalse(any(not one and not next_one for one, next_one in itertools.pairwise(answered)), (each, answered))
 
 
 if __name__ == "__main__":
