@@ -19,6 +19,7 @@
 #include <json/json.h>
 
 #include <cstdint>
+#include <optional>
 #include <string>
 
 struct sqlite3;
@@ -53,6 +54,13 @@ public:
     // host or a test may set it before LoadDatabase().
     static std::string DataCachePath;
     // NOLINTEND(cppcoreguidelines-avoid-non-const-global-variables)
+
+    // Lets some statements of reads by key stay prepared for the reads that follow. schemaVersion
+    // is that of the state that is read (PRAGMA schema_version), to be told at the beginning of
+    // each transaction: what stays fits one schema of one connection. Nothing, as long as this is
+    // not called, lets none stay. For processes of which one thread reads; who closes dbhandle does
+    // so with sqlite3_close_v2(), or after KeepStatements(std::nullopt).
+    static void KeepStatements(std::optional<int> schemaVersion);
 
     SQLInterface();
     ~SQLInterface();

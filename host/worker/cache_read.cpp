@@ -42,8 +42,8 @@ void noteMessage(void* /*context*/, int code, const char* /*message*/)
     }
 }
 
-// A statement without rows that matter. It stays prepared: each request that reads the cache runs
-// three of them, and parsing them takes longer than running them.
+// A statement that gives a number or nothing. It stays prepared: each request that reads the cache
+// runs three of them, and parsing them takes longer than running them.
 class KeptStatement
 {
 public:
@@ -57,9 +57,13 @@ public:
         if (!isPrepared()) {
             return false;
         }
-        (void)sqlite3_step(mStatement); // whether it has failed, the reset says
+        const int status = sqlite3_step(mStatement); // whether it has failed, the reset says
+        mNumber = status == SQLITE_ROW ? sqlite3_column_int(mStatement, 0) : 0;
         return sqlite3_reset(mStatement) == SQLITE_OK;
     }
+
+    // What the last run gave.
+    int number() const { return mNumber; }
 
 private:
     bool isPrepared()
@@ -74,6 +78,7 @@ private:
 
     const char* mSql;
     sqlite3_stmt* mStatement = nullptr;
+    int mNumber = 0;
 };
 
 struct Statements
@@ -96,19 +101,22 @@ constexpr std::chrono::milliseconds kIndexPatience{2000};
 constexpr std::chrono::milliseconds kFirstPause{1};
 constexpr std::chrono::milliseconds kLongestPause{20};
 
-// Takes the state that is read. A reader who may not write cannot tell a writer at work on the
-// index from one that was killed there, and SQLite's own patience is for locks.
-void takeState()
+// Takes the state that is read; its schema's number, nothing where it cannot be read. A reader who
+// may not write cannot tell a writer at work on the index from one that was killed there, and
+// SQLite's own patience is for locks.
+std::optional<int> takeState()
 {
     const auto end = std::chrono::steady_clock::now() + kIndexPatience;
     auto pause = kFirstPause;
-    while (!statements().takeState.run() &&
-           sqlite3_extended_errcode(dbhandle) == SQLITE_READONLY_RECOVERY &&
+    bool isTaken = statements().takeState.run();
+    while (!isTaken && sqlite3_extended_errcode(dbhandle) == SQLITE_READONLY_RECOVERY &&
            std::chrono::steady_clock::now() < end) {
         std::this_thread::sleep_for(pause);
         pause = std::min(2 * pause, kLongestPause);
         notedCode = SQLITE_OK;
+        isTaken = statements().takeState.run();
     }
+    return isTaken ? std::optional(statements().takeState.number()) : std::nullopt;
 }
 
 } // namespace
@@ -127,7 +135,7 @@ CacheRead::CacheRead()
 {
     notedCode = SQLITE_OK;
     (void)statements().begin.run(); // where it fails, the connection says why
-    takeState();
+    SQLInterface::KeepStatements(takeState());
 }
 
 std::optional<CacheFault> CacheRead::fault() const

@@ -3,7 +3,7 @@
 #include "Log.h"
 #include "ResourceMapper/mapping/Entry.h"
 #include "SQLInterface.h"
-#include "SQLInterface/Statement.h"
+#include "SQLInterface/KeyedStatement.h"
 #include "UriText.h"
 
 #include <sqlite3.h>
@@ -93,8 +93,11 @@ void linkByAssociation(Json::Value& links, const std::string& name, const Json::
     const std::string keyColumn = textOf(association, "keyCol");
     const std::string base = textOf(association, "baseLink") + "/";
     const int relatedKey = keyColumn == "__LeftClassKey" ? RIGHT_KEY : LEFT_KEY;
-    Statement statement;
-    SQLInterface().GetPrepareStatement(mapping::associationQuery(name), statement.slot(), id);
+    KeyedStatement statement;
+    {
+        SQLInterface cache;
+        (void)statement.prepare(cache, mapping::associationQuery(name), id);
+    }
     // Only SQLite's "done" ends the rows. Without the table there is no statement to be done with,
     // and the caller's deadline ends the request.
     while (sqlite3_step(statement.get()) != SQLITE_DONE) {

@@ -2,15 +2,15 @@
 #include "ResourceMapper/mapping/CachedClasses.h"
 #include "SQLInterface.h"
 #include "SQLInterface/DataCache.h"
+#include "SQLInterface/KeyedStatement.h"
 #include "SQLInterface/RowToJson.h"
-#include "SQLInterface/Statement.h"
 
 #include <sqlite3.h>
 
 #include <cstdlib>
 
+using cimgate::KeyedStatement;
 using cimgate::RowShape;
-using cimgate::Statement;
 using enum cimgate::LogLevel;
 
 // NOLINTNEXTLINE(cppcoreguidelines-avoid-non-const-global-variables): the process's one connection
@@ -73,17 +73,15 @@ int SQLInterface::GetPrepareStatement(std::string query, sqlite3_stmt** stmt, st
         sqlite3_finalize(prepared);
         return 1;
     }
-    if (!bindValue.empty()) {
-        sqlite3_bind_text(prepared, 1, bindValue.c_str(), -1, SQLITE_TRANSIENT);
-    }
+    cimgate::bindKey(prepared, bindValue);
     return SQLITE_OK;
 }
 
 int SQLInterface::GetInstanceCount(std::string tail, unsigned int* count)
 {
     LOG_SCOPE();
-    Statement statement;
-    if (GetPrepareStatement(baseCountQuery + tail, statement.slot(), "") != SQLITE_OK) {
+    KeyedStatement statement;
+    if (statement.prepare(*this, baseCountQuery + tail, "") != SQLITE_OK) {
         // Stepping the missing statement gives SQLITE_MISUSE, which becomes the result.
         LOG_AT(LOG_ERROR, "Prepare statement failed");
     }

@@ -7,6 +7,7 @@
 #include "ResourceMapper/read/Annotations.h"
 #include "ResourceMapper/read/QueryOptions.h"
 #include "SQLInterface/DataCache.h"
+#include "SQLInterface/KeyedStatement.h"
 #include "SQLInterface/RowToJson.h"
 #include "SQLInterface/Statement.h"
 
@@ -145,9 +146,8 @@ _ResourceMapperError readCachedInstance(ResourceMapper& mapper, Json::Value& out
         LOG_AT(LOG_ERROR, "Properties are not present in RMF");
         return failWith(mapper.mErrorArgs, RM_INTERNAL_ERROR, mapper.mOemResourceName);
     }
-    Statement statement;
-    if (mapper.mSqlInterface.GetPrepareStatement(query, statement.slot(), mapper.mInstanceId) !=
-        0) {
+    KeyedStatement statement;
+    if (statement.prepare(mapper.mSqlInterface, query, mapper.mInstanceId) != 0) {
         LOG_AT(LOG_ERROR, "SQL Prepare statement failed for %s", query.c_str());
         return failWith(mapper.mErrorArgs, RM_INTERNAL_ERROR, mapper.mOemResourceName);
     }

@@ -277,7 +277,8 @@ std::set<sqlite3_stmt*> openStatements()
 TEST_F(CachedAnswer, IsReadInATransactionWhoseStatementsStayPrepared)
 {
     const std::set<sqlite3_stmt*> ofTheFirst = openStatements();
-    EXPECT_THAT(ofTheFirst, testing::SizeIs(3)); // begin, take the state, commit
+    // Begin, take the state, commit; whether boxes are ready, which one it is.
+    EXPECT_THAT(ofTheFirst, testing::SizeIs(5));
     EXPECT_EQ(get("/r/VexoBox/none").status, 404U);
     EXPECT_EQ(get("/r/VexoBox/none").status, 404U);
     EXPECT_EQ(openStatements(), ofTheFirst);
@@ -288,8 +289,20 @@ TEST_F(CachedAnswer, OfAnotherConnectionIsReadByStatementsOfItsOwn)
     sqlite3_close_v2(dbhandle);
     ASSERT_EQ(LoadDatabase(), SQLITE_OK);
     EXPECT_EQ(get("/r/VexoBox/B.1").status, 200U);
-    EXPECT_THAT(openStatements(), testing::SizeIs(3));
+    EXPECT_THAT(openStatements(), testing::SizeIs(6)); // one more for the link
     expectNoLock();
+}
+
+TEST_F(CachedAnswer, OfATableThatIsAnotherOneIsReadByItsColumns)
+{
+    EXPECT_EQ(parsed(get("/r/VexoBox/B.1").body)["State"], 1);
+    write("begin; drop table Tbl_XCIM_Box; create table Tbl_XCIM_Box (Other, State, Key);"
+          "insert into Tbl_XCIM_Box values (7, 8, 'B.1'); commit");
+    EXPECT_EQ(parsed(get("/r/VexoBox/B.1").body)["State"], 8);
+    write("drop table Tbl_XCIM_Box");
+    EXPECT_EQ(get("/r/VexoBox/B.1").status, 500U);
+    write("create table Tbl_XCIM_Box (Key, State); insert into Tbl_XCIM_Box values ('B.1', 9)");
+    EXPECT_EQ(parsed(get("/r/VexoBox/B.1").body)["State"], 9);
 }
 
 TEST_F(CachedRequests, LeaveNoTransactionOpen)
