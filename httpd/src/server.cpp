@@ -38,7 +38,8 @@ Limits limitsOfProcess(const Limits& limits)
     if (getrlimit(RLIMIT_NOFILE, &openFiles) != 0 || openFiles.rlim_cur == RLIM_INFINITY) {
         return limits;
     }
-    return withinOpenFiles(limits, openFiles.rlim_cur);
+    // Of 64 bits everywhere, but the kernel does not go beyond those of an int.
+    return withinOpenFiles(limits, static_cast<size_t>(openFiles.rlim_cur));
 }
 
 // The connection that has shown least for longest of those that have been compared.
