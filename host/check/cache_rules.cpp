@@ -1,17 +1,18 @@
 #include "check/cache_rules.h"
 
+#include "cache_file.h"
 #include "check/cache_reader.h"
 
 #include <ResourceMapper/mapping/CacheNames.h>
 #include <ResourceMapper/mapping/CachedClasses.h>
 #include <ResourceMapper/mapping/CimType.h>
 #include <ResourceMapper/mapping/Links.h>
-#include <service/errno_text.h>
-#include <sys/stat.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <optional>
 #include <set>
+#include <system_error>
 
 namespace host::check {
 
@@ -149,17 +150,20 @@ std::string CacheRules::readerProblem()
 
 bool CacheRules::isReadable()
 {
-    struct stat about
-    {};
     constexpr const char* kEffect = "reads of cached resources are answered 503";
-    if (stat(mPath.c_str(), &about) != 0) {
-        addToFile({"it cannot be found: " + service::errnoText(), kEffect,
+    const std::string obstacle = problemOfCacheFile(mPath);
+    if (obstacle == kCacheIsMissing) {
+        addToFile({"it cannot be found: " + std::generic_category().message(ENOENT), kEffect,
                    "let the service that fills the data cache make it, or name another file with "
                    "--cache"});
         return false;
     }
-    // A pipe would have to be waited for.
-    const std::string problem = S_ISREG(about.st_mode) ? readerProblem() : "it is no regular file";
+    if (!obstacle.empty()) {
+        addToFile({"it cannot be opened: " + obstacle, "the service does not start",
+                   "mend that, or name another file with --cache"});
+        return false;
+    }
+    const std::string problem = readerProblem();
     if (!problem.empty()) {
         addToFile({"it cannot be read: " + problem, kEffect,
                    "have it made again, or name another file with --cache"});

@@ -1,5 +1,6 @@
 #include "spawner/spawner.h"
 
+#include "cache_file.h"
 #include "check/at_start.h"
 #include "check/mapping_text.h"
 #include "host_limits.h"

@@ -1,5 +1,6 @@
 #include "worker/cache_notice.h"
 
+#include "cache_file.h"
 #include "tell.h"
 
 #include <SQLInterface.h>

@@ -9,9 +9,6 @@
 
 namespace host {
 
-// A problem that passes when the cache's writer starts.
-inline constexpr const char* kCacheIsMissing = "is missing";
-
 class CacheNotice
 {
 public:

@@ -1,5 +1,6 @@
 #include "worker/data_cache.h"
 
+#include "cache_file.h"
 #include "log.h"
 #include "worker/cache_read.h"
 
@@ -58,19 +59,6 @@ std::string problemOf(const std::string& path)
 }
 
 } // namespace
-
-std::string problemOfCacheFile(const std::string& path)
-{
-    struct stat found
-    {};
-    if (stat(path.c_str(), &found) != 0) {
-        return errno == ENOENT ? kCacheIsMissing : service::errnoText();
-    }
-    if (!S_ISREG(found.st_mode)) { // opening a pipe would wait for whoever writes to it
-        return "it is no regular file";
-    }
-    return access(path.c_str(), R_OK) == 0 ? "" : service::errnoText();
-}
 
 void DataCache::look()
 {

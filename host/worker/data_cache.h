@@ -17,9 +17,6 @@ namespace host {
 // What the log says of a request that needs it.
 inline constexpr const char* kCacheIsUnreadable = "the data cache cannot be read";
 
-// Why the file at path cannot be opened; "" where it can, kCacheIsMissing where there is none.
-std::string problemOfCacheFile(const std::string& path);
-
 class DataCache
 {
 public:

@@ -336,6 +336,20 @@ class DataCache(ServiceTest):
             status, out, log = service.fail()
             self.assertEqual((status, out), (1, ""), log)
             self.assertIn(f"cannot open the data cache {service.cache_path}: it is no regular file", log)
+            told = run_program(*service.command, "--check").stdout
+            self.assertIn("    It cannot be opened: it is no regular file.\n    The service does not start.\n", told)
+
+    def test_data_cache_that_may_not_be_read(self):
+        # An administrator may read any file, unless he gives that right up.
+        in_front = ["setpriv", "--bounding-set=-all"] if os.geteuid() == 0 else []
+        service = self.service(cache())
+        service.cache_path.chmod(0)
+        told = run_program(*in_front, *service.command, "--check").stdout
+        self.assertIn("    It cannot be opened: Permission denied.\n    The service does not start.\n", told)
+        service.command = in_front + service.command
+        status, out, log = service.fail()
+        self.assertEqual((status, out), (1, ""), log)
+        self.assertIn(f"cannot open the data cache {service.cache_path}: Permission denied", log)
 
     def test_data_cache_that_goes_while_it_is_read(self):
         with self.service(cache()) as service:

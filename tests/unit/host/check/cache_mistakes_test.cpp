@@ -131,10 +131,19 @@ TEST(CheckedCache, FileThatIsNoDatabase)
 {
     SampleFiles files;
     std::ofstream(files.cachePath()) << std::string(10000, 'x');
-    EXPECT_THAT(onlyFault(files).finding.wrong, HasSubstr("file is not a database"));
+    const Fault fault = onlyFault(files);
+    EXPECT_THAT(fault.finding.wrong, HasSubstr("cannot be read: file is not a database"));
+    EXPECT_THAT(fault.finding.effect, HasSubstr("503"));
+}
+
+TEST(CheckedCache, FileThatTheServiceDoesNotStartWith)
+{
+    SampleFiles files;
     std::filesystem::remove(files.cachePath());
     std::filesystem::create_directory(files.cachePath());
-    EXPECT_THAT(onlyFault(files).finding.wrong, HasSubstr("cannot be read: "));
+    const Fault fault = onlyFault(files);
+    EXPECT_THAT(fault.finding.wrong, HasSubstr("cannot be opened: it is no regular file"));
+    EXPECT_EQ(fault.finding.effect, "the service does not start");
 }
 
 TEST(CheckedCache, FileWithoutTables)
