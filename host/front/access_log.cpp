@@ -12,6 +12,7 @@
 #include <array>
 #include <cstdio>
 #include <ctime>
+#include <utility>
 
 namespace host {
 
@@ -69,6 +70,26 @@ std::string lineOf(const std::string& client, const std::string& request, unsign
            ' ' + std::to_string(bytes) + ' ' + secondsText(duration) + '\n';
 }
 
+service::FileDescriptor openForLines(const std::string& path, int more)
+{
+    return service::FileDescriptor(::open(path.c_str(), kFlags | more, kMode));
+}
+
+// It has flags that it shares with whoever started the service: it is opened once more. A file is
+// not, since standard error may go on at the same place of it; what cannot be, as a socket, is
+// asked for room before each line.
+service::FileDescriptor openStandardOutput()
+{
+    struct stat found
+    {};
+    service::FileDescriptor file;
+    if (fstat(STDOUT_FILENO, &found) != 0 || !S_ISREG(found.st_mode)) {
+        file = openForLines("/proc/self/fd/1", 0);
+    }
+    return file.isOpen() ? std::move(file)
+                         : service::FileDescriptor(fcntl(STDOUT_FILENO, F_DUPFD_CLOEXEC, 0));
+}
+
 bool hasRoom(int fd)
 {
     pollfd wait{fd, POLLOUT, 0};
@@ -102,16 +123,10 @@ bool AccessLog::open(const std::string& path, std::string& problem)
     return true;
 }
 
-// Standard output has flags that it shares with whoever started the service: it is opened once
-// more, or, where that cannot be done, as a socket, asked for room before each line.
 bool AccessLog::openFile()
 {
-    service::FileDescriptor file(mPath == kStandardOutput
-                                     ? ::open("/proc/self/fd/1", kFlags)
-                                     : ::open(mPath.c_str(), kFlags | O_CREAT, kMode));
-    if (!file.isOpen() && mPath == kStandardOutput) {
-        file = service::FileDescriptor(fcntl(STDOUT_FILENO, F_DUPFD_CLOEXEC, 0));
-    }
+    service::FileDescriptor file =
+        mPath == kStandardOutput ? openStandardOutput() : openForLines(mPath, O_CREAT);
     if (!file.isOpen() || fstat(file.get(), &mIdentity) != 0) {
         return false;
     }

@@ -3,6 +3,8 @@
 
 import os
 import re
+import signal
+import subprocess
 import unittest
 
 from cimgate_host import BASE, Service, ask, connect_to, member_entry, wait_until
@@ -98,6 +100,29 @@ class AccessLog(unittest.TestCase):
         with self.service("--access-log", "-") as service:
             self.assertEqual(service.get(GOOD).status, 200)
             self.assertRegex(service.process.stdout.readline(), LINE)
+
+    def test_file_that_standard_error_goes_to_as_well(self):
+        service = self.service("--access-log", "-")
+        self.addCleanup(service.discard)
+        with self.path.open("wb") as file:
+            # pylint: disable-next=consider-using-with
+            service.process = subprocess.Popen(service.command, stdin=subprocess.DEVNULL, stdout=file, stderr=file,
+                                               start_new_session=True)
+        self.addCleanup(self.end, service)
+        listening = wait_until(lambda: re.search(r"\Acimgated: listening on (.*)\n", self.text()), "the service")
+        for count in range(1, 4):
+            self.assertEqual(ask(listening[1], GOOD).status, 200)
+            wait_until(lambda count=count: self.text().count(f'"GET {GOOD} ') == count, "the line")
+            os.kill(service.process.pid, signal.SIGUSR1)
+            wait_until(lambda count=count: self.text().count("cimgated: counters: ") == count, "the counters")
+        accesses = [line for line in self.text().splitlines()[1:] if not re.match(r"\d{4}-\d\d-\d\dT[\d:.]+Z \[", line)]
+        self.assertEqual([bool(LINE.fullmatch(line)) for line in accesses], [True] * 3, self.text())
+
+    @staticmethod
+    def end(service):
+        service.process.kill()
+        service.process.wait()
+        service.process = None
 
     def test_pipe_that_nobody_reads_stops_nothing(self):
         service = self.service()
