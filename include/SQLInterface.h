@@ -55,11 +55,11 @@ public:
     static std::string DataCachePath;
     // NOLINTEND(cppcoreguidelines-avoid-non-const-global-variables)
 
-    // Lets some statements of reads by key stay prepared for the reads that follow. schemaVersion
-    // is that of the state that is read (PRAGMA schema_version), to be told at the beginning of
-    // each transaction: what stays fits one schema of one connection. Nothing, as long as this is
-    // not called, lets none stay. For processes of which one thread reads; who closes dbhandle does
-    // so with sqlite3_close_v2(), or after KeepStatements(std::nullopt).
+    // Lets some statements of reads by key and of counts stay prepared for the reads that follow.
+    // schemaVersion is that of the state that is read (PRAGMA schema_version), to be told at the
+    // beginning of each transaction: what stays fits one schema of one connection. Nothing, as long
+    // as this is not called, lets none stay. For processes of which one thread reads; who closes
+    // dbhandle does so with sqlite3_close_v2(), or after KeepStatements(std::nullopt).
     static void KeepStatements(std::optional<int> schemaVersion);
 
     SQLInterface();

@@ -94,7 +94,7 @@ void linkByAssociation(Json::Value& links, const std::string& name, const Json::
     const std::string base = textOf(association, "baseLink") + "/";
     const int relatedKey = keyColumn == "__LeftClassKey" ? RIGHT_KEY : LEFT_KEY;
     KeyedStatement statement;
-    {
+    { // what is traced of the interface ends before the rows
         SQLInterface cache;
         (void)statement.prepare(cache, mapping::associationQuery(name), id);
     }

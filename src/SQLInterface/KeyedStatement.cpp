@@ -14,7 +14,7 @@ namespace cimgate {
 
 namespace {
 
-// Each takes some 10 KiB.
+// A worker has memory of its own for each.
 constexpr size_t kMaxKept = 16;
 
 // The statements that nobody uses at the moment, the one that was used last behind the others.

@@ -1,5 +1,5 @@
-// A statement whose values are bound, so that it serves again for another key: preparing one takes
-// as long as all else of reading an instance. SQLInterface::KeepStatements() says when it may stay.
+// A statement of a read by key, or of a count, that may serve again: preparing them is a third of
+// what reading an instance takes. SQLInterface::KeepStatements() says when they may stay.
 #ifndef KEYED_STATEMENT_H_
 #define KEYED_STATEMENT_H_
 

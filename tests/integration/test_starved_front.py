@@ -138,10 +138,13 @@ class AwaitedSchemas(ServiceTest):
         return answered
 
     def test_that_do_not_come(self):
+        if is_sanitized(self.service.process.pid):
+            self.skipTest("the address sanitizer has an operator new of its own")
         # More than an answer takes, so that one that goes without is between others.
-        for each in (40, 42, 50, 54):
-            answered = self.answered(each)
-            self.assertFalse(any(not one and not next_one for one, next_one in itertools.pairwise(answered)), (each, answered))
+        rounds = [self.answered(each) for each in (40, 42, 50, 54)]
+        self.assertTrue(any(False in answered for answered in rounds), rounds)
+        for answered in rounds:
+            self.assertFalse(any(not one and not next_one for one, next_one in itertools.pairwise(answered)), rounds)
 
 
 if __name__ == "__main__":
